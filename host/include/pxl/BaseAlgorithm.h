@@ -1,0 +1,84 @@
+#pragma once
+
+#include <vector>
+
+#include "pxl/Export.h"
+#include "pxl/Noncopyable.h"
+#include "pxl/access/Region.h"
+
+namespace pxl {
+
+class AlgoInfo;
+class PropertyBase;
+namespace algorithms {
+class AbstractPrivateImplementation;
+struct ExecutionState;
+}  // namespace algorithms
+
+/**
+ * An operator with its parameters, ready to be executed. Derived classes add public properties.
+ *
+ * execute() blocks; cancelExecution() and getProgress() may be called from any thread meanwhile. One object runs once
+ * at a time; different objects run side by side.
+ */
+class PXL_API BaseAlgorithm : private Noncopyable {
+ public:
+  virtual ~BaseAlgorithm();
+
+  /** The record of the operator's class. */
+  virtual AlgoInfo* getAlgoInfo() const = 0;
+
+  /**
+   * Checks the images, chooses among the registered runners the accepting one with the highest optimisation type
+   * (the earliest on ties) and runs it.
+   *
+   * @throws InvalidCall          images missing, of different sizes, overlapping in part, output not writable, a
+   *                              region beyond the image, or a run going on
+   * @throws RuntimeError         no runner accepts; the text says why as far as it can be told
+   * @throws ExceptionCancelation the run was cancelled; an output image then holds what was written so far
+   * Everything a runner throws comes through unchanged.
+   */
+  void execute();
+
+  /** Asks the present run to end as soon as it can; without a run nothing happens. From any thread, never waits. */
+  void cancelExecution();
+
+  /** What is done of the present or last run, from 0 to 1, never going back within a run. From any thread. */
+  double getProgress() const;
+
+  /** Restricts the work of runners to a region of the images, until clearProcessingRegion(). */
+  void setProcessingRegion(access::Region const& region);
+  void clearProcessingRegion();
+  bool hasProcessingRegion() const;
+  access::Region const& getProcessingRegion() const;
+
+  /** Whether any image property lives on disk, also through proxies and adapters. */
+  bool hasPropertyImageOnDisk() const;
+
+  /** Bytes that a run may take beyond its images: what was set here, else the setting, else half of what is free. */
+  unsigned long getMaximumExtraMemoryUsageInBytes() const;
+  void setMaximumExtraMemoryUsageInBytes(unsigned long bytes);
+
+  /** The properties in their declared order. */
+  std::vector<PropertyBase*> const& getProperties() const;
+  /** The property with this name, or null. */
+  PropertyBase* findProperty(char const* name) const;
+
+ protected:
+  BaseAlgorithm();
+
+ private:
+  friend class PropertyBase;
+  friend class algorithms::AbstractPrivateImplementation;
+
+  void checkProperties() const;
+
+  std::vector<PropertyBase*> m_properties;
+  access::Region m_processingRegion;
+  bool m_hasProcessingRegion = false;
+  bool m_hasExtraMemory = false;
+  unsigned long m_extraMemory = 0;
+  algorithms::ExecutionState* m_execution;  ///< owned; guarded by the lock of the cancel and progress frame
+};
+
+}  // namespace pxl

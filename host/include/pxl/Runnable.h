@@ -1,0 +1,24 @@
+#pragma once
+
+#include "pxl/Export.h"
+
+namespace pxl {
+
+class BaseAlgorithm;
+
+/** An implementation of one operator, registered with the operator's AlgoInfo. Usable from any number of threads. */
+class PXL_API Runnable {
+ public:
+  virtual ~Runnable();
+
+  /** Runs the configured algorithm to its end on the calling thread and the workers below it; fails by exception. */
+  virtual void run(BaseAlgorithm* algorithm) const = 0;
+
+  /** Whether run() can take this algorithm with its present properties on this machine. */
+  virtual bool isRunnable(BaseAlgorithm* algorithm) const = 0;
+
+  /** The optimisation type: among the accepting runners the host takes the highest, the earliest added on ties. */
+  virtual int getOptimType() const = 0;
+};
+
+}  // namespace pxl

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <memory>
+
+#include "pxl/Export.h"
+#include "pxl/Noncopyable.h"
+#include "pxl/VoxelTypes.h"
+#include "pxl/access/BorderCondition.h"
+#include "pxl/access/Region.h"
+#include "pxl/access/ViewInterface.h"
+
+namespace pxl {
+class ImageModel;
+namespace SimdVec {
+template <class T, std::size_t Alignment>
+class AlignedAllocator;
+}
+}  // namespace pxl
+
+namespace pxl::access {
+
+template <class V, class A>
+class RowCacheRead;
+template <class V, class A>
+class PlanCacheRead;
+
+/**
+ * Typed access to an image: rows of T, with a rule for reads beyond the edge. An image of another type is converted
+ * row by row (see DataConvertionTypes). A view keeps the voxels alive, not the image object; it may outlive the
+ * image model, proxy or adapter that it was made on. Reading is thread-safe.
+ */
+template <class T, class A = SimdVec::AlignedAllocator<T, 16>>
+class PXL_API View : private Noncopyable {
+ public:
+  using VoxelType = T;
+  using Allocator = A;
+
+  /** @throws InvalidCall when `image` is null or isn't an image of the host */
+  static std::shared_ptr<View const> New(ImageModel const* image, std::shared_ptr<BorderCondition<T>> border);
+  static std::shared_ptr<View> New(ImageModel* image, std::shared_ptr<BorderCondition<T>> border);
+  ~View();
+
+  /** The whole image. */
+  Region getLargestPossibleRegion() const;
+
+  /** The type that the view answers with: T's. */
+  VoxelTypes getVoxelType() const;
+
+  /** The border condition given at construction, counted for the calling thread so that threads don't contend. */
+  std::shared_ptr<BorderCondition<T> const> getBorderCondition() const;
+  std::shared_ptr<BorderCondition<T>> getBorderCondition();
+
+  /** Equal for two views exactly when they show the same voxels as the same T. */
+  ViewInterface<T>* getInterface() const;
+
+  /** A cache of `count` rows, or plans of rows, for one thread; it must not outlive the view. */
+  std::shared_ptr<RowCacheRead<View, A>> createRowCacheRead(unsigned long count) const;
+  std::shared_ptr<PlanCacheRead<View, A>> createPlanCacheRead(unsigned long count) const;
+
+  unsigned long const nbRows;
+  unsigned long const nbCols;
+  unsigned long const nbPlans;
+  unsigned long const nbSequence;
+  unsigned long const nbSpectralSeries;
+
+ private:
+  View(std::shared_ptr<ViewInterface<T>> viewInterface, std::shared_ptr<BorderCondition<T>> border);
+  static std::shared_ptr<View> make(ImageModel const* image, std::shared_ptr<BorderCondition<T>> border);
+  std::shared_ptr<BorderCondition<T>> const& borderOfThread() const;
+
+  // A share of the border condition with a count of its own for each of a few groups of threads, made on first use.
+  struct BorderShare;
+  static constexpr std::size_t cNbShares = 32;
+
+  std::shared_ptr<ViewInterface<T>> m_interface;
+  std::shared_ptr<BorderCondition<T>> m_border;
+  mutable std::array<std::atomic<BorderShare*>, cNbShares> m_shares;
+};
+
+}  // namespace pxl::access

@@ -1,0 +1,108 @@
+#pragma once
+
+#include "pxl/BaseAlgorithm.h"
+#include "pxl/Property.h"
+
+/**
+ * Grey-scale dilation (largest voxel of a neighbourhood) and erosion (smallest). Voxels beyond the image's edge never
+ * win. Input and output have the same sizes; they may be the same image. See Serra, Image Analysis and Mathematical
+ * Morphology, 1982, and Soille, Morphological Image Analysis, 2003.
+ */
+namespace pxl::morphology {
+
+/** Properties of the operators that repeat an elementary step. */
+class PXL_API IteratedMorphology : public BaseAlgorithm {
+ public:
+  Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
+  Property<unsigned int> numberOfIterations{*this, "numberOfIterations", 1,
+                                            "how often the step is repeated; with 0 the output stays untouched"};
+  Property<int> neighborhood;
+  Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
+
+ protected:
+  IteratedMorphology(int defaultNeighborhood, char const* neighborhoodHelp);
+  ~IteratedMorphology() override;
+};
+
+/** Properties of the operators with a round neighbourhood. */
+class PXL_API RadiusMorphology : public BaseAlgorithm {
+ public:
+  Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
+  Property<unsigned int> radius{*this, "radius", 1, "radius in voxels"};
+  Property<int> shapeMode{*this, "shapeMode", 0,
+                          "0 the exact shape, else a fast polygon; fast with radius 0 leaves the output untouched"};
+  Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
+
+ protected:
+  RadiusMorphology();
+  ~RadiusMorphology() override;
+};
+
+/** Properties of the operators with a flat disk of any orientation in a volume. */
+class PXL_API OrientedDiskMorphology : public BaseAlgorithm {
+ public:
+  Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
+  Property<double> firstAngle{*this, "firstAngle", 0.0, "azimuth of the disk's normal, degrees"};
+  Property<double> secondAngle{*this, "secondAngle", 0.0, "elevation of the disk's normal out of the plan, degrees"};
+  Property<unsigned int> radius{*this, "radius", 1, "radius in voxels"};
+  Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
+
+ protected:
+  OrientedDiskMorphology();
+  ~OrientedDiskMorphology() override;
+};
+
+/** Properties of the operators with a line in a plan. */
+class PXL_API Line2dMorphology : public BaseAlgorithm {
+ public:
+  Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
+  Property<double> lineAngle{*this, "lineAngle", 0.0, "angle, degrees counter-clockwise as displayed"};
+  Property<unsigned int> lineSize{*this, "lineSize", 3, "length in voxels"};
+  Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
+
+ protected:
+  Line2dMorphology();
+  ~Line2dMorphology() override;
+};
+
+/** Properties of the operators with a line in a volume. */
+class PXL_API Line3dMorphology : public BaseAlgorithm {
+ public:
+  Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
+  Property<double> firstAngle{*this, "firstAngle", 0.0, "azimuth, degrees counter-clockwise as displayed"};
+  Property<double> secondAngle{*this, "secondAngle", 0.0, "elevation out of the plan, degrees"};
+  Property<unsigned int> lineSize{*this, "lineSize", 3, "length in voxels"};
+  Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
+
+ protected:
+  Line3dMorphology();
+  ~Line3dMorphology() override;
+};
+
+#define PXL_MORPHOLOGY_OPERATOR(Name, Base) \
+  class PXL_API Name : public Base {        \
+   public:                                  \
+    Name();                                 \
+    ~Name() override;                       \
+    static AlgoInfo* getClassInfo();        \
+    AlgoInfo* getAlgoInfo() const override; \
+  };
+
+PXL_MORPHOLOGY_OPERATOR(Dilation2d, IteratedMorphology)
+PXL_MORPHOLOGY_OPERATOR(Dilation3d, IteratedMorphology)
+PXL_MORPHOLOGY_OPERATOR(DilationBall3d, RadiusMorphology)
+PXL_MORPHOLOGY_OPERATOR(DilationDisk2d, RadiusMorphology)
+PXL_MORPHOLOGY_OPERATOR(DilationDisk3d, OrientedDiskMorphology)
+PXL_MORPHOLOGY_OPERATOR(DilationLine2d, Line2dMorphology)
+PXL_MORPHOLOGY_OPERATOR(DilationLine3d, Line3dMorphology)
+PXL_MORPHOLOGY_OPERATOR(Erosion2d, IteratedMorphology)
+PXL_MORPHOLOGY_OPERATOR(Erosion3d, IteratedMorphology)
+PXL_MORPHOLOGY_OPERATOR(ErosionBall3d, RadiusMorphology)
+PXL_MORPHOLOGY_OPERATOR(ErosionDisk2d, RadiusMorphology)
+PXL_MORPHOLOGY_OPERATOR(ErosionDisk3d, OrientedDiskMorphology)
+PXL_MORPHOLOGY_OPERATOR(ErosionLine2d, Line2dMorphology)
+PXL_MORPHOLOGY_OPERATOR(ErosionLine3d, Line3dMorphology)
+
+#undef PXL_MORPHOLOGY_OPERATOR
+
+}  // namespace pxl::morphology
