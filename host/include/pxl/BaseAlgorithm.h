@@ -71,8 +71,6 @@ class PXL_API BaseAlgorithm : private Noncopyable {
   friend class PropertyBase;
   friend class algorithms::AbstractPrivateImplementation;
 
-  void checkProperties() const;
-
   std::vector<PropertyBase*> m_properties;
   access::Region m_processingRegion;
   bool m_hasProcessingRegion = false;

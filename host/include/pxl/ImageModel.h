@@ -1,6 +1,7 @@
 #pragma once
 
 #include "pxl/Export.h"
+#include "pxl/Forward.h"
 #include "pxl/Noncopyable.h"
 #include "pxl/VoxelTypes.h"
 #include "pxl/access/VoxelStorage.h"

@@ -1,16 +1,13 @@
 #pragma once
 
 #include "pxl/Export.h"
+#include "pxl/Forward.h"
 #include "pxl/Noncopyable.h"
 #include "pxl/kernel/Kernel.h"
 
 namespace pxl {
 
 class BaseAlgorithm;
-class ImageModel;
-namespace analysis {
-class IntensityExtremaMsr;
-}
 
 /** What kind of value a property holds, for programs that set properties by name. */
 enum class PropertyKinds {

@@ -36,7 +36,7 @@ namespace helper {
 /** Bytes of one voxel; 0 for a value that isn't a voxel type. */
 PXL_API unsigned long getSizeOf(VoxelTypes const& type);
 
-/** "uint8", "float32" and so on; "voxel type N" for a value that isn't a voxel type. The result lives for ever. */
+/** "uint8", "float32" and so on; "unknown" for a value that isn't a voxel type. The result lives for ever. */
 PXL_API char const* getNameOf(VoxelTypes const& type);
 
 /** Whether images of this type can be made: exactly 0, 1, 2, 4, 5, 6, 8 and 9. */

@@ -6,19 +6,12 @@
 #include <memory>
 
 #include "pxl/Export.h"
+#include "pxl/Forward.h"
 #include "pxl/Noncopyable.h"
 #include "pxl/VoxelTypes.h"
 #include "pxl/access/BorderCondition.h"
 #include "pxl/access/Region.h"
 #include "pxl/access/ViewInterface.h"
-
-namespace pxl {
-class ImageModel;
-namespace SimdVec {
-template <class T, std::size_t Alignment>
-class AlignedAllocator;
-}
-}  // namespace pxl
 
 namespace pxl::access {
 

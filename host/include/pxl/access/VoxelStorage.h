@@ -10,8 +10,10 @@ namespace pxl::access {
 
 /** What makes two storages the same voxels: equal keys mean equal places. */
 struct StorageKey {
-  /** The kind of place and its name: (0, 0) for memory, (device, inode) for a file, (this, 0) for anything else. */
+  /** The place's name: (0, 0) for memory, (device, inode) for a file, (address, 0) for anything else. */
   unsigned long space[2];
+  /** How the place is reached: the same file mapped and opened is one place, but not one and the same access. */
+  unsigned long access;
   /** Address or file offset of the first voxel. */
   unsigned long origin;
   /** Bytes from one voxel to the next in each dimension; 0 in dimensions of size 1. */
@@ -28,13 +30,13 @@ class PXL_API VoxelStorage : private Noncopyable {
 
   VoxelTypes getVoxelType() const;
   /** Sizes in the order of Components. */
-  unsigned long const (&getSizes() const)[cNbComponents];
+  unsigned long const* getSizes() const;
   virtual bool isOnDisk() const = 0;
   virtual bool isWritable() const = 0;
 
   /** The address of voxel 0 and the byte strides, when the voxels are in memory; else null. */
   virtual char const* getMemory() const;
-  virtual long const (&getStrides() const)[cNbComponents] = 0;
+  virtual long const* getStrides() const = 0;
   virtual StorageKey getKey() const = 0;
 
   /** Copies `count` voxels of one row, stored type, position in the order of Components. Throws RuntimeError. */

@@ -5,6 +5,7 @@
 
 #include "object_model/Tuple.h"
 #include "pxl/Export.h"
+#include "pxl/Forward.h"
 #include "pxl/Noncopyable.h"
 
 namespace pxl::analysis {

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <memory>
+
+#include "Core/private/Access/BlockWalk.h"
+#include "Core/private/Access/RowCache.h"
+
+namespace pxl::access {
+
+/**
+ * Reads the voxels of a block vector by vector: along a row, from row to row, from plan to plan. Lives on a kernel's
+ * stack for one block; keeps the view alive. `L` is the number of lanes of a vector.
+ */
+template <class V, long L>
+class IteratorPixelInput : public BlockWalk<typename V::VoxelType>, private Noncopyable {
+ public:
+  IteratorPixelInput(std::shared_ptr<V const> inputView, OverlapBorder overlap)
+      : m_view(std::move(inputView)), m_cache(m_view->createRowCacheRead(1)), m_overlap(overlap) {}
+
+  /**
+   * Stands at the first vector of the block. With `roundRowToVector` each row is read up to whole vectors, so that
+   * the surplus lanes of its last one hold voxels too: those next to the block, or the border's.
+   */
+  void init(Block2d const& block, bool roundRowToVector) { initAny(block, roundRowToVector); }
+  void init(Block3d const& block, bool roundRowToVector) { initAny(block, roundRowToVector); }
+
+  /** One vector further. At the end of the block the iterator holds still. */
+  void advance() {
+    if (this->col < this->lastCol) {
+      this->col += L;
+      this->current += L;
+    } else {
+      advanceRow();
+    }
+  }
+
+  /** On to the first vector of the next row, from any vector of a row. */
+  void advanceRow() {
+    if (this->row < this->lastRow) {
+      ++this->row;
+    } else {
+      if (this->plan++ >= this->lastPlan) return;
+      this->row = 0;
+    }
+    this->col = 0;
+    this->current = fetch();
+  }
+
+ private:
+  using T = typename V::VoxelType;
+
+  template <class AnyBlock>
+  void initAny(AnyBlock const& block, bool roundRowToVector) {
+    m_block.init(block);
+    long const nbCols = block.getNbCols();
+    m_nbVoxelsPerRow = static_cast<unsigned long>(roundRowToVector ? (nbCols + L - 1) / L * L : nbCols);
+    this->row = 0;
+    this->plan = 0;
+    this->start(block, L, fetch());
+  }
+
+  T* fetch() {
+    m_row = m_cache->fetchRowInBlock(0, m_nbVoxelsPerRow, m_block.get(), 0, this->row, this->plan, 0, 0);
+    return m_row->voxels.data();
+  }
+
+  std::shared_ptr<V const> m_view;
+  std::shared_ptr<RowCacheRead<V, typename V::Allocator>> m_cache;
+  BlockCopy m_block;
+  InputRow<V, typename V::Allocator>* m_row = nullptr;
+  OverlapBorder m_overlap;  // not used by reading
+  unsigned long m_nbVoxelsPerRow = 0;
+};
+
+}  // namespace pxl::access

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <limits>
+#include <new>
+
+#include "pxl/access/View.h"
+
+namespace pxl::SimdVec {
+
+/**
+ * Allocator of row buffers: aligned, with at least 16 bytes of usable slack behind the last element, so that the last
+ * vector of a row may be loaded and stored whole. The address that malloc gave stands just below the result.
+ */
+template <class T, std::size_t Alignment>
+class AlignedAllocator {
+ public:
+  static_assert(Alignment == 16, "the slack is reckoned for 16 bytes");
+  using value_type = T;
+  // The alignment isn't a type, so that std::allocator_traits can't rebind by itself.
+  template <class U>
+  struct rebind {
+    using other = AlignedAllocator<U, Alignment>;
+  };
+
+  AlignedAllocator() = default;
+  template <class U>
+  AlignedAllocator(AlignedAllocator<U, Alignment> const&) {}
+
+  T* allocate(std::size_t count) {
+    constexpr std::size_t cExtra = 2 * Alignment;
+    if (count > (std::numeric_limits<std::size_t>::max() - cExtra) / sizeof(T)) throw std::bad_alloc();
+    void* const raw = std::malloc(count * sizeof(T) + cExtra);
+    if (!raw) throw std::bad_alloc();
+    std::uintptr_t const address = (reinterpret_cast<std::uintptr_t>(raw) + Alignment) & ~(Alignment - 1);
+    reinterpret_cast<void**>(address)[-1] = raw;
+    return reinterpret_cast<T*>(address);
+  }
+
+  void deallocate(T* block, std::size_t) { std::free(reinterpret_cast<void**>(block)[-1]); }
+
+  template <class U>
+  bool operator==(AlignedAllocator<U, Alignment> const&) const {
+    return true;
+  }
+  template <class U>
+  bool operator!=(AlignedAllocator<U, Alignment> const&) const {
+    return false;
+  }
+};
+
+}  // namespace pxl::SimdVec

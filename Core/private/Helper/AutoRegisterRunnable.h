@@ -1,0 +1,30 @@
+#pragma once
+
+#include "pxl/AlgoInfo.h"
+#include "pxl/Runnable.h"
+
+namespace pxl::helper {
+
+/**
+ * Registers a runner with the record of its operator for as long as the library is loaded: each unit has one global
+ * object. An operator without a record is left out. The runner itself is never deleted.
+ */
+template <class Algo, class Runner>
+struct AutoRegisterRunnable {
+  AutoRegisterRunnable() {
+    if (AlgoInfo* const record = Algo::getClassInfo()) {
+      m_runner = new Runner;
+      record->addRunner(m_runner);
+    }
+  }
+  ~AutoRegisterRunnable() {
+    if (!m_runner) return;
+    if (AlgoInfo* const record = Algo::getClassInfo()) record->removeRunner(m_runner);
+  }
+  AutoRegisterRunnable(AutoRegisterRunnable const&) = delete;
+  AutoRegisterRunnable& operator=(AutoRegisterRunnable const&) = delete;
+
+  Runnable* m_runner = nullptr;
+};
+
+}  // namespace pxl::helper

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "pxl/VoxelTypes.h"
+#include "pxl/devices/Cpu.h"
+
+/** The tests that the acceptance rules of the runners are made of. */
+namespace pxl::helper {
+
+/** uint8, uint16, uint32, int8, int16 or int32. */
+inline bool isIntegerVoxelType(int type) { return (static_cast<unsigned int>(type) & ~4U) <= 2; }
+
+inline bool isRealVoxelType(int type) { return static_cast<unsigned int>(type) - 8U <= 1; }
+
+/** One of the eight types for which there are kernels. */
+inline bool isKernelVoxelType(int type) { return isIntegerVoxelType(type) || isRealVoxelType(type); }
+
+// The device is asked each time: its answer isn't ours to keep.
+inline bool hasSSE() { return devices::Cpu::getDevice()->hasSSE(); }
+
+/** Whether the processor offers SSE4.1: on the host's scale anything above the level of the set before it. */
+inline bool hasSSE41Level() {
+  constexpr int cLevelBelowSSE41 = 64;
+  return devices::Cpu::getDevice()->getSSELevel() > cLevelBelowSSE41;
+}
+
+/** The optimisation type of all runners of this library. */
+constexpr int cOptimType = 1;
+
+}  // namespace pxl::helper

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <locale>
+#include <sstream>
+
+#include "Core/private/Helper/Raise.h"
+#include "Core/private/TmplDispatch/TypeList.h"
+
+namespace pxl::tmpl_dispatch {
+
+/**
+ * Turns a run-time voxel type into a call of Visitor::run<T>(arg). A known type that the list misses, and the two
+ * complex types, are let pass without a call; the 64-bit integers and anything that isn't a voxel type are a
+ * RuntimeError.
+ */
+template <class List, class Visitor, class Arg>
+class Visitor1Args {
+ public:
+  void operator()(int voxelType, Arg arg) const {
+    switch (static_cast<unsigned int>(voxelType)) {
+      case 0:
+        return runIfListed<unsigned char>(arg);
+      case 1:
+        return runIfListed<unsigned short>(arg);
+      case 2:
+        return runIfListed<unsigned int>(arg);
+      case 4:
+        return runIfListed<signed char>(arg);
+      case 5:
+        return runIfListed<short>(arg);
+      case 6:
+        return runIfListed<int>(arg);
+      case 8:
+        return runIfListed<float>(arg);
+      case 9:
+        return runIfListed<double>(arg);
+      case 10:
+      case 11:
+        return;
+      default:
+        refuse(voxelType);
+    }
+  }
+
+ private:
+  template <class T>
+  static void runIfListed([[maybe_unused]] Arg arg) {
+    if constexpr (List::template cContains<T>) Visitor::template run<T>(arg);
+  }
+
+  [[noreturn]] static void refuse(int voxelType) {
+    std::ostringstream message;
+    message.imbue(std::locale::classic());
+    message << "Invalid type in Visitor1Args : " << voxelType;
+    helper::raise<RuntimeError>(message.str(), "Core/private/TmplDispatch/Visitor1Args", 139);
+  }
+};
+
+}  // namespace pxl::tmpl_dispatch

@@ -1,0 +1,38 @@
+# The installed tree, and the package that find_package(pxlworks) finds in it.
+include(CMakePackageConfigHelpers)
+
+set(installed_libraries pxlworks_object_model pxlworks_pxl pxlworks_pxl_qorn)
+# The libraries find each other where they stand. A TBB outside the system's folders, as the thread sanitizer needs it,
+# is found by its path.
+set_target_properties(${installed_libraries} PROPERTIES
+  INSTALL_RPATH "$ORIGIN"
+  INSTALL_RPATH_USE_LINK_PATH ON)
+install(TARGETS pxlworks_object_model pxlworks_pxl EXPORT pxlworksTargets
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+# Loaded while running and never linked: no part of the package's targets.
+install(TARGETS pxlworks_pxl_qorn LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+if(TARGET qorn)
+  file(RELATIVE_PATH to_libraries "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+  set_target_properties(qorn PROPERTIES
+    INSTALL_RPATH "$ORIGIN/${to_libraries}"
+    INSTALL_RPATH_USE_LINK_PATH ON)
+  install(TARGETS qorn RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+endif()
+
+# Plug-ins are written with the contract and with the header-only building blocks behind it.
+install(DIRECTORY host/include/ DESTINATION include/pxlworks FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY Core/private DESTINATION include/pxlworks/Core
+  FILES_MATCHING PATTERN "*.h" PATTERN "*.impl")
+
+set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/pxlworks")
+install(EXPORT pxlworksTargets NAMESPACE pxlworks:: DESTINATION "${package_folder}")
+configure_package_config_file(cmake/pxlworksConfig.cmake.in "${CMAKE_BINARY_DIR}/package/pxlworksConfig.cmake"
+  INSTALL_DESTINATION "${package_folder}")
+write_basic_package_version_file("${CMAKE_BINARY_DIR}/package/pxlworksConfigVersion.cmake"
+  COMPATIBILITY SameMinorVersion)
+install(FILES
+  "${CMAKE_BINARY_DIR}/package/pxlworksConfig.cmake"
+  "${CMAKE_BINARY_DIR}/package/pxlworksConfigVersion.cmake"
+  cmake/PxlworksPlugin.cmake
+  cmake/plugin.map
+  DESTINATION "${package_folder}")

@@ -1,0 +1,29 @@
+# How a plug-in is built. The project's own plug-in uses this file, and so do third parties: it is installed with the
+# package, plugin.map beside it.
+
+# SSE4.1 and nothing above, and no contraction into fused multiply-adds: every machine computes the same. A unique
+# symbol (STB_GNU_UNIQUE, which GCC makes of static locals in templates) would keep a plug-in in memory after dlclose.
+set(PXLWORKS_PLUGIN_COMPILE_OPTIONS
+  $<$<NOT:$<CONFIG:Debug>>:-O3> -msse4.1 -ffp-contract=off $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>
+  CACHE INTERNAL "Compile options of plug-ins")
+
+# pxlworks_add_plugin(NAME sources...)
+# Makes the target NAME, a library libNAME.so that exports nothing: the host takes note of its runners by their
+# constructors. Beside the host's libraries it is found by itself if NAME begins with pxlworks_pxl_.
+function(pxlworks_add_plugin name)
+  add_library(${name} MODULE ${ARGN})
+  target_compile_features(${name} PRIVATE cxx_std_17)
+  target_compile_options(${name} PRIVATE ${PXLWORKS_PLUGIN_COMPILE_OPTIONS})
+  target_link_libraries(${name} PRIVATE pxlworks::pxl pxlworks::object_model TBB::tbb)
+  set(map "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/plugin.map")
+  target_link_options(${name} PRIVATE "LINKER:--version-script=${map}")
+  # Clang leaves the functions of its sanitizers to the program; elsewhere what is missing shows at build time.
+  if(NOT (CMAKE_CXX_COMPILER_ID MATCHES "Clang" AND CMAKE_CXX_FLAGS MATCHES "-fsanitize"))
+    target_link_options(${name} PRIVATE "LINKER:--no-undefined")
+  endif()
+  set_target_properties(${name} PROPERTIES
+    LINK_DEPENDS "${map}"
+    CXX_EXTENSIONS OFF
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON)
+endfunction()

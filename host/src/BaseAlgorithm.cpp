@@ -1,0 +1,133 @@
+#include "pxl/BaseAlgorithm.h"
+
+#include <tbb/parallel_for.h>
+
+#include <algorithm>
+#include <cstring>
+#include <mutex>
+
+#include "ExecutionState.h"
+#include "ExtraMemory.h"
+#include "Raise.h"
+#include "RunGuard.h"
+#include "RunnerChoice.h"
+#include "instrument/Instrument.h"
+#include "pxl/AlgoInfo.h"
+#include "pxl/ImageModel.h"
+#include "pxl/Property.h"
+#include "pxl/Runnable.h"
+#include "pxl/Settings.h"
+#include "pxl/algorithms/AbstractPrivateImplementation.h"
+
+namespace pxl {
+
+using algorithms::getFrameLock;
+using Lock = std::lock_guard<std::recursive_mutex>;
+
+BaseAlgorithm::BaseAlgorithm() : m_execution(new algorithms::ExecutionState) {}
+BaseAlgorithm::~BaseAlgorithm() { delete m_execution; }
+
+namespace {
+
+// Starts the workers once from the host, so that TBB never depends on a plug-in that may be unloaded.
+void warmTaskScheduler() {
+  static std::once_flag once;
+  std::call_once(once, [] { tbb::parallel_for(0, 2, [](int) {}); });
+}
+
+// Marks an algorithm as running and takes the mark off on every path.
+class Execution : private Noncopyable {
+ public:
+  explicit Execution(algorithms::ExecutionState& state) : m_state(state) {
+    Lock const lock(getFrameLock());
+    if (m_state.isExecuting) PXL_RAISE(InvalidCall, "the algorithm is running already");
+    m_state.isExecuting = true;
+    m_state.isCancelRequested = false;
+    m_state.progress = 0;
+  }
+  ~Execution() {
+    Lock const lock(getFrameLock());
+    m_state.isExecuting = false;
+    m_state.isCancelRequested = false;
+  }
+  void finish() {
+    Lock const lock(getFrameLock());
+    m_state.progress = 1;
+  }
+
+ private:
+  algorithms::ExecutionState& m_state;
+  plugins::RunGuard m_guard;
+};
+
+}  // namespace
+
+void BaseAlgorithm::execute() {
+  Execution execution(*m_execution);
+  checkProperties(*this);
+  warmTaskScheduler();
+  chooseRunner(*this)->run(this);
+  execution.finish();
+}
+
+void BaseAlgorithm::cancelExecution() {
+  Lock const lock(getFrameLock());
+  m_execution->isCancelRequested = m_execution->isExecuting;
+  for (algorithms::AbstractPrivateImplementation* frame : m_execution->frames) frame->raiseCancel();
+}
+
+double BaseAlgorithm::getProgress() const {
+  Lock const lock(getFrameLock());
+  if (!m_execution->frames.empty())
+    m_execution->progress = std::max(m_execution->progress, m_execution->frames.front()->getDoneFraction());
+  return m_execution->progress;
+}
+
+void BaseAlgorithm::setProcessingRegion(access::Region const& region) {
+  m_processingRegion = region;
+  m_hasProcessingRegion = true;
+}
+
+void BaseAlgorithm::clearProcessingRegion() {
+  m_processingRegion = access::Region();
+  m_hasProcessingRegion = false;
+}
+
+bool BaseAlgorithm::hasProcessingRegion() const { return m_hasProcessingRegion; }
+access::Region const& BaseAlgorithm::getProcessingRegion() const { return m_processingRegion; }
+
+bool BaseAlgorithm::hasPropertyImageOnDisk() const {
+  bool isOnDisk = false;
+  for (ImageModel const* image : getImages(*this, PropertyKinds::cInputImage))
+    isOnDisk = isOnDisk || (image && image->getSource().storage->isOnDisk());
+  for (ImageModel const* image : getImages(*this, PropertyKinds::cOutputImage))
+    isOnDisk = isOnDisk || (image && image->getSource().storage->isOnDisk());
+  PXL_PROBE(onHasImageOnDisk(isOnDisk));
+  return isOnDisk;
+}
+
+unsigned long BaseAlgorithm::getMaximumExtraMemoryUsageInBytes() const {
+  unsigned long bytes = m_extraMemory;
+  if (!m_hasExtraMemory) {
+    constexpr unsigned long cUnset = ~0UL;
+    bytes = globalSettings().getValueAsUnsignedLong("PXL_MAX_EXTRA_MEMORY", cUnset);
+    if (bytes == cUnset) bytes = getDefaultExtraMemory();
+  }
+  PXL_PROBE(onExtraMemory(bytes));
+  return bytes;
+}
+
+void BaseAlgorithm::setMaximumExtraMemoryUsageInBytes(unsigned long bytes) {
+  m_extraMemory = bytes;
+  m_hasExtraMemory = true;
+}
+
+std::vector<PropertyBase*> const& BaseAlgorithm::getProperties() const { return m_properties; }
+
+PropertyBase* BaseAlgorithm::findProperty(char const* name) const {
+  for (PropertyBase* property : m_properties)
+    if (std::strcmp(property->getName(), name) == 0) return property;
+  return nullptr;
+}
+
+}  // namespace pxl

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <mutex>
+#include <vector>
+
+namespace pxl::algorithms {
+
+class AbstractPrivateImplementation;
+
+/** What the host knows of the present run of an algorithm. Guarded by getFrameLock(). */
+struct ExecutionState {
+  std::vector<AbstractPrivateImplementation*>
+      frames;  ///< living frames of the algorithm, in the order of their making
+  bool isExecuting = false;
+  bool isCancelRequested = false;
+  double progress = 0;
+};
+
+/**
+ * The one lock under which frames are made, registered, cancelled, polled and destroyed. Recursive, because a cancel
+ * goes down from frame to child by a virtual operation that is also called from outside.
+ */
+std::recursive_mutex& getFrameLock();
+
+}  // namespace pxl::algorithms

@@ -1,0 +1,130 @@
+#include "instrument/Instrument.h"
+#include "pxl/AlgoInfo.h"
+#include "pxl/analysis/IntensityExtrema.h"
+#include "pxl/filtering/linear/FiniteImpulseResponseFilter.h"
+#include "pxl/morphology/Morphology.h"
+#include "pxl/point_operations/LogicalOperation.h"
+
+// The operators of the host: their records, constructors and destructors. Properties stand in their classes.
+
+namespace pxl {
+namespace {
+
+template <class Algo>
+std::unique_ptr<BaseAlgorithm> make() {
+  return std::make_unique<Algo>();
+}
+
+}  // namespace
+
+// Records are never destroyed: plug-ins take their runners off as late as the end of the process.
+#define PXL_RECORD(Name, subject, help, dimension)                                             \
+  AlgoInfo* Name::getClassInfo() {                                                             \
+    static AlgoInfo* const record = new AlgoInfo(#Name, subject, help, dimension, make<Name>); \
+    AlgoInfo* result = record;                                                                 \
+    PXL_PROBE(onClassInfo(#Name, result));                                                     \
+    return result;                                                                             \
+  }                                                                                            \
+  AlgoInfo* Name::getAlgoInfo() const { return getClassInfo(); }                               \
+  Name::~Name() = default;
+
+constexpr WorkingDimension cPlanByPlan = WorkingDimension::cPlanByPlan;
+constexpr WorkingDimension cVolume = WorkingDimension::cVolume;
+
+namespace analysis {
+IntensityExtrema::IntensityExtrema() = default;
+PXL_RECORD(IntensityExtrema, "analysis", "smallest and largest voxel of an image or of its parts", cVolume)
+}  // namespace analysis
+
+namespace filtering::linear {
+FiniteImpulseResponseFilter2D::FiniteImpulseResponseFilter2D() = default;
+PXL_RECORD(FiniteImpulseResponseFilter2D, "filtering", "correlation of plan 0 with a 2D kernel, mirrored edges",
+           cPlanByPlan)
+FiniteImpulseResponseFilter3D::FiniteImpulseResponseFilter3D() = default;
+PXL_RECORD(FiniteImpulseResponseFilter3D, "filtering", "correlation with a 3D kernel, mirrored edges", cVolume)
+}  // namespace filtering::linear
+
+namespace morphology {
+namespace {
+
+constexpr char cNeighborhood2d[] = "0 the 4 neighbours, else all 8";
+constexpr char cNeighborhood3d[] = "0 the 6 neighbours, 1 the 18, else all 26";
+
+}  // namespace
+
+IteratedMorphology::IteratedMorphology(int defaultNeighborhood, char const* neighborhoodHelp)
+    : neighborhood(*this, "neighborhood", defaultNeighborhood, neighborhoodHelp) {}
+IteratedMorphology::~IteratedMorphology() = default;
+RadiusMorphology::RadiusMorphology() = default;
+RadiusMorphology::~RadiusMorphology() = default;
+OrientedDiskMorphology::OrientedDiskMorphology() = default;
+OrientedDiskMorphology::~OrientedDiskMorphology() = default;
+Line2dMorphology::Line2dMorphology() = default;
+Line2dMorphology::~Line2dMorphology() = default;
+Line3dMorphology::Line3dMorphology() = default;
+Line3dMorphology::~Line3dMorphology() = default;
+
+Dilation2d::Dilation2d() : IteratedMorphology(1, cNeighborhood2d) {}
+PXL_RECORD(Dilation2d, "morphology", "largest voxel among the neighbours, plan by plan", cPlanByPlan)
+Dilation3d::Dilation3d() : IteratedMorphology(2, cNeighborhood3d) {}
+PXL_RECORD(Dilation3d, "morphology", "largest voxel among the neighbours in the volume", cVolume)
+DilationBall3d::DilationBall3d() = default;
+PXL_RECORD(DilationBall3d, "morphology", "largest voxel of a ball", cVolume)
+DilationDisk2d::DilationDisk2d() = default;
+PXL_RECORD(DilationDisk2d, "morphology", "largest voxel of a disk, plan by plan", cPlanByPlan)
+DilationDisk3d::DilationDisk3d() = default;
+PXL_RECORD(DilationDisk3d, "morphology", "largest voxel of a flat disk of any orientation in the volume", cVolume)
+DilationLine2d::DilationLine2d() = default;
+PXL_RECORD(DilationLine2d, "morphology", "largest voxel of a line, plan by plan", cPlanByPlan)
+DilationLine3d::DilationLine3d() = default;
+PXL_RECORD(DilationLine3d, "morphology", "largest voxel of a line in the volume", cVolume)
+Erosion2d::Erosion2d() : IteratedMorphology(1, cNeighborhood2d) {}
+PXL_RECORD(Erosion2d, "morphology", "smallest voxel among the neighbours, plan by plan", cPlanByPlan)
+Erosion3d::Erosion3d() : IteratedMorphology(2, cNeighborhood3d) {}
+PXL_RECORD(Erosion3d, "morphology", "smallest voxel among the neighbours in the volume", cVolume)
+ErosionBall3d::ErosionBall3d() = default;
+PXL_RECORD(ErosionBall3d, "morphology", "smallest voxel of a ball", cVolume)
+ErosionDisk2d::ErosionDisk2d() = default;
+PXL_RECORD(ErosionDisk2d, "morphology", "smallest voxel of a disk, plan by plan", cPlanByPlan)
+ErosionDisk3d::ErosionDisk3d() = default;
+PXL_RECORD(ErosionDisk3d, "morphology", "smallest voxel of a flat disk of any orientation in the volume", cVolume)
+ErosionLine2d::ErosionLine2d() = default;
+PXL_RECORD(ErosionLine2d, "morphology", "smallest voxel of a line, plan by plan", cPlanByPlan)
+ErosionLine3d::ErosionLine3d() = default;
+PXL_RECORD(ErosionLine3d, "morphology", "smallest voxel of a line in the volume", cVolume)
+}  // namespace morphology
+
+namespace point_operations {
+LogicalOperationWithImage::LogicalOperationWithImage() = default;
+PXL_RECORD(LogicalOperationWithImage, "point operations", "bitwise combination of two integer images", cVolume)
+LogicalOperationWithValue::LogicalOperationWithValue() = default;
+PXL_RECORD(LogicalOperationWithValue, "point operations", "bitwise combination of an integer image and a value",
+           cVolume)
+}  // namespace point_operations
+
+#undef PXL_RECORD
+
+namespace {
+
+// In the order of their runners' names.
+template <class... Algos>
+std::vector<AlgoInfo*> collectRecords() {
+  return {Algos::getClassInfo()...};
+}
+
+}  // namespace
+
+std::vector<AlgoInfo*> const& AlgoInfo::getAll() {
+  using namespace analysis;
+  using namespace filtering::linear;
+  using namespace morphology;
+  using namespace point_operations;
+  static auto const* const records = new std::vector<AlgoInfo*>(
+      collectRecords<IntensityExtrema, FiniteImpulseResponseFilter2D, FiniteImpulseResponseFilter3D, Dilation2d,
+                     Dilation3d, DilationBall3d, DilationDisk2d, DilationDisk3d, DilationLine2d, DilationLine3d,
+                     Erosion2d, Erosion3d, ErosionBall3d, ErosionDisk2d, ErosionDisk3d, ErosionLine2d, ErosionLine3d,
+                     LogicalOperationWithImage, LogicalOperationWithValue>());
+  return *records;
+}
+
+}  // namespace pxl

@@ -1,0 +1,57 @@
+#include <tbb/task_arena.h>
+
+#include <algorithm>
+
+#include "instrument/Instrument.h"
+#include "pxl/AlgoInfo.h"
+#include "pxl/BaseAlgorithm.h"
+#include "pxl/BaseTbbAlgorithm.h"
+
+namespace pxl {
+namespace {
+
+using Grains = AbstractPartitionerPolicy::PartitionerGrainSizes;
+
+// A row costs a few calls whatever its length, so rows stay whole up to this many columns.
+constexpr unsigned long cMaxNbCols = 16384;
+// Voxels of a block in a plan: enough work to hide the scheduling of a task.
+constexpr unsigned long cNbVoxelsPerPlanBlock = 32 * 1024;
+constexpr unsigned long cMinNbRows = 8;
+// Rows and plans of a block in a volume.
+constexpr unsigned long cNbRowsPerVolumeBlock = 16;
+constexpr unsigned long cNbPlansPerVolumeBlock = 32;
+// Blocks for each thread, so that a thread that is done early finds more work.
+constexpr unsigned long cNbBlocksPerThread = 4;
+
+unsigned long countOf(long size) { return size > 0 ? static_cast<unsigned long>(size) : 0; }
+unsigned long countParts(unsigned long size, unsigned long grain) { return (size + grain - 1) / grain; }
+
+}  // namespace
+
+void BaseTbbAlgorithm::getPartitionerGrainSizes(Grains& grains) const {
+  unsigned long const nbCols = countOf(m_processingRegion.getNbCols());
+  unsigned long const nbRows = countOf(m_processingRegion.getNbRows());
+  unsigned long const nbPlans = countOf(m_processingRegion.getNbPlans());
+  BaseAlgorithm const* const algorithm = getPublicInterface();
+  bool const isPlanByPlan =
+      nbPlans <= 1 || (algorithm && algorithm->getAlgoInfo() &&
+                       algorithm->getAlgoInfo()->getWorkingDimension() == WorkingDimension::cPlanByPlan);
+
+  grains.cols = std::clamp(nbCols, 1UL, cMaxNbCols);
+  grains.rows = isPlanByPlan ? std::max(cMinNbRows, cNbVoxelsPerPlanBlock / grains.cols) : cNbRowsPerVolumeBlock;
+  grains.plans = isPlanByPlan ? 1 : cNbPlansPerVolumeBlock;
+
+  // Smaller blocks for small images, by the larger of the two outer grains; rows are never cut for it.
+  unsigned long const nbWanted =
+      cNbBlocksPerThread * static_cast<unsigned long>(tbb::this_task_arena::max_concurrency());
+  unsigned long const nbPlansAtOnce = isPlanByPlan ? 1 : nbPlans;
+  while (countParts(nbCols, grains.cols) * countParts(nbRows, grains.rows) * countParts(nbPlansAtOnce, grains.plans) <
+             nbWanted &&
+         (grains.rows > 1 || grains.plans > 1)) {
+    unsigned long& larger = grains.plans >= grains.rows ? grains.plans : grains.rows;
+    larger /= 2;
+  }
+  PXL_PROBE(onGrains(this, grains));
+}
+
+}  // namespace pxl

@@ -1,0 +1,134 @@
+#include "pxl/Property.h"
+
+#include "instrument/Instrument.h"
+#include "pxl/BaseAlgorithm.h"
+
+namespace pxl {
+namespace {
+
+template <class T>
+struct KindOf;
+template <>
+struct KindOf<ImageModel const*> {
+  static constexpr PropertyKinds value = PropertyKinds::cInputImage;
+};
+template <>
+struct KindOf<ImageModel*> {
+  static constexpr PropertyKinds value = PropertyKinds::cOutputImage;
+};
+template <>
+struct KindOf<int> {
+  static constexpr PropertyKinds value = PropertyKinds::cInteger;
+};
+template <>
+struct KindOf<unsigned int> {
+  static constexpr PropertyKinds value = PropertyKinds::cUnsignedInteger;
+};
+template <>
+struct KindOf<double> {
+  static constexpr PropertyKinds value = PropertyKinds::cReal;
+};
+template <>
+struct KindOf<kernel::Kernel2D> {
+  static constexpr PropertyKinds value = PropertyKinds::cKernel2D;
+};
+template <>
+struct KindOf<kernel::Kernel3D> {
+  static constexpr PropertyKinds value = PropertyKinds::cKernel3D;
+};
+template <>
+struct KindOf<analysis::IntensityExtremaMsr*> {
+  static constexpr PropertyKinds value = PropertyKinds::cMeasure;
+};
+
+// Whether a value that was set counts as one: pointers must point, kernels must have taps.
+template <class T>
+bool isValue(T const&) {
+  return true;
+}
+template <class T>
+bool isValue(T* const& pointer) {
+  return pointer != nullptr;
+}
+template <>
+bool isValue(kernel::Kernel2D const& kernel) {
+  return !kernel.getOffsets().empty();
+}
+template <>
+bool isValue(kernel::Kernel3D const& kernel) {
+  return !kernel.getOffsets().empty();
+}
+
+}  // namespace
+
+PropertyBase::PropertyBase(BaseAlgorithm& owner, PropertyKinds kind, char const* name, char const* help,
+                           bool hasDefault)
+    : m_name(name), m_help(help), m_kind(kind), m_hasDefault(hasDefault) {
+  owner.m_properties.push_back(this);
+}
+
+PropertyBase::~PropertyBase() = default;
+
+char const* PropertyBase::getName() const { return m_name; }
+char const* PropertyBase::getHelp() const { return m_help; }
+PropertyKinds PropertyBase::getKind() const { return m_kind; }
+bool PropertyBase::hasDefault() const { return m_hasDefault; }
+
+template <class T>
+Property<T>::Property(BaseAlgorithm& owner, char const* name, char const* help)
+    : PropertyBase(owner, KindOf<T>::value, name, help, false), m_value(), m_default(), m_isSet(false) {}
+
+template <class T>
+Property<T>::Property(BaseAlgorithm& owner, char const* name, T const& defaultValue, char const* help)
+    : PropertyBase(owner, KindOf<T>::value, name, help, true),
+      m_value(defaultValue),
+      m_default(defaultValue),
+      m_isSet(true) {}
+
+template <class T>
+Property<T>::~Property() = default;
+
+template <class T>
+T Property<T>::get() const {
+  PXL_PROBE(onPropertyRead(*this));
+  return m_value;
+}
+
+template <class T>
+Property<T>::operator T() const {
+  return get();
+}
+
+template <class T>
+void Property<T>::set(T const& value) {
+  PXL_PROBE(onPropertyWrite(*this));
+  m_value = value;
+  m_isSet = isValue(value);
+}
+
+template <class T>
+Property<T>& Property<T>::operator=(T const& value) {
+  set(value);
+  return *this;
+}
+
+template <class T>
+T Property<T>::getDefault() const {
+  return m_default;
+}
+
+template <class T>
+bool Property<T>::isSet() const {
+  return m_isSet;
+}
+
+template class Property<ImageModel const*>;
+template class Property<ImageModel*>;
+template class Property<int>;
+template class Property<unsigned int>;
+template class Property<double>;
+template class Property<kernel::Kernel2D>;
+template class Property<kernel::Kernel3D>;
+template class Property<analysis::IntensityExtremaMsr*>;
+
+}  // namespace pxl

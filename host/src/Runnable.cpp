@@ -1,0 +1,7 @@
+#include "pxl/Runnable.h"
+
+namespace pxl {
+
+Runnable::~Runnable() = default;
+
+}  // namespace pxl

@@ -1,0 +1,115 @@
+#include "RunnerChoice.h"
+
+#include <sstream>
+#include <string>
+
+#include "Raise.h"
+#include "access/Overlap.h"
+#include "pxl/AlgoInfo.h"
+#include "pxl/BaseAlgorithm.h"
+#include "pxl/ImageModel.h"
+#include "pxl/Plugins.h"
+#include "pxl/Runnable.h"
+#include "pxl/devices/Cpu.h"
+
+namespace pxl {
+namespace {
+
+std::string nameOf(BaseAlgorithm const& algorithm) { return algorithm.getAlgoInfo()->getName(); }
+
+struct NamedImage {
+  ImageModel const* image;
+  char const* name;
+};
+
+std::vector<NamedImage> getNamedImages(BaseAlgorithm const& algorithm, PropertyKinds kind) {
+  std::vector<NamedImage> images;
+  for (PropertyBase const* property : algorithm.getProperties()) {
+    if (property->getKind() != kind) continue;
+    if (kind == PropertyKinds::cInputImage)
+      images.push_back({static_cast<Property<ImageModel const*> const*>(property)->get(), property->getName()});
+    else
+      images.push_back({static_cast<Property<ImageModel*> const*>(property)->get(), property->getName()});
+  }
+  return images;
+}
+
+void checkSizes(BaseAlgorithm const& algorithm, NamedImage const& first, NamedImage const& other) {
+  for (int i = 0; i < cNbComponents; ++i) {
+    Components const component = static_cast<Components>(i);
+    if (first.image->getNumOf(component) != other.image->getNumOf(component))
+      PXL_RAISE(InvalidCall, nameOf(algorithm) + ": " + first.name + " and " + other.name + " differ in size");
+  }
+}
+
+void checkRegion(BaseAlgorithm const& algorithm, ImageModel const& image) {
+  access::Region const& region = algorithm.getProcessingRegion();
+  auto const isWithin = [&image](long begin, long end, Components component) {
+    return begin >= 0 && begin <= end && static_cast<unsigned long>(end) <= image.getNumOf(component);
+  };
+  if (!isWithin(region.colsBegin(), region.colsEnd(), cColumns) ||
+      !isWithin(region.rowsBegin(), region.rowsEnd(), cRows) ||
+      !isWithin(region.plansBegin(), region.plansEnd(), cPlans) ||
+      !isWithin(region.sequenceBegin(), region.sequenceEnd(), cSequence) ||
+      !isWithin(region.spectralSeriesBegin(), region.spectralSeriesEnd(), cSpectralSeries))
+    PXL_RAISE(InvalidCall, nameOf(algorithm) + ": the region to process reaches beyond the images");
+}
+
+// Why no runner takes the algorithm, as far as the host can tell: it doesn't know the runners' rules.
+std::string explainRefusal(BaseAlgorithm const& algorithm, std::size_t nbRunners) {
+  std::ostringstream text;
+  text.imbue(std::locale::classic());
+  text << nameOf(algorithm) << ": ";
+  if (nbRunners == 0) {
+    text << "no plug-in offers it";
+    if (plugins::getLoaded().empty()) text << "; none is loaded";
+    return text.str();
+  }
+  text << "none of " << nbRunners << " registered runner(s) accepts";
+  for (PropertyKinds kind : {PropertyKinds::cInputImage, PropertyKinds::cOutputImage})
+    for (NamedImage const& named : getNamedImages(algorithm, kind)) {
+      VoxelTypes const type = named.image->getVoxelType();
+      text << ' ' << named.name << " of " << helper::getNameOf(type)
+           << (named.image->getInterpretation() == cBinary ? " (binary)" : "");
+    }
+  constexpr int cSSE41Level = 80;
+  int const level = devices::Cpu::getDevice()->getSSELevel();
+  if (level < cSSE41Level) text << "; the processor's level " << level << " is below SSE4.1";
+  return text.str();
+}
+
+}  // namespace
+
+std::vector<ImageModel const*> getImages(BaseAlgorithm const& algorithm, PropertyKinds kind) {
+  std::vector<ImageModel const*> images;
+  for (NamedImage const& named : getNamedImages(algorithm, kind)) images.push_back(named.image);
+  return images;
+}
+
+void checkProperties(BaseAlgorithm const& algorithm) {
+  for (PropertyBase const* property : algorithm.getProperties())
+    if (!property->isSet()) PXL_RAISE(InvalidCall, nameOf(algorithm) + ": " + property->getName() + " isn't set");
+  auto const inputs = getNamedImages(algorithm, PropertyKinds::cInputImage);
+  for (NamedImage const& input : inputs) checkSizes(algorithm, inputs.front(), input);
+  for (NamedImage const& output : getNamedImages(algorithm, PropertyKinds::cOutputImage)) {
+    checkSizes(algorithm, inputs.front(), output);
+    access::VoxelSource const target = output.image->getSource();
+    if (!target.isWritable) PXL_RAISE(InvalidCall, nameOf(algorithm) + ": " + output.name + " is read-only");
+    for (NamedImage const& input : inputs)
+      if (access::getOverlap(input.image->getSource(), target) == access::Overlaps::cPartial)
+        PXL_RAISE(InvalidCall, nameOf(algorithm) + ": " + output.name + " overlaps " + input.name + " in part");
+  }
+  if (algorithm.hasProcessingRegion()) checkRegion(algorithm, *inputs.front().image);
+}
+
+Runnable* chooseRunner(BaseAlgorithm& algorithm) {
+  Runnable* chosen = nullptr;
+  auto const runners = algorithm.getAlgoInfo()->getRunners();
+  for (Runnable* runner : runners)
+    if (runner->isRunnable(&algorithm) && (!chosen || runner->getOptimType() > chosen->getOptimType()))
+      chosen = runner;
+  if (!chosen) PXL_RAISE(RuntimeError, explainRefusal(algorithm, runners.size()));
+  return chosen;
+}
+
+}  // namespace pxl

@@ -1,0 +1,69 @@
+#include "pxl/Settings.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <optional>
+
+#include "instrument/Instrument.h"
+
+namespace pxl {
+namespace {
+
+std::optional<bool> parseBool(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
+  for (char const* name : {"true", "1", "on", "yes"})
+    if (text == name) return true;
+  for (char const* name : {"false", "0", "off", "no"})
+    if (text == name) return false;
+  return std::nullopt;
+}
+
+}  // namespace
+
+Settings::Settings() = default;
+Settings::~Settings() = default;
+
+void Settings::setValue(String const& name, String const& value) {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  m_values[name.str()] = value.str();
+}
+
+void Settings::clearValue(String const& name) {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  m_values.erase(name.str());
+}
+
+String Settings::getValueAsString(String const& name, String const& defaultValue) const {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  auto const found = m_values.find(name.str());
+  return found == m_values.end() ? defaultValue : String(found->second);
+}
+
+bool Settings::getValueAsBool(String const& name, bool defaultValue) const {
+  bool value = parseBool(getValueAsString(name, "").str()).value_or(defaultValue);
+  PXL_PROBE(onSetting(name.c_str(), value));
+  return value;
+}
+
+unsigned long Settings::getValueAsUnsignedLong(String const& name, unsigned long defaultValue) const {
+  std::string const text = getValueAsString(name, "").str();
+  unsigned long value = 0;
+  auto const result = std::from_chars(text.data(), text.data() + text.size(), value);
+  bool const isWhole = result.ec == std::errc() && result.ptr == text.data() + text.size();
+  return isWhole && !text.empty() ? value : defaultValue;
+}
+
+std::vector<Settings::Description> const& Settings::getDescriptions() {
+  static std::vector<Description> const descriptions{
+      {"PXL_MAX_EXTRA_MEMORY", "bytes",
+       "memory that a run may take beyond its images, unless set for the run; default half of what is free"}};
+  return descriptions;
+}
+
+Settings& globalSettings() {
+  static Settings settings;
+  return settings;
+}
+
+}  // namespace pxl

@@ -1,0 +1,150 @@
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "Raise.h"
+#include "access/Storages.h"
+
+namespace pxl::access {
+namespace {
+
+[[noreturn]] void raiseSystemError(std::string const& path, char const* what, int error) {
+  PXL_RAISE(RuntimeError, path + ": " + what + ": " + std::strerror(error));
+}
+
+// Owns a descriptor until it is released.
+class FileDescriptor : private Noncopyable {
+ public:
+  explicit FileDescriptor(int file) : m_file(file) {}
+  ~FileDescriptor() {
+    if (m_file >= 0) ::close(m_file);
+  }
+  int get() const { return m_file; }
+  int release() {
+    int const file = m_file;
+    m_file = -1;
+    return file;
+  }
+
+ private:
+  int m_file;
+};
+
+// Opens without ever waiting for the other end of a pipe.
+int openFile(std::string const& path, FileModes mode) {
+  int const flags = mode == FileModes::cReadOnly    ? O_RDONLY
+                    : mode == FileModes::cReadWrite ? O_RDWR
+                                                    : O_RDWR | O_CREAT | O_EXCL;
+  int const file = ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0666);
+  if (file < 0) raiseSystemError(path, "can't be opened", errno);
+  return file;
+}
+
+void checkFile(std::string const& path, int file, unsigned long offset, unsigned long bytes, StorageKey& key) {
+  struct stat status;
+  if (::fstat(file, &status) != 0) raiseSystemError(path, "can't be examined", errno);
+  if (!S_ISREG(status.st_mode)) PXL_RAISE(RuntimeError, path + ": isn't a regular file");
+  if (offset > static_cast<unsigned long>(status.st_size) ||
+      bytes > static_cast<unsigned long>(status.st_size) - offset)
+    PXL_RAISE(RuntimeError, path + ": holds fewer bytes than the image needs");
+  key.space[0] = status.st_dev;
+  key.space[1] = status.st_ino;
+  key.origin = offset;
+}
+
+void reserve(std::string const& path, int file, unsigned long offset, unsigned long bytes) {
+  if (offset > (1UL << 62)) PXL_RAISE(InvalidCall, path + ": the offset is too large");
+  if (offset + bytes == 0) return;
+  int const error = ::posix_fallocate(file, 0, static_cast<off_t>(offset + bytes));
+  if (error == 0) return;
+  ::unlink(path.c_str());
+  raiseSystemError(path, "space can't be reserved", error);
+}
+
+// Moves `bytes` by `transfer` (pread or pwrite), however many calls it takes; false when the file ends or fails.
+template <class Transfer, class Pointer>
+bool transferAll(Transfer transfer, int file, Pointer data, unsigned long bytes, long offset) {
+  while (bytes > 0) {
+    ssize_t const done = transfer(file, data, bytes, offset);
+    if (done < 0 && errno == EINTR) continue;
+    if (done == 0) errno = EIO;
+    if (done <= 0) return false;
+    data += done;
+    offset += done;
+    bytes -= static_cast<unsigned long>(done);
+  }
+  return true;
+}
+
+}  // namespace
+
+FileStorage::FileStorage(VoxelTypes type, ImageSizes const& sizes, std::string const& path, FileModes mode,
+                         unsigned long offset)
+    : VoxelStorage(type, PlainSizes(sizes).values),
+      m_key(),
+      m_file(-1),
+      m_isWritable(mode != FileModes::cReadOnly),
+      m_path(path) {
+  unsigned long const bytes = checkLimits(type, sizes);
+  FileDescriptor file(openFile(path, mode));
+  if (mode == FileModes::cCreate) reserve(path, file.get(), offset, bytes);
+  checkFile(path, file.get(), offset, bytes, m_key);
+  m_key.access = m_isWritable ? 2 : 1;
+  setKeyStrides(m_key, sizes, getPackedStrides(type, sizes));
+  m_file = file.release();
+}
+
+FileStorage::~FileStorage() { ::close(m_file); }
+
+long FileStorage::offsetOf(unsigned long const (&position)[cNbComponents]) const {
+  long offset = static_cast<long>(m_key.origin);
+  for (int i = 0; i < cNbComponents; ++i) offset += static_cast<long>(position[i]) * m_key.strides[i];
+  return offset;
+}
+
+void FileStorage::readRun(void* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) const {
+  unsigned long const bytes = count * helper::getSizeOf(getVoxelType());
+  if (!transferAll(::pread, m_file, static_cast<char*>(voxels), bytes, offsetOf(position)))
+    raiseSystemError(m_path, "can't be read", errno);
+}
+
+bool FileStorage::writeRun(void const* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) {
+  unsigned long const bytes = count * helper::getSizeOf(getVoxelType());
+  return transferAll(::pwrite, m_file, static_cast<char const*>(voxels), bytes, offsetOf(position));
+}
+
+std::shared_ptr<void> allocateVoxels(unsigned long bytes) {
+  constexpr unsigned long cSmall = 1UL << 20;
+  constexpr unsigned long cAlignment = 64;
+  if (bytes < cSmall) {
+    unsigned long const rounded = (bytes / cAlignment + 1) * cAlignment;
+    void* const memory = std::aligned_alloc(cAlignment, rounded);
+    if (!memory) throw std::bad_alloc();
+    std::memset(memory, 0, rounded);
+    return std::shared_ptr<void>(memory, std::free);
+  }
+  void* const memory = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (memory == MAP_FAILED) throw std::bad_alloc();
+  ::madvise(memory, bytes, MADV_HUGEPAGE);
+  return std::shared_ptr<void>(memory, [bytes](void* pages) { ::munmap(pages, bytes); });
+}
+
+std::shared_ptr<void> mapFile(std::string const& path, unsigned long bytes, unsigned long offset, StorageKey& key) {
+  FileDescriptor const file(openFile(path, FileModes::cReadOnly));
+  checkFile(path, file.get(), offset, bytes, key);
+  if (bytes == 0) return allocateVoxels(0);
+  unsigned long const shift = offset % static_cast<unsigned long>(::sysconf(_SC_PAGESIZE));
+  void* const pages =
+      ::mmap(nullptr, bytes + shift, PROT_READ, MAP_SHARED, file.get(), static_cast<off_t>(offset - shift));
+  if (pages == MAP_FAILED) raiseSystemError(path, "can't be mapped", errno);
+  std::shared_ptr<void> const mapping(pages, [bytes, shift](void* start) { ::munmap(start, bytes + shift); });
+  return std::shared_ptr<void>(mapping, static_cast<char*>(pages) + shift);
+}
+
+}  // namespace pxl::access

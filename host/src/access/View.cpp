@@ -1,0 +1,120 @@
+#include "pxl/access/View.h"
+
+#include "Core/private/Access/RowCache.h"
+#include "Raise.h"
+#include "access/ViewInterfaces.h"
+#include "instrument/Instrument.h"
+#include "pxl/ImageModel.h"
+
+namespace pxl::access {
+namespace {
+
+// A small number for each thread, so that neighbouring threads use different shares of a view's border condition.
+std::size_t getThreadNumber() {
+  static std::atomic<std::size_t> nextNumber{0};
+  thread_local std::size_t const number = nextNumber.fetch_add(1, std::memory_order_relaxed);
+  return number;
+}
+
+}  // namespace
+
+template <class T, class A>
+struct alignas(64) View<T, A>::BorderShare {
+  explicit BorderShare(std::shared_ptr<BorderCondition<T>> const& border) {
+    auto owner = std::make_shared<std::shared_ptr<BorderCondition<T>>>(border);
+    share = std::shared_ptr<BorderCondition<T>>(owner, border.get());
+  }
+  std::shared_ptr<BorderCondition<T>> share;
+};
+
+template <class T, class A>
+std::shared_ptr<View<T, A>> View<T, A>::make(ImageModel const* image, std::shared_ptr<BorderCondition<T>> border) {
+  if (!image) PXL_RAISE(InvalidCall, "a view needs an image");
+  if (!border) PXL_RAISE(InvalidCall, "a view needs a border condition");
+  PXL_PROBE(onViewNew(image, border.get(), helper::DataTypeToVoxelTypeEnum<T>::cVoxelType));
+  return std::shared_ptr<View>(new View(getViewInterface<T>(image->getSource()), std::move(border)));
+}
+
+template <class T, class A>
+std::shared_ptr<View<T, A> const> View<T, A>::New(ImageModel const* image,
+                                                  std::shared_ptr<BorderCondition<T>> border) {
+  return make(image, std::move(border));
+}
+
+template <class T, class A>
+std::shared_ptr<View<T, A>> View<T, A>::New(ImageModel* image, std::shared_ptr<BorderCondition<T>> border) {
+  if (image && !image->getSource().isWritable) PXL_RAISE(InvalidCall, "the image is read-only");
+  return make(image, std::move(border));
+}
+
+template <class T, class A>
+View<T, A>::View(std::shared_ptr<ViewInterface<T>> viewInterface, std::shared_ptr<BorderCondition<T>> border)
+    : nbRows(static_cast<unsigned long>(viewInterface->nbRows)),
+      nbCols(static_cast<unsigned long>(viewInterface->nbCols)),
+      nbPlans(static_cast<unsigned long>(viewInterface->nbPlans)),
+      nbSequence(static_cast<unsigned long>(viewInterface->nbSequence)),
+      nbSpectralSeries(static_cast<unsigned long>(viewInterface->nbSpectralSeries)),
+      m_interface(std::move(viewInterface)),
+      m_border(std::move(border)),
+      m_shares() {}
+
+template <class T, class A>
+View<T, A>::~View() {
+  PXL_PROBE(onViewDelete(this));
+  for (auto& share : m_shares) delete share.load(std::memory_order_relaxed);
+}
+
+template <class T, class A>
+Region View<T, A>::getLargestPossibleRegion() const {
+  return Region(0, m_interface->nbRows, 0, m_interface->nbCols, 0, m_interface->nbPlans, 0, m_interface->nbSequence,
+                0, m_interface->nbSpectralSeries);
+}
+
+template <class T, class A>
+VoxelTypes View<T, A>::getVoxelType() const {
+  return helper::DataTypeToVoxelTypeEnum<T>::cVoxelType;
+}
+
+template <class T, class A>
+std::shared_ptr<BorderCondition<T>> const& View<T, A>::borderOfThread() const {
+  std::atomic<BorderShare*>& slot = m_shares[getThreadNumber() % cNbShares];
+  BorderShare* share = slot.load(std::memory_order_acquire);
+  if (!share) {
+    auto made = std::make_unique<BorderShare>(m_border);
+    if (slot.compare_exchange_strong(share, made.get(), std::memory_order_acq_rel)) share = made.release();
+  }
+  return share->share;
+}
+
+template <class T, class A>
+std::shared_ptr<BorderCondition<T> const> View<T, A>::getBorderCondition() const {
+  return borderOfThread();
+}
+
+template <class T, class A>
+std::shared_ptr<BorderCondition<T>> View<T, A>::getBorderCondition() {
+  return borderOfThread();
+}
+
+template <class T, class A>
+ViewInterface<T>* View<T, A>::getInterface() const {
+  return m_interface.get();
+}
+
+template <class T, class A>
+std::shared_ptr<RowCacheRead<View<T, A>, A>> View<T, A>::createRowCacheRead(unsigned long count) const {
+  PXL_PROBE(onCreateCache("createRowCacheRead", count));
+  return std::make_shared<RowCacheRead<View, A>>(this, count, 0);
+}
+
+template <class T, class A>
+std::shared_ptr<PlanCacheRead<View<T, A>, A>> View<T, A>::createPlanCacheRead(unsigned long count) const {
+  PXL_PROBE(onCreateCache("createPlanCacheRead", count));
+  return std::make_shared<PlanCacheRead<View, A>>(this, count);
+}
+
+#define PXL_INSTANTIATE(T) template class View<T, SimdVec::AlignedAllocator<T, 16>>;
+PXL_FOR_EACH_VOXEL_TYPE(PXL_INSTANTIATE)
+#undef PXL_INSTANTIATE
+
+}  // namespace pxl::access

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "Core/private/Helper/RunnerTests.h"
+#include "Core/private/Helper/safe_cast.h"
+#include "Core/private/TmplDispatch/Visitor1Args.h"
+#include "pxl/ImageModel.h"
+#include "pxl/Runnable.h"
+#include "pxl/morphology/Morphology.h"
+
+namespace pxl::morphology {
+
+/** The largest number of iterations that a runner takes on a binary image, for one neighbourhood. */
+struct IterationLimit {
+  int neighborhood;
+  unsigned int maxNbIterations;
+};
+
+/** The limits of an operator. Each is a number of its own; a neighbourhood without a row has none. */
+template <class Algo>
+constexpr IterationLimit cIterationLimits[] = {};
+template <>
+inline constexpr IterationLimit cIterationLimits<Dilation2d>[] = {{0, 41}, {1, 34}};
+template <>
+inline constexpr IterationLimit cIterationLimits<Erosion2d>[] = {{0, 50}, {1, 37}};
+template <>
+inline constexpr IterationLimit cIterationLimits<Dilation3d>[] = {{0, 64}, {1, 47}, {2, 70}};
+template <>
+inline constexpr IterationLimit cIterationLimits<Erosion3d>[] = {{0, 97}, {1, 66}, {2, 121}};
+
+/** Casts the algorithm, and reaches `Dispatcher::run<T>` by the voxel type of its input image. */
+template <class Algo, class Dispatcher>
+void dispatchOnInput(BaseAlgorithm* algorithm) {
+  Algo* const concrete = helper::safe_cast<Algo*>(algorithm);
+  int const type = concrete->inputImage.get()->getVoxelType();
+  tmpl_dispatch::Visitor1Args<tmpl_dispatch::AllTypes, Dispatcher, Algo*>()(type, concrete);
+}
+
+/** What the runners of Dilation2d, Erosion2d, Dilation3d and Erosion3d accept. The output image plays no part. */
+template <class Algo>
+bool isIteratedRunnable(BaseAlgorithm* algorithm) {
+  Algo* const concrete = dynamic_cast<Algo*>(algorithm);
+  ImageModel const* const image = concrete->inputImage;
+  int const type = image->getVoxelType();
+  if (image->getInterpretation() == cBinary)
+    for (IterationLimit const& limit : cIterationLimits<Algo>)
+      if (concrete->neighborhood == limit.neighborhood && concrete->numberOfIterations > limit.maxNbIterations)
+        return false;
+  return helper::hasSSE() && helper::isKernelVoxelType(type) && helper::hasSSE41Level();
+}
+
+/** The runner of the ten operators with a shape: they need an output of the input's type. */
+template <class Algo, class Dispatcher>
+class SSE41OneTypeMinMaxRunner final : public Runnable {
+ public:
+  void run(BaseAlgorithm* algorithm) const override { dispatchOnInput<Algo, Dispatcher>(algorithm); }
+
+  bool isRunnable(BaseAlgorithm* algorithm) const override {
+    Algo* const concrete = dynamic_cast<Algo*>(algorithm);
+    int const type = concrete->inputImage.get()->getVoxelType();
+    return type == concrete->outputImage.get()->getVoxelType() && helper::hasSSE() &&
+           helper::isKernelVoxelType(type) && helper::hasSSE41Level();
+  }
+
+  int getOptimType() const override { return helper::cOptimType; }
+};
+
+}  // namespace pxl::morphology
