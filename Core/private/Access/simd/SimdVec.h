@@ -15,7 +15,7 @@ struct arch_128_tag {};
 
 /**
  * Operations on vectors of T: the type `Vector`, the number of lanes `cNbLanes`, unaligned `load` and `store`,
- * lane-wise `min` and `max`, `broadcast` of a scalar, and `extract<lane>`.
+ * lane-wise `min` and `max`, for real types `add`, `broadcast` of a scalar, and `extract<lane>`.
  *
  * min and max of real types give the second operand where either is NaN or both are zero.
  */
@@ -104,6 +104,7 @@ struct Simd<float> {
   static void store(float* voxels, Vector v) { _mm_storeu_ps(voxels, v); }
   static Vector min(Vector a, Vector b) { return _mm_min_ps(a, b); }
   static Vector max(Vector a, Vector b) { return _mm_max_ps(a, b); }
+  static Vector add(Vector a, Vector b) { return _mm_add_ps(a, b); }
   static Vector broadcast(float value) {
     Vector const v = _mm_load_ss(&value);
     return _mm_shuffle_ps(v, v, 0);
@@ -125,6 +126,7 @@ struct Simd<double> {
   static void store(double* voxels, Vector v) { _mm_storeu_pd(voxels, v); }
   static Vector min(Vector a, Vector b) { return _mm_min_pd(a, b); }
   static Vector max(Vector a, Vector b) { return _mm_max_pd(a, b); }
+  static Vector add(Vector a, Vector b) { return _mm_add_pd(a, b); }
   static Vector broadcast(double value) { return _mm_loaddup_pd(&value); }
   template <int Lane>
   static double extract(Vector v) {

@@ -1,0 +1,8 @@
+#pragma once
+
+/** The benchmarks of each operator; main() registers them all. */
+namespace bench {
+
+void addIntensityExtrema();
+
+}  // namespace bench

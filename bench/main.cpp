@@ -1,0 +1,16 @@
+#include <benchmark/benchmark.h>
+#include <tbb/global_control.h>
+
+#include "Benchmarks.h"
+#include "pxl/Plugins.h"
+
+int main(int argc, char** argv) {
+  // Workers for the largest arena; switching the limit between benchmarks would leave some short of them.
+  tbb::global_control const workers(tbb::global_control::max_allowed_parallelism, 16);
+  pxl::plugins::load(PXLWORKS_PLUGIN_PATH);
+  bench::addIntensityExtrema();
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}

@@ -1,0 +1,98 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "instrument/Probe.h"
+
+namespace pxl::instrument {
+
+/** One call of the host. */
+struct Event {
+  std::string name;  ///< the operation, such as "readRowAt"
+  void const* object;
+  std::vector<long> values;  ///< its numbers, in the order of the operation's arguments
+  std::thread::id thread;
+  std::string text;  ///< the name of a property, setting or class
+};
+
+/**
+ * The probe of most tests: is active while it lives, keeps a trace of every call, and gives the answers that a test
+ * sets. Settings are made before the run; the trace is read after it.
+ */
+class Recorder : public Probe {
+ public:
+  Recorder();
+  ~Recorder() override;
+
+  std::vector<Event> getTrace() const;
+  std::vector<Event> getTrace(std::string const& name) const;
+  /** The names of the trace, without those in `except`. */
+  std::vector<std::string> getNames(std::vector<std::string> const& except = {}) const;
+  unsigned long count(std::string const& name) const;
+  void clear();
+  /** Tracing costs a lock for each call; large runs do without. */
+  bool isTracing = true;
+
+  std::optional<AbstractPartitionerPolicy::PartitionerGrainSizes> grains;
+  std::optional<bool> hasSSE;
+  std::optional<int> sseLevel;
+  std::optional<unsigned long> extraMemory;
+  std::optional<bool> isOnDisk;
+  std::optional<bool> setting;
+  /** Called in each read or write of a row; may cancel, throw, wait or look around. Returning false fails a write. */
+  std::function<void(Event const&)> onRead;
+  std::function<bool(Event const&)> onWrite;
+  std::function<void(PropertyBase const&)> onProperty;
+  std::function<unsigned long(VoxelTypes, unsigned long)> sizeOf;
+  std::function<AlgoInfo*(std::string const&, AlgoInfo*)> classInfo;
+
+  /** Living objects of the host, made while this recorder was active. */
+  long nbViews() const { return m_nbViews; }
+  long nbBorders() const { return m_nbBorders; }
+  long nbFrames() const { return m_nbFrames; }
+
+  void onReadRow(void const* viewInterface, void const* voxels, long count, long col, long row, long plan,
+                 long sequence, long spectralSeries) override;
+  void onWriteRow(void const* viewInterface, void const* voxels, long count, long col, long row, long plan,
+                  long sequence, long spectralSeries, bool& isStored) override;
+  void onViewNew(ImageModel const* image, void const* border, VoxelTypes type) override;
+  void onViewDelete(void const* view) override;
+  void onBorderNew(void const* border) override;
+  void onBorderDelete(void const* border) override;
+  void onCreateCache(char const* operation, unsigned long count) override;
+  void onFrameNew(void const* frame) override;
+  void onFrameDelete(void const* frame) override;
+  void onRunChild(void const* parent, void const* child) override;
+  void onSetNumberOfSteps(void const* frame, unsigned long count) override;
+  void onSetMaxProgress(void const* frame, unsigned long count) override;
+  void onGrains(void const* frame, AbstractPartitionerPolicy::PartitionerGrainSizes& sizes) override;
+  void onPropertyRead(PropertyBase const& property) override;
+  void onPropertyWrite(PropertyBase const& property) override;
+  void onMeasureResize(void const* array) override;
+  void onSetting(char const* name, bool& value) override;
+  void onHasImageOnDisk(bool& value) override;
+  void onExtraMemory(unsigned long& bytes) override;
+  void onHasSSE(bool& value) override;
+  void onSSELevel(int& level) override;
+  void onSizeOf(VoxelTypes type, unsigned long& size) override;
+  void onClassInfo(char const* name, AlgoInfo*& record) override;
+  void onAddRunner(AlgoInfo* record, Runnable* runner) override;
+  void onRemoveRunner(AlgoInfo* record, Runnable* runner) override;
+
+ private:
+  Event record(std::string name, void const* object, std::vector<long> values, std::string text = {});
+
+  mutable std::mutex m_mutex;
+  std::vector<Event> m_trace;
+  std::atomic<long> m_nbViews{0};
+  std::atomic<long> m_nbBorders{0};
+  std::atomic<long> m_nbFrames{0};
+};
+
+}  // namespace pxl::instrument
