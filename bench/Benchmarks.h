@@ -4,5 +4,6 @@
 namespace bench {
 
 void addIntensityExtrema();
+void addMorphology2d();
 
 }  // namespace bench

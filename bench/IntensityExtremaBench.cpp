@@ -3,14 +3,12 @@
 
 #include <cstring>
 #include <limits>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "Benchmarks.h"
 #include "Core/private/Access/simd/SimdVec.h"
-#include "Paired.h"
-#include "pxl/Image.h"
+#include "Images.h"
 #include "pxl/analysis/IntensityExtrema.h"
 #ifdef PXLWORKS_HAVE_OPENCV
 #include <opencv2/core.hpp>
@@ -19,25 +17,10 @@
 namespace bench {
 namespace {
 
-using pxl::Image;
 using pxl::ImageSizes;
 
 template <class T>
-constexpr pxl::VoxelTypes cType = pxl::helper::DataTypeToVoxelTypeEnum<T>::cVoxelType;
-
-// Values that never fill the range of their type, or the operator would be done before it has read the image.
-template <class T>
-std::shared_ptr<Image> makeImage(ImageSizes const& sizes) {
-  auto image = Image::New(cType<T>, sizes);
-  T* const voxels = static_cast<T*>(image->getVoxels());
-  unsigned long const count = sizes[0] * sizes[1] * sizes[2];
-  std::mt19937 random(7);
-  for (unsigned long i = 0; i < count; ++i) voxels[i] = static_cast<T>(1 + random() % 250);
-  return image;
-}
-
-template <class T>
-Side makeOurs(std::shared_ptr<Image> image) {
+Side makeOurs(ImagePointer image) {
   return [image] {
     pxl::analysis::IntensityExtremaMsr measure;
     pxl::analysis::IntensityExtrema algorithm;
@@ -52,13 +35,10 @@ Side makeOurs(std::shared_ptr<Image> image) {
 template <class T, bool cHasCopy>
 class IdealScan {
  public:
-  explicit IdealScan(std::shared_ptr<Image> image)
-      : m_image(image),
-        m_nbCols(static_cast<long>(image->getNumOf(pxl::cColumns))),
-        m_nbRows(static_cast<long>(image->getNumOf(pxl::cRows) * image->getNumOf(pxl::cPlans))) {}
+  explicit IdealScan(ImagePointer image) : m_image(image), m_nbCols(countCols(image)), m_nbRows(countRows(image)) {}
 
   void operator()() const {
-    T const* const voxels = static_cast<T const*>(static_cast<Image const&>(*m_image).getVoxels());
+    T const* const voxels = getVoxels<T>(m_image);
     Extrema const result = tbb::parallel_reduce(
         tbb::blocked_range<long>(0, m_nbRows, 8), Extrema(),
         [&](tbb::blocked_range<long> const& rows, Extrema extrema) {
@@ -106,27 +86,17 @@ class IdealScan {
     });
   }
 
-  std::shared_ptr<Image> m_image;
+  ImagePointer m_image;
   long m_nbCols;
   long m_nbRows;
   mutable volatile bool m_sink = false;
 };
 
-template <class T>
-Side makeCopy(std::shared_ptr<Image> image) {
-  auto target = std::make_shared<std::vector<T>>(image->getNumOf(pxl::cColumns) * image->getNumOf(pxl::cRows) *
-                                                 image->getNumOf(pxl::cPlans));
-  return [image, target] {
-    std::memcpy(target->data(), static_cast<Image const&>(*image).getVoxels(), target->size() * sizeof(T));
-  };
-}
-
 #ifdef PXLWORKS_HAVE_OPENCV
 template <class T>
-Side makeOpenCv(std::shared_ptr<Image> image) {
-  int const rows = static_cast<int>(image->getNumOf(pxl::cRows) * image->getNumOf(pxl::cPlans));
-  int const cols = static_cast<int>(image->getNumOf(pxl::cColumns));
-  cv::Mat const mat(rows, cols, cv::traits::Type<T>::value, image->getVoxels());
+Side makeOpenCv(ImagePointer image) {
+  cv::Mat const mat(static_cast<int>(countRows(image)), static_cast<int>(countCols(image)),
+                    cv::traits::Type<T>::value, image->getVoxels());
   return [image, mat] {
     double low, high;
     cv::minMaxLoc(mat, &low, &high);
@@ -138,14 +108,14 @@ template <class T>
 void addType(char const* type, char const* size, ImageSizes const& sizes) {
   for (int nbThreads : {1, 2}) {
     std::string const prefix = std::string("IntensityExtrema/") + type + "/" + size + "/by_";
-    auto const add = [&](char const* peer, Side (*makeTheirs)(std::shared_ptr<Image>)) {
+    auto const add = [&](char const* peer, Side (*makeTheirs)(ImagePointer)) {
       addPair(prefix + peer, nbThreads, [sizes, makeTheirs] {
         auto image = makeImage<T>(sizes);
         return Pair{makeOurs<T>(image), makeTheirs(image)};
       });
     };
-    add("copy_ceiling", [](std::shared_ptr<Image> image) { return Side(IdealScan<T, true>(image)); });
-    add("scan_without_copy", [](std::shared_ptr<Image> image) { return Side(IdealScan<T, false>(image)); });
+    add("copy_ceiling", [](ImagePointer image) { return Side(IdealScan<T, true>(image)); });
+    add("scan_without_copy", [](ImagePointer image) { return Side(IdealScan<T, false>(image)); });
     add("memcpy", makeCopy<T>);
 #ifdef PXLWORKS_HAVE_OPENCV
     add("opencv_minMaxLoc", makeOpenCv<T>);

@@ -79,6 +79,11 @@ std::shared_ptr<Image> Image::OnMappedFile(std::string const& path, VoxelTypes t
   return std::shared_ptr<Image>(new Image(std::move(storage), false, interpretation));
 }
 
+std::shared_ptr<Image> Image::OnStorage(std::shared_ptr<VoxelStorage> storage, int interpretation) {
+  if (!storage) PXL_RAISE(InvalidCall, "an image needs a storage");
+  return std::shared_ptr<Image>(new Image(std::move(storage), false, interpretation));
+}
+
 unsigned long Image::getNumOf(Components const& component) const { return m_storage->getSizes()[component]; }
 VoxelTypes Image::getVoxelType() const { return m_storage->getVoxelType(); }
 int Image::getInterpretation() const { return m_interpretation; }

@@ -20,6 +20,11 @@ void Probe::onViewDelete(void const*) {}
 void Probe::onBorderNew(void const*) {}
 void Probe::onBorderDelete(void const*) {}
 void Probe::onCreateCache(char const*, unsigned long) {}
+void Probe::onTemporize(void const*, long, long, long, long, long, long) {}
+void Probe::onWriteAllTemporized(void const*) {}
+void Probe::onTemporaryNew(int, bool&) {}
+void Probe::onTemporaryDelete(void const*) {}
+void Probe::onReserve(VoxelTypes, unsigned long, unsigned long, unsigned long, unsigned long, unsigned long, bool&) {}
 void Probe::onFrameNew(void const*) {}
 void Probe::onFrameDelete(void const*) {}
 void Probe::onRunChild(void const*, void const*) {}

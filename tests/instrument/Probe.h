@@ -13,8 +13,9 @@ class Runnable;
 namespace instrument {
 
 /**
- * Watches the calls of the host core, and changes some of its answers. Derive from it and make it active with setProbe().
- * Operations are called on whichever thread makes the call, before the host acts; references may be changed.
+ * Watches the calls of the host core, and changes some of its answers. Derive from it and make it active with
+ * setProbe(). Operations are called on whichever thread makes the call, before the host acts; references may be
+ * changed.
  */
 class __attribute__((visibility("default"))) Probe {
  public:
@@ -29,6 +30,13 @@ class __attribute__((visibility("default"))) Probe {
   virtual void onBorderNew(void const* border);
   virtual void onBorderDelete(void const* border);
   virtual void onCreateCache(char const* operation, unsigned long count);
+  virtual void onTemporize(void const* viewInterface, long count, long col, long row, long plan, long sequence,
+                           long spectralSeries);
+  virtual void onWriteAllTemporized(void const* viewInterface);
+  virtual void onTemporaryNew(int location, bool& isMade);
+  virtual void onTemporaryDelete(void const* temporary);
+  virtual void onReserve(VoxelTypes type, unsigned long cols, unsigned long rows, unsigned long plans,
+                         unsigned long sequence, unsigned long spectralSeries, bool& isGranted);
 
   virtual void onFrameNew(void const* frame);
   virtual void onFrameDelete(void const* frame);

@@ -73,6 +73,27 @@ void Recorder::onCreateCache(char const* operation, unsigned long count) {
   record(operation, nullptr, {static_cast<long>(count)});
 }
 
+void Recorder::onTemporize(void const* viewInterface, long count, long col, long row, long plan, long sequence,
+                           long spectralSeries) {
+  if (isTracing) record("temporizeRowWriting", viewInterface, {count, col, row, plan, sequence, spectralSeries});
+}
+void Recorder::onWriteAllTemporized(void const* viewInterface) {
+  record("writeAllTemporizedRows", viewInterface, {});
+}
+void Recorder::onTemporaryNew(int location, bool& isMade) {
+  if (isTemporaryMade) isMade = *isTemporaryMade;
+  if (isMade) ++m_nbTemporaries;
+  record("TemporaryImage::New", nullptr, {location});
+}
+void Recorder::onTemporaryDelete(void const*) { --m_nbTemporaries; }
+void Recorder::onReserve(VoxelTypes type, unsigned long cols, unsigned long rows, unsigned long plans,
+                         unsigned long sequence, unsigned long spectralSeries, bool& isGranted) {
+  if (isReserveGranted) isGranted = *isReserveGranted;
+  auto const number = [](unsigned long value) { return static_cast<long>(value); };
+  record("reserve", nullptr,
+         {type, number(cols), number(rows), number(plans), number(sequence), number(spectralSeries)});
+}
+
 void Recorder::onFrameNew(void const*) { ++m_nbFrames; }
 void Recorder::onFrameDelete(void const*) { --m_nbFrames; }
 void Recorder::onRunChild(void const* parent, void const*) { record("runChildAlgo", parent, {}); }

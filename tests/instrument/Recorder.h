@@ -45,6 +45,8 @@ class Recorder : public Probe {
   std::optional<unsigned long> extraMemory;
   std::optional<bool> isOnDisk;
   std::optional<bool> setting;
+  std::optional<bool> isTemporaryMade;
+  std::optional<bool> isReserveGranted;
   /** Called in each read or write of a row; may cancel, throw, wait or look around. Returning false fails a write. */
   std::function<void(Event const&)> onRead;
   std::function<bool(Event const&)> onWrite;
@@ -56,6 +58,7 @@ class Recorder : public Probe {
   long nbViews() const { return m_nbViews; }
   long nbBorders() const { return m_nbBorders; }
   long nbFrames() const { return m_nbFrames; }
+  long nbTemporaries() const { return m_nbTemporaries; }
 
   void onReadRow(void const* viewInterface, void const* voxels, long count, long col, long row, long plan,
                  long sequence, long spectralSeries) override;
@@ -66,6 +69,13 @@ class Recorder : public Probe {
   void onBorderNew(void const* border) override;
   void onBorderDelete(void const* border) override;
   void onCreateCache(char const* operation, unsigned long count) override;
+  void onTemporize(void const* viewInterface, long count, long col, long row, long plan, long sequence,
+                   long spectralSeries) override;
+  void onWriteAllTemporized(void const* viewInterface) override;
+  void onTemporaryNew(int location, bool& isMade) override;
+  void onTemporaryDelete(void const* temporary) override;
+  void onReserve(VoxelTypes type, unsigned long cols, unsigned long rows, unsigned long plans, unsigned long sequence,
+                 unsigned long spectralSeries, bool& isGranted) override;
   void onFrameNew(void const* frame) override;
   void onFrameDelete(void const* frame) override;
   void onRunChild(void const* parent, void const* child) override;
@@ -93,6 +103,7 @@ class Recorder : public Probe {
   std::atomic<long> m_nbViews{0};
   std::atomic<long> m_nbBorders{0};
   std::atomic<long> m_nbFrames{0};
+  std::atomic<long> m_nbTemporaries{0};
 };
 
 }  // namespace pxl::instrument

@@ -7,12 +7,16 @@
 #include "Core/private/Access/Rows.h"
 #include "pxl/access/View.h"
 
+/**
+ * Sets of private row buffers. They keep in each slot what they were told to put there and decide nothing: a fetch
+ * always reads. For one thread at a time; a cache must not outlive its view.
+ *
+ * `slot` and `nbVoxels` name the buffer and its length from now on; offsets are relative to the block's begin in
+ * their dimension, and any resulting coordinate may lie beyond the image.
+ */
 namespace pxl::access {
 
-/**
- * A set of row buffers that are filled through the border condition of a view. Keeps in each slot what it was told to
- * put there and decides nothing: a fetch always reads. For one thread at a time; must not outlive the view.
- */
+/** Rows that are read, through the border condition of the view. */
 template <class V, class A>
 class RowCacheRead : private Noncopyable {
  public:
@@ -21,10 +25,10 @@ class RowCacheRead : private Noncopyable {
   /** `count` slots with empty buffers; `planSlot` is the slot of this cache in a plan cache. */
   RowCacheRead(V const* sourceView, unsigned long count, unsigned long planSlot);
 
-  /**
-   * Fills the row of `slot` with `nbVoxels` voxels, the first of which is at the block's begin plus the offsets in
-   * each dimension. Any coordinate may lie beyond the image.
-   */
+  /** Makes the row of a slot anew, as those that the constructor made. */
+  void makeRow(unsigned long slot) { rows[slot] = std::make_shared<Row>(slot); }
+
+  /** Fills the row of a slot with the voxels at that place. */
   Row* fetchRowInBlock(unsigned long slot, unsigned long nbVoxels, Block const& block, long colOffset, long rowOffset,
                        long planOffset, long sequenceOffset, long spectralOffset) const;
 
@@ -35,7 +39,31 @@ class RowCacheRead : private Noncopyable {
   unsigned long const index;
 };
 
-/** A set of plans, each a cache of rows. */
+/** Rows that are written, see RowCacheRead. */
+template <class V, class A>
+class RowCacheReadWrite : private Noncopyable {
+ public:
+  using Row = OuputRow<V, A>;
+
+  RowCacheReadWrite(V* targetView, unsigned long count, unsigned long planSlot);
+
+  void makeRow(unsigned long slot) { rows[slot] = std::make_shared<Row>(slot, view); }
+
+  /** Places the row of a slot; its voxels are whatever they were. */
+  Row* getRowInBlock(unsigned long slot, unsigned long nbVoxels, Block const& block, long colOffset, long rowOffset,
+                     long planOffset, long sequenceOffset, long spectralOffset) const;
+  /** Places the row of a slot and reads the image's present voxels into it. */
+  Row* fetchRowInBlock(unsigned long slot, unsigned long nbVoxels, Block const& block, long colOffset, long rowOffset,
+                       long planOffset, long sequenceOffset, long spectralOffset) const;
+
+  std::vector<std::shared_ptr<Row>> rows;
+  unsigned long nbRowsInUse;
+  V* const view;
+  ViewInterface<typename V::VoxelType> const* const viewInterface;
+  unsigned long const index;
+};
+
+/** Plans that are read, each a cache of rows made on demand. */
 template <class V, class A>
 class PlanCacheRead : private Noncopyable {
  public:
@@ -43,13 +71,30 @@ class PlanCacheRead : private Noncopyable {
 
   PlanCacheRead(V const* sourceView, unsigned long count);
 
-  /** Fills rows 0 to `nbRows` - 1 of the plan of `slot` with rows of `nbVoxels` voxels; see fetchRowInBlock(). */
+  /** Fills rows 0 to `nbRows` - 1 of the plan of a slot; row i is at `rowOffset` + i. */
   Plan* fetchPlanInBlock(unsigned long slot, unsigned long nbVoxels, unsigned long nbRows, Block const& block,
                          long colOffset, long rowOffset, long planOffset, long sequenceOffset,
                          long spectralOffset) const;
 
   std::vector<std::shared_ptr<Plan>> plans;
   V const* const view;
+};
+
+/** Plans that are written, see PlanCacheRead. */
+template <class V, class A>
+class PlanCacheReadWrite : private Noncopyable {
+ public:
+  using Plan = RowCacheReadWrite<V, A>;
+
+  PlanCacheReadWrite(V* targetView, unsigned long count);
+
+  /** Places rows 0 to `nbRows` - 1 of the plan of a slot; nothing is read. */
+  Plan* getPlanInBlock(unsigned long slot, unsigned long nbVoxels, unsigned long nbRows, Block const& block,
+                       long colOffset, long rowOffset, long planOffset, long sequenceOffset,
+                       long spectralOffset) const;
+
+  std::vector<std::shared_ptr<Plan>> plans;
+  V* const view;
 };
 
 }  // namespace pxl::access

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "Core/private/Access/Block.h"
 #include "Core/private/Access/simd/AlignedAllocator.h"
 #include "pxl/Noncopyable.h"
 
@@ -25,4 +26,34 @@ class InputRow final : public BaseRow<V, A> {
   using BaseRow<V, A>::BaseRow;
 };
 
+/**
+ * A row to be written. It knows its absolute position, any coordinate of which may lie beyond the image; what lies
+ * beyond is never stored. A row that isn't passed to writeRow() is lost.
+ */
+template <class V, class A>
+class OuputRow final : public BaseRow<V, A> {
+ public:
+  OuputRow(unsigned long slot, V* outputView) : BaseRow<V, A>(slot), view(outputView) {}
+
+  /**
+   * Stores the row, but holds back what lies in the margins of the block until View::writeAllTemporizedRows(). A side
+   * of the block on the image's edge has no margin.
+   * @throws UnexpectedError the image can't be written
+   */
+  void writeRow(Block const& block, OverlapBorder const& overlap) const;
+  /** The same without margins: a row within its block, or one voxel beyond its end, is stored at once. */
+  void writeRow(Block const& block) const;
+  /** Stores what lies within the inclusive limits at once and holds back the rest, or stores all of it. */
+  void writeRow(bool temporize, long rowMin, long rowMax, long planMin, long planMax, long colMin, long colMax) const;
+
+  long col = 0;  ///< of the buffer's first voxel
+  long row = 0;
+  long plan = 0;
+  long sequence = 0;
+  long spectralSeries = 0;
+  V* const view;
+};
+
 }  // namespace pxl::access
+
+#include "Core/private/Access/Rows.impl"

@@ -12,4 +12,9 @@ struct FilterWithoutReductionTag {};
 /** A filter that yields a value. */
 struct FilterWithReductionTag {};
 
+/** A pass that reads the input image of a filter and writes another one. */
+struct InputToOutput {};
+/** A pass among the images that a filter writes, after which held-back rows are stored. */
+struct OutputToOutput {};
+
 }  // namespace pxl

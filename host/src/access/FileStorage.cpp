@@ -58,13 +58,9 @@ void checkFile(std::string const& path, int file, unsigned long offset, unsigned
   key.origin = offset;
 }
 
-void reserve(std::string const& path, int file, unsigned long offset, unsigned long bytes) {
-  if (offset > (1UL << 62)) PXL_RAISE(InvalidCall, path + ": the offset is too large");
-  if (offset + bytes == 0) return;
-  int const error = ::posix_fallocate(file, 0, static_cast<off_t>(offset + bytes));
-  if (error == 0) return;
-  ::unlink(path.c_str());
-  raiseSystemError(path, "space can't be reserved", error);
+// The error of the system, or 0. On a full disk this fails here, and no later write to the file does.
+int reserve(int file, unsigned long bytes) {
+  return bytes == 0 ? 0 : ::posix_fallocate(file, 0, static_cast<off_t>(bytes));
 }
 
 // Moves `bytes` by `transfer` (pread or pwrite), however many calls it takes; false when the file ends or fails.
@@ -93,11 +89,29 @@ FileStorage::FileStorage(VoxelTypes type, ImageSizes const& sizes, std::string c
       m_path(path) {
   unsigned long const bytes = checkLimits(type, sizes);
   FileDescriptor file(openFile(path, mode));
-  if (mode == FileModes::cCreate) reserve(path, file.get(), offset, bytes);
+  if (mode == FileModes::cCreate) {
+    if (offset > (1UL << 62)) PXL_RAISE(InvalidCall, path + ": the offset is too large");
+    if (int const error = reserve(file.get(), offset + bytes)) {
+      ::unlink(path.c_str());
+      raiseSystemError(path, "space can't be reserved", error);
+    }
+  }
   checkFile(path, file.get(), offset, bytes, m_key);
   m_key.access = m_isWritable ? 2 : 1;
   setKeyStrides(m_key, sizes, getPackedStrides(type, sizes));
   m_file = file.release();
+}
+
+FileStorage::FileStorage(VoxelTypes type, ImageSizes const& sizes, int file, std::string const& name)
+    : VoxelStorage(type, PlainSizes(sizes).values), m_key(), m_file(-1), m_isWritable(true), m_path(name) {
+  FileDescriptor owner(file);
+  unsigned long const bytes = checkLimits(type, sizes);
+  if (file < 0) raiseSystemError(name, "no file can be made", errno);
+  if (int const error = reserve(file, bytes)) raiseSystemError(name, "space can't be reserved", error);
+  checkFile(name, file, 0, bytes, m_key);
+  m_key.access = 2;
+  setKeyStrides(m_key, sizes, getPackedStrides(type, sizes));
+  m_file = owner.release();
 }
 
 FileStorage::~FileStorage() { ::close(m_file); }

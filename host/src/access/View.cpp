@@ -2,6 +2,7 @@
 
 #include "Core/private/Access/RowCache.h"
 #include "Raise.h"
+#include "access/HeldBackRows.h"
 #include "access/ViewInterfaces.h"
 #include "instrument/Instrument.h"
 #include "pxl/ImageModel.h"
@@ -28,27 +29,29 @@ struct alignas(64) View<T, A>::BorderShare {
 };
 
 template <class T, class A>
-std::shared_ptr<View<T, A>> View<T, A>::make(ImageModel const* image, std::shared_ptr<BorderCondition<T>> border) {
+std::shared_ptr<View<T, A>> View<T, A>::make(ImageModel const* image, std::shared_ptr<BorderCondition<T>> border,
+                                             bool isWritable) {
   if (!image) PXL_RAISE(InvalidCall, "a view needs an image");
   if (!border) PXL_RAISE(InvalidCall, "a view needs a border condition");
   PXL_PROBE(onViewNew(image, border.get(), helper::DataTypeToVoxelTypeEnum<T>::cVoxelType));
-  return std::shared_ptr<View>(new View(getViewInterface<T>(image->getSource()), std::move(border)));
+  return std::shared_ptr<View>(new View(getViewInterface<T>(image->getSource()), std::move(border), isWritable));
 }
 
 template <class T, class A>
 std::shared_ptr<View<T, A> const> View<T, A>::New(ImageModel const* image,
                                                   std::shared_ptr<BorderCondition<T>> border) {
-  return make(image, std::move(border));
+  return make(image, std::move(border), false);
 }
 
 template <class T, class A>
 std::shared_ptr<View<T, A>> View<T, A>::New(ImageModel* image, std::shared_ptr<BorderCondition<T>> border) {
   if (image && !image->getSource().isWritable) PXL_RAISE(InvalidCall, "the image is read-only");
-  return make(image, std::move(border));
+  return make(image, std::move(border), true);
 }
 
 template <class T, class A>
-View<T, A>::View(std::shared_ptr<ViewInterface<T>> viewInterface, std::shared_ptr<BorderCondition<T>> border)
+View<T, A>::View(std::shared_ptr<ViewInterface<T>> viewInterface, std::shared_ptr<BorderCondition<T>> border,
+                 bool isWritable)
     : nbRows(static_cast<unsigned long>(viewInterface->nbRows)),
       nbCols(static_cast<unsigned long>(viewInterface->nbCols)),
       nbPlans(static_cast<unsigned long>(viewInterface->nbPlans)),
@@ -56,7 +59,8 @@ View<T, A>::View(std::shared_ptr<ViewInterface<T>> viewInterface, std::shared_pt
       nbSpectralSeries(static_cast<unsigned long>(viewInterface->nbSpectralSeries)),
       m_interface(std::move(viewInterface)),
       m_border(std::move(border)),
-      m_shares() {}
+      m_shares(),
+      m_heldBack(isWritable ? std::make_unique<HeldBackRows<T>>() : nullptr) {}
 
 template <class T, class A>
 View<T, A>::~View() {
@@ -111,6 +115,38 @@ template <class T, class A>
 std::shared_ptr<PlanCacheRead<View<T, A>, A>> View<T, A>::createPlanCacheRead(unsigned long count) const {
   PXL_PROBE(onCreateCache("createPlanCacheRead", count));
   return std::make_shared<PlanCacheRead<View, A>>(this, count);
+}
+
+template <class T, class A>
+std::shared_ptr<RowCacheReadWrite<View<T, A>, A>> View<T, A>::createRowCacheReadWrite(unsigned long count) {
+  PXL_PROBE(onCreateCache("createRowCacheReadWrite", count));
+  return std::make_shared<RowCacheReadWrite<View, A>>(this, count, 0);
+}
+
+template <class T, class A>
+std::shared_ptr<PlanCacheReadWrite<View<T, A>, A>> View<T, A>::createPlanCacheReadWrite(unsigned long count) {
+  PXL_PROBE(onCreateCache("createPlanCacheReadWrite", count));
+  return std::make_shared<PlanCacheReadWrite<View, A>>(this, count);
+}
+
+template <class T, class A>
+void View<T, A>::temporizeRowWriting(OuputRow<View, A> const& row) {
+  temporizeRowWriting(row, row.voxels.size(), 0);
+}
+
+template <class T, class A>
+void View<T, A>::temporizeRowWriting(OuputRow<View, A> const& row, unsigned long count, unsigned long offset) {
+  long const col = row.col + static_cast<long>(offset);
+  PXL_PROBE(onTemporize(m_interface.get(), static_cast<long>(count), col, row.row, row.plan, row.sequence,
+                        row.spectralSeries));
+  m_heldBack->keep(*m_interface, row.voxels.data() + offset, static_cast<long>(count), col, row.row, row.plan,
+                   row.sequence, row.spectralSeries);
+}
+
+template <class T, class A>
+void View<T, A>::writeAllTemporizedRows() {
+  PXL_PROBE(onWriteAllTemporized(m_interface.get()));
+  if (!m_heldBack->isEmpty()) m_heldBack->writeAll(*m_interface);
 }
 
 #define PXL_INSTANTIATE(T) template class View<T, SimdVec::AlignedAllocator<T, 16>>;

@@ -19,6 +19,14 @@ template <class V, class A>
 class RowCacheRead;
 template <class V, class A>
 class PlanCacheRead;
+template <class V, class A>
+class RowCacheReadWrite;
+template <class V, class A>
+class PlanCacheReadWrite;
+template <class V, class A>
+class OuputRow;
+template <class T>
+class HeldBackRows;
 
 /**
  * Typed access to an image: rows of T, with a rule for reads beyond the edge. An image of another type is converted
@@ -52,6 +60,20 @@ class PXL_API View : private Noncopyable {
   /** A cache of `count` rows, or plans of rows, for one thread; it must not outlive the view. */
   std::shared_ptr<RowCacheRead<View, A>> createRowCacheRead(unsigned long count) const;
   std::shared_ptr<PlanCacheRead<View, A>> createPlanCacheRead(unsigned long count) const;
+  std::shared_ptr<RowCacheReadWrite<View, A>> createRowCacheReadWrite(unsigned long count);
+  std::shared_ptr<PlanCacheReadWrite<View, A>> createPlanCacheReadWrite(unsigned long count);
+
+  /**
+   * Keeps a copy of a row, or of `count` of its voxels from buffer index `offset` on, until writeAllTemporizedRows().
+   * What lies beyond the image is not kept. May be called by many threads at once: each has a store of its own.
+   */
+  void temporizeRowWriting(OuputRow<View, A> const& row);
+  void temporizeRowWriting(OuputRow<View, A> const& row, unsigned long count, unsigned long offset);
+  /**
+   * Stores every row kept so far and forgets it; costs nothing when there is none. Not while rows are being kept.
+   * @throws UnexpectedError the image can't be written
+   */
+  void writeAllTemporizedRows();
 
   unsigned long const nbRows;
   unsigned long const nbCols;
@@ -60,8 +82,9 @@ class PXL_API View : private Noncopyable {
   unsigned long const nbSpectralSeries;
 
  private:
-  View(std::shared_ptr<ViewInterface<T>> viewInterface, std::shared_ptr<BorderCondition<T>> border);
-  static std::shared_ptr<View> make(ImageModel const* image, std::shared_ptr<BorderCondition<T>> border);
+  View(std::shared_ptr<ViewInterface<T>> viewInterface, std::shared_ptr<BorderCondition<T>> border, bool isWritable);
+  static std::shared_ptr<View> make(ImageModel const* image, std::shared_ptr<BorderCondition<T>> border,
+                                    bool isWritable);
   std::shared_ptr<BorderCondition<T>> const& borderOfThread() const;
 
   // A share of the border condition with a count of its own for each of a few groups of threads, made on first use.
@@ -71,6 +94,7 @@ class PXL_API View : private Noncopyable {
   std::shared_ptr<ViewInterface<T>> m_interface;
   std::shared_ptr<BorderCondition<T>> m_border;
   mutable std::array<std::atomic<BorderShare*>, cNbShares> m_shares;
+  std::unique_ptr<HeldBackRows<T>> m_heldBack;  ///< null in a read-only view
 };
 
 }  // namespace pxl::access

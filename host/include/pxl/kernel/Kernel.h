@@ -4,26 +4,9 @@
 
 #include "pxl/Export.h"
 #include "pxl/Object.h"
+#include "pxl/kernel/Offsets.h"
 
 namespace pxl::kernel {
-
-/** A position relative to the voxel being computed. */
-struct Offset2D {
-  long col;
-  long row;
-};
-
-/** A position relative to the voxel being computed. */
-struct Offset3D {
-  long col;
-  long row;
-  long plan;
-};
-
-inline bool operator==(Offset2D const& a, Offset2D const& b) { return a.col == b.col && a.row == b.row; }
-inline bool operator==(Offset3D const& a, Offset3D const& b) {
-  return a.col == b.col && a.row == b.row && a.plan == b.plan;
-}
 
 /**
  * The taps of a 2D correlation: offsets and their coefficients, two lists of equal length that never change. Copies

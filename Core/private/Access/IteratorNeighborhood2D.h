@@ -1,0 +1,133 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "Core/private/Access/BlockWalk.h"
+#include "Core/private/Access/RowCache.h"
+#include "pxl/kernel/Offsets.h"
+
+namespace pxl::access {
+
+/** A voxel and its four neighbours. */
+struct Neighborhood2D_4Tag {};
+/** Any list of offsets. */
+struct Neighborhood2D_GenTag {};
+/** For neighbourhoods that need no data. */
+struct NoDataType {};
+
+/** Where a neighbourhood iterator stands in its block, see BlockWalk. */
+struct NeighborhoodWalk2D {
+  long col = 0;
+  long row = 0;
+  long lastCol = 0;
+  long lastRow = 0;
+  long nbRows = 0;
+
+  void start(Block2d const& block, long nbLanes) {
+    col = 0;
+    row = 0;
+    lastCol = block.getNbCols() - nbLanes;
+    lastRow = block.getNbRows() - 1;
+    nbRows = block.getNbRows();
+  }
+};
+
+/**
+ * Gives five pointers to the vectors around the current one, in a ring of three rows that are read one voxel wider
+ * than the block on each side. Each source row is read once.
+ */
+template <class V, long L>
+class IteratorNeighborhood2D_4 : public NeighborhoodWalk2D, private Noncopyable {
+ public:
+  IteratorNeighborhood2D_4(std::shared_ptr<V const> inputView, NoDataType)
+      : m_view(std::move(inputView)), m_cache(m_view->createRowCacheRead(3)) {}
+
+  void init(Block2d const& block);
+
+  void advance() {
+    if (col < lastCol) {
+      col += L;
+      above += L;
+      left += L;
+      centre += L;
+      right += L;
+      below += L;
+    } else {
+      advanceRow();
+    }
+  }
+
+  /** On to the next row, from any vector of a row; fetches nothing after the last. */
+  void advanceRow();
+
+  typename V::VoxelType const* above = nullptr;
+  typename V::VoxelType const* left = nullptr;
+  typename V::VoxelType const* centre = nullptr;
+  typename V::VoxelType const* right = nullptr;
+  typename V::VoxelType const* below = nullptr;
+
+ private:
+  using Row = InputRow<V, typename V::Allocator>;
+
+  Row* fetch(unsigned long slot, long rowOffset) {
+    unsigned long const nbVoxels = static_cast<unsigned long>(m_block.getNbCols()) + 2;
+    return m_cache->fetchRowInBlock(slot, nbVoxels, m_block, -1, rowOffset, 0, 0, 0);
+  }
+  void pointToRowStart();
+
+  std::shared_ptr<V const> m_view;
+  std::shared_ptr<RowCacheRead<V, typename V::Allocator>> m_cache;
+  Block2d m_block;
+  Row* m_rowAbove = nullptr;
+  Row* m_rowCentre = nullptr;
+  Row* m_rowBelow = nullptr;
+};
+
+/** Gives one pointer for each offset of a list, in the list's order, in a ring of as many rows as the list spans. */
+template <class V, long L>
+class IteratorNeighborhood2D_Gen : public NeighborhoodWalk2D, private Noncopyable {
+ public:
+  /** The list must not be empty. */
+  IteratorNeighborhood2D_Gen(std::shared_ptr<V const> inputView, std::vector<kernel::Offset2D> offsetList);
+
+  void init(Block2d const& block);
+
+  void advance() {
+    if (col < lastCol) {
+      col += L;
+      for (auto& neighbour : neighbours) neighbour += L;
+    } else {
+      advanceRow();
+    }
+  }
+  void advanceRow();
+
+  /** How far the list reaches in each direction; 0 towards a side on which nothing lies. */
+  AlgoBorderInfluence getBorderInfluence() const;
+
+  std::vector<typename V::VoxelType const*> neighbours;
+
+ private:
+  using Row = InputRow<V, typename V::Allocator>;
+
+  Row* fetch(unsigned long slot, long rowOffset) {
+    return m_cache->fetchRowInBlock(slot, m_rowLength, m_block, m_minCol, rowOffset, 0, 0, 0);
+  }
+  void pointToRowStart();
+
+  std::shared_ptr<V const> m_view;
+  std::vector<kernel::Offset2D> m_offsets;
+  long m_minCol = 0;
+  long m_maxCol = 0;
+  long m_minRow = 0;
+  long m_maxRow = 0;
+  std::shared_ptr<RowCacheRead<V, typename V::Allocator>> m_cache;
+  Block2d m_block;
+  unsigned long m_rowLength = 0;
+  std::vector<Row*> m_ring;  ///< lowest row first
+};
+
+}  // namespace pxl::access
+
+#include "Core/private/Access/IteratorNeighborhood2D.impl"

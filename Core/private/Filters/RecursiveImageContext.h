@@ -1,0 +1,61 @@
+#pragma once
+
+#include <tbb/enumerable_thread_specific.h>
+
+#include <memory>
+
+#include "Core/private/Access/RowCache.h"
+#include "pxl/access/View.h"
+
+namespace pxl {
+
+/**
+ * What one pass of a recursive filter gives to its kernel: the views of the pass, and for each thread a slot for each
+ * kind of cache, so that a thread makes its caches once for all blocks of the pass. Caches die with the pass: the
+ * next one may read another image. `Direction` only tells the two kinds of passes apart.
+ */
+template <class In, class Out, class Arch, class Direction>
+class RecursiveImageContext : private Noncopyable {
+ public:
+  using InputView = access::View<In>;
+  using OutputView = access::View<Out>;
+  using InputRowCache = access::RowCacheRead<InputView, typename InputView::Allocator>;
+  using OutputRowCache = access::RowCacheReadWrite<OutputView, typename OutputView::Allocator>;
+  using InputPlanCache = access::PlanCacheRead<InputView, typename InputView::Allocator>;
+  using OutputPlanCache = access::PlanCacheReadWrite<OutputView, typename OutputView::Allocator>;
+  template <class Cache>
+  using PerThread =
+      tbb::enumerable_thread_specific<std::shared_ptr<Cache>, tbb::cache_aligned_allocator<std::shared_ptr<Cache>>,
+                                      tbb::ets_no_key>;
+
+  RecursiveImageContext(std::shared_ptr<InputView const> inputView, std::shared_ptr<OutputView> outputView)
+      : input(std::move(inputView)), output(std::move(outputView)) {}
+
+  /** Each puts a new cache of `count` slots into the calling thread's slot, whatever stood there, and returns it. */
+  std::shared_ptr<InputRowCache> createInputRowCache(unsigned long count) {
+    return inputRowCaches.local() = input->createRowCacheRead(count);
+  }
+  std::shared_ptr<OutputRowCache> createOuputRowCache(unsigned long count) {
+    return outputRowCaches.local() = output->createRowCacheReadWrite(count);
+  }
+  std::shared_ptr<InputPlanCache> createInputPlanCache(unsigned long count) {
+    return inputPlanCaches.local() = input->createPlanCacheRead(count);
+  }
+  std::shared_ptr<OutputPlanCache> createOuputPlanCache(unsigned long count) {
+    return outputPlanCaches.local() = output->createPlanCacheReadWrite(count);
+  }
+
+  /** Whether the pass reads and writes one image. */
+  bool isInPlace() const {
+    return static_cast<void const*>(input->getInterface()) == static_cast<void const*>(output->getInterface());
+  }
+
+  std::shared_ptr<InputView const> input;
+  std::shared_ptr<OutputView> output;
+  PerThread<InputRowCache> inputRowCaches;
+  PerThread<OutputRowCache> outputRowCaches;
+  PerThread<InputPlanCache> inputPlanCaches;
+  PerThread<OutputPlanCache> outputPlanCaches;
+};
+
+}  // namespace pxl

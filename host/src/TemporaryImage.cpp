@@ -1,0 +1,123 @@
+#include "pxl/io/TemporaryImage.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <mutex>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "Raise.h"
+#include "access/Storages.h"
+#include "instrument/Instrument.h"
+#include "pxl/Image.h"
+
+namespace pxl::io {
+namespace {
+
+// The memory of the last temporary, kept for the next one: pages that are there already cost nothing to touch.
+class MemoryPool {
+ public:
+  static MemoryPool& get() {
+    static MemoryPool* const pool = new MemoryPool;
+    return *pool;
+  }
+
+  std::shared_ptr<void> take(unsigned long bytes) {
+    Block block = takeFitting(bytes);
+    if (!block.memory) block = {access::allocateVoxels(bytes), bytes};
+    return std::shared_ptr<void>(block.memory.get(), [this, block](void*) { giveBack(block); });
+  }
+
+ private:
+  static constexpr unsigned long cMaxKept = 1UL << 30;
+
+  struct Block {
+    std::shared_ptr<void> memory;
+    unsigned long bytes = 0;
+  };
+
+  Block takeFitting(unsigned long bytes) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    Block const kept = std::exchange(m_kept, Block());
+    return kept.bytes >= bytes && kept.bytes / 2 <= bytes ? kept : Block();
+  }
+
+  void giveBack(Block const& block) {
+    if (block.bytes > cMaxKept) return;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_kept = block;
+  }
+
+  std::mutex m_mutex;
+  Block m_kept;
+};
+
+std::string getFolderOfTemporaries() {
+  char const* const folder = ::secure_getenv("PXLWORKS_TMPDIR");
+  return folder && *folder ? folder : "/var/tmp";
+}
+
+// A file that has no name, or loses it at once where the file system can't do without; -1 on failure.
+int openUnnamedFile(std::string const& folder) {
+  int const file = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+  if (file >= 0) return file;
+  std::string path = folder + "/pxlworks-XXXXXX";
+  int const named = ::mkostemp(path.data(), O_CLOEXEC);
+  if (named >= 0) ::unlink(path.c_str());
+  return named;
+}
+
+std::shared_ptr<access::VoxelStorage> makeStorage(LocationMode location, VoxelTypes type, ImageSizes const& sizes) {
+  if (location == cInMemory) {
+    std::shared_ptr<void> const voxels = MemoryPool::get().take(access::checkLimits(type, sizes));
+    return std::make_shared<access::MemoryStorage>(type, sizes, getPackedStrides(type, sizes),
+                                                   static_cast<char*>(voxels.get()), true, voxels, nullptr);
+  }
+  std::string const folder = getFolderOfTemporaries();
+  return std::make_shared<access::FileStorage>(type, sizes, openUnnamedFile(folder), folder);
+}
+
+}  // namespace
+
+TemporaryImageReference::TemporaryImageReference() = default;
+TemporaryImageReference::TemporaryImageReference(std::shared_ptr<TemporaryImage> image) : m_image(std::move(image)) {}
+TemporaryImageReference::TemporaryImageReference(TemporaryImageReference const&) = default;
+TemporaryImageReference& TemporaryImageReference::operator=(TemporaryImageReference const&) = default;
+TemporaryImageReference::~TemporaryImageReference() = default;
+
+TemporaryImage* TemporaryImageReference::operator->() const {
+  if (!m_image) PXL_RAISE(UnexpectedError, "an empty reference to a temporary image is used");
+  return m_image.get();
+}
+
+TemporaryImage::TemporaryImage(LocationMode location) : m_location(location) {}
+TemporaryImage::~TemporaryImage() { PXL_PROBE(onTemporaryDelete(this)); }
+
+TemporaryImageReference TemporaryImage::New(LocationMode location) {
+  bool isMade = true;
+  PXL_PROBE(onTemporaryNew(location, isMade));
+  if (!isMade) return TemporaryImageReference();
+  return TemporaryImageReference(std::shared_ptr<TemporaryImage>(new TemporaryImage(location)));
+}
+
+bool TemporaryImage::reserve(VoxelTypes const& type, unsigned long cols, unsigned long rows, unsigned long plans,
+                             unsigned long sequence, unsigned long spectralSeries) {
+  bool isGranted = true;
+  PXL_PROBE(onReserve(type, cols, rows, plans, sequence, spectralSeries, isGranted));
+  if (!isGranted) return false;
+  try {
+    m_image = Image::OnStorage(makeStorage(m_location, type, {cols, rows, plans, sequence, spectralSeries}));
+    return true;
+  } catch (Exception const&) {
+    return false;
+  } catch (std::bad_alloc const&) {
+    return false;
+  }
+}
+
+ImageModel* TemporaryImage::getImageModel() const { return m_image.get(); }
+
+}  // namespace pxl::io

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <vector>
+
+#include "Core/private/Access/IteratorNeighborhood2D.h"
+#include "Core/private/Access/IteratorPixelOutput.h"
+#include "Core/private/Filters/RecursiveImageContext.h"
+#include "morphology/MinMaxFunctors.h"
+
+namespace pxl::morphology {
+
+/** One elementary dilation or erosion of a block: folds the functor over all neighbours of each voxel. */
+template <class Functor, class NeighTag, class Data>
+class Neighborhood2dToValueSimd;
+
+/** The cross: ((((above, left), centre), right), below). */
+template <class Functor>
+class Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_4Tag, access::NoDataType> {
+ public:
+  template <class In, class Out, class Arch, class Direction>
+  void run(access::Block2d const& block, RecursiveImageContext<In, Out, Arch, Direction>& context) const {
+    constexpr long L = SimdVec::Simd<In>::cNbLanes;
+    access::IteratorNeighborhood2D_4<access::View<In>, L> input(context.input, access::NoDataType());
+    input.init(block);
+    auto const overlap =
+        context.isInPlace() ? access::OverlapBorder(AlgoBorderInfluence(1, 1, 0, 0, 0)) : access::OverlapBorder();
+    access::IteratorPixelOutput<access::View<Out>, L> output(context.output, false, overlap);
+    output.init(block);
+    for (; !output.atEnd(); output.advanceRow()) {
+      computeRow(input.above, input.left, input.below, output.current,
+                 output.current + output.countVectorsInRow(L) * L);
+      input.advanceRow();
+    }
+  }
+
+ private:
+  // Whole rows, with the pointers in registers: stores of vectors may alias anything, so that fields of the iterators
+  // would be read again for each vector.
+  template <class T>
+  [[gnu::noinline]] static void computeRow(T const* above, T const* row, T const* below, T* out, T* const end) {
+    using Vec = SimdVec::Simd<T>;
+    for (; out != end; above += Vec::cNbLanes, row += Vec::cNbLanes, below += Vec::cNbLanes, out += Vec::cNbLanes) {
+      auto v = Functor::template apply<T>(Vec::load(above), Vec::load(row));
+      v = Functor::template apply<T>(v, Vec::load(row + 1));
+      v = Functor::template apply<T>(v, Vec::load(row + 2));
+      Vec::store(out, Functor::template apply<T>(v, Vec::load(below)));
+    }
+  }
+};
+
+/** Any list of offsets, in the order of the list, which must not be empty. */
+template <class Functor>
+class Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_GenTag, std::vector<kernel::Offset2D>> {
+ public:
+  explicit Neighborhood2dToValueSimd(std::vector<kernel::Offset2D> offsetList) : offsets(std::move(offsetList)) {}
+
+  template <class In, class Out, class Arch, class Direction>
+  void run(access::Block2d const& block, RecursiveImageContext<In, Out, Arch, Direction>& context) const {
+    constexpr long L = SimdVec::Simd<In>::cNbLanes;
+    access::IteratorNeighborhood2D_Gen<access::View<In>, L> input(context.input, offsets);
+    input.init(block);
+    auto const overlap =
+        context.isInPlace() ? access::OverlapBorder(input.getBorderInfluence()) : access::OverlapBorder();
+    access::IteratorPixelOutput<access::View<Out>, L> output(context.output, false, overlap);
+    output.init(block);
+    for (; !output.atEnd(); output.advanceRow()) {
+      computeRow(input.neighbours.data(), input.neighbours.data() + input.neighbours.size(), output.current,
+                 output.countVectorsInRow(L) * L);
+      input.advanceRow();
+    }
+  }
+
+  std::vector<kernel::Offset2D> offsets;
+
+ private:
+  template <class T>
+  [[gnu::noinline]] static void computeRow(T const* const* neighbours, T const* const* neighboursEnd, T* out,
+                                           long nbVoxels) {
+    using Vec = SimdVec::Simd<T>;
+    for (long col = 0; col < nbVoxels; col += Vec::cNbLanes) {
+      auto v = Vec::load(*neighbours + col);
+      for (T const* const* neighbour = neighbours + 1; neighbour != neighboursEnd; ++neighbour)
+        v = Functor::template apply<T>(v, Vec::load(*neighbour + col));
+      Vec::store(out + col, v);
+    }
+  }
+};
+
+}  // namespace pxl::morphology

@@ -1,0 +1,93 @@
+#pragma once
+
+#include <tbb/enumerable_thread_specific.h>
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "Core/private/Filters/RecursiveImageContext.h"
+#include "morphology/MinMaxFunctors.h"
+
+namespace pxl::morphology {
+
+/**
+ * One elementary dilation or erosion over the 3 x 3 square. Each source row is reduced along the columns once, three
+ * voxels into one, and an output row folds three reduced rows, two of which are remembered: three loads from the
+ * source, two from the memos and four operations for a vector, in place of nine loads and eight operations.
+ *
+ * The memos are rows of each thread that live as long as the kernel; they only grow.
+ */
+template <class Functor, class T, class Arch>
+class Neighborhood8ColumnsReductionSimd {
+ public:
+  using Memo = std::vector<T, SimdVec::AlignedAllocator<T, 16>>;
+  using Memos = tbb::enumerable_thread_specific<Memo, tbb::cache_aligned_allocator<Memo>, tbb::ets_no_key>;
+
+  Neighborhood8ColumnsReductionSimd()
+      : firstMemos(std::make_shared<Memos>()), secondMemos(std::make_shared<Memos>()) {}
+
+  template <class In, class Out, class Direction>
+  void run(access::Block2d const& block, RecursiveImageContext<In, Out, Arch, Direction>& context) const {
+    auto& inputRows = context.inputRowCaches.local();
+    if (!inputRows) inputRows = context.createInputRowCache(1);
+    auto& outputRows = context.outputRowCaches.local();
+    if (!outputRows) outputRows = context.createOuputRowCache(1);
+    long const width = block.getNbCols();
+    unsigned long const nbCols = static_cast<unsigned long>(width);
+    Memo& firstMemo = firstMemos->local();
+    Memo& secondMemo = secondMemos->local();
+    if (nbCols > firstMemo.size()) {
+      firstMemo.resize(nbCols);
+      secondMemo.resize(nbCols);
+    }
+    T* older = firstMemo.data();
+    T* newer = secondMemo.data();
+    auto const fetch = [&](long row) {
+      return inputRows->fetchRowInBlock(0, nbCols + 2, block, -1, row, 0, 0, 0)->voxels.data();
+    };
+    reduce(fetch(-1), older, width);
+    reduce(fetch(0), newer, width);
+
+    bool const isInPlace = context.isInPlace();
+    access::OverlapBorder overlap;
+    overlap.rowsBegin = overlap.rowsEnd = overlap.colsBegin = overlap.colsEnd = 1;
+    for (long row = 0; row < block.getNbRows(); ++row) {
+      auto* const output = outputRows->getRowInBlock(0, nbCols, block, 0, row, 0, 0, 0);
+      computeRow(fetch(row + 1), older, newer, output->voxels.data(), width);
+      if (isInPlace)
+        output->writeRow(block, overlap);
+      else
+        output->writeRow(block);
+      std::swap(older, newer);
+    }
+  }
+
+  std::shared_ptr<Memos> firstMemos;
+  std::shared_ptr<Memos> secondMemos;
+
+ private:
+  using Vec = SimdVec::Simd<T>;
+  static constexpr long L = Vec::cNbLanes;
+
+  static typename Vec::Vector reduce(T const* row) {
+    auto const v = Functor::template apply<T>(Vec::load(row), Vec::load(row + 1));
+    return Functor::template apply<T>(v, Vec::load(row + 2));
+  }
+
+  [[gnu::noinline]] static void reduce(T const* row, T* memo, long width) {
+    for (long col = 0; col < width; col += L) Vec::store(memo + col, reduce(row + col));
+  }
+
+  // The older memo receives the newly reduced row.
+  [[gnu::noinline]] static void computeRow(T const* row, T* older, T const* newer, T* out, long width) {
+    for (long col = 0; col < width; col += L) {
+      auto const reduced = reduce(row + col);
+      auto const v = Functor::template apply<T>(Vec::load(older + col), Vec::load(newer + col));
+      Vec::store(out + col, Functor::template apply<T>(v, reduced));
+      Vec::store(older + col, reduced);
+    }
+  }
+};
+
+}  // namespace pxl::morphology
