@@ -96,6 +96,8 @@ void BaseAlgorithm::clearProcessingRegion() {
 bool BaseAlgorithm::hasProcessingRegion() const { return m_hasProcessingRegion; }
 access::Region const& BaseAlgorithm::getProcessingRegion() const { return m_processingRegion; }
 
+String BaseAlgorithm::getNotice() const { return String(); }
+
 bool BaseAlgorithm::hasPropertyImageOnDisk() const {
   bool isOnDisk = false;
   for (ImageModel const* image : getImages(*this, PropertyKinds::cInputImage))

@@ -55,6 +55,9 @@ constexpr char cNeighborhood3d[] = "0 the 6 neighbours, 1 the 18, else all 26";
 IteratedMorphology::IteratedMorphology(int defaultNeighborhood, char const* neighborhoodHelp)
     : neighborhood(*this, "neighborhood", defaultNeighborhood, neighborhoodHelp) {}
 IteratedMorphology::~IteratedMorphology() = default;
+String IteratedMorphology::getNotice() const {
+  return numberOfIterations == 0U ? "with 0 iterations the output image is left as it is" : "";
+}
 RadiusMorphology::RadiusMorphology() = default;
 RadiusMorphology::~RadiusMorphology() = default;
 OrientedDiskMorphology::OrientedDiskMorphology() = default;

@@ -57,7 +57,9 @@ unsigned long Settings::getValueAsUnsignedLong(String const& name, unsigned long
 std::vector<Settings::Description> const& Settings::getDescriptions() {
   static std::vector<Description> const descriptions{
       {"PXL_MAX_EXTRA_MEMORY", "bytes",
-       "memory that a run may take beyond its images, unless set for the run; default half of what is free"}};
+       "memory that a run may take beyond its images, unless set for the run; default half of what is free"},
+      {"PXL_RECURSIVITY_TMP_DISK_IMAGE", "boolean",
+       "whether repeated steps on images on disk take turns with a temporary image on disk; default true"}};
   return descriptions;
 }
 

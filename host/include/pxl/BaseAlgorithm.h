@@ -4,6 +4,7 @@
 
 #include "pxl/Export.h"
 #include "pxl/Noncopyable.h"
+#include "pxl/String.h"
 #include "pxl/access/Region.h"
 
 namespace pxl {
@@ -51,6 +52,12 @@ class PXL_API BaseAlgorithm : private Noncopyable {
   void clearProcessingRegion();
   bool hasProcessingRegion() const;
   access::Region const& getProcessingRegion() const;
+
+  /**
+   * What a user may not expect of a run with the present properties, such as an output that stays as it is; one line
+   * for a program to show, empty if there is nothing.
+   */
+  virtual String getNotice() const;
 
   /** Whether any image property lives on disk, also through proxies and adapters. */
   bool hasPropertyImageOnDisk() const;

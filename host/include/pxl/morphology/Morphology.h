@@ -19,6 +19,8 @@ class PXL_API IteratedMorphology : public BaseAlgorithm {
   Property<int> neighborhood;
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
+  String getNotice() const override;
+
  protected:
   IteratedMorphology(int defaultNeighborhood, char const* neighborhoodHelp);
   ~IteratedMorphology() override;

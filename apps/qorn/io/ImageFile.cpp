@@ -1,0 +1,48 @@
+#include "qorn/io/ImageFile.h"
+
+#include "qorn/io/FileError.h"
+#include "qorn/io/InputFile.h"
+#include "qorn/io/NpyReader.h"
+#include "qorn/io/PngReader.h"
+#include "qorn/io/Suffix.h"
+#include "qorn/io/TiffReader.h"
+
+namespace qorn::io {
+namespace {
+
+/** How files with one suffix are read. */
+struct Format {
+  char const* suffix;
+  ImageHeader (*readHeader)(InputFile const& file);
+  ImageFile (*read)(InputFile const& file, ReadOptions const& options);
+};
+
+constexpr Format cFormats[] = {
+    {".npy", readNpyImageHeader, readNpy},
+    {".tif", readTiffImageHeader, readTiff},
+    {".tiff", readTiffImageHeader, readTiff},
+    {".png", readPngImageHeader, readPng},
+};
+
+}  // namespace
+
+std::string getSuffix(std::string const& path) {
+  std::string::size_type const dot = path.find_last_of("./");
+  std::string suffix = dot != std::string::npos && path[dot] == '.' ? path.substr(dot) : std::string();
+  for (char& letter : suffix) {
+    if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+  }
+  return suffix;
+}
+
+ImageHeader readImageHeader(std::string const& path) {
+  InputFile const file(path);
+  return findFormat(cFormats, path).readHeader(file);
+}
+
+ImageFile readImage(std::string const& path, ReadOptions const& options) {
+  InputFile const file(path);
+  return findFormat(cFormats, path).read(file, options);
+}
+
+}  // namespace qorn::io

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "qorn/io/ImageHeader.h"
+
+namespace qorn::io {
+
+class OutputFile;
+
+/**
+ * Writers of the formats. `voxels` are packed in C order. Each has a check that is made before a run, so that hours
+ * of work never end with an image that its format can't hold.
+ */
+
+/** The bytes before the voxels of an .npy file. */
+std::string makeNpyHeader(ImageHeader const& header);
+void writeNpy(OutputFile const& file, ImageHeader const& header, void const* voxels);
+
+/** One page for each plan, in strips, uncompressed; a BigTIFF where the data needs it. */
+void writeTiff(OutputFile const& file, ImageHeader const& header, void const* voxels);
+
+/** @throws FileError PNG holds one plan of uint8 or uint16 */
+void checkPng(std::string const& path, ImageHeader const& header);
+void writePng(OutputFile const& file, ImageHeader const& header, void const* voxels);
+
+}  // namespace qorn::io

@@ -1,0 +1,69 @@
+#include "qorn/io/OutputImage.h"
+
+#include "pxl/Exception.h"
+#include "qorn/io/FileError.h"
+#include "qorn/io/ImageWriters.h"
+#include "qorn/io/Suffix.h"
+
+namespace qorn::io {
+namespace {
+
+void checkAny(std::string const&, ImageHeader const&) {}
+
+/** How files with one suffix are written. */
+struct Format {
+  char const* suffix;
+  void (*check)(std::string const& path, ImageHeader const& header);
+  void (*write)(OutputFile const& file, ImageHeader const& header, void const* voxels);
+};
+
+constexpr Format cFormats[] = {
+    {".npy", checkAny, writeNpy},
+    {".tif", checkAny, writeTiff},
+    {".tiff", checkAny, writeTiff},
+    {".png", checkPng, writePng},
+};
+
+std::string checkFormat(std::string const& path, ImageHeader const& header, bool isOnDisk) {
+  Format const& format = findFormat(cFormats, path);
+  format.check(path, header);
+  if (isOnDisk && format.suffix != std::string(".npy")) throw FileError(path, "only .npy can be used on disk");
+  return format.suffix;
+}
+
+std::shared_ptr<pxl::Image> makeImageInFile(OutputFile const& file, ImageHeader const& header, int interpretation) {
+  std::string const start = makeNpyHeader(header);
+  file.reserve(start.size() + getNbBytes(header));
+  file.write(start.data(), start.size(), 0);
+  try {
+    return pxl::Image::OnDisk(file.getOpenPath(), pxl::FileModes::cReadWrite, header.type, header.sizes, start.size(),
+                              interpretation);
+  } catch (pxl::Exception const& error) {
+    throw FileError(file.getPath(), error.what());
+  }
+}
+
+}  // namespace
+
+OutputImage::OutputImage(std::string const& path, ImageHeader const& header, OutputOptions const& options,
+                         std::shared_ptr<pxl::Image> image)
+    : m_suffix(checkFormat(path, header, options.isOnDisk)),
+      m_header(header),
+      m_file(path, options.isReplacing),
+      m_isInFile(options.isOnDisk),
+      m_image(std::move(image)) {
+  if (m_isInFile) {
+    m_image = makeImageInFile(m_file, header, options.interpretation);
+  } else if (!m_image) {
+    m_image = makeImage(path, header, options.interpretation);
+  }
+}
+
+void OutputImage::save() {
+  if (!m_isInFile) {
+    findFormat(cFormats, m_suffix).write(m_file, m_header, static_cast<pxl::Image const&>(*m_image).getVoxels());
+  }
+  m_file.commit();
+}
+
+}  // namespace qorn::io

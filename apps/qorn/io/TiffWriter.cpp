@@ -1,0 +1,90 @@
+#include <tiffio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "qorn/io/FileError.h"
+#include "qorn/io/ImageWriters.h"
+#include "qorn/io/OutputFile.h"
+#include "qorn/io/TiffMessages.h"
+
+namespace qorn::io {
+namespace {
+
+[[noreturn]] void fail(OutputFile const& file) {
+  std::string const message = getTiffMessage();
+  throw FileError(file.getPath(), "can't be written" + (message.empty() ? message : ": " + message));
+}
+
+std::uint16_t getSampleFormat(pxl::VoxelTypes type) {
+  if (type >= pxl::cFloat) return SAMPLEFORMAT_IEEEFP;
+  return type >= pxl::cInteger8 ? SAMPLEFORMAT_INT : SAMPLEFORMAT_UINT;
+}
+
+/** Offsets of the classic format have 32 bits; the margin is for the directories. */
+bool needsBigTiff(ImageHeader const& header, unsigned long nbPages) {
+  constexpr unsigned long cMaxOffset = (1ul << 32) - 1;
+  constexpr unsigned long cBytesPerPage = 4096;
+  return getNbBytes(header) + nbPages * cBytesPerPage + header.sizes[pxl::cRows] * nbPages * 8 > cMaxOffset;
+}
+
+/** What pages alone don't tell: more than three dimensions, or a stack of one plan. */
+std::string describeShape(ImageHeader const& header) {
+  if (header.rank == 2 || (header.rank == 3 && header.sizes[pxl::cPlans] > 1)) return {};
+  nlohmann::json shape;
+  for (int i = header.rank - 1; i >= 0; --i) shape.push_back(header.sizes[static_cast<std::size_t>(i)]);
+  return nlohmann::json{{"shape", shape}}.dump();
+}
+
+bool writePage(TIFF* tiff, ImageHeader const& header, std::string const& description, char* voxels) {
+  constexpr unsigned long cStripBytes = 256 * 1024;
+  unsigned long const rows = header.sizes[pxl::cRows];
+  unsigned long const rowBytes = header.sizes[pxl::cColumns] * pxl::helper::getSizeOf(header.type);
+  unsigned long const rowsPerStrip = std::clamp(cStripBytes / rowBytes, 1ul, rows);
+  TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, static_cast<std::uint32_t>(header.sizes[pxl::cColumns]));
+  TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, static_cast<std::uint32_t>(rows));
+  TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, static_cast<std::uint16_t>(8 * pxl::helper::getSizeOf(header.type)));
+  TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT, getSampleFormat(header.type));
+  TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, std::uint16_t(1));
+  TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, std::uint16_t(PHOTOMETRIC_MINISBLACK));
+  TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, std::uint16_t(PLANARCONFIG_CONTIG));
+  TIFFSetField(tiff, TIFFTAG_COMPRESSION, std::uint16_t(COMPRESSION_NONE));
+  TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(rowsPerStrip));
+  if (!description.empty()) TIFFSetField(tiff, TIFFTAG_IMAGEDESCRIPTION, description.c_str());
+  std::uint32_t strip = 0;
+  for (unsigned long row = 0; row < rows; row += rowsPerStrip, ++strip) {
+    auto const bytes = static_cast<tmsize_t>(std::min(rowsPerStrip, rows - row) * rowBytes);
+    if (TIFFWriteEncodedStrip(tiff, strip, voxels + row * rowBytes, bytes) != bytes) return false;
+  }
+  return TIFFWriteDirectory(tiff) != 0;
+}
+
+}  // namespace
+
+void writeTiff(OutputFile const& file, ImageHeader const& header, void const* voxels) {
+  captureTiffMessages();
+  unsigned long const nbPages =
+      header.sizes[pxl::cPlans] * header.sizes[pxl::cSequence] * header.sizes[pxl::cSpectralSeries];
+  unsigned long const pageBytes = getNbBytes(header) / nbPages;
+  int const descriptor = ::dup(file.getDescriptor());
+  TIFF* const opened =
+      descriptor < 0 ? nullptr
+                     : TIFFFdOpen(descriptor, file.getPath().c_str(), needsBigTiff(header, nbPages) ? "w8" : "w");
+  if (opened == nullptr) {
+    if (descriptor >= 0) ::close(descriptor);
+    fail(file);
+  }
+  std::unique_ptr<TIFF, void (*)(TIFF*)> const tiff(opened, TIFFClose);
+  // The library's interface isn't const-correct; without a change of byte order it only reads them.
+  char* const pages = static_cast<char*>(const_cast<void*>(voxels));
+  for (unsigned long i = 0; i < nbPages; ++i) {
+    if (!writePage(tiff.get(), header, i == 0 ? describeShape(header) : std::string(), pages + i * pageBytes))
+      fail(file);
+  }
+  if (TIFFFlush(tiff.get()) == 0) fail(file);
+}
+
+}  // namespace qorn::io
