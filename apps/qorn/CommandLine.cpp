@@ -120,8 +120,6 @@ void finishRun(RunCommand& run, RunTexts const& texts) {
     run.interpretation = *texts.interpretation == "grey" ? pxl::cGrey : pxl::cBinary;
   }
   if (texts.outputType) run.outputType = parseVoxelType("--output-type " + *texts.outputType, *texts.outputType);
-  if (run.isInPlace && run.outputType)
-    throw UsageError("--in-place", "the output has the input's type; leave --output-type out");
   if (run.isInPlace && run.isOnDisk) throw UsageError("--in-place", "works in memory; leave --on-disk out");
   if (texts.nbThreads) {
     std::string const what = "--threads " + *texts.nbThreads;

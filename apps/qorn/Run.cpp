@@ -64,6 +64,10 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
       io::ImageFile const& first = images.inputs.front();
       io::ImageHeader header = first.header;
       header.type = command.outputType.value_or(header.type);
+      if (command.isInPlace && header.type != first.header.type) {
+        throw UsageError("--in-place", std::string("the output has the input's type, ") +
+                                           pxl::helper::getNameOf(first.header.type));
+      }
       images.output = std::make_unique<io::OutputImage>(
           command.images.back(), header,
           io::OutputOptions{command.isOnDisk, command.isReplacing, command.interpretation},
@@ -114,10 +118,11 @@ ExitCodes execute(RunCommand const& command) {
     hasMeasure = true;
   }
   executeNamed(*algorithm, command);
+  if (images.output) images.output->save();
+  // After all that may fail with a line of its own.
   if (pxl::String const notice = algorithm->getNotice(); !notice.empty()) {
     writeErrorLine(command.operatorName + ": " + notice.str());
   }
-  if (images.output) images.output->save();
   if (hasMeasure) writeOutput(command.isJson ? toJson(measure) : toTable(measure, *algorithm));
   return cDone;
 }

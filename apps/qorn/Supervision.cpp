@@ -17,7 +17,16 @@ namespace {
 std::atomic<bool> s_isCancelRequested{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "it is set in a signal handler");
 
-void onSignal(int) { s_isCancelRequested.store(true, std::memory_order_relaxed); }
+constexpr std::array<int, 2> cSignals{SIGINT, SIGTERM};
+std::array<struct sigaction, cSignals.size()> s_previous;
+
+/** The second one does what it would do anyway. */
+void onSignal(int signal) {
+  s_isCancelRequested.store(true, std::memory_order_relaxed);
+  for (std::size_t i = 0; i < cSignals.size(); ++i) {
+    if (cSignals[i] == signal) sigaction(signal, &s_previous[i], nullptr);
+  }
+}
 
 /** While it exists, the first signal of a kind asks for a cancel. */
 class SignalGuard : private pxl::Noncopyable {
@@ -26,21 +35,17 @@ class SignalGuard : private pxl::Noncopyable {
     s_isCancelRequested = false;
     struct sigaction action = {};
     action.sa_handler = onSignal;
-    action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);  // the second one does what it would do anyway
+    action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
     for (std::size_t i = 0; i < cSignals.size(); ++i) {
-      sigaction(cSignals[i], nullptr, &m_previous[i]);
+      sigaction(cSignals[i], nullptr, &s_previous[i]);
       // A signal that the caller had ignored, as for background jobs, stays ignored.
-      if (m_previous[i].sa_handler != SIG_IGN) sigaction(cSignals[i], &action, nullptr);
+      if (s_previous[i].sa_handler != SIG_IGN) sigaction(cSignals[i], &action, nullptr);
     }
   }
   ~SignalGuard() {
-    for (std::size_t i = 0; i < cSignals.size(); ++i) sigaction(cSignals[i], &m_previous[i], nullptr);
+    for (std::size_t i = 0; i < cSignals.size(); ++i) sigaction(cSignals[i], &s_previous[i], nullptr);
   }
-
- private:
-  static constexpr std::array<int, 2> cSignals{SIGINT, SIGTERM};
-  std::array<struct sigaction, 2> m_previous;
 };
 
 /** One line on the terminal that is drawn over and over, and wiped at the end. */

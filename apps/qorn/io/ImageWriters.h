@@ -15,6 +15,12 @@ class OutputFile;
 std::string makeNpyHeader(ImageHeader const& header);
 void writeNpy(OutputFile const& file, ImageHeader const& header, void const* voxels);
 
+/** Readers stop at this number of pages, the library among them. */
+constexpr unsigned long cMaxTiffPages = 1ul << 20;
+/** @throws FileError too many plans */
+void checkTiff(std::string const& path, ImageHeader const& header);
+/** Whether the offsets of the classic format, of 32 bits, might not reach; a margin is for what pages need. */
+bool needsBigTiff(ImageHeader const& header);
 /** One page for each plan, in strips, uncompressed; a BigTIFF where the data needs it. */
 void writeTiff(OutputFile const& file, ImageHeader const& header, void const* voxels);
 

@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <random>
 #include <utility>
 
 #include "qorn/io/FileError.h"
@@ -16,8 +15,8 @@
 namespace qorn::io {
 namespace {
 
-[[noreturn]] void failWithErrno(std::string const& path, char const* what, int error) {
-  throw FileError(path, std::string(what) + ": " + std::strerror(error));
+[[noreturn]] void fail(std::string const& path, int error) {
+  throw FileError(path, std::string("can't be written: ") + std::strerror(error));
 }
 
 /** The file that a path leads to; the path itself where there is none yet. */
@@ -32,77 +31,107 @@ std::string getFolder(std::string const& path) {
   return folder.empty() ? "." : folder;
 }
 
-std::string makeTemporaryPath(std::string const& path) {
-  static std::random_device random;
-  char suffix[20];
-  std::snprintf(suffix, sizeof suffix, ".%08x.part", static_cast<unsigned int>(random()));
-  return path + suffix;
-}
-
-void checkTarget(std::string const& path, bool isReplacing) {
+void checkTarget(std::string const& path, std::string const& target, bool isReplacing) {
   struct stat status;
-  if (::lstat(path.c_str(), &status) != 0) {
-    if (errno != ENOENT) failWithErrno(path, "can't be written", errno);
+  if (::lstat(target.c_str(), &status) != 0) {
+    if (errno != ENOENT) fail(path, errno);
     return;
   }
-  if (!S_ISREG(status.st_mode)) throw FileError(path, "isn't a regular file");
+  if (S_ISDIR(status.st_mode)) throw FileError(path, "is a directory");
+  if (S_ISLNK(status.st_mode)) throw FileError(path, "is a symbolic link to nothing");
+  if (!S_ISREG(status.st_mode)) throw FileError(path, "not a regular file");
   if (!isReplacing) throw FileError(path, "exists already");
+}
+
+std::string getDescriptorPath(int descriptor) { return "/proc/self/fd/" + std::to_string(descriptor); }
+
+/** A new file without a name, or -1 where that isn't possible or it could be given none later. */
+int openUnnamed(std::string const& folder) {
+  int const descriptor = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0666);
+  if (descriptor < 0 || ::access(getDescriptorPath(descriptor).c_str(), F_OK) == 0) return descriptor;
+  ::close(descriptor);
+  return -1;
 }
 
 }  // namespace
 
 OutputFile::OutputFile(std::string path, bool isReplacing)
-    : m_path(followLinks(path)), m_isReplacing(isReplacing), m_descriptor(-1) {
-  checkTarget(m_path, isReplacing);
-  m_descriptor = ::open(getFolder(m_path).c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0666);
-  if (m_descriptor >= 0) return;
-  m_temporaryPath = makeTemporaryPath(m_path);
-  m_descriptor = ::open(m_temporaryPath.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, 0666);
-  if (m_descriptor < 0) failWithErrno(m_path, "can't be written", errno);
+    : m_path(std::move(path)), m_target(followLinks(m_path)), m_isReplacing(isReplacing), m_descriptor(-1) {
+  checkTarget(m_path, m_target, isReplacing);
+  m_descriptor = openUnnamed(getFolder(m_target));
+  if (m_descriptor < 0) openNamed();
 }
 
-OutputFile::~OutputFile() {
-  ::close(m_descriptor);
-  if (!m_temporaryPath.empty()) ::unlink(m_temporaryPath.c_str());
+OutputFile::~OutputFile() { ::close(m_descriptor); }
+
+void OutputFile::openNamed() {
+  m_name = std::make_unique<TemporaryName>(getFolder(m_target));
+  m_descriptor = ::open(m_name->getPath().c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, 0666);
+  if (m_descriptor < 0) fail(m_path, errno);
 }
 
-std::string OutputFile::getOpenPath() const {
-  return m_temporaryPath.empty() ? "/proc/self/fd/" + std::to_string(m_descriptor) : m_temporaryPath;
-}
+std::string OutputFile::getOpenPath() const { return m_name ? m_name->getPath() : getDescriptorPath(m_descriptor); }
 
 void OutputFile::reserve(unsigned long bytes) const {
-  int const error = bytes == 0 ? 0 : ::posix_fallocate(m_descriptor, 0, static_cast<off_t>(bytes));
-  if (error != 0) failWithErrno(m_path, "no room for it", error);
+  int error = 0;
+  do {
+    error = bytes == 0 ? 0 : ::posix_fallocate(m_descriptor, 0, static_cast<off_t>(bytes));
+  } while (error == EINTR);
+  if (error != 0) {
+    throw FileError(m_path, "no room for its " + std::to_string(bytes) + " bytes: " + std::strerror(error));
+  }
 }
 
 void OutputFile::write(void const* bytes, unsigned long count, unsigned long offset) const {
+  int const error = tryWrite(bytes, count, offset);
+  if (error != 0) fail(m_path, error);
+}
+
+int OutputFile::tryWrite(void const* bytes, unsigned long count, unsigned long offset) const noexcept {
   char const* next = static_cast<char const*>(bytes);
   while (count > 0) {
     ssize_t const done = ::pwrite(m_descriptor, next, count, static_cast<off_t>(offset));
     if (done < 0 && errno == EINTR) continue;
-    if (done <= 0) failWithErrno(m_path, "can't be written", done < 0 ? errno : EIO);
+    if (done <= 0) return done < 0 ? errno : EIO;
     next += done;
     offset += static_cast<unsigned long>(done);
     count -= static_cast<unsigned long>(done);
   }
+  return 0;
 }
 
 void OutputFile::commit() {
-  if (!m_isReplacing) return link(m_path);
-  if (m_temporaryPath.empty()) {
-    std::string const path = makeTemporaryPath(m_path);
-    link(path);
-    m_temporaryPath = path;
+  checkIsStored();
+  if (!m_isReplacing) return m_name ? moveToFreeTarget() : link(m_target);
+  if (!m_name) {
+    auto name = std::make_unique<TemporaryName>(getFolder(m_target));
+    link(name->getPath());
+    m_name = std::move(name);
   }
-  if (::rename(m_temporaryPath.c_str(), m_path.c_str()) != 0) failWithErrno(m_path, "can't be written", errno);
-  m_temporaryPath.clear();
+  if (::rename(m_name->getPath().c_str(), m_target.c_str()) != 0) fail(m_path, errno);
+  m_name.reset();
+}
+
+/** Some network file systems tell only when a descriptor is closed that they couldn't keep what was written. */
+void OutputFile::checkIsStored() const {
+  int const descriptor = ::fcntl(m_descriptor, F_DUPFD_CLOEXEC, 0);
+  if (descriptor < 0 || (::close(descriptor) != 0 && errno != EINTR)) fail(m_path, errno);
 }
 
 // Never replaces a file, whoever made it meanwhile.
 void OutputFile::link(std::string const& path) const {
   if (::linkat(AT_FDCWD, getOpenPath().c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0) return;
   if (errno == EEXIST) throw FileError(m_path, "exists already");
-  failWithErrno(m_path, "can't be written", errno);
+  fail(m_path, errno);
+}
+
+// Neither does this. File systems without unnamed files may know only one of the two ways.
+void OutputFile::moveToFreeTarget() {
+  if (::renameat2(AT_FDCWD, m_name->getPath().c_str(), AT_FDCWD, m_target.c_str(), RENAME_NOREPLACE) != 0) {
+    if (errno == EEXIST) throw FileError(m_path, "exists already");
+    link(m_target);
+  }
+  m_name.reset();
 }
 
 }  // namespace qorn::io

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "pxl/Noncopyable.h"
+#include "qorn/io/TemporaryName.h"
 
 namespace qorn::io {
 
@@ -24,21 +26,27 @@ class OutputFile : private pxl::Noncopyable {
   /** A path by which this process may open the unfinished file. */
   std::string getOpenPath() const;
 
-  /** Takes the room for a file of this size. @throws FileError there is none */
+  /** Takes the room for a file of this size, which it has then. @throws FileError there is none */
   void reserve(unsigned long bytes) const;
   /** Writes all bytes. @throws FileError */
   void write(void const* bytes, unsigned long count, unsigned long offset) const;
+  /** The same for callers that exceptions must not cross: 0 or the error number. */
+  int tryWrite(void const* bytes, unsigned long count, unsigned long offset) const noexcept;
 
   /** Gives the file its name. @throws FileError */
   void commit();
 
  private:
+  void openNamed();
+  void checkIsStored() const;
   void link(std::string const& path) const;
+  void moveToFreeTarget();
 
-  std::string m_path;
-  std::string m_temporaryPath;  ///< empty while the file has no name
+  std::string m_path;    ///< as it was given
+  std::string m_target;  ///< where it leads to
   bool m_isReplacing;
   int m_descriptor;
+  std::unique_ptr<TemporaryName> m_name;  ///< null while the file has none
 };
 
 }  // namespace qorn::io

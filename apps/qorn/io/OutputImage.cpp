@@ -19,8 +19,8 @@ struct Format {
 
 constexpr Format cFormats[] = {
     {".npy", checkAny, writeNpy},
-    {".tif", checkAny, writeTiff},
-    {".tiff", checkAny, writeTiff},
+    {".tif", checkTiff, writeTiff},
+    {".tiff", checkTiff, writeTiff},
     {".png", checkPng, writePng},
 };
 

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <tiffio.h>
 #include <unistd.h>
 
@@ -15,7 +16,8 @@ namespace qorn::io {
 namespace {
 
 [[noreturn]] void fail(OutputFile const& file) {
-  std::string const message = getTiffMessage();
+  std::string const error = getTiffSystemError();
+  std::string const message = error.empty() ? getTiffMessage() : error;
   throw FileError(file.getPath(), "can't be written" + (message.empty() ? message : ": " + message));
 }
 
@@ -24,11 +26,8 @@ std::uint16_t getSampleFormat(pxl::VoxelTypes type) {
   return type >= pxl::cInteger8 ? SAMPLEFORMAT_INT : SAMPLEFORMAT_UINT;
 }
 
-/** Offsets of the classic format have 32 bits; the margin is for the directories. */
-bool needsBigTiff(ImageHeader const& header, unsigned long nbPages) {
-  constexpr unsigned long cMaxOffset = (1ul << 32) - 1;
-  constexpr unsigned long cBytesPerPage = 4096;
-  return getNbBytes(header) + nbPages * cBytesPerPage + header.sizes[pxl::cRows] * nbPages * 8 > cMaxOffset;
+unsigned long getNbPages(ImageHeader const& header) {
+  return header.sizes[pxl::cPlans] * header.sizes[pxl::cSequence] * header.sizes[pxl::cSpectralSeries];
 }
 
 /** What pages alone don't tell: more than three dimensions, or a stack of one plan. */
@@ -53,7 +52,7 @@ bool writePage(TIFF* tiff, ImageHeader const& header, std::string const& descrip
   TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, std::uint16_t(PLANARCONFIG_CONTIG));
   TIFFSetField(tiff, TIFFTAG_COMPRESSION, std::uint16_t(COMPRESSION_NONE));
   TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(rowsPerStrip));
-  if (!description.empty()) TIFFSetField(tiff, TIFFTAG_IMAGEDESCRIPTION, description.c_str());
+  if (!description.empty() && TIFFSetField(tiff, TIFFTAG_IMAGEDESCRIPTION, description.c_str()) == 0) return false;
   std::uint32_t strip = 0;
   for (unsigned long row = 0; row < rows; row += rowsPerStrip, ++strip) {
     auto const bytes = static_cast<tmsize_t>(std::min(rowsPerStrip, rows - row) * rowBytes);
@@ -64,15 +63,29 @@ bool writePage(TIFF* tiff, ImageHeader const& header, std::string const& descrip
 
 }  // namespace
 
+void checkTiff(std::string const& path, ImageHeader const& header) {
+  if (getNbPages(header) > cMaxTiffPages) {
+    throw FileError(path, "TIFF holds at most " + std::to_string(cMaxTiffPages) + " plans, this image has " +
+                              std::to_string(getNbPages(header)));
+  }
+}
+
+bool needsBigTiff(ImageHeader const& header) {
+  constexpr unsigned long cMaxOffset = (1ul << 32) - 1;
+  constexpr unsigned long cBytesPerPage = 4096;
+  constexpr unsigned long cBytesPerStrip = 8;
+  unsigned long const nbPages = getNbPages(header);
+  return getNbBytes(header) + nbPages * cBytesPerPage + nbPages * header.sizes[pxl::cRows] * cBytesPerStrip >
+         cMaxOffset;
+}
+
 void writeTiff(OutputFile const& file, ImageHeader const& header, void const* voxels) {
   captureTiffMessages();
-  unsigned long const nbPages =
-      header.sizes[pxl::cPlans] * header.sizes[pxl::cSequence] * header.sizes[pxl::cSpectralSeries];
+  unsigned long const nbPages = getNbPages(header);
   unsigned long const pageBytes = getNbBytes(header) / nbPages;
-  int const descriptor = ::dup(file.getDescriptor());
+  int const descriptor = ::fcntl(file.getDescriptor(), F_DUPFD_CLOEXEC, 0);
   TIFF* const opened =
-      descriptor < 0 ? nullptr
-                     : TIFFFdOpen(descriptor, file.getPath().c_str(), needsBigTiff(header, nbPages) ? "w8" : "w");
+      descriptor < 0 ? nullptr : TIFFFdOpen(descriptor, file.getPath().c_str(), needsBigTiff(header) ? "w8" : "w");
   if (opened == nullptr) {
     if (descriptor >= 0) ::close(descriptor);
     fail(file);

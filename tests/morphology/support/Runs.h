@@ -1,0 +1,91 @@
+#pragma once
+
+#include <tbb/global_control.h>
+#include <tbb/task_arena.h>
+
+#include <memory>
+
+#include "instrument/Recorder.h"
+#include "oracle/HostImages.h"
+#include "oracle/VoxelTypeTests.h"
+#include "pxl/Plugins.h"
+#include "pxl/morphology/Morphology.h"
+#include "support/MorphologyOracle.h"
+
+namespace morphology_test {
+
+using oracle::Five;
+using oracle::Operation;
+
+/** How a run is done; the voxels may not depend on it. */
+struct Way {
+  Operation operation = Operation::cDilation;
+  int neighborhood = 1;
+  unsigned int nbIterations = 1;
+  bool isInPlace = false;
+  unsigned long extraMemory = 1UL << 30;
+};
+
+/** The shipped plug-in in the instrumented host. */
+class PluginTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { pxl::plugins::load(PXLWORKS_PLUGIN_PATH); }
+};
+
+inline std::unique_ptr<pxl::morphology::IteratedMorphology> makeAlgorithm(Operation operation) {
+  if (operation == Operation::cDilation) return std::make_unique<pxl::morphology::Dilation2d>();
+  return std::make_unique<pxl::morphology::Erosion2d>();
+}
+
+inline std::unique_ptr<pxl::morphology::IteratedMorphology> makeAlgorithm(Way const& way,
+                                                                          pxl::ImageModel const* input,
+                                                                          pxl::ImageModel* output) {
+  auto algorithm = makeAlgorithm(way.operation);
+  algorithm->inputImage = input;
+  algorithm->outputImage = output;
+  algorithm->neighborhood = way.neighborhood;
+  algorithm->numberOfIterations = way.nbIterations;
+  algorithm->setMaximumExtraMemoryUsageInBytes(way.extraMemory);
+  return algorithm;
+}
+
+template <class T>
+oracle::Image<T> toOracle(pxl::Image const& image, Five const& sizes) {
+  oracle::Image<T> result(sizes);
+  std::memcpy(result.voxels.data(), image.getVoxels(), result.voxels.size() * sizeof(T));
+  return result;
+}
+
+/** The output of a run through the loaded plug-in. An output apart from the input starts as zeros. */
+template <class T>
+oracle::Image<T> run(Way const& way, oracle::Image<T> const& image) {
+  auto const input = oracle::toHost(image);
+  auto const output = way.isInPlace ? input : oracle::toHost(oracle::Image<T>(image.sizes));
+  makeAlgorithm(way, input.get(), output.get())->execute();
+  if (!way.isInPlace) {
+    EXPECT_EQ(std::memcmp(input->getVoxels(), image.voxels.data(), image.voxels.size() * sizeof(T)), 0)
+        << "the input was changed";
+  }
+  return toOracle<T>(*output, image.sizes);
+}
+
+/** Whether two images have the same bits, NaN and signed zeros included. */
+template <class T>
+testing::AssertionResult areEqual(oracle::Image<T> const& result, oracle::Image<T> const& expected) {
+  for (unsigned long i = 0; i < expected.voxels.size(); ++i)
+    if (std::memcmp(&result.voxels[i], &expected.voxels[i], sizeof(T)) != 0)
+      return testing::AssertionFailure()
+             << "voxel " << i << " is " << +result.voxels[i] << " and should be " << +expected.voxels[i];
+  return testing::AssertionSuccess();
+}
+
+/** Runs a function in an arena of so many threads. */
+template <class Function>
+void withThreads(int nbThreads, Function&& function) {
+  tbb::global_control const limit(tbb::global_control::max_allowed_parallelism,
+                                  static_cast<unsigned long>(nbThreads) + 1);
+  tbb::task_arena arena(nbThreads);
+  arena.execute(function);
+}
+
+}  // namespace morphology_test

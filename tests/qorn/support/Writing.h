@@ -1,0 +1,70 @@
+#pragma once
+
+#include "qorn/io/OutputImage.h"
+#include "support/Reading.h"
+
+namespace test {
+
+using Shape = std::vector<unsigned long>;
+
+inline unsigned long countVoxels(Shape const& shape) {
+  unsigned long count = 1;
+  for (unsigned long const size : shape) count *= size;
+  return count;
+}
+
+/** "(2, 3, 4)" or, as JSON has it, "[2,3,4]". */
+inline std::string toText(Shape const& shape, bool isJson = false) {
+  std::string text;
+  for (unsigned long const size : shape) text += (text.empty() ? "" : isJson ? "," : ", ") + std::to_string(size);
+  return (isJson ? "[" : "(") + text + (isJson ? "]" : ")");
+}
+
+/** `count` voxels of any type as bytes; every byte varies. */
+inline std::string makeVoxels(TypeNames const& names, unsigned long count) {
+  return toBytes(makeValues<unsigned char>(count * static_cast<unsigned long>(names.bits) / 8));
+}
+
+/** What an array of this shape says of itself. The name of the format plays no part. */
+inline qorn::io::ImageHeader makeHeader(TypeNames const& names, Shape const& shape) {
+  return qorn::io::makeHeader("test", "npy", names.type, shape, false);
+}
+
+/** Saves these voxels in the format that the suffix tells. @throws FileError */
+inline void saveImage(std::string const& path, TypeNames const& names, Shape const& shape, std::string const& voxels,
+                      qorn::io::OutputOptions const& options = {}) {
+  qorn::io::OutputImage output(path, makeHeader(names, shape), options);
+  pxl::Image& image = *output.getImage();
+  if (options.isOnDisk) {
+    unsigned long const nbCols = shape.back();
+    for (unsigned long i = 0; i < countVoxels(shape); i += nbCols) {
+      unsigned long position[pxl::cNbComponents] = {};
+      unsigned long rest = i / nbCols;
+      for (std::size_t d = 1; d < shape.size(); rest /= shape[shape.size() - 1 - d], ++d) {
+        position[d] = rest % shape[shape.size() - 1 - d];
+      }
+      ASSERT_TRUE(image.getSource().storage->writeRun(voxels.data() + i * static_cast<unsigned long>(names.bits) / 8,
+                                                      nbCols, position));
+    }
+  } else {
+    ASSERT_EQ(getVoxelBytes(image), std::string(voxels.size(), '\0')) << "a fresh image is zero";
+    std::memcpy(image.getVoxels(), voxels.data(), voxels.size());
+  }
+  output.save();
+}
+
+/** The text of the error that saving an image raises, without the path; empty if there is none. */
+inline std::string getSaveFault(std::string const& path, TypeNames const& names, Shape const& shape,
+                                qorn::io::OutputOptions const& options = {}) {
+  try {
+    saveImage(path, names, shape, makeVoxels(names, countVoxels(shape)), options);
+    return std::string();
+  } catch (qorn::io::FileError const& error) {
+    std::string const text = error.what();
+    EXPECT_EQ(text.rfind(path + ": ", 0), 0u) << text;
+    EXPECT_EQ(text.find(path, 1), std::string::npos) << "the path is told once: " << text;
+    return text.substr(std::min(text.size(), path.size() + 2));
+  }
+}
+
+}  // namespace test
