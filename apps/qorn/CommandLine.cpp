@@ -1,0 +1,160 @@
+#include "qorn/CommandLine.h"
+
+#include <CLI/CLI.hpp>
+#include <sstream>
+
+#include "pxl/Settings.h"
+#include "qorn/NumberText.h"
+
+namespace qorn {
+namespace {
+
+constexpr unsigned int cMaxThreads = 1024;
+
+/** Splits NAME=VALUE where NAME is an identifier; anything else is an image, which is how "./a=b.npy" is one. */
+std::optional<std::pair<std::string, std::string>> splitAssignment(std::string const& text) {
+  constexpr char cLetters[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_0123456789";
+  std::string::size_type const end = text.find_first_not_of(cLetters);
+  bool const startsWithDigit = !text.empty() && text[0] >= '0' && text[0] <= '9';
+  if (end == std::string::npos || end == 0 || text[end] != '=' || startsWithDigit) return std::nullopt;
+  return std::make_pair(text.substr(0, end), text.substr(end + 1));
+}
+
+std::pair<std::string, std::string> parseSetting(std::string const& text) {
+  std::string const what = "--setting " + text;
+  std::string::size_type const end = text.find('=');
+  if (end == std::string::npos) throw UsageError(what, "NAME=VALUE is wanted");
+  std::pair<std::string, std::string> setting(text.substr(0, end), text.substr(end + 1));
+  for (pxl::Settings::Description const& known : pxl::Settings::getDescriptions()) {
+    if (setting.first != known.name) continue;
+    // A malformed number would silently count as not set.
+    if (known.type == std::string("bytes")) parseNumberOrThrow<unsigned long>(what, setting.second, known.type);
+    return setting;
+  }
+  throw UsageError(what, "there is no such setting; qorn run --help lists them");
+}
+
+/** The options of `run` as they are written; numbers are parsed by rules that are stricter than the library's. */
+struct RunTexts {
+  std::vector<std::string> arguments;
+  std::vector<std::string> settings;
+  std::optional<std::string> interpretation;
+  std::optional<std::string> nbThreads;
+  std::optional<std::string> maxExtraMemory;
+  std::optional<std::string> maxVoxels;
+};
+
+CLI::Option* addPluginOption(CLI::App& app, std::vector<std::string>& plugins) {
+  return app.add_option("--plugin", plugins, "load this plug-in instead of those of the folder; may be repeated")
+      ->type_name("PATH")
+      ->allow_extra_args(false);
+}
+
+std::string describeSettings() {
+  std::string text = "Settings:";
+  for (pxl::Settings::Description const& known : pxl::Settings::getDescriptions()) {
+    text += std::string("\n  ") + known.name + " (" + known.type + "): " + known.help;
+  }
+  return text;
+}
+
+void addRun(CLI::App& app, RunCommand& run, RunTexts& texts) {
+  app.add_option("OPERATOR", run.operatorName, "one of those that \"qorn operators\" lists")->required();
+  app.add_option("ARGUMENT", texts.arguments,
+                 "images in the declared order of the operator's image properties, and properties as name=value; an "
+                 "image whose name looks like that can be given as ./name=value");
+  app.add_option("--interpretation", texts.interpretation, "what the input images are: grey (default) or binary")
+      ->type_name("KIND");
+  app.add_option("--threads", texts.nbThreads, "use at most this many threads")->type_name("N");
+  app.add_option(
+         "--max-extra-memory", texts.maxExtraMemory,
+         "memory that the run may take beyond its images: bytes, or with K, M, G of 1024; default half of what "
+         "is free")
+      ->type_name("SIZE");
+  app.add_option("--max-voxels", texts.maxVoxels, "read compressed files of up to this many voxels; default 2^30")
+      ->type_name("N");
+  app.add_option("--setting", texts.settings, "set one of the settings below; may be repeated")
+      ->type_name("NAME=VALUE")
+      ->allow_extra_args(false);
+  addPluginOption(app, run.plugins);
+  app.add_flag("--on-disk", run.isOnDisk, "leave the voxels of .npy files on disk and read rows as they are needed");
+  app.add_flag("--json", run.isJson, "print the result as JSON");
+  app.add_flag("--quiet", run.isQuiet, "show no progress");
+  app.footer(describeSettings);
+}
+
+void finishRun(RunCommand& run, RunTexts const& texts) {
+  for (std::string const& argument : texts.arguments) {
+    if (auto assignment = splitAssignment(argument)) {
+      run.properties.push_back(std::move(*assignment));
+    } else {
+      run.images.push_back(argument);
+    }
+  }
+  for (std::string const& setting : texts.settings) run.settings.push_back(parseSetting(setting));
+  if (texts.interpretation) {
+    if (*texts.interpretation != "grey" && *texts.interpretation != "binary") {
+      throw UsageError("--interpretation " + *texts.interpretation, "must be grey or binary");
+    }
+    run.interpretation = *texts.interpretation == "grey" ? pxl::cGrey : pxl::cBinary;
+  }
+  if (texts.nbThreads) {
+    std::string const what = "--threads " + *texts.nbThreads;
+    run.nbThreads = parseNumberOrThrow<unsigned int>(what, *texts.nbThreads, "unsigned integer");
+    if (*run.nbThreads < 1 || *run.nbThreads > cMaxThreads) {
+      throw UsageError(what, "must be from 1 to " + std::to_string(cMaxThreads));
+    }
+  }
+  if (texts.maxExtraMemory) {
+    run.maxExtraMemory = parseBytesOrThrow("--max-extra-memory " + *texts.maxExtraMemory, *texts.maxExtraMemory);
+  }
+  if (texts.maxVoxels) {
+    std::string const what = "--max-voxels " + *texts.maxVoxels;
+    run.maxVoxels = parseNumberOrThrow<unsigned long>(what, *texts.maxVoxels, "unsigned integer");
+    if (run.maxVoxels < 1 || run.maxVoxels > io::cMaxVoxels) throw UsageError(what, "must be from 1 to 2^40");
+  }
+}
+
+}  // namespace
+
+Command parseCommandLine(int argc, char const* const* argv) {
+  CLI::App app("Image operators for large scientific images.", "qorn");
+  app.set_version_flag("--version", "qorn " QORN_VERSION);
+  app.require_subcommand(0, 1);  // an unknown word is reported as such, and not as a missing command
+  RunCommand run;
+  RunTexts runTexts;
+  OperatorsCommand operators;
+  InfoCommand info;
+
+  CLI::App* const runApp = app.add_subcommand("run", "run an operator on images and print what it measures");
+  addRun(*runApp, run, runTexts);
+
+  CLI::App* const operatorsApp =
+      app.add_subcommand("operators", "list the operators and who runs them, or describe one");
+  operatorsApp->add_option("OPERATOR", operators.operatorName, "describe this one");
+  addPluginOption(*operatorsApp, operators.plugins);
+  operatorsApp->add_flag("--json", operators.isJson, "print JSON");
+
+  CLI::App* const infoApp = app.add_subcommand("info", "tell type, sizes and format of images");
+  infoApp->add_option("IMAGE", info.images, "files of type .npy, .tif, .tiff or .png")->required();
+  infoApp->add_flag("--json", info.isJson, "print JSON");
+
+  if (argc < 2) return TextCommand{app.help(), true};
+  try {
+    app.parse(argc, argv);
+  } catch (CLI::ParseError const& error) {
+    if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::Success)) {
+      throw UsageError("command line", error.what());
+    }
+    std::ostringstream text;
+    app.exit(error, text, text);
+    return TextCommand{text.str()};
+  }
+  if (operatorsApp->parsed()) return operators;
+  if (infoApp->parsed()) return info;
+  if (!runApp->parsed()) throw UsageError("command line", "a command is missing");
+  finishRun(run, runTexts);
+  return run;
+}
+
+}  // namespace qorn

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "qorn/Errors.h"
+#include "qorn/io/ImageHeader.h"
+
+namespace qorn {
+
+/** qorn run OPERATOR IMAGE... [name=value ...] */
+struct RunCommand {
+  std::string operatorName;
+  std::vector<std::string> images;
+  std::vector<std::pair<std::string, std::string>> properties;
+  std::vector<std::pair<std::string, std::string>> settings;
+  std::vector<std::string> plugins;
+  std::optional<unsigned int> nbThreads;
+  std::optional<unsigned long> maxExtraMemory;
+  unsigned long maxVoxels = io::cDefaultMaxCompressedVoxels;
+  int interpretation = pxl::cGrey;
+  bool isOnDisk = false;
+  bool isJson = false;
+  bool isQuiet = false;
+};
+
+/** qorn operators [OPERATOR] */
+struct OperatorsCommand {
+  std::string operatorName;  ///< empty: all
+  std::vector<std::string> plugins;
+  bool isJson = false;
+};
+
+/** qorn info IMAGE... */
+struct InfoCommand {
+  std::vector<std::string> images;
+  bool isJson = false;
+};
+
+/** A text that was asked for, such as the help. */
+struct TextCommand {
+  std::string text;
+  bool isError = false;  ///< shown because the command line is empty
+};
+
+using Command = std::variant<RunCommand, OperatorsCommand, InfoCommand, TextCommand>;
+
+/** @throws UsageError */
+Command parseCommandLine(int argc, char const* const* argv);
+
+}  // namespace qorn

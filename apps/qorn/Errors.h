@@ -1,0 +1,29 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace qorn {
+
+/** Exit codes of the program. */
+enum ExitCodes : int { cDone = 0, cFailed = 1, cUsage = 2, cCancelled = 130 };
+
+/** Ends the program with a code and one line on standard error: "qorn: WHAT: WHY". */
+class ProgramError : public std::runtime_error {
+ public:
+  ProgramError(ExitCodes exitCode, std::string const& what, std::string const& why)
+      : std::runtime_error(what + ": " + why), m_exitCode(exitCode) {}
+
+  ExitCodes getExitCode() const { return m_exitCode; }
+
+ private:
+  ExitCodes m_exitCode;
+};
+
+/** The command line asks for something that can't be meant. */
+class UsageError : public ProgramError {
+ public:
+  UsageError(std::string const& what, std::string const& why) : ProgramError(cUsage, what, why) {}
+};
+
+}  // namespace qorn

@@ -1,0 +1,53 @@
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "qorn/Commands.h"
+#include "qorn/StandardOutput.h"
+#include "qorn/io/FileError.h"
+#include "qorn/io/ImageFile.h"
+
+namespace qorn {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string toLine(std::string const& path, io::ImageHeader const& header) {
+  std::string line = path + ": " + pxl::helper::getNameOf(header.type);
+  for (int i = 0; i < header.rank; ++i) {
+    line += std::string(", ") + io::cAxisNames[i] + ' ' + std::to_string(header.sizes[static_cast<std::size_t>(i)]);
+  }
+  return line + ", " + header.format + (header.isCompressed ? ", compressed\n" : "\n");
+}
+
+Json toJson(std::string const& path, io::ImageHeader const& header) {
+  Json sizes = Json::object();
+  for (std::size_t i = 0; i < header.sizes.size(); ++i) sizes[io::cAxisNames[i]] = header.sizes[i];
+  return {{"file", path},
+          {"format", header.format},
+          {"compressed", header.isCompressed},
+          {"type", pxl::helper::getNameOf(header.type)},
+          {"rank", header.rank},
+          {"sizes", sizes}};
+}
+
+}  // namespace
+
+ExitCodes execute(InfoCommand const& command) {
+  std::string lines;
+  Json list = Json::array();
+  ExitCodes exitCode = cDone;
+  for (std::string const& path : command.images) {
+    try {
+      io::ImageHeader const header = io::readImageHeader(path);
+      lines += toLine(path, header);
+      list.push_back(toJson(path, header));
+    } catch (io::FileError const& error) {
+      writeErrorLine(error.what());
+      exitCode = cFailed;  // the other files are still told about
+    }
+  }
+  writeOutput(command.isJson ? list.dump(2, ' ', false, Json::error_handler_t::replace) + "\n" : lines);
+  return exitCode;
+}
+
+}  // namespace qorn

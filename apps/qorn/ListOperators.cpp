@@ -1,0 +1,112 @@
+#include <nlohmann/json.hpp>
+#include <set>
+
+#include "pxl/Plugins.h"
+#include "pxl/Runnable.h"
+#include "qorn/Commands.h"
+#include "qorn/NumberText.h"
+#include "qorn/Operators.h"
+#include "qorn/StandardOutput.h"
+#include "qorn/Table.h"
+
+namespace qorn {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/** The default of a property as a number, or null. */
+Json getDefault(pxl::PropertyBase const& property) {
+  if (!property.hasDefault()) return nullptr;
+  switch (property.getKind()) {
+    case pxl::PropertyKinds::cInteger:
+      return dynamic_cast<pxl::Property<int> const&>(property).getDefault();
+    case pxl::PropertyKinds::cUnsignedInteger:
+      return dynamic_cast<pxl::Property<unsigned int> const&>(property).getDefault();
+    case pxl::PropertyKinds::cReal:
+      return dynamic_cast<pxl::Property<double> const&>(property).getDefault();
+    default:
+      return nullptr;
+  }
+}
+
+/** What a user must know about giving the property: its default, or that there is none. */
+std::string describeDefault(pxl::PropertyBase const& property) {
+  if (property.getKind() == pxl::PropertyKinds::cMeasure) return "printed";
+  Json const value = getDefault(property);
+  if (value.is_null()) return "required";
+  return value.is_number_float() ? toText(value.get<double>()) : value.dump();
+}
+
+Json describe(pxl::AlgoInfo const& record) {
+  Json runners = Json::array();
+  for (pxl::Runnable const* runner : record.getRunners()) runners.push_back(runner->getOptimType());
+  Json properties = Json::array();
+  auto const algorithm = record.create();
+  for (pxl::PropertyBase const* property : algorithm->getProperties()) {
+    properties.push_back({{"name", property->getName()},
+                          {"type", getKindName(property->getKind())},
+                          {"default", getDefault(*property)},
+                          {"help", property->getHelp()}});
+  }
+  return {{"name", record.getName()},  {"subject", record.getSubject()}, {"help", record.getHelp()},
+          {"runners", runners.size()}, {"optimisations", runners},       {"properties", properties}};
+}
+
+std::string toText(pxl::AlgoInfo const& record) {
+  std::string text = std::string(record.getName()) + " (" + record.getSubject() + "): " + record.getHelp() + "\n";
+  auto const runners = record.getRunners();
+  text += "registered runners: " + std::to_string(runners.size());
+  for (std::size_t i = 0; i < runners.size(); ++i) {
+    text += (i == 0 ? ", of optimisation type " : ", ") + std::to_string(runners[i]->getOptimType());
+  }
+  text += "\n\n";
+  Table table("llll");
+  table.addRow({"PROPERTY", "TYPE", "DEFAULT", "MEANING"});
+  auto const algorithm = record.create();
+  for (pxl::PropertyBase const* property : algorithm->getProperties()) {
+    table.addRow(
+        {property->getName(), getKindName(property->getKind()), describeDefault(*property), property->getHelp()});
+  }
+  return text + table.toText();
+}
+
+std::string listAll() {
+  // One runner may serve several operators; it counts once for each, as it is registered with each.
+  std::size_t nbRunners = 0;
+  Table table("lrl");
+  table.addRow({"OPERATOR", "RUNNERS", "MEANING"});
+  for (pxl::AlgoInfo const* record : pxl::AlgoInfo::getAll()) {
+    std::size_t const nbOfRecord = record->getRunners().size();
+    nbRunners += nbOfRecord;
+    table.addRow({record->getName(), std::to_string(nbOfRecord), record->getHelp()});
+  }
+  std::string text = table.toText();
+  text += "\n" + std::to_string(nbRunners) + (nbRunners == 1 ? " runner is" : " runners are") + " registered";
+  std::vector<std::string> const plugins = pxl::plugins::getLoaded();
+  if (plugins.empty()) text += "; no plug-in is loaded";
+  for (std::size_t i = 0; i < plugins.size(); ++i) text += (i == 0 ? ", from " : ", ") + plugins[i];
+  return text + "\n";
+}
+
+}  // namespace
+
+ExitCodes execute(OperatorsCommand const& command) {
+  std::vector<pxl::AlgoInfo*> records = pxl::AlgoInfo::getAll();
+  if (!command.operatorName.empty()) records = {&findOperator(command.operatorName)};
+  loadPlugins(command.plugins);
+  if (!command.isJson) {
+    writeOutput(command.operatorName.empty() ? listAll() : toText(*records.front()));
+    return cDone;
+  }
+  Json list = Json::array();
+  std::size_t nbRunners = 0;
+  for (pxl::AlgoInfo const* record : records) {
+    list.push_back(describe(*record));
+    nbRunners += record->getRunners().size();
+  }
+  Json const json{{"operators", list}, {"runners", nbRunners}, {"plugins", pxl::plugins::getLoaded()}};
+  writeOutput(json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+  return cDone;
+}
+
+}  // namespace qorn

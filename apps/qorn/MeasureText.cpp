@@ -1,0 +1,86 @@
+#include "qorn/MeasureText.h"
+
+#include <cmath>
+#include <vector>
+
+#include "pxl/Property.h"
+#include "qorn/NumberText.h"
+#include "qorn/Table.h"
+
+namespace qorn {
+namespace {
+
+using pxl::analysis::MeasureArray;
+
+/** The dimensions of a measure, in the order of its indices. */
+struct Dimension {
+  char const* name;
+  int bit;  ///< in the property "analysisDimensions"
+};
+constexpr Dimension cDimensions[3] = {{"plan", 1}, {"sequence", 4}, {"spectral", 2}};
+
+/** What the algorithm was asked to keep apart. */
+int getAskedBits(pxl::BaseAlgorithm const& algorithm) {
+  auto const* const property = dynamic_cast<pxl::Property<int> const*>(algorithm.findProperty("analysisDimensions"));
+  return property == nullptr ? 0 : property->get();
+}
+
+void appendJson(std::string& text, MeasureArray const& array) {
+  for (unsigned long i0 = 0; i0 < array.getSize(0); ++i0) {
+    text += i0 == 0 ? "[" : ", ";
+    for (unsigned long i1 = 0; i1 < array.getSize(1); ++i1) {
+      text += i1 == 0 ? "[" : ", ";
+      for (unsigned long i2 = 0; i2 < array.getSize(2); ++i2) {
+        double const value = array.getValue(i0, i1, i2);
+        std::string const number = toText(value);
+        text += i2 == 0 ? "[" : ", ";
+        text += std::isfinite(value) ? number : '"' + number + '"';
+      }
+      text += "]";
+    }
+    text += "]";
+  }
+  text += "]";
+}
+
+}  // namespace
+
+std::string toTable(pxl::analysis::IntensityExtremaMsr const& measure, pxl::BaseAlgorithm const& algorithm) {
+  MeasureArray const& minimum = measure.minimum;
+  MeasureArray const& maximum = measure.maximum;
+  bool const hasPositions = minimum.getSize(0) * minimum.getSize(1) * minimum.getSize(2) > 1;
+  std::vector<int> shown;
+  for (int i = 0; i < 3 && hasPositions; ++i) {
+    if (getAskedBits(algorithm) & cDimensions[i].bit) shown.push_back(i);
+  }
+  Table table(std::string(shown.size() + 2, 'r'));
+  std::vector<std::string> cells;
+  for (int const i : shown) cells.emplace_back(cDimensions[i].name);
+  cells.insert(cells.end(), {"minimum", "maximum"});
+  table.addRow(cells);
+  unsigned long index[3];
+  for (index[0] = 0; index[0] < minimum.getSize(0); ++index[0]) {
+    for (index[1] = 0; index[1] < minimum.getSize(1); ++index[1]) {
+      for (index[2] = 0; index[2] < minimum.getSize(2); ++index[2]) {
+        cells.clear();
+        for (int const i : shown) cells.push_back(std::to_string(index[i]));
+        for (MeasureArray const* array : {&minimum, &maximum}) {
+          cells.push_back(toText(array->getValue(index[0], index[1], index[2])));
+        }
+        table.addRow(cells);
+      }
+    }
+  }
+  return table.toText();
+}
+
+std::string toJson(pxl::analysis::IntensityExtremaMsr const& measure) {
+  std::string text = "{\"minimum\": ";
+  appendJson(text, measure.minimum);
+  text += ", \"maximum\": ";
+  appendJson(text, measure.maximum);
+  text += "}\n";
+  return text;
+}
+
+}  // namespace qorn

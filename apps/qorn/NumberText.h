@@ -1,0 +1,48 @@
+#pragma once
+
+#include <charconv>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <type_traits>
+
+namespace qorn {
+
+enum class NumberFaults { cNone, cMalformed, cOutOfRange };
+
+/**
+ * Parses the whole text as one number: no space, no leading '+', nothing behind it. A negative text for an unsigned
+ * type is out of range.
+ */
+template <class T>
+NumberFaults parseNumber(std::string_view text, T& value) {
+  bool const isNegative = std::is_unsigned_v<T> && !text.empty() && text.front() == '-';
+  if (isNegative) text.remove_prefix(1);
+  char const* const end = text.data() + text.size();
+  auto const [rest, fault] = std::from_chars(text.data(), end, value);
+  if (rest != end || fault == std::errc::invalid_argument) return NumberFaults::cMalformed;
+  return isNegative || fault != std::errc() ? NumberFaults::cOutOfRange : NumberFaults::cNone;
+}
+
+/**
+ * The value of an option or property. @throws UsageError that says what `type` is wanted
+ *
+ * @param what  what is at fault, such as "radius=-1"
+ * @param type  such as "unsigned integer"
+ */
+template <class T>
+T parseNumberOrThrow(std::string const& what, std::string_view text, char const* type);
+
+extern template int parseNumberOrThrow(std::string const&, std::string_view, char const*);
+extern template unsigned int parseNumberOrThrow(std::string const&, std::string_view, char const*);
+extern template unsigned long parseNumberOrThrow(std::string const&, std::string_view, char const*);
+/** Finite numbers only. */
+extern template double parseNumberOrThrow(std::string const&, std::string_view, char const*);
+
+/** A number of bytes: digits, or digits and K, M or G for units of 1024. @throws UsageError */
+unsigned long parseBytesOrThrow(std::string const& what, std::string_view text);
+
+/** The shortest text that reads back as exactly this value; whole numbers up to 2^53 without exponent or point. */
+std::string toText(double value);
+
+}  // namespace qorn

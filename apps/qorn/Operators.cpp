@@ -1,0 +1,113 @@
+#include "qorn/Operators.h"
+
+#include <algorithm>
+#include <exception>
+#include <filesystem>
+#include <set>
+
+#include "pxl/Plugins.h"
+#include "qorn/Errors.h"
+#include "qorn/NumberText.h"
+
+namespace qorn {
+namespace {
+
+template <class T>
+void setNumber(pxl::PropertyBase& property, std::string const& value) {
+  std::string const what = std::string(property.getName()) + "=" + value;
+  dynamic_cast<pxl::Property<T>&>(property).set(parseNumberOrThrow<T>(what, value, getKindName(property.getKind())));
+}
+
+void setValue(pxl::PropertyBase& property, std::string const& value) {
+  switch (property.getKind()) {
+    case pxl::PropertyKinds::cInteger:
+      return setNumber<int>(property, value);
+    case pxl::PropertyKinds::cUnsignedInteger:
+      return setNumber<unsigned int>(property, value);
+    case pxl::PropertyKinds::cReal:
+      return setNumber<double>(property, value);
+    default:
+      if (value.empty()) throw UsageError(property.getName(), "has no value");
+  }
+}
+
+}  // namespace
+
+pxl::AlgoInfo& findOperator(std::string const& name) {
+  pxl::AlgoInfo* const record = pxl::AlgoInfo::find(name.c_str());
+  if (record == nullptr) throw UsageError(name, "no such operator; \"qorn operators\" lists them");
+  return *record;
+}
+
+void loadPlugins(std::vector<std::string> const& paths) {
+  try {
+    if (paths.empty()) pxl::plugins::loadFolder();
+    for (std::string const& path : paths) pxl::plugins::load(std::filesystem::absolute(path).string());
+  } catch (std::exception const& error) {
+    throw ProgramError(cFailed, "plug-ins", error.what());
+  }
+}
+
+char const* getKindName(pxl::PropertyKinds kind) {
+  switch (kind) {
+    case pxl::PropertyKinds::cInputImage:
+      return "input image";
+    case pxl::PropertyKinds::cOutputImage:
+      return "output image";
+    case pxl::PropertyKinds::cInteger:
+      return "integer";
+    case pxl::PropertyKinds::cUnsignedInteger:
+      return "unsigned integer";
+    case pxl::PropertyKinds::cReal:
+      return "real";
+    case pxl::PropertyKinds::cKernel2D:
+      return "2-D kernel";
+    case pxl::PropertyKinds::cKernel3D:
+      return "3-D kernel";
+    case pxl::PropertyKinds::cMeasure:
+      return "measure";
+  }
+  return "unknown";
+}
+
+bool isGivenByName(pxl::PropertyBase const& property) {
+  switch (property.getKind()) {
+    case pxl::PropertyKinds::cInputImage:
+    case pxl::PropertyKinds::cOutputImage:
+    case pxl::PropertyKinds::cMeasure:
+      return false;
+    default:
+      return true;
+  }
+}
+
+std::size_t countProperties(pxl::BaseAlgorithm const& algorithm, pxl::PropertyKinds kind) {
+  auto const& properties = algorithm.getProperties();
+  return static_cast<std::size_t>(
+      std::count_if(properties.begin(), properties.end(), [kind](auto const* p) { return p->getKind() == kind; }));
+}
+
+void setProperties(pxl::BaseAlgorithm& algorithm, std::vector<std::pair<std::string, std::string>> const& values) {
+  std::string const operatorName = algorithm.getAlgoInfo()->getName();
+  std::set<std::string> given;
+  for (auto const& [name, value] : values) {
+    pxl::PropertyBase* const property = algorithm.findProperty(name.c_str());
+    if (property == nullptr) {
+      throw UsageError(name, "no such property; \"qorn operators " + operatorName + "\" lists them");
+    }
+    if (!isGivenByName(*property)) {
+      throw UsageError(name, property->getKind() == pxl::PropertyKinds::cMeasure
+                                 ? "is a result, which is printed"
+                                 : "is an image, which is given by its path alone");
+    }
+    if (!given.insert(name).second) throw UsageError(name, "is given twice");
+    setValue(*property, value);
+  }
+  for (pxl::PropertyBase const* property : algorithm.getProperties()) {
+    if (isGivenByName(*property) && !property->hasDefault() && given.count(property->getName()) == 0) {
+      throw UsageError(operatorName, std::string(property->getName()) + "=VALUE is missing");
+    }
+  }
+}
+
+}  // namespace qorn

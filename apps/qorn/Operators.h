@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "pxl/AlgoInfo.h"
+#include "pxl/BaseAlgorithm.h"
+#include "pxl/Property.h"
+
+/** What the commands do with operators. Everything about an operator comes from the host's descriptions. */
+namespace qorn {
+
+/** The record of an operator. @throws UsageError there is none with this name */
+pxl::AlgoInfo& findOperator(std::string const& name);
+
+/** Loads these plug-ins, or those of the host's folder if there are none. @throws ProgramError */
+void loadPlugins(std::vector<std::string> const& paths);
+
+/** The name of a kind of property, such as "unsigned integer". */
+char const* getKindName(pxl::PropertyKinds kind);
+
+/** Whether a property is given as name=value; images are given as paths, and measures are results. */
+bool isGivenByName(pxl::PropertyBase const& property);
+
+/** How many properties of a kind an algorithm has. */
+std::size_t countProperties(pxl::BaseAlgorithm const& algorithm, pxl::PropertyKinds kind);
+
+/**
+ * Sets properties by name and checks that none is missing. Taps of kernels aren't read: an algorithm with a kernel
+ * keeps it unset.
+ * @throws UsageError a name that isn't known or comes twice, a value that can't be one, or a property without a value
+ */
+void setProperties(pxl::BaseAlgorithm& algorithm, std::vector<std::pair<std::string, std::string>> const& values);
+
+}  // namespace qorn

@@ -1,0 +1,88 @@
+#include "qorn/Supervision.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <future>
+
+#include "qorn/StandardOutput.h"
+
+namespace qorn {
+namespace {
+
+std::atomic<bool> s_isCancelRequested{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "it is set in a signal handler");
+
+void onSignal(int) { s_isCancelRequested.store(true, std::memory_order_relaxed); }
+
+/** While it exists, the first signal of a kind asks for a cancel. */
+class SignalGuard : private pxl::Noncopyable {
+ public:
+  SignalGuard() {
+    s_isCancelRequested = false;
+    struct sigaction action = {};
+    action.sa_handler = onSignal;
+    action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);  // the second one does what it would do anyway
+    sigemptyset(&action.sa_mask);
+    for (std::size_t i = 0; i < cSignals.size(); ++i) {
+      sigaction(cSignals[i], nullptr, &m_previous[i]);
+      // A signal that the caller had ignored, as for background jobs, stays ignored.
+      if (m_previous[i].sa_handler != SIG_IGN) sigaction(cSignals[i], &action, nullptr);
+    }
+  }
+  ~SignalGuard() {
+    for (std::size_t i = 0; i < cSignals.size(); ++i) sigaction(cSignals[i], &m_previous[i], nullptr);
+  }
+
+ private:
+  static constexpr std::array<int, 2> cSignals{SIGINT, SIGTERM};
+  std::array<struct sigaction, 2> m_previous;
+};
+
+/** One line on the terminal that is drawn over and over, and wiped at the end. */
+class ProgressLine : private pxl::Noncopyable {
+ public:
+  ProgressLine(std::string const& name, bool isQuiet)
+      : m_name(name), m_isShown(!isQuiet && ::isatty(STDERR_FILENO)) {}
+  ~ProgressLine() {
+    if (!m_text.empty()) writeErrorText("\r" + std::string(m_text.size(), ' ') + "\r");
+  }
+
+  void draw(double progress) {
+    if (!m_isShown) return;
+    char percent[8];
+    std::snprintf(percent, sizeof percent, "%3d %%", static_cast<int>(progress * 100));
+    std::string text = m_name + ' ' + percent;
+    if (text == m_text) return;
+    writeErrorText('\r' + text);
+    m_text = std::move(text);
+  }
+
+ private:
+  std::string m_name;
+  bool m_isShown;
+  std::string m_text;
+};
+
+}  // namespace
+
+void executeSupervised(pxl::BaseAlgorithm& algorithm, std::string const& name, bool isQuiet) {
+  constexpr std::chrono::milliseconds cPeriod(50);
+  SignalGuard const signals;
+  std::future<void> run = std::async(std::launch::async, [&algorithm] { algorithm.execute(); });
+  {
+    ProgressLine line(name, isQuiet);
+    while (run.wait_for(cPeriod) != std::future_status::ready) {
+      // Again and again: a cancel that comes before the run has begun is ignored.
+      if (s_isCancelRequested.load(std::memory_order_relaxed)) algorithm.cancelExecution();
+      line.draw(algorithm.getProgress());
+    }
+  }
+  run.get();
+}
+
+}  // namespace qorn

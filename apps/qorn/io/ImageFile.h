@@ -1,0 +1,36 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "pxl/Image.h"
+#include "qorn/io/ImageHeader.h"
+
+/**
+ * Reading of image files. The suffix tells the format: .npy, .tif or .tiff, .png, in any case. Files of one sample
+ * per pixel are read as they are stored: no scaling, no inversion, no rotation.
+ *
+ * Files are not trusted: everything a header declares is checked, against the limits and against the size of the
+ * file, before memory is taken for voxels.
+ */
+namespace qorn::io {
+
+struct ReadOptions {
+  bool isOnDisk = false;  ///< leave the voxels in the file and read rows when they are needed
+  unsigned long maxCompressedVoxels = cDefaultMaxCompressedVoxels;
+  int interpretation = pxl::cGrey;
+};
+
+/** An image that was read and what its file said. */
+struct ImageFile {
+  ImageHeader header;
+  std::shared_ptr<pxl::Image> image;
+};
+
+/** What the file says, without reading voxels. @throws FileError */
+ImageHeader readImageHeader(std::string const& path);
+
+/** The image in the file; .npy in native C order is mapped, everything else is read into memory. @throws FileError */
+ImageFile readImage(std::string const& path, ReadOptions const& options = ReadOptions());
+
+}  // namespace qorn::io

@@ -1,0 +1,63 @@
+#include "qorn/io/ImageHeader.h"
+
+#include <new>
+
+#include "qorn/io/FileError.h"
+
+namespace qorn::io {
+namespace {
+
+constexpr unsigned long cMaxSize = (1ul << 31) - 1;
+
+}  // namespace
+
+ImageHeader makeHeader(std::string const& path, char const* format, pxl::VoxelTypes type,
+                       std::vector<unsigned long> const& shape, bool isCompressed) {
+  unsigned long const rank = shape.size();
+  if (rank < 2 || rank > pxl::cNbComponents) {
+    throw FileError(path, std::to_string(rank) + " dimensions; an image has 2 to 5");
+  }
+  ImageHeader header{format, type, {1, 1, 1, 1, 1}, static_cast<int>(rank), isCompressed};
+  for (unsigned long i = 0; i < rank; ++i) {
+    if (shape[i] == 0) throw FileError(path, "has no voxels");
+  }
+  unsigned long nbVoxels = 1;
+  for (unsigned long i = 0; i < rank; ++i) {
+    unsigned long const size = shape[rank - 1 - i];
+    if (size > cMaxSize) {
+      throw FileError(path, std::to_string(size) + " " + cAxisNames[i] + "; at most 2147483647 are possible");
+    }
+    if (size > cMaxVoxels / nbVoxels) throw FileError(path, "more than 2^40 voxels");
+    nbVoxels *= size;
+    header.sizes[i] = size;
+  }
+  return header;
+}
+
+unsigned long getNbVoxels(ImageHeader const& header) {
+  unsigned long count = 1;
+  for (unsigned long const size : header.sizes) count *= size;
+  return count;
+}
+
+unsigned long getNbBytes(ImageHeader const& header) {
+  return getNbVoxels(header) * pxl::helper::getSizeOf(header.type);
+}
+
+void checkCompressedVoxels(std::string const& path, ImageHeader const& header, unsigned long maxCompressedVoxels) {
+  unsigned long const nbVoxels = getNbVoxels(header);
+  if (header.isCompressed && nbVoxels > maxCompressedVoxels) {
+    throw FileError(path, std::to_string(nbVoxels) + " voxels in compressed form; at most " +
+                              std::to_string(maxCompressedVoxels) + " are read unless --max-voxels allows more");
+  }
+}
+
+std::shared_ptr<pxl::Image> makeImage(std::string const& path, ImageHeader const& header, int interpretation) {
+  try {
+    return pxl::Image::New(header.type, header.sizes, interpretation);
+  } catch (std::bad_alloc const&) {
+    throw FileError(path, "not enough memory for " + std::to_string(getNbBytes(header)) + " bytes of voxels");
+  }
+}
+
+}  // namespace qorn::io

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "pxl/Image.h"
+#include "pxl/VoxelTypes.h"
+
+namespace qorn::io {
+
+/** The names of the dimensions, in the order of pxl::Components. */
+constexpr char const* cAxisNames[pxl::cNbComponents] = {"columns", "rows", "plans", "sequence", "spectral"};
+
+/** Compressed files may declare this many voxels unless the caller allows more: a small file can claim anything. */
+constexpr unsigned long cDefaultMaxCompressedVoxels = 1ul << 30;
+/** No image has more voxels. */
+constexpr unsigned long cMaxVoxels = 1ul << 40;
+
+/** What an image file says about its voxels. */
+struct ImageHeader {
+  char const* format;  ///< "npy", "tiff" or "png"
+  pxl::VoxelTypes type;
+  pxl::ImageSizes sizes;
+  int rank;           ///< number of dimensions of the array in the file, 2 to 5
+  bool isCompressed;  ///< the bytes of the file don't bound the number of voxels
+};
+
+/**
+ * The header of an array in C order: the last two sizes are rows and columns, the ones before plans, sequence and
+ * spectral series; missing ones are 1.
+ * @throws FileError a rank other than 2 to 5, a size of 0 or beyond 2^31 - 1, or more than 2^40 voxels
+ */
+ImageHeader makeHeader(std::string const& path, char const* format, pxl::VoxelTypes type,
+                       std::vector<unsigned long> const& shape, bool isCompressed);
+
+/** The number of voxels of a header that makeHeader() made. */
+unsigned long getNbVoxels(ImageHeader const& header);
+/** The bytes of its voxels. */
+unsigned long getNbBytes(ImageHeader const& header);
+
+/** @throws FileError a compressed file with more voxels than allowed */
+void checkCompressedVoxels(std::string const& path, ImageHeader const& header, unsigned long maxCompressedVoxels);
+
+/** New voxels in memory for the header. @throws FileError not enough memory */
+std::shared_ptr<pxl::Image> makeImage(std::string const& path, ImageHeader const& header, int interpretation);
+
+}  // namespace qorn::io

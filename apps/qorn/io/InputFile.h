@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+
+#include "pxl/Noncopyable.h"
+
+namespace qorn::io {
+
+/** A regular file that is open for reading, and how many bytes it had when it was opened. */
+class InputFile : private pxl::Noncopyable {
+ public:
+  /** Never waits, whatever `path` is. @throws FileError missing, not readable, not a regular file, or empty */
+  explicit InputFile(std::string path);
+  ~InputFile();
+
+  std::string const& getPath() const { return m_path; }
+  unsigned long getSize() const { return m_size; }
+
+  /** Reads exactly `count` bytes. @throws FileError */
+  void read(void* bytes, unsigned long count, unsigned long offset) const;
+  /** The same for callers that exceptions must not cross: 0, or the error number; -1 when the file ends too soon. */
+  int tryRead(void* bytes, unsigned long count, unsigned long offset) const noexcept;
+
+  /** A second descriptor of the file, which the caller owns. @throws FileError */
+  int duplicateDescriptor() const;
+
+ private:
+  std::string m_path;
+  int m_descriptor;
+  unsigned long m_size;
+};
+
+}  // namespace qorn::io

@@ -1,0 +1,143 @@
+#include "qorn/io/TiffPage.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "qorn/io/InputFile.h"
+
+namespace qorn::io {
+namespace {
+
+/** A strip may be the whole page, which the limits of images bound. A tile needs memory of its own. */
+constexpr unsigned long cMaxStripVoxels = 1ul << 40;
+constexpr unsigned long cMaxTileVoxels = 1ul << 26;
+
+pxl::VoxelTypes getVoxelType(TiffFile const& file) {
+  std::uint16_t bits = 1;
+  std::uint16_t format = SAMPLEFORMAT_UINT;
+  TIFFGetFieldDefaulted(file.get(), TIFFTAG_BITSPERSAMPLE, &bits);
+  TIFFGetFieldDefaulted(file.get(), TIFFTAG_SAMPLEFORMAT, &format);
+  struct Known {
+    int format;
+    int bits;
+    pxl::VoxelTypes type;
+  };
+  static constexpr Known cKnown[] = {
+      {SAMPLEFORMAT_UINT, 8, pxl::cUnsignedInteger8},   {SAMPLEFORMAT_UINT, 16, pxl::cUnsignedInteger16},
+      {SAMPLEFORMAT_UINT, 32, pxl::cUnsignedInteger32}, {SAMPLEFORMAT_INT, 8, pxl::cInteger8},
+      {SAMPLEFORMAT_INT, 16, pxl::cInteger16},          {SAMPLEFORMAT_INT, 32, pxl::cInteger32},
+      {SAMPLEFORMAT_IEEEFP, 32, pxl::cFloat},           {SAMPLEFORMAT_IEEEFP, 64, pxl::cDouble}};
+  for (Known const& known : cKnown) {
+    // Samples without a declared meaning are taken as unsigned, as if the tag weren't there.
+    if (known.bits == bits && known.format == (format == SAMPLEFORMAT_VOID ? SAMPLEFORMAT_UINT : format)) {
+      return known.type;
+    }
+  }
+  char const* const kind = format == SAMPLEFORMAT_UINT || format == SAMPLEFORMAT_VOID ? "unsigned integer"
+                           : format == SAMPLEFORMAT_INT                               ? "integer"
+                           : format == SAMPLEFORMAT_IEEEFP                            ? "floating point"
+                                                                                      : "complex";
+  file.fail(std::string("samples of ") + kind + " type with " + std::to_string(bits) + " bits aren't read");
+}
+
+void checkIsGrey(TiffFile const& file) {
+  std::uint16_t photometric = PHOTOMETRIC_MINISBLACK;
+  std::uint16_t samples = 1;
+  std::uint16_t extraSamples = 0;
+  std::uint16_t* extraTypes = nullptr;
+  std::uint32_t depth = 1;
+  TIFFGetField(file.get(), TIFFTAG_PHOTOMETRIC, &photometric);
+  TIFFGetFieldDefaulted(file.get(), TIFFTAG_SAMPLESPERPIXEL, &samples);
+  TIFFGetFieldDefaulted(file.get(), TIFFTAG_EXTRASAMPLES, &extraSamples, &extraTypes);
+  TIFFGetFieldDefaulted(file.get(), TIFFTAG_IMAGEDEPTH, &depth);
+  if (photometric == PHOTOMETRIC_PALETTE) file.fail("has a palette; only one grey sample per pixel is read");
+  if (samples != 1 || extraSamples != 0) {
+    file.fail("has " + std::to_string(samples) + " samples per pixel, as of colour or alpha; only one is read");
+  }
+  // Stored values are kept, so white on black and black on white are read alike.
+  if (photometric != PHOTOMETRIC_MINISBLACK && photometric != PHOTOMETRIC_MINISWHITE) {
+    file.fail("photometric interpretation " + std::to_string(photometric) + " isn't grey");
+  }
+  if (depth != 1) file.fail("volumes within a page aren't read");
+}
+
+TiffPieces getPieces(TiffFile const& file, unsigned long cols, unsigned long rows) {
+  TIFF* const tiff = file.get();
+  if (TIFFIsTiled(tiff) != 0) {
+    std::uint32_t tileCols = 0;
+    std::uint32_t tileRows = 0;
+    TIFFGetField(tiff, TIFFTAG_TILEWIDTH, &tileCols);
+    TIFFGetField(tiff, TIFFTAG_TILELENGTH, &tileRows);
+    if (tileCols == 0 || tileRows == 0) file.fail("tiles without a size");
+    return {true, TIFFNumberOfTiles(tiff), tileCols, tileRows};
+  }
+  std::uint32_t stripRows = 0;
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_ROWSPERSTRIP, &stripRows);
+  if (stripRows == 0) file.fail("strips without rows");
+  return {false, TIFFNumberOfStrips(tiff), cols, std::min<unsigned long>(stripRows, rows)};
+}
+
+/** How many bytes a compressed byte can become at most; 0 where there is no useful bound. */
+unsigned long getMaxRatio(std::uint16_t compression) {
+  switch (compression) {
+    case COMPRESSION_PACKBITS:
+      return 64;  // two bytes stand for 128
+    case COMPRESSION_ADOBE_DEFLATE:
+    case COMPRESSION_DEFLATE:
+      return 1032;
+    case COMPRESSION_LZW:
+      return 4096;  // a code of at least nine bits stands for less than 4096 bytes
+    default:
+      return 0;
+  }
+}
+
+void checkPieces(TiffFile const& file, TiffPage const& page, std::uint16_t compression) {
+  unsigned long const across = (page.cols - 1) / page.pieces.cols + 1;
+  unsigned long const down = (page.rows - 1) / page.pieces.rows + 1;
+  if (page.pieces.count != across * down) file.fail("the number of strips or tiles doesn't fit the size");
+  unsigned long const fileBytes = file.getFile().getSize();
+  unsigned long const maxRatio = getMaxRatio(compression);
+  unsigned long const maxVoxels = page.pieces.isTiled ? cMaxTileVoxels : cMaxStripVoxels;
+  if (page.pieces.cols > maxVoxels / page.pieces.rows) file.fail("a strip or tile is too large");
+  for (unsigned long i = 0; i < page.pieces.count; ++i) {
+    unsigned long const bytes = getPieceBytes(page, i);
+    unsigned long const offset = TIFFGetStrileOffset(file.get(), static_cast<std::uint32_t>(i));
+    unsigned long const stored = TIFFGetStrileByteCount(file.get(), static_cast<std::uint32_t>(i));
+    unsigned long const needed = page.isCompressed ? stored : bytes;
+    bool isThere = stored != 0 && stored >= needed && needed <= fileBytes && offset <= fileBytes - needed;
+    if (page.isCompressed && maxRatio != 0) isThere = isThere && bytes / maxRatio <= stored;
+    if (!isThere) {
+      file.fail("the declared data isn't in the file, from " + std::string(page.pieces.isTiled ? "tile " : "strip ") +
+                std::to_string(i) + " on");
+    }
+  }
+}
+
+}  // namespace
+
+TiffPage readTiffPage(TiffFile const& file) {
+  TIFF* const tiff = file.get();
+  std::uint32_t cols = 0;
+  std::uint32_t rows = 0;
+  TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &cols);
+  TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &rows);
+  if (cols == 0 || rows == 0) file.fail("has no voxels");
+  checkIsGrey(file);
+  std::uint16_t compression = COMPRESSION_NONE;
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_COMPRESSION, &compression);
+  if (TIFFIsCODECConfigured(compression) == 0) {
+    file.fail("compression method " + std::to_string(compression) + " isn't known");
+  }
+  TiffPage const page{cols, rows, getVoxelType(file), compression != COMPRESSION_NONE, getPieces(file, cols, rows)};
+  checkPieces(file, page, compression);
+  return page;
+}
+
+unsigned long getPieceBytes(TiffPage const& page, unsigned long index) {
+  unsigned long const rows =
+      page.pieces.isTiled ? page.pieces.rows : std::min(page.pieces.rows, page.rows - index * page.pieces.rows);
+  return page.pieces.cols * rows * pxl::helper::getSizeOf(page.type);
+}
+
+}  // namespace qorn::io

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+
+#include "pxl/VoxelTypes.h"
+#include "qorn/io/TiffFile.h"
+
+namespace qorn::io {
+
+/** The strips or tiles of a page: pieces of the picture that are stored one by one, in C order. */
+struct TiffPieces {
+  bool isTiled;
+  unsigned long count;
+  unsigned long cols;  ///< of every piece; tiles reach beyond the picture's edge
+  unsigned long rows;  ///< the last strip may have fewer
+};
+
+/** One page: a picture of one grey sample per pixel. */
+struct TiffPage {
+  unsigned long cols;
+  unsigned long rows;
+  pxl::VoxelTypes type;
+  bool isCompressed;
+  TiffPieces pieces;
+};
+
+/**
+ * Describes the present page and checks that its data can be in the file: every piece lies within it, pieces without
+ * compression are complete, compressed ones aren't smaller than the method allows.
+ * @throws FileError also for colour, palettes, alpha, and sample types that no image has
+ */
+TiffPage readTiffPage(TiffFile const& file);
+
+/** The bytes of piece `index` when it isn't compressed. */
+unsigned long getPieceBytes(TiffPage const& page, unsigned long index);
+
+}  // namespace qorn::io

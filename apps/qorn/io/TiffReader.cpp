@@ -1,0 +1,146 @@
+#include "qorn/io/TiffReader.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <nlohmann/json.hpp>
+#include <string_view>
+#include <vector>
+
+#include "qorn/io/FileError.h"
+#include "qorn/io/InputFile.h"
+#include "qorn/io/TiffFile.h"
+#include "qorn/io/TiffPage.h"
+
+namespace qorn::io {
+namespace {
+
+/** The "shape" in the description of the present page; empty if there is none. */
+std::vector<unsigned long> readDeclaredShape(TiffFile const& file) {
+  constexpr std::size_t cMaxDescriptionBytes = 64 * 1024;
+  char const* description = nullptr;
+  if (TIFFGetField(file.get(), TIFFTAG_IMAGEDESCRIPTION, &description) == 0 || description == nullptr) return {};
+  std::string_view const text(description);
+  if (text.empty() || text.front() != '{' || text.size() > cMaxDescriptionBytes) return {};
+  nlohmann::json const json = nlohmann::json::parse(text, nullptr, false);
+  if (!json.is_object() || !json.contains("shape")) return {};
+  std::vector<unsigned long> shape;
+  if (!json["shape"].is_array()) file.fail("the shape in the description isn't a list");
+  for (nlohmann::json const& size : json["shape"]) {
+    if (!size.is_number_unsigned()) file.fail("the shape in the description isn't a list of sizes");
+    shape.push_back(size.get<unsigned long>());
+  }
+  return shape;
+}
+
+/** The shape of the array that the pages make. */
+std::vector<unsigned long> getShape(TiffFile const& file, std::vector<unsigned long> const& declared,
+                                    TiffPage const& page, unsigned long nbPages) {
+  if (declared.empty()) {
+    if (nbPages == 1) return {page.rows, page.cols};
+    return {nbPages, page.rows, page.cols};
+  }
+  unsigned long product = 1;
+  bool isFitting = declared.size() >= 2;
+  for (std::size_t i = 0; isFitting && i + 2 < declared.size(); ++i) {
+    isFitting = declared[i] != 0 && declared[i] <= nbPages / product;
+    if (isFitting) product *= declared[i];
+  }
+  if (!isFitting || product != nbPages || declared.end()[-2] != page.rows || declared.end()[-1] != page.cols) {
+    file.fail("the shape in the description doesn't fit " + std::to_string(nbPages) + " page(s) of " +
+              std::to_string(page.rows) + " x " + std::to_string(page.cols));
+  }
+  return declared;
+}
+
+/** Goes over all pages, so that nothing is allocated before all of them are known to be good. */
+ImageHeader readHeader(TiffFile& file) {
+  std::string const& path = file.getFile().getPath();
+  std::vector<unsigned long> const declared = readDeclaredShape(file);
+  TiffPage const first = readTiffPage(file);
+  bool isCompressed = first.isCompressed;
+  unsigned long bytesInPlace = 0;
+  TiffPage page = first;
+  while (true) {
+    for (unsigned long i = 0; i < page.pieces.count && !page.isCompressed; ++i) {
+      bytesInPlace += getPieceBytes(page, i);
+      // Pieces that share bytes would let a small file declare a large image.
+      if (bytesInPlace > file.getFile().getSize()) file.fail("declares more data than the file has");
+    }
+    if (!file.nextPage()) break;
+    page = readTiffPage(file);
+    if (page.cols != first.cols || page.rows != first.rows || page.type != first.type) {
+      file.fail("has another size or voxel type than the first page");
+    }
+    isCompressed = isCompressed || page.isCompressed;
+  }
+  return makeHeader(path, "tiff", first.type, getShape(file, declared, first, file.getPage()), isCompressed);
+}
+
+/** Copies the part of a tile that lies within the page. */
+void copyTile(TiffPage const& page, unsigned long index, char const* tile, char* voxels) {
+  unsigned long const voxelBytes = pxl::helper::getSizeOf(page.type);
+  unsigned long const across = (page.cols - 1) / page.pieces.cols + 1;
+  unsigned long const col = index % across * page.pieces.cols;
+  unsigned long const row = index / across * page.pieces.rows;
+  unsigned long const cols = std::min(page.pieces.cols, page.cols - col);
+  unsigned long const rows = std::min(page.pieces.rows, page.rows - row);
+  for (unsigned long r = 0; r < rows; ++r) {
+    std::memcpy(voxels + ((row + r) * page.cols + col) * voxelBytes, tile + r * page.pieces.cols * voxelBytes,
+                cols * voxelBytes);
+  }
+}
+
+/** Decodes the present page to packed rows. */
+void readPage(TiffFile const& file, TiffPage const& page, std::vector<char>& tile, char* voxels) {
+  for (unsigned long i = 0; i < page.pieces.count; ++i) {
+    auto const bytes = static_cast<tmsize_t>(getPieceBytes(page, i));
+    auto const index = static_cast<std::uint32_t>(i);
+    tmsize_t got = 0;
+    if (page.pieces.isTiled) {
+      tile.resize(static_cast<std::size_t>(bytes));
+      got = TIFFReadEncodedTile(file.get(), index, tile.data(), bytes);
+      if (got == bytes) copyTile(page, i, tile.data(), voxels);
+    } else {
+      char* const target = voxels + i * getPieceBytes(page, 0);
+      got = TIFFReadEncodedStrip(file.get(), index, target, bytes);
+    }
+    if (got != bytes)
+      file.fail("broken data in " + std::string(page.pieces.isTiled ? "tile " : "strip ") + std::to_string(i));
+  }
+}
+
+}  // namespace
+
+ImageHeader readTiffImageHeader(InputFile const& file) {
+  TiffFile tiff(file);
+  return readHeader(tiff);
+}
+
+ImageFile readTiff(InputFile const& file, ReadOptions const& options) {
+  std::string const& path = file.getPath();
+  if (options.isOnDisk) throw FileError(path, "TIFF data can't be used on disk; only .npy can");
+  TiffFile tiff(file);
+  ImageHeader const header = readHeader(tiff);
+  checkCompressedVoxels(path, header, options.maxCompressedVoxels);
+  std::shared_ptr<pxl::Image> image = makeImage(path, header, options.interpretation);
+  unsigned long const cols = header.sizes[pxl::cColumns];
+  unsigned long const rows = header.sizes[pxl::cRows];
+  unsigned long const planBytes = cols * rows * pxl::helper::getSizeOf(header.type);
+  char* const voxels = static_cast<char*>(image->getVoxels());
+  std::vector<char> tile;
+  unsigned long const nbPages = tiff.getPage();
+  tiff.firstPage();
+  for (unsigned long i = 0; i < nbPages; ++i) {
+    // The pages are read a second time here: a file that is written meanwhile must not reach beyond the image.
+    if (i > 0 && !tiff.nextPage()) tiff.fail("the file was changed while it was read");
+    TiffPage const page = readTiffPage(tiff);
+    if (page.cols != cols || page.rows != rows || page.type != header.type) {
+      tiff.fail("the file was changed while it was read");
+    }
+    readPage(tiff, page, tile, voxels + i * planBytes);
+  }
+  return {header, image};
+}
+
+}  // namespace qorn::io

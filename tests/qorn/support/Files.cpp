@@ -1,0 +1,33 @@
+#include "support/Files.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace test {
+
+TempFolder::TempFolder() : m_path((std::filesystem::temp_directory_path() / "qorn-test-XXXXXX").string()) {
+  if (::mkdtemp(m_path.data()) == nullptr) throw std::runtime_error("no folder for the test");
+}
+
+TempFolder::~TempFolder() {
+  std::error_code ignored;
+  std::filesystem::remove_all(m_path, ignored);
+}
+
+void writeFile(std::string const& path, std::string const& bytes) {
+  std::ofstream file(path, std::ios::binary);
+  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  if (!file.flush()) throw std::runtime_error("can't write " + path);
+}
+
+std::string readFile(std::string const& path) {
+  std::ifstream file(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+void resizeFile(std::string const& path, unsigned long bytes) { std::filesystem::resize_file(path, bytes); }
+
+}  // namespace test
