@@ -17,15 +17,23 @@ struct IterationLimit {
 
 /** The limits of an operator. Each is a number of its own; a neighbourhood without a row has none. */
 template <class Algo>
-constexpr IterationLimit cIterationLimits[] = {};
+struct IterationLimits;
 template <>
-inline constexpr IterationLimit cIterationLimits<Dilation2d>[] = {{0, 41}, {1, 34}};
+struct IterationLimits<Dilation2d> {
+  static constexpr IterationLimit cRows[] = {{0, 41}, {1, 34}};
+};
 template <>
-inline constexpr IterationLimit cIterationLimits<Erosion2d>[] = {{0, 50}, {1, 37}};
+struct IterationLimits<Erosion2d> {
+  static constexpr IterationLimit cRows[] = {{0, 50}, {1, 37}};
+};
 template <>
-inline constexpr IterationLimit cIterationLimits<Dilation3d>[] = {{0, 64}, {1, 47}, {2, 70}};
+struct IterationLimits<Dilation3d> {
+  static constexpr IterationLimit cRows[] = {{0, 64}, {1, 47}, {2, 70}};
+};
 template <>
-inline constexpr IterationLimit cIterationLimits<Erosion3d>[] = {{0, 97}, {1, 66}, {2, 121}};
+struct IterationLimits<Erosion3d> {
+  static constexpr IterationLimit cRows[] = {{0, 97}, {1, 66}, {2, 121}};
+};
 
 /** Casts the algorithm, and reaches `Dispatcher::run<T>` by the voxel type of its input image. */
 template <class Algo, class Dispatcher>
@@ -42,7 +50,7 @@ bool isIteratedRunnable(BaseAlgorithm* algorithm) {
   ImageModel const* const image = concrete->inputImage;
   int const type = image->getVoxelType();
   if (image->getInterpretation() == cBinary)
-    for (IterationLimit const& limit : cIterationLimits<Algo>)
+    for (IterationLimit const& limit : IterationLimits<Algo>::cRows)
       if (concrete->neighborhood == limit.neighborhood && concrete->numberOfIterations > limit.maxNbIterations)
         return false;
   return helper::hasSSE() && helper::isKernelVoxelType(type) && helper::hasSSE41Level();
