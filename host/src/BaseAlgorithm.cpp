@@ -128,7 +128,7 @@ std::vector<PropertyBase*> const& BaseAlgorithm::getProperties() const { return 
 
 PropertyBase* BaseAlgorithm::findProperty(char const* name) const {
   for (PropertyBase* property : m_properties)
-    if (std::strcmp(property->getName(), name) == 0) return property;
+    if (name && std::strcmp(property->getName(), name) == 0) return property;
   return nullptr;
 }
 

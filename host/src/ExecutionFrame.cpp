@@ -96,9 +96,10 @@ double AbstractPrivateImplementation::getDoneFraction() const {
   double const nbSteps = static_cast<double>(m_numberOfSteps.load());
   if (nbSteps == 0) return 1;
   double const total = static_cast<double>(m_maxProgress.load());
+  // A poll between the two stores that begin a step may see the work of the last one.
   double const ofStep = m_currentChild ? m_currentChild->getDoneFraction()
                         : total == 0   ? 1
-                                       : static_cast<double>(m_progress.load()) / total;
+                                       : std::min(1.0, static_cast<double>(m_progress.load()) / total);
   double const fraction = (static_cast<double>(m_currentStep.load()) - 1 + ofStep) / nbSteps;
   return std::clamp(fraction, 0.0, 1.0);
 }

@@ -1,5 +1,7 @@
 #include "pxl/Image.h"
 
+#include <cstdlib>
+
 #include "Raise.h"
 #include "access/Storages.h"
 
@@ -16,6 +18,19 @@ std::shared_ptr<VoxelStorage> makeOwnedStorage(VoxelTypes type, ImageSizes const
                                          true, voxels, nullptr);
 }
 
+// Whether every voxel lies so near to the first one that no distance of voxels overflows.
+bool areStridesNear(ImageSizes const& sizes, ImageStrides const& strides) {
+  constexpr long cMaxReach = 1L << 62;
+  long reach = 0;
+  for (std::size_t i = 0; i < cNbComponents; ++i) {
+    if (sizes[i] <= 1) continue;
+    long const size = static_cast<long>(sizes[i]);
+    if (strides[i] > (cMaxReach - reach) / size || strides[i] < -((cMaxReach - reach) / size)) return false;
+    reach += size * std::abs(strides[i]);
+  }
+  return true;
+}
+
 std::shared_ptr<VoxelStorage> makeForeignStorage(char* voxels, bool isWritable, VoxelTypes type,
                                                  ImageSizes const& sizes, ImageStrides const& strides,
                                                  std::shared_ptr<void> keepAlive) {
@@ -23,6 +38,7 @@ std::shared_ptr<VoxelStorage> makeForeignStorage(char* voxels, bool isWritable, 
   if (!voxels && bytes > 0) PXL_RAISE(InvalidCall, "an image on memory needs its address");
   if (sizes[cColumns] > 1 && strides[cColumns] != static_cast<long>(helper::getSizeOf(type)))
     PXL_RAISE(InvalidCall, "the voxels of a row must be adjacent; copy the image first");
+  if (!areStridesNear(sizes, strides)) PXL_RAISE(InvalidCall, "the strides reach beyond the address space");
   return std::make_shared<MemoryStorage>(type, sizes, strides, voxels, isWritable, std::move(keepAlive), nullptr);
 }
 
@@ -30,10 +46,11 @@ std::shared_ptr<VoxelStorage> makeForeignStorage(char* voxels, bool isWritable, 
 
 ImageStrides getPackedStrides(VoxelTypes type, ImageSizes const& sizes) {
   ImageStrides strides;
-  long stride = static_cast<long>(helper::getSizeOf(type));
+  // Modulo 2^64: an image without voxels may have any sizes.
+  unsigned long stride = helper::getSizeOf(type);
   for (std::size_t i = 0; i < cNbComponents; ++i) {
-    strides[i] = stride;
-    stride *= static_cast<long>(sizes[i]);
+    strides[i] = static_cast<long>(stride);
+    stride *= sizes[i];
   }
   return strides;
 }

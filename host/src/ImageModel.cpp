@@ -11,6 +11,10 @@ T* checked(T* image) {
   return image;
 }
 
+void checkWindow(unsigned long begin, unsigned long size, unsigned long imageSize) {
+  if (begin > imageSize || size > imageSize - begin) PXL_RAISE(InvalidCall, "the window reaches beyond the image");
+}
+
 }  // namespace
 
 ImageModel::ImageModel() = default;
@@ -43,11 +47,9 @@ ImageModelSizeProxy::ImageModelSizeProxy(ImageModel* image, unsigned long a0, un
 ImageModelSizeProxy::ImageModelSizeProxy(ImageModel const* image, bool isWritable, unsigned long const (&window)[10])
     : m_image(checked(image)), m_isWritable(isWritable) {
   for (int i = 0; i < cNbComponents; ++i) {
-    unsigned long const size = image->getNumOf(static_cast<Components>(i));
     m_begin[i] = window[2 * i];
     m_size[i] = window[2 * i + 1];
-    if (m_begin[i] > size || m_size[i] > size - m_begin[i])
-      PXL_RAISE(InvalidCall, "the window reaches beyond the image");
+    checkWindow(m_begin[i], m_size[i], image->getNumOf(static_cast<Components>(i)));
   }
 }
 
@@ -60,6 +62,8 @@ int ImageModelSizeProxy::getInterpretation() const { return m_image->getInterpre
 access::VoxelSource ImageModelSizeProxy::getSource() const {
   access::VoxelSource source = m_image->getSource();
   for (int i = 0; i < cNbComponents; ++i) {
+    // The image may have got other sizes since this window was made.
+    checkWindow(m_begin[i], m_size[i], source.size[i]);
     source.begin[i] += m_begin[i];
     source.size[i] = m_size[i];
   }

@@ -34,7 +34,8 @@ RefImpl* makeTaps(std::vector<Offset> offsets, std::vector<double> coefficients)
   return new TapList<Offset>(std::move(offsets), std::move(coefficients));
 }
 
-void checkArray(long plans, long rows, long cols, std::initializer_list<long> origin) {
+void checkArray(double const* coefficients, long plans, long rows, long cols, std::initializer_list<long> origin) {
+  if (!coefficients) PXL_RAISE(InvalidCall, "a kernel needs the address of its coefficients");
   for (long position : origin)
     if (!isNear(position)) PXL_RAISE(InvalidCall, "the origin of a kernel lies beyond 2^31 voxels");
   for (long size : {plans, rows, cols})
@@ -46,7 +47,7 @@ void checkArray(long plans, long rows, long cols, std::initializer_list<long> or
 }
 
 RefImpl* makeTaps2D(double const* coefficients, long rows, long cols, long originRow, long originCol) {
-  checkArray(1, rows, cols, {originRow, originCol});
+  checkArray(coefficients, 1, rows, cols, {originRow, originCol});
   std::vector<Offset2D> offsets;
   offsets.reserve(static_cast<unsigned long>(rows * cols));
   for (long row = 0; row < rows; ++row)
@@ -56,7 +57,7 @@ RefImpl* makeTaps2D(double const* coefficients, long rows, long cols, long origi
 
 RefImpl* makeTaps3D(double const* coefficients, long plans, long rows, long cols, long originPlan, long originRow,
                     long originCol) {
-  checkArray(plans, rows, cols, {originPlan, originRow, originCol});
+  checkArray(coefficients, plans, rows, cols, {originPlan, originRow, originCol});
   std::vector<Offset3D> offsets;
   offsets.reserve(static_cast<unsigned long>(plans * rows * cols));
   for (long plan = 0; plan < plans; ++plan)

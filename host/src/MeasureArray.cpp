@@ -1,5 +1,6 @@
 #include <limits>
 
+#include "Raise.h"
 #include "instrument/Instrument.h"
 #include "pxl/analysis/IntensityExtremaMsr.h"
 
@@ -10,7 +11,12 @@ MeasureArray::~MeasureArray() = default;
 
 void MeasureArray::resize(object_model::Tuple const& shape) {
   PXL_PROBE(onMeasureResize(this));
-  allocate(shape, shape[0], shape[0] * shape[1], shape[0] * shape[1] * shape[2]);
+  unsigned long count = 1;
+  if (shape.getSize() != 3) PXL_RAISE(InvalidCall, "a measure has three dimensions");
+  for (unsigned long i = 0; i < 3; ++i)
+    if (__builtin_mul_overflow(count, shape[i], &count))
+      PXL_RAISE(InvalidCall, "a measure of so many cells is too large");
+  allocate(shape, shape[0], shape[0] * shape[1], count);
 }
 
 void MeasureArray::allocate(object_model::Tuple const& shape, unsigned long stride1, unsigned long stride2,

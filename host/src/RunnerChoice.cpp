@@ -90,16 +90,19 @@ void checkProperties(BaseAlgorithm const& algorithm) {
   for (PropertyBase const* property : algorithm.getProperties())
     if (!property->isSet()) PXL_RAISE(InvalidCall, nameOf(algorithm) + ": " + property->getName() + " isn't set");
   auto const inputs = getNamedImages(algorithm, PropertyKinds::cInputImage);
-  for (NamedImage const& input : inputs) checkSizes(algorithm, inputs.front(), input);
-  for (NamedImage const& output : getNamedImages(algorithm, PropertyKinds::cOutputImage)) {
-    checkSizes(algorithm, inputs.front(), output);
+  auto const outputs = getNamedImages(algorithm, PropertyKinds::cOutputImage);
+  if (inputs.empty() && outputs.empty()) return;
+  NamedImage const& first = inputs.empty() ? outputs.front() : inputs.front();
+  for (NamedImage const& input : inputs) checkSizes(algorithm, first, input);
+  for (NamedImage const& output : outputs) {
+    checkSizes(algorithm, first, output);
     access::VoxelSource const target = output.image->getSource();
     if (!target.isWritable) PXL_RAISE(InvalidCall, nameOf(algorithm) + ": " + output.name + " is read-only");
     for (NamedImage const& input : inputs)
       if (access::getOverlap(input.image->getSource(), target) == access::Overlaps::cPartial)
         PXL_RAISE(InvalidCall, nameOf(algorithm) + ": " + output.name + " overlaps " + input.name + " in part");
   }
-  if (algorithm.hasProcessingRegion()) checkRegion(algorithm, *inputs.front().image);
+  if (algorithm.hasProcessingRegion()) checkRegion(algorithm, *first.image);
 }
 
 Runnable* chooseRunner(BaseAlgorithm& algorithm) {

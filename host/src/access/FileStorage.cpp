@@ -1,6 +1,8 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <tbb/task.h>
+#include <tbb/task_group.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -88,6 +90,7 @@ FileStorage::FileStorage(VoxelTypes type, ImageSizes const& sizes, std::string c
       m_isWritable(mode != FileModes::cReadOnly),
       m_path(path) {
   unsigned long const bytes = checkLimits(type, sizes);
+  if (mode == FileModes::cCreate && offset > (1UL << 62)) PXL_RAISE(InvalidCall, path + ": the offset is too large");
   FileDescriptor file(openFile(path, mode));
   if (mode == FileModes::cCreate) {
     if (offset > (1UL << 62)) PXL_RAISE(InvalidCall, path + ": the offset is too large");
@@ -123,6 +126,8 @@ long FileStorage::offsetOf(unsigned long const (&position)[cNbComponents]) const
 }
 
 void FileStorage::readRun(void* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) const {
+  // A block on disk can take long, and kernels look at the cancel only after it.
+  if (tbb::is_current_task_group_canceling()) throw ExceptionCancelation();
   unsigned long const bytes = count * helper::getSizeOf(getVoxelType());
   if (!transferAll(::pread, m_file, static_cast<char*>(voxels), bytes, offsetOf(position)))
     raiseSystemError(m_path, "can't be read", errno);

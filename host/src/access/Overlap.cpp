@@ -1,6 +1,7 @@
 #include "access/Overlap.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <numeric>
 
 namespace pxl::access {
@@ -48,13 +49,27 @@ void getByteRange(Layout const& window, long& begin, long& end) {
   }
 }
 
-// Whether `distance` bytes can be walked with differences of indices of the two windows, from the dimension with the
-// largest stride down. In a nested layout a larger distance than the remaining dimensions can bridge is none.
+// Walks a distance in bytes with differences of indices of two windows of equal strides, from the dimension with the
+// largest stride down.
 struct Walk {
   Layout const& a;
   Layout const& b;
   int order[cNbComponents];
 
+  // Whether each dimension steps over all that the smaller ones reach, as in any image whose rows don't interleave.
+  bool isNested() const {
+    long span = a.voxelSize;
+    for (int depth = cNbComponents - 1; depth >= 0; --depth) {
+      int const i = order[depth];
+      long const stride = std::abs(strideOf(i));
+      if (stride == 0) continue;
+      if (stride < span) return false;
+      span += (std::max(a.size[i], b.size[i]) - 1) * stride;
+    }
+    return true;
+  }
+
+  // Exact in a nested layout only: there the smaller dimensions bridge less than one step of a larger one.
   bool reaches(long distance, int depth) const {
     if (depth == cNbComponents) return distance < a.voxelSize && -distance < a.voxelSize;
     int const i = order[depth];
@@ -69,12 +84,13 @@ struct Walk {
   long strideOf(int i) const { return a.size[i] != 1 ? a.strides[i] : b.strides[i]; }
 };
 
-bool shareVoxels(Layout const& a, Layout const& b) {
+// True when in doubt.
+bool mayShareVoxels(Layout const& a, Layout const& b) {
   Walk walk{a, b, {}};
   std::iota(walk.order, walk.order + cNbComponents, 0);
   std::stable_sort(walk.order, walk.order + cNbComponents,
                    [&walk](int i, int j) { return std::abs(walk.strideOf(i)) > std::abs(walk.strideOf(j)); });
-  return walk.reaches(b.origin - a.origin, 0);
+  return !walk.isNested() || walk.reaches(b.origin - a.origin, 0);
 }
 
 }  // namespace
@@ -90,7 +106,7 @@ Overlaps getOverlap(VoxelSource const& a, VoxelSource const& b) {
   getByteRange(first, firstBegin, firstEnd);
   getByteRange(second, secondBegin, secondEnd);
   if (firstEnd <= secondBegin || secondEnd <= firstBegin) return Overlaps::cNone;
-  if (isOneType && haveEqualStrides(first, second) && !shareVoxels(first, second)) return Overlaps::cNone;
+  if (isOneType && haveEqualStrides(first, second) && !mayShareVoxels(first, second)) return Overlaps::cNone;
   return Overlaps::cPartial;
 }
 

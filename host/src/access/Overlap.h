@@ -9,8 +9,9 @@ enum class Overlaps { cNone, cSame, cPartial };
 
 /**
  * cSame when a view on one shows the same voxels as a view on the other, cNone when they share no byte. Exact for
- * windows with equal strides and types, such as two halves of one image; for others ranges of bytes are compared, so
- * that interleaved images of different layout count as overlapping.
+ * windows of one type with equal strides, each of which steps over all that the smaller ones reach, such as two
+ * halves of one image; for others ranges of bytes are compared, so that interleaved images of different layout count
+ * as overlapping.
  */
 Overlaps getOverlap(VoxelSource const& a, VoxelSource const& b);
 

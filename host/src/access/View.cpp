@@ -34,7 +34,10 @@ std::shared_ptr<View<T, A>> View<T, A>::make(ImageModel const* image, std::share
   if (!image) PXL_RAISE(InvalidCall, "a view needs an image");
   if (!border) PXL_RAISE(InvalidCall, "a view needs a border condition");
   PXL_PROBE(onViewNew(image, border.get(), helper::DataTypeToVoxelTypeEnum<T>::cVoxelType));
-  return std::shared_ptr<View>(new View(getViewInterface<T>(image->getSource()), std::move(border), isWritable));
+  VoxelSource source = image->getSource();
+  auto viewInterface = getViewInterface<T>(source);
+  return std::shared_ptr<View>(
+      new View(std::move(viewInterface), std::move(source.storage), std::move(border), isWritable));
 }
 
 template <class T, class A>
@@ -50,14 +53,15 @@ std::shared_ptr<View<T, A>> View<T, A>::New(ImageModel* image, std::shared_ptr<B
 }
 
 template <class T, class A>
-View<T, A>::View(std::shared_ptr<ViewInterface<T>> viewInterface, std::shared_ptr<BorderCondition<T>> border,
-                 bool isWritable)
+View<T, A>::View(std::shared_ptr<ViewInterface<T>> viewInterface, std::shared_ptr<VoxelStorage> storage,
+                 std::shared_ptr<BorderCondition<T>> border, bool isWritable)
     : nbRows(static_cast<unsigned long>(viewInterface->nbRows)),
       nbCols(static_cast<unsigned long>(viewInterface->nbCols)),
       nbPlans(static_cast<unsigned long>(viewInterface->nbPlans)),
       nbSequence(static_cast<unsigned long>(viewInterface->nbSequence)),
       nbSpectralSeries(static_cast<unsigned long>(viewInterface->nbSpectralSeries)),
       m_interface(std::move(viewInterface)),
+      m_storage(std::move(storage)),
       m_border(std::move(border)),
       m_shares(),
       m_heldBack(isWritable ? std::make_unique<HeldBackRows<T>>() : nullptr) {}

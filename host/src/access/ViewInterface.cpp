@@ -160,17 +160,26 @@ class Registry {
 
   std::shared_ptr<ViewInterface<T>> find(VoxelSource const& source) {
     Key const key = makeKey(source);
-    std::lock_guard<std::mutex> lock(m_mutex);
-    if (auto known = m_interfaces[key].lock()) return known;
-    std::shared_ptr<ViewInterface<T>> made(make(source), [this, key](ViewInterface<T>* object) {
+    if (auto known = findKnown(key)) return known;
+    // Made before the lock is taken, as its deleter takes it, also when the pointer can't be made.
+    std::shared_ptr<ViewInterface<T>> const made(make(source), [this, key](ViewInterface<T>* object) {
       forget(key);
       delete object;
     });
-    m_interfaces[key] = made;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    std::weak_ptr<ViewInterface<T>>& entry = m_interfaces[key];
+    if (auto known = entry.lock()) return known;
+    entry = made;
     return made;
   }
 
  private:
+  std::shared_ptr<ViewInterface<T>> findKnown(Key const& key) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    auto const entry = m_interfaces.find(key);
+    return entry == m_interfaces.end() ? nullptr : entry->second.lock();
+  }
+
   static ViewInterface<T>* make(VoxelSource const& source) {
     bool const isDirect = source.storage->getMemory() != nullptr &&
                           source.storage->getVoxelType() == helper::DataTypeToVoxelTypeEnum<T>::cVoxelType;

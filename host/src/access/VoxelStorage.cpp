@@ -43,7 +43,9 @@ void MemoryStorage::readRun(void* voxels, unsigned long count, unsigned long con
 
 bool MemoryStorage::writeRun(void const* voxels, unsigned long count,
                              unsigned long const (&position)[cNbComponents]) {
-  if (!m_isWritable) return false;
+  // Memory that is known by its address alone may also belong to a writable image, whose views share the interface
+  // made on this storage. Whether an image may be written is asked when a writable view is made.
+  if (!m_isWritable && m_key.space[1] != 0) return false;
   std::memcpy(addressOf(position), voxels, count * helper::getSizeOf(getVoxelType()));
   return true;
 }

@@ -15,6 +15,7 @@
 
 namespace pxl::access {
 
+class VoxelStorage;
 template <class V, class A>
 class RowCacheRead;
 template <class V, class A>
@@ -82,7 +83,8 @@ class PXL_API View : private Noncopyable {
   unsigned long const nbSpectralSeries;
 
  private:
-  View(std::shared_ptr<ViewInterface<T>> viewInterface, std::shared_ptr<BorderCondition<T>> border, bool isWritable);
+  View(std::shared_ptr<ViewInterface<T>> viewInterface, std::shared_ptr<VoxelStorage> storage,
+       std::shared_ptr<BorderCondition<T>> border, bool isWritable);
   static std::shared_ptr<View> make(ImageModel const* image, std::shared_ptr<BorderCondition<T>> border,
                                     bool isWritable);
   std::shared_ptr<BorderCondition<T>> const& borderOfThread() const;
@@ -92,6 +94,7 @@ class PXL_API View : private Noncopyable {
   static constexpr std::size_t cNbShares = 32;
 
   std::shared_ptr<ViewInterface<T>> m_interface;
+  std::shared_ptr<VoxelStorage> m_storage;  ///< the image's own: the interface may hold another one of the same place
   std::shared_ptr<BorderCondition<T>> m_border;
   mutable std::array<std::atomic<BorderShare*>, cNbShares> m_shares;
   std::unique_ptr<HeldBackRows<T>> m_heldBack;  ///< null in a read-only view

@@ -19,7 +19,10 @@ class PXL_API MeasureArray : private Noncopyable {
   MeasureArray();
   virtual ~MeasureArray();
 
-  /** Gives the array the shape of the tuple, packed, every cell NaN: a cell that isn't reached stays visible. */
+  /**
+   * Gives the array the shape of the tuple, packed, every cell NaN: a cell that isn't reached stays visible.
+   * @throws InvalidCall other than three dimensions, or more cells than can be counted
+   */
   virtual void resize(object_model::Tuple const& shape);
 
   /** The length in dimension 0, 1 or 2; 0 before the first resize(). */
