@@ -70,7 +70,7 @@ TEST_F(Usage, OptionsOfOutputImages) {
   expectRunUsage({"--no-clobber"}, "--no-clobber", "IntensityExtrema has no output image");
   std::string const known = "must be one of uint8 uint16 uint32 int8 int16 int32 float32 float64\n";
   std::string const output = folder / "output.npy";
-  for (std::string const type : {"", "uint64", "UINT8", "float", "double", "complex64", "0", "uint8 "}) {
+  for (std::string const type : {"uint64", "UINT8", "float", "double", "complex64", "0", "uint8 "}) {
     expectUsage({"run", "Dilation2d", image, output, "--output-type=" + type}, "--output-type " + type, known);
   }
   expectUsage({"run", "Dilation2d", image, output, "--in-place", "--on-disk"}, "--in-place", "leave --on-disk out");

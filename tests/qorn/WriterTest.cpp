@@ -74,9 +74,6 @@ TEST_F(Writer, NpyHeadersEndAtAMultipleOf64Bytes) {
     }
   }
   EXPECT_GT(lengths.size(), 10u) << "there are many lengths to pad";
-  EXPECT_LT(*lengths.begin(), *lengths.rbegin());
-  std::string const full = qorn::io::makeNpyHeader(makeHeader(cAllTypes[0], {1048576, 1, 1, 1, 1000}));
-  EXPECT_EQ(full.size() % 64, 0u);
 }
 
 TEST_F(Writer, TiffIsReadByItsLibrary) {
