@@ -66,7 +66,8 @@ def kinds_of_target(root, name, bracket, target):
         path = os.path.normpath(os.path.join(base, target))
         if os.path.isfile(os.path.join(root, path)):
             kinds = {layer_of(path)}
-            if path == "host/include/pxl/VoxelTypes.h":
+            # The forward declarations are where the allocator's class is first declared, and exported.
+            if path in ("host/include/pxl/VoxelTypes.h", "host/include/pxl/Forward.h"):
                 kinds.add("voxel types")
             return kinds
     return {"unknown"}

@@ -4,6 +4,8 @@
 #include <thread>
 
 #include "support/Filters.h"
+#include "support/Folder.h"
+#include "support/Images.h"
 #include "support/Running.h"
 
 namespace {
@@ -183,6 +185,25 @@ TEST_F(Cancel, OfAnInnerLoopDoesNotStopTheOuterGroup) {
       outer);
   EXPECT_FALSE(outer.is_group_execution_cancelled());
   EXPECT_EQ(nbOuter, 50);
+}
+
+// Kernels look at the cancel only between blocks, and a block of a slow disk can take long.
+TEST_F(Cancel, StopsTheReadsFromDiskWithinABlock) {
+  Folder const folder;
+  auto const disk = pxl::Image::OnDisk(folder / "image", pxl::FileModes::cCreate, pxl::cFloat, {64, 64, 1, 1, 1});
+  auto const view = makeConstView<float>(disk.get());
+  long nbReads = 0;
+  EXPECT_THROW(execute([&](BaseAlgorithm* a) {
+                 CountingFilter filter(a, 1, [&](long) {
+                   for (; nbReads < 1000; ++nbReads) {
+                     if (nbReads == 10) a->cancelExecution();
+                     readVoxel(*view, {0, nbReads % 64, 0, 0, 0});
+                   }
+                 });
+                 filter.run();
+               }),
+               pxl::ExceptionCancelation);
+  EXPECT_EQ(nbReads, 10);
 }
 
 }  // namespace

@@ -141,7 +141,7 @@ TEST(ForeignMemory, WithStridesBeyondTheAddressSpaceIsRefused) {
   }
   // Each dimension is in bounds, but not their sum.
   refusalOf([&] {
-    Image::OnMemory(&byte, pxl::cUnsignedInteger8, {1, 2, 2, 2, 1}, {1, huge / 2, huge / 2, huge / 2, 0});
+    Image::OnMemory(&byte, pxl::cUnsignedInteger8, {1, 2, 2, 2, 1}, {1, 1L << 60, 1L << 60, 1L << 60, 0});
   });
 }
 

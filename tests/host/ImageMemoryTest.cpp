@@ -86,7 +86,7 @@ TEST(ImageLimits, AreCheckedBeforeAnythingIsAllocated) {
   for (ImageSizes const& sizes :
        {ImageSizes{1UL << 20, (1UL << 20) + 1, 1, 1, 1}, ImageSizes{1, 1, 1UL << 30, 1UL << 11, 1},
         ImageSizes{m, m, m, m, m}, ImageSizes{1UL << 16, 1UL << 16, 1UL << 16, 1UL << 16, 1},
-        ImageSizes{1UL << 30, 1UL << 30, 1, 1, 16}})
+        ImageSizes{1UL << 30, 1UL << 30, 1, 1, 16}, ImageSizes{1UL << 20, 1UL << 20, 1UL << 24, 1, 1}})
     EXPECT_TRUE(contains(refusalOf([&] { Image::New(pxl::cDouble, sizes); }), "2^40"));
 }
 

@@ -10,6 +10,7 @@
 #include "support/Algorithms.h"
 #include "support/Folder.h"
 #include "support/Images.h"
+#include "support/PluginLoading.h"
 #include "support/Raised.h"
 
 namespace {
@@ -46,18 +47,18 @@ TEST_F(Plugins, AreLoadedByAbsolutePathOnly) {
   std::filesystem::current_path(std::filesystem::path(cPlugin).parent_path());
   std::string const name = std::filesystem::path(cPlugin).filename().string();
   for (std::string const& path : {name, "./" + name, std::string()})
-    EXPECT_TRUE(contains(refusalOf([&] { pxl::plugins::load(path); }), "absolute"));
+    EXPECT_TRUE(contains(refusalOf([&] { loadPlugin(path); }), "absolute"));
   std::filesystem::current_path(before);
   EXPECT_EQ(countRunners(), 0u);
 }
 
 TEST_F(Plugins, RegisterAndTakeOffTheirRunners) {
   for (int round = 0; round < 3; ++round) {
-    pxl::plugins::load(cPlugin);
+    loadPlugin(cPlugin);
     EXPECT_TRUE(isLoaded(cPlugin));
     EXPECT_EQ(countRunners(), 1u);
     // Twice is as good as once.
-    pxl::plugins::load(cPlugin);
+    loadPlugin(cPlugin);
     EXPECT_EQ(countRunners(), 1u);
     pxl::plugins::unload(cPlugin);
     EXPECT_FALSE(isLoaded(cPlugin));
@@ -69,10 +70,10 @@ TEST_F(Plugins, RegisterAndTakeOffTheirRunners) {
 
 TEST_F(Plugins, ThatCannotBeLoadedGiveTheLoadersText) {
   std::string const missing = folder / "libpxlworks_pxl_missing.so";
-  EXPECT_TRUE(contains(raisedBy<pxl::RuntimeError>([&] { pxl::plugins::load(missing); }), missing));
+  EXPECT_TRUE(contains(raisedBy<pxl::RuntimeError>([&] { loadPlugin(missing); }), missing));
   writeFile(folder / "libpxlworks_pxl_text.so", "no library");
-  raisedBy<pxl::RuntimeError>([&] { pxl::plugins::load(folder / "libpxlworks_pxl_text.so"); });
-  raisedBy<pxl::RuntimeError>([&] { pxl::plugins::load(folder.path()); });
+  raisedBy<pxl::RuntimeError>([&] { loadPlugin(folder / "libpxlworks_pxl_text.so"); });
+  raisedBy<pxl::RuntimeError>([&] { loadPlugin(folder.path()); });
   EXPECT_TRUE(pxl::plugins::getLoaded().empty());
 }
 
@@ -89,14 +90,14 @@ TEST_F(Plugins, FolderIsThatOfTheHostUnlessTheEnvironmentSaysElse) {
 
 TEST_F(Plugins, OfTheFolderAreAllLoaded) {
   useFolder(folder.path());
-  EXPECT_TRUE(pxl::plugins::loadFolder().empty());
+  EXPECT_TRUE(loadPluginFolder().empty());
   std::string const a = copyPlugin("libpxlworks_pxl_a.so");
   std::string const b = copyPlugin("libpxlworks_pxl_b.so");
   for (char const* other : {"libother.so", "libpxlworks_pxl_c.so.1", "xlibpxlworks_pxl_d.so", "README"})
     writeFile(folder / other, "not a plug-in");
-  EXPECT_EQ(pxl::plugins::loadFolder(), (std::vector<std::string>{a, b}));
+  EXPECT_EQ(loadPluginFolder(), (std::vector<std::string>{a, b}));
   EXPECT_EQ(countRunners(), 2u);
-  EXPECT_EQ(pxl::plugins::loadFolder(), (std::vector<std::string>{a, b}));
+  EXPECT_EQ(loadPluginFolder(), (std::vector<std::string>{a, b}));
   EXPECT_EQ(countRunners(), 2u);
   pxl::plugins::unload(a);
   EXPECT_EQ(countRunners(), 1u);
@@ -104,13 +105,13 @@ TEST_F(Plugins, OfTheFolderAreAllLoaded) {
 
 TEST_F(Plugins, FolderMustBeAbsoluteAndReadable) {
   useFolder("relative");
-  EXPECT_TRUE(contains(refusalOf([] { pxl::plugins::loadFolder(); }), "relative"));
+  EXPECT_TRUE(contains(refusalOf([] { loadPluginFolder(); }), "relative"));
   useFolder(folder / "missing");
-  EXPECT_TRUE(contains(raisedBy<pxl::RuntimeError>([] { pxl::plugins::loadFolder(); }), folder / "missing"));
+  EXPECT_TRUE(contains(raisedBy<pxl::RuntimeError>([] { loadPluginFolder(); }), folder / "missing"));
 }
 
 TEST_F(Plugins, StayLoadedDuringARun) {
-  pxl::plugins::load(cPlugin);
+  loadPlugin(cPlugin);
   auto const image = pxl::Image::New(pxl::cUnsignedInteger8, {4, 4, 1, 1, 1});
   VolumeOperator algorithm;
   algorithm.inputImage = image.get();
@@ -129,7 +130,7 @@ TEST_F(Plugins, StayLoadedDuringARun) {
   thread.join();
   EXPECT_NO_THROW(pxl::plugins::unload(cPlugin));
   // A run that failed doesn't count for ever.
-  pxl::plugins::load(cPlugin);
+  loadPlugin(cPlugin);
   FakeRunner const failing(
       algorithm.getAlgoInfo(), [](pxl::BaseAlgorithm*) { throw 1; }, 2);
   EXPECT_THROW(algorithm.execute(), int);
@@ -143,7 +144,7 @@ TEST_F(Plugins, MayBeLoadedAndUnloadedByManyThreads) {
   for (int t = 0; t < 8; ++t)
     threads.emplace_back([] {
       for (int i = 0; i < 20; ++i) {
-        pxl::plugins::load(cPlugin);
+        loadPlugin(cPlugin);
         try {
           pxl::plugins::unload(cPlugin);
         } catch (pxl::InvalidCall const&) {
@@ -157,7 +158,7 @@ TEST_F(Plugins, MayBeLoadedAndUnloadedByManyThreads) {
 }
 
 TEST_F(Plugins, WorkInTheHost) {
-  pxl::plugins::load(cPlugin);
+  loadPlugin(cPlugin);
   auto const image = pxl::Image::New(pxl::cInteger16, {40, 30, 2, 1, 1});
   fillImage<short>(*image, [](Position const& at) { return static_cast<short>(at[0] * at[1] - 7 - at[2]); });
   IntensityExtrema algorithm;

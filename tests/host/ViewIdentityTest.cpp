@@ -81,6 +81,12 @@ TYPED_TEST(ViewIdentity, OfTwoImagesOverTheSameMemoryIsOne) {
   EXPECT_NE(interfaceOf(*open({7, 4, 1, 1, 1}, strides)), view->getInterface());
   EXPECT_NE(interfaceOf(*open({8, 3, 1, 1, 1}, strides)), view->getInterface());
   EXPECT_NE(interfaceOf(*open({8, 4, 1, 1, 1}, strides, 1)), view->getInterface());
+  // One row of two images whose rows lie at different distances is one and the same row.
+  ImageModelSizeProxy const row(static_cast<ImageModel const*>(a.get()), 0, 8, 0, 1, 0, 1, 0, 1, 0, 1);
+  auto const sparse = open({8, 4, 1, 1, 1}, {cSize, 16 * cSize, 0, 0, 0});
+  ImageModelSizeProxy const sameRow(static_cast<ImageModel const*>(sparse.get()), 0, 8, 0, 1, 0, 1, 0, 1, 0, 1);
+  auto const rowView = makeConstView<TypeParam>(&row);
+  EXPECT_EQ(makeConstView<TypeParam>(&sameRow)->getInterface(), rowView->getInterface());
   // The same bytes as another type of the same size are another image.
   for (int type = 0; type < 12; ++type) {
     auto const voxelType = static_cast<pxl::VoxelTypes>(type);

@@ -13,8 +13,9 @@ class Runnable;
 namespace instrument {
 
 /**
- * Watches the calls of the host core, and changes some of its answers. Derive from it and make it active with setProbe().
- * Operations are called on whichever thread makes the call, before the host acts; references may be changed.
+ * Watches the calls of the host core, and changes some of its answers. Derive from it and make it active with
+ * setProbe(). Operations are called on whichever thread makes the call, before the host acts; references may be
+ * changed.
  */
 class __attribute__((visibility("default"))) Probe {
  public:

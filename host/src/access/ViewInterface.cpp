@@ -162,7 +162,7 @@ class Registry {
     Key const key = makeKey(source);
     if (auto known = findKnown(key)) return known;
     // Made before the lock is taken, as its deleter takes it, also when the pointer can't be made.
-    std::shared_ptr<ViewInterface<T>> const made(make(source), [this, key](ViewInterface<T>* object) {
+    std::shared_ptr<ViewInterface<T>> made(make(source), [this, key](ViewInterface<T>* object) {
       forget(key);
       delete object;
     });
