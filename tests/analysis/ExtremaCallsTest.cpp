@@ -37,7 +37,9 @@ class ExtremaCalls : public ExtremaTest {
 TEST_F(ExtremaCalls, FollowTheirOrder) {
   run(1);
   std::vector<std::string> names;
-  for (Event const& event : probe.getTrace()) names.push_back(event.name == "propertyRead" ? event.text : event.name);
+  for (Event const& event : probe.getTrace())
+    // The host looks up the record by itself when it chooses the grains.
+    if (event.name != "getClassInfo") names.push_back(event.name == "propertyRead" ? event.text : event.name);
   std::vector<std::string> expected{
       "inputImage", "outputMeasure", "analysisDimensions", "inputImage", "setNumberOfSteps", "resize", "resize"};
   for (int plan = 0; plan < 3; ++plan)

@@ -2,7 +2,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstring>
 #include <limits>
+#include <string>
 
 #include "access/support/Source.h"
 #include "analysis/IntensityExtremaSIMDGeneric.h"
@@ -82,7 +84,7 @@ TYPED_TEST(ExtremaKernelOf, IsARecordOfFourVoxelsThatStartsInverted) {
 TYPED_TEST(ExtremaKernelOf, DependsNeitherOnTheCutNorOnTheOrder) {
   oracle::Random random(1101);
   long const L = oracle::cLanes<TypeParam>;
-  for (long nbCols : {1L, 2L, L - 1, L, L + 1, 2 * L, 3 * L + 1}) {
+  for (long nbCols : {1L, 2L, L - 1, L, L + 1, 2 * L, 3 * L + 1, 4 * L, 5 * L, 8 * L + 3, 13 * L - 1}) {
     if (nbCols < 1) continue;
     oracle::Five const sizes{nbCols, 5, 3, 1, 1};
     Source<TypeParam> const source(makeImage<TypeParam>(random, sizes));
@@ -187,27 +189,65 @@ Extrema<T> modelOneBlock(oracle::Image<T> const& image) {
   return result;
 }
 
+template <class T>
+void expectSameBits(Extrema<T> const& extrema, Extrema<T> const& expected, std::string const& what) {
+  ASSERT_EQ(std::memcmp(&extrema.minimum, &expected.minimum, sizeof(T)), 0)
+      << what << ": minimum " << extrema.minimum << " instead of " << expected.minimum;
+  ASSERT_EQ(std::memcmp(&extrema.maximum, &expected.maximum, sizeof(T)), 0)
+      << what << ": maximum " << extrema.maximum << " instead of " << expected.maximum;
+}
+
+// Rare and frequent NaN, in rows of any length.
 TYPED_TEST(ExtremaKernelOfReal, ForgetsALanesVoxelsAtANaN) {
   using T = TypeParam;
   oracle::Random random(1104);
   long nbForgotten = 0;
-  for (int i = 0; i < 400; ++i) {
-    oracle::Five const sizes{random.number(1, 20), random.number(1, 5), random.number(1, 3), 1, 1};
+  for (int i = 0; i < 600; ++i) {
+    oracle::Five const sizes{random.number(1, i % 2 ? 20 : 300), random.number(1, 5), random.number(1, 3), 1, 1};
+    long const rarity = i % 3 == 0 ? 2 : i % 3 == 1 ? 30 : 500;
     oracle::Image<T> image = random.image<T>(sizes);
     oracle::Image<T> clean = image;
     for (std::size_t v = 0; v < image.voxels.size(); ++v)
-      if (random.number(0, 3) == 0) {
+      if (random.number(0, rarity) == 0) {
         image.voxels[v] = std::numeric_limits<T>::quiet_NaN();
         clean.voxels[v] = T(0);
       }
     Source<T> const source(image);
-    auto const extrema = runLeaves(source, {makeWhole(sizes)});
     auto const expected = modelOneBlock(image);
-    ASSERT_EQ(extrema.minimum, expected.minimum) << i;
-    ASSERT_EQ(extrema.maximum, expected.maximum) << i;
+    expectSameBits(runLeaves(source, {makeWhole(sizes)}), expected, "image " + std::to_string(i));
+    if (this->HasFatalFailure()) return;
     nbForgotten += static_cast<double>(expected.minimum) != oracle::measureExtrema(clean, 0).minimum[0];
   }
   EXPECT_GT(nbForgotten, 50);  // the images do show the rule
+}
+
+// Zeros of both signs, infinities, NaN and numbers whose sums overflow, in every mixture and many lengths of rows.
+TYPED_TEST(ExtremaKernelOfReal, GivesEachBitOfTheOrderedComparisons) {
+  using T = TypeParam;
+  using Limits = std::numeric_limits<T>;
+  oracle::Random random(1105);
+  T const values[] = {T(0),
+                      T(-0.0),
+                      Limits::infinity(),
+                      -Limits::infinity(),
+                      Limits::max(),
+                      Limits::lowest(),
+                      Limits::denorm_min(),
+                      -Limits::denorm_min(),
+                      T(1),
+                      T(-1),
+                      Limits::quiet_NaN()};
+  for (int i = 0; i < 3000; ++i) {
+    oracle::Five const sizes{random.number(1, i % 2 ? 24 : 160), random.number(1, 3), random.number(1, 2), 1, 1};
+    std::vector<T> chosen;
+    for (long count = random.number(1, 4); count > 0; --count) chosen.push_back(values[random.number(0, 10)]);
+    oracle::Image<T> image(sizes);
+    for (T& voxel : image.voxels)
+      voxel = chosen[static_cast<std::size_t>(random.number(0, static_cast<long>(chosen.size()) - 1))];
+    Source<T> const source(image);
+    expectSameBits(runLeaves(source, {makeWhole(sizes)}), modelOneBlock(image), "image " + std::to_string(i));
+    if (this->HasFatalFailure()) return;
+  }
 }
 
 TYPED_TEST(ExtremaKernelOfReal, KeepsTheStartingRangeOnNothingButNaN) {

@@ -3,6 +3,8 @@
 #include <chrono>
 #include <cmath>
 #include <limits>
+#include <mutex>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -79,16 +81,22 @@ TEST_F(FilterReduction, MakesAFunctorForASplitNotForABlock) {
 }
 
 TEST_F(FilterReduction, SplitsWhenThereAreWorkers) {
-  // Each body waits a little for a second thread, so that the work isn't done before one wakes up.
-  std::atomic<long> nbThreadsSeen{0};
-  log.onRun = [&nbThreadsSeen](Block3d const&, pxl::BaseTbbAlgorithm&) {
-    static thread_local bool isKnown = false;
-    if (!isKnown) ++nbThreadsSeen;
-    isKnown = true;
-    for (int i = 0; i < 500 && nbThreadsSeen < 2; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  // Bodies wait for a second thread, so that the work isn't done before one wakes up.
+  std::mutex mutex;
+  std::set<std::thread::id> threads;
+  auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  log.onRun = [&](Block3d const&, pxl::BaseTbbAlgorithm&) {
+    for (bool isAlone = true; isAlone && std::chrono::steady_clock::now() < deadline;) {
+      {
+        std::lock_guard<std::mutex> const lock(mutex);
+        threads.insert(std::this_thread::get_id());
+        isAlone = threads.size() < 2;
+      }
+      if (isAlone) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
   };
   runOnThreads(2, [this] { filter.run(); });
-  EXPECT_EQ(nbThreadsSeen, 2);
+  EXPECT_GE(threads.size(), 2U);
   EXPECT_GT(log.nbMade, 1);
   EXPECT_EQ(functor.nbVoxels, 40 * 50 * 6);
 }

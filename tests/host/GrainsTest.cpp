@@ -3,6 +3,7 @@
 #include <tbb/task_arena.h>
 
 #include "Core/private/Access/Block.h"
+#include "pxl/analysis/IntensityExtrema.h"
 #include "support/Algorithms.h"
 #include "support/Filters.h"
 #include "support/Images.h"
@@ -143,6 +144,23 @@ TEST(Grains, StartFromWholeRows) {
   // Volumes of a plan operator are cut in plans, one at a time.
   expectGrains(grainsOf(&plan, {1024, 64, 1000, 2}), 1024, 8, 1);
   expectGrains(grainsOf(&plan, {1024, 64, 1000, 16}), 1024, 1, 1);
+}
+
+TEST(Grains, OfOperatorsWithoutNeighboursCutPlansApartFirst) {
+  pxl::analysis::IntensityExtrema extrema;
+  for (Case const& c : {Case{256, 256, 256, 2}, Case{1024, 1024, 64, 16}, Case{300, 200, 9, 1}}) {
+    GrainSizes const grains = grainsOf(&extrema, c);
+    EXPECT_EQ(grains.cols, static_cast<unsigned long>(c.cols));
+    EXPECT_EQ(grains.plans, 1u);
+    EXPECT_EQ(grains.rows, static_cast<unsigned long>(32768 / c.cols));
+    // The first cuts leave whole plans.
+    auto const grain = [](unsigned long value) { return static_cast<long>(value); };
+    pxl::access::Block3d low(0, c.plans, grain(grains.plans), 0, c.rows, grain(grains.rows), 0, c.cols,
+                             grain(grains.cols), 0, 0);
+    pxl::access::Block3d const high(low, tbb::split());
+    EXPECT_EQ(low.getNbRows(), c.rows);
+    EXPECT_EQ(low.getNbPlans() + high.getNbPlans(), c.plans);
+  }
 }
 
 TEST(Grains, OfAChildFollowTheOperatorOfItsParent) {

@@ -94,13 +94,14 @@ class Check {
 
 constexpr WorkingDimension cPlans = WorkingDimension::cPlanByPlan;
 constexpr WorkingDimension cVolume = WorkingDimension::cVolume;
+constexpr WorkingDimension cVoxels = WorkingDimension::cVoxelByVoxel;
 
 TEST(Operators, IntensityExtrema) {
   EXPECT_MEMBER(IntensityExtrema, inputImage, Input);
   EXPECT_MEMBER(IntensityExtrema, analysisDimensions, Property<int>);
   EXPECT_MEMBER(IntensityExtrema, outputMeasure, Property<IntensityExtremaMsr*>);
   IntensityExtrema const a;
-  Check("IntensityExtrema", a, cVolume)
+  Check("IntensityExtrema", a, cVoxels)
       .input(a.inputImage)
       .number("analysisDimensions", a.analysisDimensions, 0)
       .hasNoDefault("outputMeasure", a.outputMeasure, PropertyKinds::cMeasure);
@@ -219,12 +220,12 @@ TEST(Operators, Logic) {
   EXPECT_MEMBER(LogicalOperationWithValue, outputImage, Output);
   LogicalOperationWithImage const image;
   LogicalOperationWithValue const value;
-  Check("LogicalOperationWithImage", image, cVolume)
+  Check("LogicalOperationWithImage", image, cVoxels)
       .input(image.inputImage1, "inputImage1")
       .input(image.inputImage2, "inputImage2")
       .number("logicalOperator", image.logicalOperator, 0)
       .output(image.outputImage);
-  Check("LogicalOperationWithValue", value, cVolume)
+  Check("LogicalOperationWithValue", value, cVoxels)
       .input(value.inputImage)
       .hasNoDefault("value", value.value, PropertyKinds::cUnsignedInteger)
       .number("logicalOperator", value.logicalOperator, 0)

@@ -25,8 +25,9 @@ class RowCacheRead : private Noncopyable {
    * Fills the row of `slot` with `nbVoxels` voxels, the first of which is at the block's begin plus the offsets in
    * each dimension. Any coordinate may lie beyond the image.
    */
-  Row* fetchRowInBlock(unsigned long slot, unsigned long nbVoxels, Block const& block, long colOffset, long rowOffset,
-                       long planOffset, long sequenceOffset, long spectralOffset) const;
+  template <class AnyBlock>
+  Row* fetchRowInBlock(unsigned long slot, unsigned long nbVoxels, AnyBlock const& block, long colOffset,
+                       long rowOffset, long planOffset, long sequenceOffset, long spectralOffset) const;
 
   std::vector<std::shared_ptr<Row>> rows;
   unsigned long nbRowsInUse;

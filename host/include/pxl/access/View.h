@@ -54,7 +54,7 @@ class PXL_API View : private Noncopyable {
   std::shared_ptr<RowCacheRead<View, A>> createRowCacheRead(unsigned long count) const;
   std::shared_ptr<PlanCacheRead<View, A>> createPlanCacheRead(unsigned long count) const;
 
-  unsigned long const nbRows;
+  alignas(64) unsigned long const nbRows;  ///< starts a cache line: all threads read the view for each row
   unsigned long const nbCols;
   unsigned long const nbPlans;
   unsigned long const nbSequence;
