@@ -30,10 +30,11 @@ std::unique_ptr<BaseAlgorithm> make() {
 
 constexpr WorkingDimension cPlanByPlan = WorkingDimension::cPlanByPlan;
 constexpr WorkingDimension cVolume = WorkingDimension::cVolume;
+constexpr WorkingDimension cVoxelByVoxel = WorkingDimension::cVoxelByVoxel;
 
 namespace analysis {
 IntensityExtrema::IntensityExtrema() = default;
-PXL_RECORD(IntensityExtrema, "analysis", "smallest and largest voxel of an image or of its parts", cVolume)
+PXL_RECORD(IntensityExtrema, "analysis", "smallest and largest voxel of an image or of its parts", cVoxelByVoxel)
 }  // namespace analysis
 
 namespace filtering::linear {
@@ -99,10 +100,10 @@ PXL_RECORD(ErosionLine3d, "morphology", "smallest voxel of a line in the volume"
 
 namespace point_operations {
 LogicalOperationWithImage::LogicalOperationWithImage() = default;
-PXL_RECORD(LogicalOperationWithImage, "point operations", "bitwise combination of two integer images", cVolume)
+PXL_RECORD(LogicalOperationWithImage, "point operations", "bitwise combination of two integer images", cVoxelByVoxel)
 LogicalOperationWithValue::LogicalOperationWithValue() = default;
 PXL_RECORD(LogicalOperationWithValue, "point operations", "bitwise combination of an integer image and a value",
-           cVolume)
+           cVoxelByVoxel)
 }  // namespace point_operations
 
 #undef PXL_RECORD

@@ -52,6 +52,11 @@ class BlockCopy {
     m_block = &m_block3d;
   }
   Block const& get() const { return *m_block; }
+  /** Calls function(block) with the block's own class, so that what it asks of the block needs no virtual calls. */
+  template <class Function>
+  decltype(auto) visit(Function&& function) const {
+    return m_block == &m_block3d ? function(m_block3d) : function(m_block2d);
+  }
 
  private:
   Block2d m_block2d;

@@ -60,7 +60,9 @@ class IteratorPixelInput : public BlockWalk<typename V::VoxelType>, private Nonc
   }
 
   T* fetch() {
-    m_row = m_cache->fetchRowInBlock(0, m_nbVoxelsPerRow, m_block.get(), 0, this->row, this->plan, 0, 0);
+    m_row = m_block.visit([this](auto const& block) {
+      return m_cache->fetchRowInBlock(0, m_nbVoxelsPerRow, block, 0, this->row, this->plan, 0, 0);
+    });
     return m_row->voxels.data();
   }
 

@@ -29,7 +29,8 @@ class RowCacheRead : private Noncopyable {
   void makeRow(unsigned long slot) { rows[slot] = std::make_shared<Row>(slot); }
 
   /** Fills the row of a slot with the voxels at that place. */
-  Row* fetchRowInBlock(unsigned long slot, unsigned long nbVoxels, Block const& block, long colOffset, long rowOffset,
+  template <class AnyBlock>
+  Row* fetchRowInBlock(unsigned long slot, unsigned long nbVoxels, AnyBlock const& block, long colOffset, long rowOffset,
                        long planOffset, long sequenceOffset, long spectralOffset) const;
 
   std::vector<std::shared_ptr<Row>> rows;

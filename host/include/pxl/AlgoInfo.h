@@ -13,7 +13,11 @@ class BaseAlgorithm;
 class Runnable;
 
 /** How an operator walks an image with several plans; decides how the host cuts its work. */
-enum class WorkingDimension { cPlanByPlan, cVolume };
+enum class WorkingDimension {
+  cPlanByPlan,   ///< one plan after the other
+  cVolume,       ///< whole volumes, with neighbours in all directions
+  cVoxelByVoxel  ///< whole volumes, each voxel by itself
+};
 
 /**
  * The record of one operator class: its name, its purpose, how to make an algorithm object, and the runners that

@@ -5,8 +5,8 @@
 #include "pxl/Export.h"
 
 /**
- * Classes that are template arguments of exported templates. An instance is only exported when its arguments are known
- * to be, so that their first declaration must say so, wherever it is met.
+ * Classes that are template arguments of exported templates. An instance is only exported when its arguments are
+ * known to be, so that their first declaration must say so, wherever it is met.
  */
 namespace pxl {
 

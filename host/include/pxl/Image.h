@@ -33,8 +33,8 @@ class PXL_API Image : public ImageModel {
 
   /**
    * A view on foreign memory, which must outlive the image and every view on it, or be kept alive by `keepAlive`.
-   * Voxels needn't be aligned. @throws InvalidCall limits, null, strides beyond the address space, or a column stride other
-   *                     than one voxel
+   * Voxels needn't be aligned. @throws InvalidCall limits, null, strides beyond the address space, or a column stride
+   * other than one voxel
    */
   static std::shared_ptr<Image> OnMemory(void* voxels, VoxelTypes type, ImageSizes const& sizes,
                                          ImageStrides const& strides, int interpretation = cGrey,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "access/CacheLine.h"
 #include "instrument/Instrument.h"
 #include "pxl/VoxelTypes.h"
 
@@ -34,6 +35,14 @@ bool isEmpty(ViewInterface<T> const& image) {
 
 bool isInside(long position, long size) { return position >= 0 && position < size; }
 
+// Most rows lie within the image and need no rule.
+template <class T>
+bool isWithin(ViewInterface<T> const& image, long count, long col, long row, long plan, long sequence,
+              long spectralSeries) {
+  return col >= 0 && col + count <= image.nbCols && isInside(row, image.nbRows) && isInside(plan, image.nbPlans) &&
+         isInside(sequence, image.nbSequence) && isInside(spectralSeries, image.nbSpectralSeries);
+}
+
 // Nothing to take a voxel from: a row of an image without voxels.
 template <class T>
 bool fillEmpty(T* first, T* last) {
@@ -42,7 +51,7 @@ bool fillEmpty(T* first, T* last) {
 }
 
 template <class T>
-class FixedBorder final : public BorderCondition<T> {
+class alignas(cCacheLine) FixedBorder final : public BorderCondition<T> {
  public:
   explicit FixedBorder(T value) : m_value(value) {}
 
@@ -67,11 +76,15 @@ class FixedBorder final : public BorderCondition<T> {
 };
 
 template <class T>
-class ContinueBorder final : public BorderCondition<T> {
+class alignas(cCacheLine) ContinueBorder final : public BorderCondition<T> {
  public:
   bool readRowAt(ViewInterface<T> const* image, T* first, T* last, long col, long row, long plan, long sequence,
                  long spectralSeries) const override {
     PXL_PROBE(onReadRow(image, first, last - first, col, row, plan, sequence, spectralSeries));
+    if (isWithin(*image, last - first, col, row, plan, sequence, spectralSeries)) {
+      image->readRow(first, last - first, col, row, plan, sequence, spectralSeries);
+      return true;
+    }
     if (first == last) return true;
     if (isEmpty(*image)) return fillEmpty(first, last);
     long const lastCol = col + (last - first) - 1;
@@ -98,7 +111,7 @@ long reflect(long position, long size) {
 }
 
 template <class T>
-class MirrorBorder final : public BorderCondition<T> {
+class alignas(cCacheLine) MirrorBorder final : public BorderCondition<T> {
  public:
   bool readRowAt(ViewInterface<T> const* image, T* first, T* last, long col, long row, long plan, long sequence,
                  long spectralSeries) const override {

@@ -2,6 +2,7 @@
 
 #include "Core/private/Access/RowCache.h"
 #include "Raise.h"
+#include "access/CacheLine.h"
 #include "access/HeldBackRows.h"
 #include "access/ViewInterfaces.h"
 #include "instrument/Instrument.h"
@@ -12,19 +13,25 @@ namespace {
 
 // A small number for each thread, so that neighbouring threads use different shares of a view's border condition.
 std::size_t getThreadNumber() {
-  static std::atomic<std::size_t> nextNumber{0};
-  thread_local std::size_t const number = nextNumber.fetch_add(1, std::memory_order_relaxed);
+  static std::atomic<std::size_t> lastNumber{0};
+  // Zero until it is known: a variable with a computed start would be checked by a call for each row.
+  thread_local std::size_t number = 0;
+  if (number == 0) number = lastNumber.fetch_add(1, std::memory_order_relaxed) + 1;
   return number;
 }
 
 }  // namespace
 
+// The count of a share changes with every row: it has cache lines of its own, which no other thread reads.
 template <class T, class A>
-struct alignas(64) View<T, A>::BorderShare {
-  explicit BorderShare(std::shared_ptr<BorderCondition<T>> const& border) {
-    auto owner = std::make_shared<std::shared_ptr<BorderCondition<T>>>(border);
-    share = std::shared_ptr<BorderCondition<T>>(owner, border.get());
-  }
+struct View<T, A>::BorderShare {
+  struct alignas(cCacheLine) Owner {
+    std::shared_ptr<BorderCondition<T>> border;
+  };
+
+  explicit BorderShare(std::shared_ptr<BorderCondition<T>> const& border)
+      : share(std::make_shared<Owner>(Owner{border}), border.get()) {}
+
   std::shared_ptr<BorderCondition<T>> share;
 };
 

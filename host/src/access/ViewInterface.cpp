@@ -1,10 +1,12 @@
 #include "pxl/access/ViewInterface.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <map>
 #include <mutex>
 
+#include "access/CacheLine.h"
 #include "access/Conversion.h"
 #include "access/ViewInterfaces.h"
 #include "instrument/Instrument.h"
@@ -26,7 +28,7 @@ namespace {
 
 // Voxels of type T in memory: a row is one copy away.
 template <class T>
-class MemoryInterface final : public ViewInterface<T> {
+class alignas(cCacheLine) MemoryInterface final : public ViewInterface<T> {
  public:
   explicit MemoryInterface(VoxelSource const& source)
       : ViewInterface<T>(source.size), m_storage(source.storage), m_voxels(source.storage->getMemory()) {
@@ -38,8 +40,9 @@ class MemoryInterface final : public ViewInterface<T> {
 
   void readRow(T* voxels, long count, long col, long row, long plan, long sequence,
                long spectralSeries) const override {
-    std::memcpy(voxels, addressOf(col, row, plan, sequence, spectralSeries),
-                static_cast<unsigned long>(count) * sizeof(T));
+    char const* const address = addressOf(col, row, plan, sequence, spectralSeries);
+    std::memcpy(voxels, address, static_cast<unsigned long>(count) * sizeof(T));
+    prefetch(address + m_strides[cRows], count * static_cast<long>(sizeof(T)));
   }
 
   // Whether the image may be written is asked when a writable view is made; views of one memory share this object.
@@ -54,6 +57,13 @@ class MemoryInterface final : public ViewInterface<T> {
   }
 
  private:
+  // The next row, most likely: what a kernel does between two reads would else end the processor's own look ahead.
+  static void prefetch(char const* address, long bytes) {
+    constexpr long cLine = 64;
+    constexpr long cMaxBytes = 1024;
+    for (long i = 0; i < std::min(bytes, cMaxBytes); i += cLine) __builtin_prefetch(address + i);
+  }
+
   char const* addressOf(long col, long row, long plan, long sequence, long spectralSeries) const {
     return m_voxels + col * static_cast<long>(sizeof(T)) + row * m_strides[cRows] + plan * m_strides[cPlans] +
            sequence * m_strides[cSequence] + spectralSeries * m_strides[cSpectralSeries];
@@ -66,7 +76,7 @@ class MemoryInterface final : public ViewInterface<T> {
 
 // Voxels of any type anywhere: rows go through a small buffer when their type must change.
 template <class T>
-class StorageInterface final : public ViewInterface<T> {
+class alignas(cCacheLine) StorageInterface final : public ViewInterface<T> {
  public:
   explicit StorageInterface(VoxelSource const& source)
       : ViewInterface<T>(source.size),
@@ -162,7 +172,7 @@ class Registry {
     Key const key = makeKey(source);
     if (auto known = findKnown(key)) return known;
     // Made before the lock is taken, as its deleter takes it, also when the pointer can't be made.
-    std::shared_ptr<ViewInterface<T>> const made(make(source), [this, key](ViewInterface<T>* object) {
+    std::shared_ptr<ViewInterface<T>> made(make(source), [this, key](ViewInterface<T>* object) {
       forget(key);
       delete object;
     });

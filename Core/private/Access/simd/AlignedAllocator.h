@@ -6,7 +6,7 @@
 #include <limits>
 #include <new>
 
-#include "pxl/access/View.h"
+#include "pxl/Forward.h"
 
 namespace pxl::SimdVec {
 

@@ -76,7 +76,7 @@ class PXL_API View : private Noncopyable {
    */
   void writeAllTemporizedRows();
 
-  unsigned long const nbRows;
+  alignas(64) unsigned long const nbRows;  ///< starts a cache line: all threads read the view for each row
   unsigned long const nbCols;
   unsigned long const nbPlans;
   unsigned long const nbSequence;

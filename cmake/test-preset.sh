@@ -1,0 +1,17 @@
+#!/bin/bash
+# Configures, builds and tests a preset of CMakePresets.json: test-preset.sh PRESET [arguments of ctest]
+# What the compiler says is shown only if something fails.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+preset=$1
+shift
+
+quietly() {
+  "$@" >"build/$preset/log" 2>&1 || { cat "build/$preset/log" >&2; exit 1; }
+}
+export CMAKE_BUILD_PARALLEL_LEVEL=${CMAKE_BUILD_PARALLEL_LEVEL:-$(nproc)}
+mkdir -p "build/$preset"
+echo "building $preset ..." >&2
+quietly cmake --preset "$preset"
+quietly cmake --build --preset "$preset"
+ctest --preset "$preset" --no-tests=error --parallel "$(nproc)" "$@"

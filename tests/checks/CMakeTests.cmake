@@ -1,0 +1,21 @@
+# Checks of the sources and of the plug-in's binary, and a check that these checks can fail.
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+set(checks "${CMAKE_CURRENT_LIST_DIR}")
+set(check_by "${Python3_EXECUTABLE}" -B)
+
+# Sanitizers, coverage and missing optimisation change what stands in the binary.
+set(binary_kind "")
+if(CMAKE_CXX_FLAGS MATCHES "-fsanitize|--coverage" OR CMAKE_BUILD_TYPE STREQUAL "Debug")
+  set(binary_kind relaxed)
+endif()
+
+foreach(check layers sources words)
+  add_test(NAME check.${check} COMMAND ${check_by} "${checks}/check_${check}.py" "${PROJECT_SOURCE_DIR}")
+endforeach()
+add_test(NAME check.plugin COMMAND ${check_by} "${checks}/check_plugin.py" "$<TARGET_FILE:pxlworks_pxl_qorn>"
+  ${binary_kind})
+add_test(NAME check.checks_can_fail COMMAND ${check_by} "${checks}/checks_can_fail.py" "${PROJECT_SOURCE_DIR}"
+  "${CMAKE_BINARY_DIR}/lib" "${CMAKE_CXX_COMPILER}")
+add_test(NAME check.format COMMAND bash "${checks}/format.sh")
+# The formatter is no part of what building and testing need.
+set_tests_properties(check.format PROPERTIES SKIP_RETURN_CODE 77)

@@ -1,0 +1,101 @@
+#!/usr/bin/env -S python3 -B
+"""Who may include whom. Each layer knows only those before it. Argument: the project's folder."""
+
+import os
+import re
+import sys
+
+import tree
+
+OBJECT_MODEL_HEADERS = {"pxl/String.h", "pxl/Object.h", "pxl/Exception.h", "pxl/Noncopyable.h"}
+PLUGIN_FOLDERS = ("analysis", "morphology", "filtering", "PointOperations")
+CONTRACT = {"object model", "contract"}
+CORE = {"core", "simd"}
+# The headers of the C++ standard library have names without a suffix; 'system' is every other header in <>.
+ALLOWED = {
+    "object model": {"object model", "standard"},
+    "contract": CONTRACT | {"standard", "tbb"},
+    "simd": {"simd", "voxel types", "intrinsics", "standard"},
+    "core": CONTRACT | CORE | {"standard", "tbb"},
+    "host": CONTRACT | CORE | {"host", "standard", "tbb", "system"},
+    # Programs reach the operators through the host alone.
+    "apps": CONTRACT | {"apps", "standard", "tbb", "system"},
+    # Benchmarks also measure the building blocks, and read images the way the program does.
+    "bench": CONTRACT | CORE | {"bench", "apps", "standard", "tbb", "system"},
+}
+for plugin_folder in PLUGIN_FOLDERS:
+    ALLOWED[plugin_folder] = CONTRACT | CORE | {plugin_folder, "standard", "tbb"}
+
+# The tests' probe, behind a macro that only the tests' own build of the host defines.
+SEAM = ("host/src/instrument/Instrument.h", "instrument/Probe.h")
+
+INCLUDE = re.compile(r'^\s*#\s*include\s*(["<])([^">]+)[">]', re.MULTILINE)
+
+
+def layer_of(name):
+    """The layer of a file of the project; None for tests."""
+    if name.startswith("host/include/"):
+        header = name[len("host/include/"):]
+        if header.startswith("object_model/") or header in OBJECT_MODEL_HEADERS:
+            return "object model"
+        return "contract"
+    if name.startswith("host/src/object_model/"):
+        return "object model"
+    if name.startswith("host/src/"):
+        return "host"
+    if name.startswith("Core/private/Access/simd/"):
+        return "simd"
+    if name.startswith("Core/private/"):
+        return "core"
+    first = name.split("/")[0]
+    return None if first in ("tests", "cmake") else first
+
+
+def kinds_of_target(root, name, bracket, target):
+    """What an include leads to: every kind under which it may be allowed."""
+    if bracket == "<":
+        if re.fullmatch(r"(oneapi/)?tbb/.*", target):
+            return {"tbb"}
+        if re.fullmatch(r"\w+intrin\.h", target):
+            return {"intrinsics"}
+        return {"standard" if re.fullmatch(r"[a-z_0-9]+", target) else "system"}
+    here = os.path.dirname(name)
+    roots = [here, "host/include", ""]
+    roots += ["host/src"] if name.startswith("host/src/") else ["apps"] if name.startswith(("apps/", "bench/")) else []
+    for base in roots:
+        path = os.path.normpath(os.path.join(base, target))
+        if os.path.isfile(os.path.join(root, path)):
+            kinds = {layer_of(path)}
+            # The forward declarations are where the allocator's class is first declared, and exported.
+            if path in ("host/include/pxl/VoxelTypes.h", "host/include/pxl/Forward.h"):
+                kinds.add("voxel types")
+            return kinds
+    return {"unknown"}
+
+
+def main():
+    root = sys.argv[1]
+    found = []
+    seen = dict.fromkeys(ALLOWED, 0)
+    for name in tree.source_files(root):
+        layer = layer_of(name)
+        if layer is None:
+            continue
+        if layer not in ALLOWED:
+            found.append(f"{name}: in a folder that is no layer")
+            continue
+        seen[layer] += 1
+        for match in INCLUDE.finditer(tree.read(root, name)):
+            kinds = kinds_of_target(root, name, *match.groups())
+            if not kinds & ALLOWED[layer] and (name, match.group(2)) != SEAM:
+                kind = ", ".join(sorted(str(one) for one in kinds))
+                found.append(f"{name}: {layer} must not include {match.group(2)} ({kind})")
+    # A check of nothing would pass for ever.
+    found += [f"no source file in layer {layer}" for layer, count in seen.items() if count == 0]
+    print("\n".join(found))
+    print(", ".join(f"{layer} {count}" for layer, count in seen.items()) + f" files; {len(found)} findings")
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

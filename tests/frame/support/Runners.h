@@ -1,0 +1,147 @@
+#pragma once
+
+#include <typeinfo>
+#include <utility>
+
+#include "Core/private/Access/simd/SimdVec.h"
+#include "Core/private/Filters/FilterTags.h"
+#include "Core/private/Helper/AutoRegisterRunnable.h"
+#include "PointOperations/src/LogicalRules.h"
+#include "analysis/IntensityExtremaRule.h"
+#include "filtering/linear/FIRFilterRunner.h"
+#include "morphology/MorphologyRules.h"
+
+/**
+ * The runners of all operators under the names that they have in the product, on dispatchers that only report. One
+ * program records the reports, the test plug-in answers with an exception.
+ */
+namespace frame_test {
+
+void report(char const* dispatcher, std::type_info const& voxelType, pxl::BaseAlgorithm* algorithm);
+
+}  // namespace frame_test
+
+#define FRAME_TEST_DISPATCHER(Name, Algo)                \
+  struct Name {                                          \
+    template <class T>                                   \
+    static void run(Algo* algorithm) {                   \
+      ::frame_test::report(#Name, typeid(T), algorithm); \
+    }                                                    \
+  };
+
+#define FRAME_TEST_RUNNER(Name, runCall, isRunnableCall)                                           \
+  class Name final : public Runnable {                                                             \
+   public:                                                                                         \
+    void run(BaseAlgorithm* algorithm) const override { runCall(algorithm); }                      \
+    bool isRunnable(BaseAlgorithm* algorithm) const override { return isRunnableCall(algorithm); } \
+    int getOptimType() const override { return helper::cOptimType; }                               \
+  };
+
+namespace pxl::analysis {
+
+struct IntensityExtremaSSEDispatcher {
+  template <class T>
+  static void run(std::pair<IntensityExtrema*, algorithms::AbstractPrivateImplementation*> argument) {
+    ::frame_test::report("IntensityExtremaSSEDispatcher", typeid(T), argument.first);
+  }
+};
+
+inline void runExtrema(BaseAlgorithm* algorithm) {
+  auto* const extrema = helper::safe_cast<IntensityExtrema*>(algorithm);
+  algorithms::AbstractPrivateImplementation frame(extrema);
+  IntensityExtremaRule<IntensityExtremaSSEDispatcher>::dispatch({extrema, &frame});
+}
+
+FRAME_TEST_RUNNER(IntensityExtremaSSERunner, runExtrema,
+                  IntensityExtremaRule<IntensityExtremaSSEDispatcher>::isRunnable)
+
+}  // namespace pxl::analysis
+
+namespace pxl::filtering::linear {
+
+template <class Tag, class Arch>
+struct FIRFilterDispatcher {
+  template <class T, class Algo>
+  static void run(Algo* algorithm) {
+    ::frame_test::report("FIRFilterDispatcher", typeid(T), algorithm);
+  }
+};
+
+using FIRFilter2DSSE41Runner =
+    FIRFilterSSE41Runner<FiniteImpulseResponseFilter2D, FIRFilterDispatcher<Filter2dTag, SimdVec::arch_128_tag>>;
+using FIRFilter3DSSE41Runner =
+    FIRFilterSSE41Runner<FiniteImpulseResponseFilter3D, FIRFilterDispatcher<Filter3dTag, SimdVec::arch_128_tag>>;
+
+}  // namespace pxl::filtering::linear
+
+namespace pxl::morphology {
+
+#define FRAME_TEST_ITERATED(Algo)                                                                              \
+  FRAME_TEST_DISPATCHER(Algo##SSE41Dispatcher, Algo)                                                           \
+  inline void run##Algo(BaseAlgorithm* algorithm) { dispatchOnInput<Algo, Algo##SSE41Dispatcher>(algorithm); } \
+  FRAME_TEST_RUNNER(Algo##SSE41Runner, run##Algo, isIteratedRunnable<Algo>)
+
+#define FRAME_TEST_SHAPED(Algo)                      \
+  FRAME_TEST_DISPATCHER(Algo##SSE41Dispatcher, Algo) \
+  using Algo##SSE41Runner = SSE41OneTypeMinMaxRunner<Algo, Algo##SSE41Dispatcher>;
+
+FRAME_TEST_ITERATED(Dilation2d)
+FRAME_TEST_ITERATED(Dilation3d)
+FRAME_TEST_SHAPED(DilationBall3d)
+FRAME_TEST_SHAPED(DilationDisk2d)
+FRAME_TEST_SHAPED(DilationDisk3d)
+FRAME_TEST_SHAPED(DilationLine2d)
+FRAME_TEST_SHAPED(DilationLine3d)
+FRAME_TEST_ITERATED(Erosion2d)
+FRAME_TEST_ITERATED(Erosion3d)
+FRAME_TEST_SHAPED(ErosionBall3d)
+FRAME_TEST_SHAPED(ErosionDisk2d)
+FRAME_TEST_SHAPED(ErosionDisk3d)
+FRAME_TEST_SHAPED(ErosionLine2d)
+FRAME_TEST_SHAPED(ErosionLine3d)
+
+#undef FRAME_TEST_ITERATED
+#undef FRAME_TEST_SHAPED
+
+}  // namespace pxl::morphology
+
+namespace pxl::point_operations {
+
+#define FRAME_TEST_LOGICAL(Algo, Runner, Dispatcher)                                                       \
+  FRAME_TEST_DISPATCHER(Dispatcher, Algo)                                                                  \
+  inline void run##Algo(BaseAlgorithm* algorithm) { dispatchOnLeadingImage<Algo, Dispatcher>(algorithm); } \
+  FRAME_TEST_RUNNER(Runner, run##Algo, isLogicalRunnable<Algo>)
+
+FRAME_TEST_LOGICAL(LogicalOperationWithImage, SSE41LogicalOperationWithImageRunner,
+                   LogicalOperationWithImageSSE41Dispatcher)
+FRAME_TEST_LOGICAL(LogicalOperationWithValue, SSE41LogicalOperationWithValueRunner,
+                   LogicalOperationWithValueScalarDispatcher)
+
+#undef FRAME_TEST_LOGICAL
+
+}  // namespace pxl::point_operations
+
+#undef FRAME_TEST_DISPATCHER
+#undef FRAME_TEST_RUNNER
+
+/** MACRO(namespace below pxl, operator, runner) for each of the 19, in the order of their units. */
+#define FRAME_TEST_FOR_EACH_RUNNER(MACRO)                                                  \
+  MACRO(analysis, IntensityExtrema, IntensityExtremaSSERunner)                             \
+  MACRO(filtering::linear, FiniteImpulseResponseFilter2D, FIRFilter2DSSE41Runner)          \
+  MACRO(filtering::linear, FiniteImpulseResponseFilter3D, FIRFilter3DSSE41Runner)          \
+  MACRO(morphology, Dilation2d, Dilation2dSSE41Runner)                                     \
+  MACRO(morphology, Dilation3d, Dilation3dSSE41Runner)                                     \
+  MACRO(morphology, DilationBall3d, DilationBall3dSSE41Runner)                             \
+  MACRO(morphology, DilationDisk2d, DilationDisk2dSSE41Runner)                             \
+  MACRO(morphology, DilationDisk3d, DilationDisk3dSSE41Runner)                             \
+  MACRO(morphology, DilationLine2d, DilationLine2dSSE41Runner)                             \
+  MACRO(morphology, DilationLine3d, DilationLine3dSSE41Runner)                             \
+  MACRO(morphology, Erosion2d, Erosion2dSSE41Runner)                                       \
+  MACRO(morphology, Erosion3d, Erosion3dSSE41Runner)                                       \
+  MACRO(morphology, ErosionBall3d, ErosionBall3dSSE41Runner)                               \
+  MACRO(morphology, ErosionDisk2d, ErosionDisk2dSSE41Runner)                               \
+  MACRO(morphology, ErosionDisk3d, ErosionDisk3dSSE41Runner)                               \
+  MACRO(morphology, ErosionLine2d, ErosionLine2dSSE41Runner)                               \
+  MACRO(morphology, ErosionLine3d, ErosionLine3dSSE41Runner)                               \
+  MACRO(point_operations, LogicalOperationWithImage, SSE41LogicalOperationWithImageRunner) \
+  MACRO(point_operations, LogicalOperationWithValue, SSE41LogicalOperationWithValueRunner)

@@ -1,0 +1,175 @@
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "support/Algorithms.h"
+#include "support/Folder.h"
+#include "support/Images.h"
+#include "support/Raised.h"
+#include "support/Random.h"
+
+namespace {
+
+using namespace host_test;
+using pxl::Image;
+using pxl::ImageModel;
+using pxl::ImageModelSizeProxy;
+
+class Overlap : public ::testing::Test {
+ protected:
+  // Whether a run with these images is refused for their overlap.
+  static bool isRefused(ImageModel const& input, ImageModel& output) {
+    VolumeOperator algorithm;
+    FakeRunner const runner(algorithm.getAlgoInfo());
+    algorithm.inputImage = &input;
+    algorithm.outputImage = &output;
+    try {
+      algorithm.execute();
+    } catch (pxl::InvalidCall const& refusal) {
+      EXPECT_TRUE(contains(refusal.what(), "overlaps inputImage in part")) << refusal.what();
+      EXPECT_EQ(runner.nbQuestions, 0);
+      return true;
+    }
+    return false;
+  }
+};
+
+ImageModelSizeProxy makeWindow(Image& image, Position const& begin, pxl::ImageSizes const& size) {
+  auto const b = [&](std::size_t i) { return static_cast<unsigned long>(begin[i]); };
+  return ImageModelSizeProxy(static_cast<ImageModel*>(&image), b(0), size[0], b(1), size[1], b(2), size[2], b(3),
+                             size[3], b(4), size[4]);
+}
+
+TEST_F(Overlap, ShowsInTheUsualCases) {
+  auto const image = Image::New(pxl::cFloat, {8, 8, 2, 1, 1});
+  auto const other = Image::New(pxl::cFloat, {8, 8, 2, 1, 1});
+  EXPECT_FALSE(isRefused(*image, *image));
+  EXPECT_FALSE(isRefused(*image, *other));
+  auto left = makeWindow(*image, {0, 0, 0, 0, 0}, {4, 8, 2, 1, 1});
+  auto right = makeWindow(*image, {4, 0, 0, 0, 0}, {4, 8, 2, 1, 1});
+  auto middle = makeWindow(*image, {2, 0, 0, 0, 0}, {4, 8, 2, 1, 1});
+  auto const leftAgain = makeWindow(*image, {0, 0, 0, 0, 0}, {4, 8, 2, 1, 1});
+  EXPECT_FALSE(isRefused(left, right));
+  EXPECT_FALSE(isRefused(right, left));
+  EXPECT_FALSE(isRefused(leftAgain, left));
+  EXPECT_TRUE(isRefused(left, middle));
+  EXPECT_TRUE(isRefused(middle, right));
+}
+
+TEST_F(Overlap, OfOneMemoryAsTwoTypesIsRefused) {
+  std::vector<int> memory(64);
+  auto const open = [&](pxl::VoxelTypes type, std::size_t first = 0) {
+    return Image::OnMemory(memory.data() + first, type, {4, 4, 1, 1, 1}, {4, 16, 0, 0, 0});
+  };
+  EXPECT_TRUE(isRefused(*open(pxl::cInteger32), *open(pxl::cFloat)));
+  EXPECT_TRUE(isRefused(*open(pxl::cInteger32), *open(pxl::cUnsignedInteger32, 2)));
+  EXPECT_FALSE(isRefused(*open(pxl::cInteger32), *open(pxl::cInteger32)));
+  EXPECT_FALSE(isRefused(*open(pxl::cInteger32), *open(pxl::cFloat, 16)));
+}
+
+TEST_F(Overlap, OfBytesInTheMiddleOfVoxelsIsRefused) {
+  std::vector<char> memory(256);
+  auto const open = [&](std::size_t first) {
+    return Image::OnMemory(memory.data() + first, pxl::cInteger32, {4, 2, 1, 1, 1}, {4, 32, 0, 0, 0});
+  };
+  for (std::size_t shift = 1; shift < 16; ++shift) EXPECT_TRUE(isRefused(*open(0), *open(shift))) << shift;
+  EXPECT_FALSE(isRefused(*open(0), *open(16)));
+  EXPECT_TRUE(isRefused(*open(0), *open(17)));
+}
+
+TEST_F(Overlap, OfOneFileIsKnownHoweverItIsReached) {
+  Folder const folder;
+  writeFile(folder / "a", std::string(64, 'a'));
+  std::filesystem::create_symlink(folder / "a", folder / "link");
+  pxl::ImageSizes const sizes{4, 4, 1, 1, 1};
+  auto const open = [&](char const* name, pxl::FileModes mode, unsigned long offset = 0) {
+    return Image::OnDisk(folder / name, mode, pxl::cUnsignedInteger8, sizes, offset);
+  };
+  auto const output = open("a", pxl::FileModes::cReadWrite);
+  EXPECT_FALSE(isRefused(*open("a", pxl::FileModes::cReadWrite), *output));
+  EXPECT_FALSE(isRefused(*open("link", pxl::FileModes::cReadWrite), *output));
+  EXPECT_TRUE(isRefused(*open("a", pxl::FileModes::cReadOnly), *output));
+  EXPECT_TRUE(isRefused(*Image::OnMappedFile(folder / "a", pxl::cUnsignedInteger8, sizes), *output));
+  EXPECT_TRUE(isRefused(*open("link", pxl::FileModes::cReadWrite, 4), *output));
+  EXPECT_FALSE(isRefused(*open("a", pxl::FileModes::cReadOnly, 16), *output));
+  EXPECT_FALSE(isRefused(*Image::New(pxl::cUnsignedInteger8, sizes), *output));
+}
+
+TEST_F(Overlap, OfWindowsOfOneImageIsExact) {
+  Random random;
+  auto const image = Image::New(pxl::cUnsignedInteger16, {6, 5, 4, 3, 2});
+  int nbRefused = 0;
+  for (int round = 0; round < 3000; ++round) {
+    Position a{}, b{};
+    pxl::ImageSizes size{};
+    for (std::size_t i = 0; i < 5; ++i) {
+      long const whole = static_cast<long>(image->getSizes()[i]);
+      long const n = random.between(1L, whole);
+      size[i] = static_cast<unsigned long>(n);
+      a[i] = random.between(0L, whole - n);
+      b[i] = random.between(0L, 3L) == 0 ? a[i] : random.between(0L, whole - n);
+    }
+    bool shareVoxels = true;
+    for (std::size_t i = 0; i < 5; ++i)
+      shareVoxels = shareVoxels && std::abs(a[i] - b[i]) < static_cast<long>(size[i]);
+    auto const input = makeWindow(*image, a, size);
+    auto output = makeWindow(*image, b, size);
+    bool const isExpected = shareVoxels && a != b;
+    ASSERT_EQ(isRefused(input, output), isExpected);
+    nbRefused += isExpected;
+  }
+  EXPECT_GT(nbRefused, 300);
+}
+
+std::set<long> collectBytes(long origin, pxl::ImageSizes const& sizes, pxl::ImageStrides const& strides, long size) {
+  std::set<long> bytes;
+  forEachPosition(sizes, [&](Position const& at) {
+    for (long byte = 0; byte < size; ++byte) {
+      long address = origin + byte;
+      for (std::size_t i = 0; i < 5; ++i) address += at[i] * strides[i];
+      bytes.insert(address);
+    }
+  });
+  return bytes;
+}
+
+// Rows that overlap each other, run backwards or lie in each other's gaps: nothing may slip through.
+TEST_F(Overlap, OfAnyForeignLayoutsNeverSlipsThrough) {
+  Random random;
+  std::vector<char> memory(4096);
+  int nbShared = 0;
+  for (int round = 0; round < 20000; ++round) {
+    pxl::ImageSizes sizes{random.between(1UL, 12UL), random.between(1UL, 4UL), random.between(1UL, 3UL), 1, 1};
+    auto const choose = [&] {
+      return pxl::ImageStrides{2, 2 * random.between(-12L, 12L), random.between(-40L, 40L), 0, 0};
+    };
+    auto const strides = choose();
+    auto const others = round % 3 == 0 ? choose() : strides;
+    long const first = 2048, second = first + random.between(-100L, 100L);
+    auto const a = collectBytes(first, sizes, strides, 2);
+    auto const b = collectBytes(second, sizes, others, 2);
+    bool shareBytes = false;
+    for (long const byte : b) shareBytes = shareBytes || a.count(byte);
+    auto const input = Image::OnMemory(memory.data() + first, pxl::cInteger16, sizes, strides);
+    auto const output = Image::OnMemory(memory.data() + second, pxl::cInteger16, sizes, others);
+    bool isSame = first == second;
+    for (std::size_t i = 0; i < 5; ++i) isSame = isSame && (sizes[i] == 1 || strides[i] == others[i]);
+    nbShared += shareBytes;
+    if (isSame) {
+      ASSERT_FALSE(isRefused(*input, *output));
+    } else if (shareBytes) {
+      ASSERT_TRUE(isRefused(*input, *output)) << sizes[0] << ' ' << sizes[1] << ' ' << sizes[2] << ": " << strides[1]
+                                              << ' ' << strides[2] << " at " << second - first;
+    }
+  }
+  EXPECT_GT(nbShared, 3000);
+}
+
+TEST_F(Overlap, OfImagesWithoutVoxelsIsNone) {
+  auto const image = Image::New(pxl::cFloat, {4, 4, 1, 1, 1});
+  auto a = makeWindow(*image, {1, 0, 0, 0, 0}, {0, 4, 1, 1, 1});
+  auto b = makeWindow(*image, {2, 0, 0, 0, 0}, {0, 4, 1, 1, 1});
+  EXPECT_FALSE(isRefused(a, b));
+}
+
+}  // namespace
