@@ -1,5 +1,7 @@
 #include <dlfcn.h>
 
+#include <map>
+#include <string>
 #include <typeinfo>
 
 #include "frame/support/FakeImage.h"
@@ -17,7 +19,11 @@ namespace {
 
 using pxl::instrument::Event;
 
-// Until its next stages bring more operators the shipped plug-in has one runner.
+/** The runners that the shipped plug-in registers by now, by the names of their operators. */
+std::map<std::string, std::string> const cShipped{{"IntensityExtrema", "pxl::analysis::IntensityExtremaSSERunner"},
+                                                  {"Dilation2d", "pxl::morphology::Dilation2dSSE41Runner"},
+                                                  {"Erosion2d", "pxl::morphology::Erosion2dSSE41Runner"}};
+
 class ShippedPlugin : public testing::Test {
  protected:
   ShippedPlugin() {
@@ -29,31 +35,36 @@ class ShippedPlugin : public testing::Test {
     m_probe.clear();
     return trace;
   }
+  // Each unit asks for its record and adds its runner; the order of the units is the loader's.
   void expectLoaded(std::vector<Event> const& trace) {
-    ASSERT_EQ(trace.size(), 2U);
-    EXPECT_EQ(trace[0].name, "getClassInfo");
-    EXPECT_EQ(trace[0].text, "IntensityExtrema");
-    EXPECT_EQ(trace[1].name, "addRunner");
-    EXPECT_EQ(trace[1].text, "IntensityExtrema");
-    Runners const registered = getRegistered();
-    ASSERT_EQ(registered.size(), 1U);
-    pxl::Runnable* const runner = registered.at("IntensityExtrema");
-    EXPECT_EQ(runner, trace[1].object);
-    EXPECT_EQ(demangle(typeid(*runner).name()), "pxl::analysis::IntensityExtremaSSERunner");
-    EXPECT_EQ(runner->getOptimType(), 1);
-    m_runner = runner;
+    ASSERT_EQ(trace.size(), 2 * cShipped.size());
+    m_runners = getRegistered();
+    ASSERT_EQ(m_runners.size(), cShipped.size());
+    for (unsigned long i = 0; i < trace.size(); i += 2) {
+      std::string const& name = trace[i].text;
+      EXPECT_EQ(trace[i].name, "getClassInfo");
+      EXPECT_EQ(trace[i + 1].name, "addRunner");
+      EXPECT_EQ(trace[i + 1].text, name);
+      ASSERT_EQ(m_runners.count(name), 1U) << name;
+      pxl::Runnable* const runner = m_runners.at(name);
+      EXPECT_EQ(runner, trace[i + 1].object);
+      EXPECT_EQ(demangle(typeid(*runner).name()), cShipped.at(name));
+      EXPECT_EQ(runner->getOptimType(), 1);
+    }
   }
   void expectUnloaded(std::vector<Event> const& trace) {
-    ASSERT_EQ(trace.size(), 2U);
-    EXPECT_EQ(trace[0].name, "getClassInfo");
-    EXPECT_EQ(trace[1].name, "removeRunner");
-    EXPECT_EQ(trace[1].object, m_runner);
+    ASSERT_EQ(trace.size(), 2 * cShipped.size());
+    for (unsigned long i = 0; i < trace.size(); i += 2) {
+      EXPECT_EQ(trace[i].name, "getClassInfo");
+      EXPECT_EQ(trace[i + 1].name, "removeRunner");
+      EXPECT_EQ(trace[i + 1].object, m_runners.at(trace[i].text));
+    }
     EXPECT_FALSE(isInMemory(PXLWORKS_PLUGIN_PATH));
     EXPECT_TRUE(getRegistered().empty());
   }
 
   pxl::instrument::Recorder m_probe;
-  pxl::Runnable* m_runner = nullptr;
+  Runners m_runners;
 };
 
 TEST_F(ShippedPlugin, ComesAndGoesThroughTheHost) {
@@ -78,7 +89,7 @@ TEST_F(ShippedPlugin, ComesAndGoesThroughTheLoader) {
 TEST_F(ShippedPlugin, LoadsWithoutARecord) {
   m_probe.classInfo = [](std::string const&, pxl::AlgoInfo*) -> pxl::AlgoInfo* { return nullptr; };
   pxl::plugins::load(PXLWORKS_PLUGIN_PATH);
-  EXPECT_EQ(takeTrace().size(), 1U);
+  EXPECT_EQ(takeTrace().size(), cShipped.size());
   m_probe.classInfo = nullptr;
   pxl::plugins::unload(PXLWORKS_PLUGIN_PATH);
   EXPECT_TRUE(takeTrace().empty());
@@ -88,21 +99,23 @@ TEST_F(ShippedPlugin, LoadsWithoutARecord) {
 TEST_F(ShippedPlugin, RefusesAndFailsByTheSameRules) {
   pxl::plugins::load(PXLWORKS_PLUGIN_PATH);
   expectLoaded(takeTrace());
+  ASSERT_EQ(m_runners.count("IntensityExtrema"), 1U);
+  pxl::Runnable* const runner = m_runners.at("IntensityExtrema");
   m_probe.hasSSE = false;
-  EXPECT_FALSE(m_runner->isRunnable(nullptr));
+  EXPECT_FALSE(runner->isRunnable(nullptr));
   m_probe.hasSSE = true;
   FakeImage image(pxl::cFloat);
   pxl::analysis::IntensityExtrema algorithm;
   algorithm.inputImage = &image;
   for (int level : {64, 65}) {
     m_probe.sseLevel = level;
-    EXPECT_EQ(m_runner->isRunnable(&algorithm), level == 65);
+    EXPECT_EQ(runner->isRunnable(&algorithm), level == 65);
   }
   image.type = pxl::cInteger64;
-  EXPECT_FALSE(m_runner->isRunnable(&algorithm));
-  EXPECT_THROW(m_runner->run(nullptr), pxl::UnexpectedError);
+  EXPECT_FALSE(runner->isRunnable(&algorithm));
+  EXPECT_THROW(runner->run(nullptr), pxl::UnexpectedError);
   pxl::morphology::Dilation2d foreign;
-  EXPECT_THROW(m_runner->run(&foreign), pxl::UnexpectedError);
+  EXPECT_THROW(runner->run(&foreign), pxl::UnexpectedError);
   pxl::plugins::unload(PXLWORKS_PLUGIN_PATH);
 }
 

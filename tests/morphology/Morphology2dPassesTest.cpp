@@ -163,7 +163,9 @@ TEST_F(Morphology2dPasses, FetchTheNextRowBeforeTheFinishedOneIsWritten) {
     long lastRead = -2;
     for (auto const& event : recorder.getTrace()) {
       if (event.name == "readRowAt") lastRead = event.values[2];
-      if (event.name == "writeRowAt") EXPECT_GE(lastRead, std::min(event.values[2] + 1, 6L));
+      if (event.name == "writeRowAt") {
+        EXPECT_GE(lastRead, std::min(event.values[2] + 1, 6L));
+      }
     }
   }
 }

@@ -30,8 +30,8 @@ class RowCacheRead : private Noncopyable {
 
   /** Fills the row of a slot with the voxels at that place. */
   template <class AnyBlock>
-  Row* fetchRowInBlock(unsigned long slot, unsigned long nbVoxels, AnyBlock const& block, long colOffset, long rowOffset,
-                       long planOffset, long sequenceOffset, long spectralOffset) const;
+  Row* fetchRowInBlock(unsigned long slot, unsigned long nbVoxels, AnyBlock const& block, long colOffset,
+                       long rowOffset, long planOffset, long sequenceOffset, long spectralOffset) const;
 
   std::vector<std::shared_ptr<Row>> rows;
   unsigned long nbRowsInUse;

@@ -13,6 +13,8 @@ namespace pxl::morphology {
 /** Properties of the operators that repeat an elementary step. */
 class PXL_API IteratedMorphology : public BaseAlgorithm {
  public:
+  ~IteratedMorphology() override;
+
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
   Property<unsigned int> numberOfIterations{*this, "numberOfIterations", 1,
                                             "how often the step is repeated; with 0 the output stays untouched"};
@@ -23,12 +25,13 @@ class PXL_API IteratedMorphology : public BaseAlgorithm {
 
  protected:
   IteratedMorphology(int defaultNeighborhood, char const* neighborhoodHelp);
-  ~IteratedMorphology() override;
 };
 
 /** Properties of the operators with a round neighbourhood. */
 class PXL_API RadiusMorphology : public BaseAlgorithm {
  public:
+  ~RadiusMorphology() override;
+
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
   Property<unsigned int> radius{*this, "radius", 1, "radius in voxels"};
   Property<int> shapeMode{*this, "shapeMode", 0,
@@ -37,12 +40,13 @@ class PXL_API RadiusMorphology : public BaseAlgorithm {
 
  protected:
   RadiusMorphology();
-  ~RadiusMorphology() override;
 };
 
 /** Properties of the operators with a flat disk of any orientation in a volume. */
 class PXL_API OrientedDiskMorphology : public BaseAlgorithm {
  public:
+  ~OrientedDiskMorphology() override;
+
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
   Property<double> firstAngle{*this, "firstAngle", 0.0, "azimuth of the disk's normal, degrees"};
   Property<double> secondAngle{*this, "secondAngle", 0.0, "elevation of the disk's normal out of the plan, degrees"};
@@ -51,12 +55,13 @@ class PXL_API OrientedDiskMorphology : public BaseAlgorithm {
 
  protected:
   OrientedDiskMorphology();
-  ~OrientedDiskMorphology() override;
 };
 
 /** Properties of the operators with a line in a plan. */
 class PXL_API Line2dMorphology : public BaseAlgorithm {
  public:
+  ~Line2dMorphology() override;
+
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
   Property<double> lineAngle{*this, "lineAngle", 0.0, "angle, degrees counter-clockwise as displayed"};
   Property<unsigned int> lineSize{*this, "lineSize", 3, "length in voxels"};
@@ -64,12 +69,13 @@ class PXL_API Line2dMorphology : public BaseAlgorithm {
 
  protected:
   Line2dMorphology();
-  ~Line2dMorphology() override;
 };
 
 /** Properties of the operators with a line in a volume. */
 class PXL_API Line3dMorphology : public BaseAlgorithm {
  public:
+  ~Line3dMorphology() override;
+
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
   Property<double> firstAngle{*this, "firstAngle", 0.0, "azimuth, degrees counter-clockwise as displayed"};
   Property<double> secondAngle{*this, "secondAngle", 0.0, "elevation out of the plan, degrees"};
@@ -78,7 +84,6 @@ class PXL_API Line3dMorphology : public BaseAlgorithm {
 
  protected:
   Line3dMorphology();
-  ~Line3dMorphology() override;
 };
 
 #define PXL_MORPHOLOGY_OPERATOR(Name, Base) \
