@@ -1,6 +1,6 @@
 #!/bin/bash
 # Configures, builds and tests a preset of CMakePresets.json: test-preset.sh PRESET [arguments of ctest]
-# What the compiler says is shown only if something fails.
+# PXLWORKS_TARGETS names the targets to build, if not all. What the compiler says is shown only if something fails.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 preset=$1
@@ -13,5 +13,5 @@ export CMAKE_BUILD_PARALLEL_LEVEL=${CMAKE_BUILD_PARALLEL_LEVEL:-$(nproc)}
 mkdir -p "build/$preset"
 echo "building $preset ..." >&2
 quietly cmake --preset "$preset"
-quietly cmake --build --preset "$preset"
+quietly cmake --build --preset "$preset" ${PXLWORKS_TARGETS:+--target $PXLWORKS_TARGETS}
 ctest --preset "$preset" --no-tests=error --parallel "$(nproc)" "$@"

@@ -110,19 +110,21 @@ TEST_F(ExtremaCalls, ContinueTheImageBeyondItsEdge) {
   }
 }
 
-// Two leaves beside each other: each reads to a whole vector, the left one its neighbour's voxels.
-TEST_F(ExtremaCalls, ReadTheSameWhereverTheImageIsCut) {
-  probe.grains = {10, 1, 1};
-  run(1);
-  auto const reads = probe.getTrace("readRowAt");
-  ASSERT_EQ(reads.size(), 12U);
-  long nbLeft = 0;
-  for (Event const& read : reads) {
-    EXPECT_EQ(read.values[0], 16);
-    EXPECT_TRUE(read.values[1] == 0 || read.values[1] == 10);
-    nbLeft += read.values[1] == 0;
+// However TBB cuts: each row is read to whole vectors from where its block begins, and no voxel is left out.
+TEST_F(ExtremaCalls, ReadWholeVectorsWhereverTheImageIsCut) {
+  probe.grains = {6, 1, 1};
+  run(0);
+  oracle::Image<short> seen({20, 2, 3, 1, 1});
+  bool isCutAcross = false;
+  for (Event const& read : probe.getTrace("readRowAt")) {
+    EXPECT_EQ(read.values[0] % 8, 0);
+    EXPECT_LT(read.values[0], 20 + 8);
+    isCutAcross = isCutAcross || read.values[1] > 0;
+    for (long c = read.values[1]; c < std::min(20L, read.values[1] + read.values[0]); ++c)
+      seen.at({c, read.values[2], read.values[3], 0, 0}) = 1;
   }
-  EXPECT_EQ(nbLeft, 6);
+  EXPECT_TRUE(isCutAcross);
+  EXPECT_EQ(std::count(seen.voxels.begin(), seen.voxels.end(), 1), 20 * 2 * 3);
 }
 
 TEST_F(ExtremaCalls, AreTheSameInEachOfTwoEqualRuns) {

@@ -127,13 +127,18 @@ TEST_F(CancelStress, AtAnyTimeEndsTheRunOrComesTooLate) {
   EXPECT_GT(nbFinished, 10);
 }
 
-// A frame that is called while its derived part doesn't exist shows it.
+// A frame that is called while its derived part doesn't exist shows it. It takes its time for both, as one whose
+// members are made and destroyed.
 class Fragile : public pxl::BaseTbbAlgorithm {
  public:
   Fragile(BaseAlgorithm* algorithm, std::atomic<int>& nbErrors) : BaseTbbAlgorithm(algorithm), m_nbErrors(nbErrors) {
+    spin(2000);
     m_alive = cAlive;
   }
-  ~Fragile() override { m_alive = 0; }
+  ~Fragile() override {
+    m_alive = 0;
+    spin(2000);
+  }
   void cancelExecution() override {
     if (m_alive != cAlive) ++m_nbErrors;
     BaseTbbAlgorithm::cancelExecution();

@@ -17,6 +17,7 @@ class Cancel : public RunningTest {};
 
 TEST_F(Cancel, WithoutARunDoesNothing) {
   algorithm.cancelExecution();
+  EXPECT_FALSE(Stage(&algorithm).m_cancelled);
   CountingFilter* seen = nullptr;
   EXPECT_NO_THROW(execute([&](BaseAlgorithm* a) {
     CountingFilter filter(a, 10);

@@ -81,11 +81,11 @@ class alignas(cCacheLine) ContinueBorder final : public BorderCondition<T> {
   bool readRowAt(ViewInterface<T> const* image, T* first, T* last, long col, long row, long plan, long sequence,
                  long spectralSeries) const override {
     PXL_PROBE(onReadRow(image, first, last - first, col, row, plan, sequence, spectralSeries));
+    if (first == last) return true;
     if (isWithin(*image, last - first, col, row, plan, sequence, spectralSeries)) {
       image->readRow(first, last - first, col, row, plan, sequence, spectralSeries);
       return true;
     }
-    if (first == last) return true;
     if (isEmpty(*image)) return fillEmpty(first, last);
     long const lastCol = col + (last - first) - 1;
     // At least one voxel of the row is read: the one that is repeated.
