@@ -65,6 +65,12 @@ TEST_F(Overlap, OfOneMemoryAsTwoTypesIsRefused) {
   EXPECT_TRUE(isRefused(*open(pxl::cInteger32), *open(pxl::cUnsignedInteger32, 2)));
   EXPECT_FALSE(isRefused(*open(pxl::cInteger32), *open(pxl::cInteger32)));
   EXPECT_FALSE(isRefused(*open(pxl::cInteger32), *open(pxl::cFloat, 16)));
+  // With one column the strides say nothing of the voxel's size.
+  auto const bytes = Image::OnMemory(reinterpret_cast<char*>(memory.data()) + 2, pxl::cUnsignedInteger8,
+                                     {1, 4, 1, 1, 1}, {1, 16, 0, 0, 0});
+  auto const words = Image::OnMemory(memory.data(), pxl::cInteger32, {1, 4, 1, 1, 1}, {4, 16, 0, 0, 0});
+  EXPECT_TRUE(isRefused(*bytes, *words));
+  EXPECT_TRUE(isRefused(*words, *bytes));
 }
 
 TEST_F(Overlap, OfBytesInTheMiddleOfVoxelsIsRefused) {
