@@ -1,38 +1,19 @@
 #include "RunnerChoice.h"
 
-#include <sstream>
 #include <string>
 
 #include "Raise.h"
+#include "RunnerRefusal.h"
 #include "access/Overlap.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/BaseAlgorithm.h"
 #include "pxl/ImageModel.h"
-#include "pxl/Plugins.h"
 #include "pxl/Runnable.h"
-#include "pxl/devices/Cpu.h"
 
 namespace pxl {
 namespace {
 
 std::string nameOf(BaseAlgorithm const& algorithm) { return algorithm.getAlgoInfo()->getName(); }
-
-struct NamedImage {
-  ImageModel const* image;
-  char const* name;
-};
-
-std::vector<NamedImage> getNamedImages(BaseAlgorithm const& algorithm, PropertyKinds kind) {
-  std::vector<NamedImage> images;
-  for (PropertyBase const* property : algorithm.getProperties()) {
-    if (property->getKind() != kind) continue;
-    if (kind == PropertyKinds::cInputImage)
-      images.push_back({static_cast<Property<ImageModel const*> const*>(property)->get(), property->getName()});
-    else
-      images.push_back({static_cast<Property<ImageModel*> const*>(property)->get(), property->getName()});
-  }
-  return images;
-}
 
 void checkSizes(BaseAlgorithm const& algorithm, NamedImage const& first, NamedImage const& other) {
   for (int i = 0; i < cNbComponents; ++i) {
@@ -55,30 +36,19 @@ void checkRegion(BaseAlgorithm const& algorithm, ImageModel const& image) {
     PXL_RAISE(InvalidCall, nameOf(algorithm) + ": the region to process reaches beyond the images");
 }
 
-// Why no runner takes the algorithm, as far as the host can tell: it doesn't know the runners' rules.
-std::string explainRefusal(BaseAlgorithm const& algorithm, std::size_t nbRunners) {
-  std::ostringstream text;
-  text.imbue(std::locale::classic());
-  text << nameOf(algorithm) << ": ";
-  if (nbRunners == 0) {
-    text << "no plug-in offers it";
-    if (plugins::getLoaded().empty()) text << "; none is loaded";
-    return text.str();
-  }
-  text << "none of " << nbRunners << " registered runner(s) accepts";
-  for (PropertyKinds kind : {PropertyKinds::cInputImage, PropertyKinds::cOutputImage})
-    for (NamedImage const& named : getNamedImages(algorithm, kind)) {
-      VoxelTypes const type = named.image->getVoxelType();
-      text << ' ' << named.name << " of " << helper::getNameOf(type)
-           << (named.image->getInterpretation() == cBinary ? " (binary)" : "");
-    }
-  constexpr int cSSE41Level = 80;
-  int const level = devices::Cpu::getDevice()->getSSELevel();
-  if (level < cSSE41Level) text << "; the processor's level " << level << " is below SSE4.1";
-  return text.str();
-}
-
 }  // namespace
+
+std::vector<NamedImage> getNamedImages(BaseAlgorithm const& algorithm, PropertyKinds kind) {
+  std::vector<NamedImage> images;
+  for (PropertyBase const* property : algorithm.getProperties()) {
+    if (property->getKind() != kind) continue;
+    if (kind == PropertyKinds::cInputImage)
+      images.push_back({static_cast<Property<ImageModel const*> const*>(property)->get(), property->getName()});
+    else
+      images.push_back({static_cast<Property<ImageModel*> const*>(property)->get(), property->getName()});
+  }
+  return images;
+}
 
 std::vector<ImageModel const*> getImages(BaseAlgorithm const& algorithm, PropertyKinds kind) {
   std::vector<ImageModel const*> images;
@@ -111,7 +81,7 @@ Runnable* chooseRunner(BaseAlgorithm& algorithm) {
   for (Runnable* runner : runners)
     if (runner->isRunnable(&algorithm) && (!chosen || runner->getOptimType() > chosen->getOptimType()))
       chosen = runner;
-  if (!chosen) PXL_RAISE(RuntimeError, explainRefusal(algorithm, runners.size()));
+  if (!chosen) PXL_RAISE(RuntimeError, explainRefusal(algorithm, runners));
   return chosen;
 }
 

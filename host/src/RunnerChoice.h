@@ -10,6 +10,14 @@ class BaseAlgorithm;
 class ImageModel;
 class Runnable;
 
+struct NamedImage {
+  ImageModel const* image;
+  char const* name;  ///< the property's
+};
+
+/** The images of an algorithm's properties of one kind, with their names. */
+std::vector<NamedImage> getNamedImages(BaseAlgorithm const& algorithm, PropertyKinds kind);
+
 /** The images of an algorithm's properties of one kind, in declared order; null where none is set. */
 std::vector<ImageModel const*> getImages(BaseAlgorithm const& algorithm, PropertyKinds kind);
 

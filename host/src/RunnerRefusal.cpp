@@ -1,0 +1,172 @@
+#include "RunnerRefusal.h"
+
+#include <algorithm>
+#include <memory>
+#include <sstream>
+
+#include "RunnerChoice.h"
+#include "pxl/AlgoInfo.h"
+#include "pxl/BaseAlgorithm.h"
+#include "pxl/ImageModel.h"
+#include "pxl/Plugins.h"
+#include "pxl/Runnable.h"
+#include "pxl/devices/Cpu.h"
+
+namespace pxl {
+namespace {
+
+// An image that only says what it is.
+class StandIn final : public ImageModel {
+ public:
+  explicit StandIn(ImageModel const& image)
+      : type(image.getVoxelType()), interpretation(image.getInterpretation()), m_image(image) {}
+  unsigned long getNumOf(Components const& component) const override { return m_image.getNumOf(component); }
+  VoxelTypes getVoxelType() const override { return type; }
+  int getInterpretation() const override { return interpretation; }
+
+  VoxelTypes type;
+  int interpretation;
+
+ private:
+  ImageModel const& m_image;
+};
+
+template <class T>
+void copyValue(PropertyBase const& from, PropertyBase& to) {
+  static_cast<Property<T>&>(to).set(static_cast<Property<T> const&>(from).get());
+}
+
+// A copy of an algorithm on stand-ins of its images, to be changed and asked about.
+class Trial {
+ public:
+  Trial(BaseAlgorithm const& algorithm, std::vector<Runnable*> const& runners)
+      : m_copy(algorithm.getAlgoInfo()->create()), m_runners(runners) {
+    auto const& from = algorithm.getProperties();
+    auto const& to = m_copy->getProperties();
+    for (std::size_t i = 0; i < from.size(); ++i) copyProperty(*from[i], *to[i]);
+  }
+
+  bool isAccepted() {
+    return std::any_of(m_runners.begin(), m_runners.end(),
+                       [this](Runnable* runner) { return runner->isRunnable(m_copy.get()); });
+  }
+
+  std::vector<PropertyBase*> const& getProperties() const { return m_copy->getProperties(); }
+
+  std::vector<std::unique_ptr<StandIn>> inputs;
+  std::vector<std::unique_ptr<StandIn>> outputs;
+
+ private:
+  void copyProperty(PropertyBase const& from, PropertyBase& to) {
+    switch (from.getKind()) {
+      case PropertyKinds::cInputImage:
+        inputs.push_back(std::make_unique<StandIn>(*static_cast<Property<ImageModel const*> const&>(from).get()));
+        return static_cast<Property<ImageModel const*>&>(to).set(inputs.back().get());
+      case PropertyKinds::cOutputImage:
+        outputs.push_back(std::make_unique<StandIn>(*static_cast<Property<ImageModel*> const&>(from).get()));
+        return static_cast<Property<ImageModel*>&>(to).set(outputs.back().get());
+      case PropertyKinds::cInteger:
+        return copyValue<int>(from, to);
+      case PropertyKinds::cUnsignedInteger:
+        return copyValue<unsigned int>(from, to);
+      case PropertyKinds::cReal:
+        return copyValue<double>(from, to);
+      case PropertyKinds::cKernel2D:
+        return copyValue<kernel::Kernel2D>(from, to);
+      case PropertyKinds::cKernel3D:
+        return copyValue<kernel::Kernel3D>(from, to);
+      case PropertyKinds::cMeasure:
+        return copyValue<analysis::IntensityExtremaMsr*>(from, to);
+    }
+  }
+
+  std::unique_ptr<BaseAlgorithm> m_copy;
+  std::vector<Runnable*> m_runners;
+};
+
+// A number that would be accepted if it were smaller.
+void explainTooLarge(Trial& trial, std::ostringstream& text) {
+  for (PropertyBase* property : trial.getProperties()) {
+    if (property->getKind() != PropertyKinds::cUnsignedInteger) continue;
+    auto& number = static_cast<Property<unsigned int>&>(*property);
+    unsigned int const given = number;
+    unsigned int accepted = 0, refused = given;
+    number = 0;
+    if (!trial.isAccepted()) {
+      number = given;
+      continue;
+    }
+    while (refused - accepted > 1) {
+      unsigned int const middle = accepted + (refused - accepted) / 2;
+      number = middle;
+      (trial.isAccepted() ? accepted : refused) = middle;
+    }
+    text << "; with a binary image " << number.getName() << " can be at most " << accepted;
+    char const* separator = " (";
+    for (PropertyBase const* other : trial.getProperties()) {
+      if (other->getKind() != PropertyKinds::cInteger) continue;
+      text << separator << other->getName() << '=' << static_cast<Property<int> const&>(*other).get();
+      separator = ", ";
+    }
+    if (*separator == ',') text << ')';
+    text << ", and is " << given;
+    return;
+  }
+  text << "; a grey image would be accepted";
+}
+
+// Tells whether a binary image was the reason.
+bool explainBinary(Trial& trial, std::ostringstream& text) {
+  std::vector<StandIn*> binaries;
+  for (auto const& input : trial.inputs)
+    if (input->interpretation == cBinary) binaries.push_back(input.get());
+  for (StandIn* image : binaries) image->interpretation = cGrey;
+  bool const isReason = !binaries.empty() && trial.isAccepted();
+  for (StandIn* image : binaries) image->interpretation = cBinary;
+  if (isReason) explainTooLarge(trial, text);
+  return isReason;
+}
+
+// The voxel types that would be accepted, of all images.
+void explainType(Trial& trial, std::ostringstream& text) {
+  std::ostringstream accepted;
+  for (int value = cUnsignedInteger8; value <= cDouble; ++value) {
+    VoxelTypes const type = static_cast<VoxelTypes>(value);
+    if (!helper::isImageType(type)) continue;
+    for (auto* const images : {&trial.inputs, &trial.outputs})
+      for (auto const& image : *images) image->type = type;
+    if (trial.isAccepted()) accepted << ' ' << helper::getNameOf(type);
+  }
+  if (!accepted.str().empty()) text << "; accepted would be images of the same type," << accepted.str();
+}
+
+}  // namespace
+
+std::string explainRefusal(BaseAlgorithm const& algorithm, std::vector<Runnable*> const& runners) {
+  std::ostringstream text;
+  text.imbue(std::locale::classic());
+  text << algorithm.getAlgoInfo()->getName() << ": ";
+  if (runners.empty()) {
+    text << "no plug-in offers it";
+    if (plugins::getLoaded().empty()) text << "; none is loaded";
+    return text.str();
+  }
+  text << "none of " << runners.size() << " registered runner(s) accepts";
+  for (PropertyKinds kind : {PropertyKinds::cInputImage, PropertyKinds::cOutputImage})
+    for (NamedImage const& named : getNamedImages(algorithm, kind)) {
+      VoxelTypes const type = named.image->getVoxelType();
+      text << ' ' << named.name << " of " << helper::getNameOf(type)
+           << (named.image->getInterpretation() == cBinary ? " (binary)" : "");
+    }
+  constexpr int cSSE41Level = 80;
+  int const level = devices::Cpu::getDevice()->getSSELevel();
+  if (level < cSSE41Level) {
+    text << "; the processor's level " << level << " is below SSE4.1";
+  } else {
+    Trial trial(algorithm, runners);
+    if (!explainBinary(trial, text)) explainType(trial, text);
+  }
+  return text.str();
+}
+
+}  // namespace pxl

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace pxl {
+
+class BaseAlgorithm;
+class Runnable;
+
+/**
+ * Why none of these runners takes an algorithm. Runners only say yes or no; what would have to be different is found
+ * by asking them again about stand-ins of the images and other values of the properties, on a copy of the algorithm.
+ */
+std::string explainRefusal(BaseAlgorithm const& algorithm, std::vector<Runnable*> const& runners);
+
+}  // namespace pxl

@@ -1,0 +1,93 @@
+#include <functional>
+
+#include "pxl/Exception.h"
+#include "pxl/Image.h"
+#include "pxl/analysis/IntensityExtrema.h"
+#include "pxl/analysis/IntensityExtremaMsr.h"
+#include "pxl/morphology/Morphology.h"
+#include "support/Algorithms.h"
+#include "support/Raised.h"
+
+namespace host_test {
+namespace {
+
+using pxl::morphology::Dilation2d;
+
+/** A runner whose rule is a test's. */
+class ChoosyRunner final : public pxl::Runnable {
+ public:
+  explicit ChoosyRunner(std::function<bool(Dilation2d&)> rule) : m_rule(std::move(rule)) {
+    Dilation2d::getClassInfo()->addRunner(this);
+  }
+  ~ChoosyRunner() override { Dilation2d::getClassInfo()->removeRunner(this); }
+  void run(pxl::BaseAlgorithm*) const override { FAIL() << "runs"; }
+  bool isRunnable(pxl::BaseAlgorithm* algorithm) const override {
+    return m_rule(dynamic_cast<Dilation2d&>(*algorithm));
+  }
+  int getOptimType() const override { return 1; }
+
+ private:
+  std::function<bool(Dilation2d&)> m_rule;
+};
+
+class Refusal : public ::testing::Test {
+ protected:
+  Refusal() {
+    dilation.inputImage = image.get();
+    dilation.outputImage = image.get();
+  }
+  std::string explain() {
+    return raisedBy<pxl::RuntimeError>([this] { dilation.execute(); });
+  }
+  static bool isBinary(Dilation2d& algorithm) { return algorithm.inputImage.get()->getInterpretation() == 0; }
+
+  std::shared_ptr<pxl::Image> image = pxl::Image::New(pxl::cUnsignedInteger16, {3, 2, 1, 1, 1}, pxl::cBinary);
+  Dilation2d dilation;
+};
+
+TEST_F(Refusal, TellsTheLargestNumberThatABinaryImageMayHave) {
+  dilation.neighborhood = -7;
+  for (unsigned int largest : {0U, 1U, 2U, 1000U, 4294967294U}) {
+    ChoosyRunner const runner(
+        [largest](Dilation2d& asked) { return !isBinary(asked) || asked.numberOfIterations.get() <= largest; });
+    dilation.numberOfIterations = largest + 1;
+    EXPECT_TRUE(contains(explain(), "with a binary image numberOfIterations can be at most " +
+                                        std::to_string(largest) + " (neighborhood=-7), and is " +
+                                        std::to_string(largest + 1)))
+        << explain();
+    EXPECT_EQ(dilation.numberOfIterations.get(), largest + 1);
+  }
+}
+
+TEST_F(Refusal, TellsThatAGreyImageWouldDo) {
+  ChoosyRunner const runner([](Dilation2d& asked) { return !isBinary(asked); });
+  EXPECT_TRUE(contains(explain(), "; a grey image would be accepted")) << explain();
+}
+
+TEST_F(Refusal, TellsTheAcceptedTypes) {
+  ChoosyRunner const runner([](Dilation2d& asked) {
+    return asked.inputImage.get()->getVoxelType() == pxl::cInteger8 ||
+           asked.inputImage.get()->getVoxelType() == pxl::cDouble;
+  });
+  EXPECT_TRUE(contains(explain(), "; accepted would be images of the same type, int8 float64")) << explain();
+}
+
+TEST_F(Refusal, TellsWhenOnlyTheTypesOfInputAndOutputDiffer) {
+  auto const output = pxl::Image::New(pxl::cFloat, {3, 2, 1, 1, 1});
+  dilation.outputImage = output.get();
+  ChoosyRunner const runner([](Dilation2d& asked) {
+    return asked.inputImage.get()->getVoxelType() == asked.outputImage.get()->getVoxelType();
+  });
+  EXPECT_TRUE(contains(explain(),
+                       "inputImage of uint16 (binary) outputImage of float32; accepted would be "
+                       "images of the same type, uint8 uint16 uint32 int8 int16 int32 float32 float64"))
+      << explain();
+}
+
+TEST_F(Refusal, TellsNoReasonThatItDoesNotKnow) {
+  ChoosyRunner const runner([](Dilation2d&) { return false; });
+  EXPECT_EQ(explain().find(';'), std::string::npos) << explain();
+}
+
+}  // namespace
+}  // namespace host_test
