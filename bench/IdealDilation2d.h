@@ -63,9 +63,9 @@ class IdealDilation2d {
                         T *above = rows[0].data(), *centre = rows[1].data(), *below = rows[2].data();
                         if (cIsSquare) {
                           read(band.begin() - 1, rows[0]);
-                          reduce(above, older);
+                          reduce(above, older, m_nbCols);
                           read(band.begin(), rows[0]);
-                          reduce(above, newer);
+                          reduce(above, newer, m_nbCols);
                         } else {
                           read(band.begin() - 1, rows[0]);
                           read(band.begin(), rows[1]);
@@ -73,11 +73,11 @@ class IdealDilation2d {
                         for (long row = band.begin(); row < band.end(); ++row) {
                           if (cIsSquare) {
                             read(row + 1, rows[0]);
-                            computeSquare(above, older, newer, result.data());
+                            computeSquare(above, older, newer, result.data(), m_nbCols);
                             std::swap(older, newer);
                           } else {
                             readInto(source, row + 1, below);
-                            computeCross(above, centre, below, result.data());
+                            computeCross(above, centre, below, result.data(), m_nbCols);
                             T* const oldest = above;
                             above = centre;
                             centre = below;
@@ -98,19 +98,22 @@ class IdealDilation2d {
   static typename Vec::Vector reduce(T const* row) {
     return Vec::max(Vec::max(Vec::load(row), Vec::load(row + 1)), Vec::load(row + 2));
   }
-  [[gnu::noinline]] void reduce(T const* row, T* memo) const {
-    for (long col = 0; col < m_nbCols; col += L) Vec::store(memo + col, reduce(row + col));
+  [[gnu::noinline]] static void reduce(T const* __restrict row, T* __restrict memo, long nbCols) {
+#pragma GCC unroll 4
+    for (long col = 0; col < nbCols; col += L) Vec::store(memo + col, reduce(row + col));
   }
-  [[gnu::noinline]] void computeSquare(T const* row, T* older, T const* newer, T* out) const {
-    long const nbCols = m_nbCols;
+  [[gnu::noinline]] static void computeSquare(T const* __restrict row, T* __restrict older, T const* __restrict newer,
+                                              T* __restrict out, long nbCols) {
+#pragma GCC unroll 4
     for (long col = 0; col < nbCols; col += L) {
       auto const reduced = reduce(row + col);
       Vec::store(out + col, Vec::max(Vec::max(Vec::load(older + col), Vec::load(newer + col)), reduced));
       Vec::store(older + col, reduced);
     }
   }
-  [[gnu::noinline]] void computeCross(T const* above, T const* centre, T const* below, T* out) const {
-    long const nbCols = m_nbCols;
+  [[gnu::noinline]] static void computeCross(T const* __restrict above, T const* __restrict centre,
+                                             T const* __restrict below, T* __restrict out, long nbCols) {
+#pragma GCC unroll 4
     for (long col = 0; col < nbCols; col += L)
       Vec::store(out + col,
                  Vec::max(Vec::max(Vec::load(above + 1 + col), Vec::load(below + 1 + col)), reduce(centre + col)));

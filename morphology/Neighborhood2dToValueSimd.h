@@ -27,8 +27,7 @@ class Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_4Tag, access::No
     access::IteratorPixelOutput<access::View<Out>, L> output(context.output, false, overlap);
     output.init(block);
     for (; !output.atEnd(); output.advanceRow()) {
-      computeRow(input.above, input.left, input.below, output.current,
-                 output.current + output.countVectorsInRow(L) * L);
+      computeRow(input.above, input.left, input.below, output.current, output.countVectorsInRow(L) * L);
       input.advanceRow();
     }
   }
@@ -37,13 +36,15 @@ class Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_4Tag, access::No
   // Whole rows, with the pointers in registers: stores of vectors may alias anything, so that fields of the iterators
   // would be read again for each vector.
   template <class T>
-  [[gnu::noinline]] static void computeRow(T const* above, T const* row, T const* below, T* out, T* const end) {
+  [[gnu::noinline]] static void computeRow(T const* __restrict above, T const* __restrict row,
+                                           T const* __restrict below, T* __restrict out, long nbVoxels) {
     using Vec = SimdVec::Simd<T>;
-    for (; out != end; above += Vec::cNbLanes, row += Vec::cNbLanes, below += Vec::cNbLanes, out += Vec::cNbLanes) {
-      auto v = Functor::template apply<T>(Vec::load(above), Vec::load(row));
-      v = Functor::template apply<T>(v, Vec::load(row + 1));
-      v = Functor::template apply<T>(v, Vec::load(row + 2));
-      Vec::store(out, Functor::template apply<T>(v, Vec::load(below)));
+#pragma GCC unroll 4
+    for (long col = 0; col < nbVoxels; col += Vec::cNbLanes) {
+      auto v = Functor::template apply<T>(Vec::load(above + col), Vec::load(row + col));
+      v = Functor::template apply<T>(v, Vec::load(row + col + 1));
+      v = Functor::template apply<T>(v, Vec::load(row + col + 2));
+      Vec::store(out + col, Functor::template apply<T>(v, Vec::load(below + col)));
     }
   }
 };

@@ -75,12 +75,15 @@ class Neighborhood8ColumnsReductionSimd {
     return Functor::template apply<T>(v, Vec::load(row + 2));
   }
 
-  [[gnu::noinline]] static void reduce(T const* row, T* memo, long width) {
+  [[gnu::noinline]] static void reduce(T const* __restrict row, T* __restrict memo, long width) {
+#pragma GCC unroll 4
     for (long col = 0; col < width; col += L) Vec::store(memo + col, reduce(row + col));
   }
 
   // The older memo receives the newly reduced row.
-  [[gnu::noinline]] static void computeRow(T const* row, T* older, T const* newer, T* out, long width) {
+  [[gnu::noinline]] static void computeRow(T const* __restrict row, T* __restrict older, T const* __restrict newer,
+                                           T* __restrict out, long width) {
+#pragma GCC unroll 4
     for (long col = 0; col < width; col += L) {
       auto const reduced = reduce(row + col);
       auto const v = Functor::template apply<T>(Vec::load(older + col), Vec::load(newer + col));

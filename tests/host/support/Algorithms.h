@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
@@ -52,8 +53,9 @@ class FakeRunner final : public pxl::Runnable {
   }
   int getOptimType() const override { return m_optimType; }
 
-  mutable int nbRuns = 0;
-  mutable int nbQuestions = 0;
+  // Algorithms may run side by side.
+  mutable std::atomic<int> nbRuns{0};
+  mutable std::atomic<int> nbQuestions{0};
 
  private:
   pxl::AlgoInfo* m_record;
