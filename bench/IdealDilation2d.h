@@ -3,6 +3,7 @@
 #include <tbb/blocked_range.h>
 #include <tbb/parallel_for.h>
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <utility>
@@ -57,7 +58,7 @@ class IdealDilation2d {
                         Buffer result(static_cast<std::size_t>(m_nbCols));
                         auto const read = [&](long row, Buffer& buffer) {
                           if (row < 0 || row >= m_nbRows) return buffer.assign(buffer.size(), cLowest);
-                          std::memcpy(buffer.data() + 1, source + row * m_nbCols, bytesOfRow());
+                          copyIn(source + row * m_nbCols, buffer.data() + 1);
                         };
                         T *older = memos[0].data(), *newer = memos[1].data();
                         T *above = rows[0].data(), *centre = rows[1].data(), *below = rows[2].data();
@@ -83,14 +84,27 @@ class IdealDilation2d {
                             centre = below;
                             below = oldest;
                           }
-                          std::memcpy(target + row * m_nbCols, result.data(), bytesOfRow());
+                          copyOut(result.data(), target + row * m_nbCols);
                         }
                       });
   }
 
+  // One copy, and a look at the beginning of the next row: without it the processor begins each row anew.
+  void copyIn(T const* source, T* buffer) const {
+    std::memcpy(buffer, source, bytesOfRow());
+    for (long i = 0; i < countPrefetched(); i += 64)
+      __builtin_prefetch(reinterpret_cast<char const*>(source + m_nbCols) + i);
+  }
+  void copyOut(T const* result, T* target) const {
+    std::memcpy(target, result, bytesOfRow());
+    for (long i = 0; i < countPrefetched(); i += 64)
+      __builtin_prefetch(reinterpret_cast<char*>(target + m_nbCols) + i, 1);
+  }
+  long countPrefetched() const { return std::min(static_cast<long>(bytesOfRow()), 1024L); }
+
   void readInto(T const* source, long row, T* buffer) const {
     if (row < m_nbRows)
-      std::memcpy(buffer + 1, source + row * m_nbCols, bytesOfRow());
+      copyIn(source + row * m_nbCols, buffer + 1);
     else
       std::fill(buffer, buffer + m_nbCols + 2, cLowest);
   }

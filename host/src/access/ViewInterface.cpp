@@ -42,7 +42,7 @@ class alignas(cCacheLine) MemoryInterface final : public ViewInterface<T> {
                long spectralSeries) const override {
     char const* const address = addressOf(col, row, plan, sequence, spectralSeries);
     std::memcpy(voxels, address, static_cast<unsigned long>(count) * sizeof(T));
-    prefetch(address + m_strides[cRows], count * static_cast<long>(sizeof(T)));
+    prefetch<cForReading>(address + m_strides[cRows], count);
   }
 
   // Whether the image may be written is asked when a writable view is made; views of one memory share this object.
@@ -50,18 +50,25 @@ class alignas(cCacheLine) MemoryInterface final : public ViewInterface<T> {
                   long spectralSeries) override {
     bool isStored = true;
     PXL_PROBE(onWriteRow(this, voxels, count, col, row, plan, sequence, spectralSeries, isStored));
-    if (isStored)
-      std::memcpy(const_cast<char*>(addressOf(col, row, plan, sequence, spectralSeries)), voxels,
-                  static_cast<unsigned long>(count) * sizeof(T));
-    return isStored;
+    if (!isStored) return false;
+    char const* const address = addressOf(col, row, plan, sequence, spectralSeries);
+    std::memcpy(const_cast<char*>(address), voxels, static_cast<unsigned long>(count) * sizeof(T));
+    prefetch<cForWriting>(address + m_strides[cRows], count);
+    return true;
   }
 
  private:
-  // The next row, most likely: what a kernel does between two reads would else end the processor's own look ahead.
-  static void prefetch(char const* address, long bytes) {
+  static constexpr int cForReading = 0;
+  static constexpr int cForWriting = 1;
+
+  // The next row, most likely: what a kernel does between two rows would else end the processor's own look ahead. Its
+  // beginning is enough; writing gains by it as much as reading does (a tenth of a pass over 8-bit voxels).
+  template <int Use>
+  static void prefetch(char const* address, long count) {
     constexpr long cLine = 64;
     constexpr long cMaxBytes = 1024;
-    for (long i = 0; i < std::min(bytes, cMaxBytes); i += cLine) __builtin_prefetch(address + i);
+    long const bytes = std::min(count * static_cast<long>(sizeof(T)), cMaxBytes);
+    for (long i = 0; i < bytes; i += cLine) __builtin_prefetch(address + i, Use);
   }
 
   char const* addressOf(long col, long row, long plan, long sequence, long spectralSeries) const {
