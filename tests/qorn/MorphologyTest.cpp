@@ -263,6 +263,22 @@ TEST_F(Morphology, TheOutputMayBeTheInputFile) {
   }
 }
 
+TEST_F(Morphology, OnDiskGivesTheSameBytesAsInMemoryWithLittleMemory) {
+  // 64 MiB, several times what the run on disk may take.
+  writeFile(input, makeNpy("|u1", "(4, 4096, 4096)", makeValues<unsigned char>(1ul << 26)));
+  std::string const inMemory = folder / "in_memory.npy";
+  run({"Erosion2d", input, inMemory, "numberOfIterations=3"});
+  std::string const expected = readFile(inMemory);
+  for (char const* temporary : {"true", "false"}) {
+    std::string const setting = std::string("--setting=PXL_RECURSIVITY_TMP_DISK_IMAGE=") + temporary;
+    Outcome const outcome =
+        runQorn({"run", "Erosion2d", input, output, "numberOfIterations=3", "--on-disk", setting});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    expectLittleMemory(outcome);
+    EXPECT_TRUE(readFile(output) == expected) << setting;
+  }
+}
+
 TEST_F(Morphology, OnDiskMeansLittleMemory) {
   writeFile(input, makeNpyHeader(makeNpyDictionary("|u1", "(16, 4096, 4096)")));
   resizeFile(input, 128 + (1ul << 28));
