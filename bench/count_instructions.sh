@@ -2,8 +2,8 @@
 # Instructions per voxel of an operator on one thread, for each voxel type, counted by callgrind:
 #   bench/count_instructions.sh QORN OPERATOR [name=value ...]
 # "kernel" is what the innermost functions of the plug-in execute (computeRow, reduce and scan), "all" everything from
-# file to file. Both are slopes between two large sizes of image, so that what happens once doesn't count. An operator with
-# two input images gets the same one twice.
+# file to file. Both are slopes between two large sizes of image, so that what happens once counts nothing. An
+# operator with two input images gets the same one twice.
 set -euo pipefail
 qorn=$(realpath "$1")
 operator=$2
