@@ -2,6 +2,8 @@
 include(cmake/PxlworksPlugin.cmake)
 
 pxlworks_add_plugin(pxlworks_pxl_qorn
+  PointOperations/src/LogicalOperationWithImage_SSE41.cpp
+  PointOperations/src/LogicalOperationWithValue_SSE41.cpp
   analysis/IntensityExtrema_SSE41.cpp
   morphology/Dilation2d_SSE41.cpp
   morphology/Erosion2d_SSE41.cpp)

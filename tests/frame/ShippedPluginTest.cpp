@@ -20,9 +20,12 @@ namespace {
 using pxl::instrument::Event;
 
 /** The runners that the shipped plug-in registers by now, by the names of their operators. */
-std::map<std::string, std::string> const cShipped{{"IntensityExtrema", "pxl::analysis::IntensityExtremaSSERunner"},
-                                                  {"Dilation2d", "pxl::morphology::Dilation2dSSE41Runner"},
-                                                  {"Erosion2d", "pxl::morphology::Erosion2dSSE41Runner"}};
+std::map<std::string, std::string> const cShipped{
+    {"IntensityExtrema", "pxl::analysis::IntensityExtremaSSERunner"},
+    {"Dilation2d", "pxl::morphology::Dilation2dSSE41Runner"},
+    {"Erosion2d", "pxl::morphology::Erosion2dSSE41Runner"},
+    {"LogicalOperationWithImage", "pxl::point_operations::SSE41LogicalOperationWithImageRunner"},
+    {"LogicalOperationWithValue", "pxl::point_operations::SSE41LogicalOperationWithValueRunner"}};
 
 class ShippedPlugin : public testing::Test {
  protected:

@@ -15,7 +15,8 @@ struct arch_128_tag {};
 
 /**
  * Operations on vectors of T: the type `Vector`, the number of lanes `cNbLanes`, unaligned `load` and `store`,
- * lane-wise `min` and `max`, for real types `add`, `broadcast` of a scalar, and `extract<lane>`.
+ * lane-wise `min` and `max`, for real types `add`, for integers bitAnd to bitAndNot (a and not b), `broadcast` of a
+ * scalar, and `extract<lane>`.
  *
  * min and max of real types give the second operand where either is NaN or both are zero.
  */
@@ -30,6 +31,11 @@ struct SimdInteger {
 
   static Vector load(T const* voxels) { return _mm_loadu_si128(reinterpret_cast<Vector const*>(voxels)); }
   static void store(T* voxels, Vector v) { _mm_storeu_si128(reinterpret_cast<Vector*>(voxels), v); }
+  static Vector bitAnd(Vector a, Vector b) { return _mm_and_si128(a, b); }
+  static Vector bitOr(Vector a, Vector b) { return _mm_or_si128(a, b); }
+  static Vector bitXor(Vector a, Vector b) { return _mm_xor_si128(a, b); }
+  static Vector bitNot(Vector a) { return _mm_xor_si128(a, _mm_set1_epi8(-1)); }
+  static Vector bitAndNot(Vector a, Vector b) { return _mm_andnot_si128(b, a); }
 };
 
 template <class T>

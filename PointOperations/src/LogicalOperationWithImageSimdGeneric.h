@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Core/private/Access/IteratorPixel2Inputs1Output.h"
+#include "Core/private/Access/simd/SimdVec.h"
+
+namespace pxl::point_operations {
+
+/** Combines the two inputs of a filter bit by bit. Without state. */
+template <class OperatorTag>
+struct LogicalOperationWithImageSimdGeneric {
+  template <class Filter>
+  void run(access::Block3d const& block, Filter& filter) const {
+    using T = typename Filter::OutputView::VoxelType;
+    constexpr long L = SimdVec::Simd<T>::cNbLanes;
+    // Nothing is held back, also in place: no voxel is read for any other than its own position.
+    access::IteratorPixel2Inputs1Output<typename Filter::InputView1, typename Filter::InputView2,
+                                        typename Filter::OutputView, L>
+        images(filter.input1, filter.input2, filter.output, false, access::OverlapBorder());
+    images.init(block);
+    for (; !images.atEnd(); images.advanceRow())
+      computeRow(images.current1, images.current2, images.current, images.countVectorsInRow(L) * L);
+  }
+
+ private:
+  template <class T>
+  [[gnu::noinline]] static void computeRow(T const* __restrict a, T const* __restrict b, T* __restrict out,
+                                           long nbVoxels) {
+    using Vec = SimdVec::Simd<T>;
+#pragma GCC unroll 4
+    for (long col = 0; col < nbVoxels; col += Vec::cNbLanes)
+      Vec::store(out + col, OperatorTag::template apply<Vec>(Vec::load(a + col), Vec::load(b + col)));
+  }
+};
+
+}  // namespace pxl::point_operations

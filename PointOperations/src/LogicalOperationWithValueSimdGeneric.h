@@ -1,0 +1,40 @@
+#pragma once
+
+#include "Core/private/Access/IteratorPixelInput.h"
+#include "Core/private/Access/IteratorPixelOutput.h"
+#include "Core/private/Access/simd/SimdVec.h"
+
+namespace pxl::point_operations {
+
+/** Combines the input of a filter with one value, of which the low bits count, as many as a voxel has. */
+template <class OperatorTag>
+struct LogicalOperationWithValueSimdGeneric {
+  unsigned long value = 0;
+
+  template <class Filter>
+  void run(access::Block3d const& block, Filter& filter) const {
+    using T = typename Filter::OutputView::VoxelType;
+    constexpr long L = SimdVec::Simd<T>::cNbLanes;
+    access::IteratorPixelInput<typename Filter::InputView, L> input(filter.input, access::OverlapBorder());
+    // Nothing is held back, also in place: no voxel is read for any other than its own position.
+    access::IteratorPixelOutput<typename Filter::OutputView, L> output(filter.output, false, access::OverlapBorder());
+    input.init(block, false);
+    output.init(block);
+    for (; !output.atEnd(); output.advanceRow()) {
+      computeRow(input.current, static_cast<T>(value), output.current, output.countVectorsInRow(L) * L);
+      input.advanceRow();
+    }
+  }
+
+ private:
+  template <class T>
+  [[gnu::noinline]] static void computeRow(T const* __restrict voxels, T operand, T* __restrict out, long nbVoxels) {
+    using Vec = SimdVec::Simd<T>;
+    auto const b = Vec::broadcast(operand);
+#pragma GCC unroll 4
+    for (long col = 0; col < nbVoxels; col += Vec::cNbLanes)
+      Vec::store(out + col, OperatorTag::template apply<Vec>(Vec::load(voxels + col), b));
+  }
+};
+
+}  // namespace pxl::point_operations

@@ -1,0 +1,45 @@
+#include "Core/private/Filters/ImageToImageFilter.h"
+#include "Core/private/Helper/AutoRegisterRunnable.h"
+#include "PointOperations/src/LogicalOperationWithValueSimdGeneric.h"
+#include "PointOperations/src/LogicalOperators.h"
+#include "PointOperations/src/LogicalRules.h"
+
+namespace pxl::point_operations {
+
+struct LogicalOperationWithValueScalarDispatcher {
+  template <class T>
+  static void run(LogicalOperationWithValue* algorithm) {
+    dispatchOnLogicalOperator<T, LogicalOperationWithValueScalarDispatcher>(
+        algorithm, "PointOperations/src/LogicalOperationWithValue_SSE41");
+  }
+
+  template <class T, class OperatorTag>
+  static void runInternal(LogicalOperationWithValue* algorithm) {
+    using Functor = LogicalOperationWithValueSimdGeneric<OperatorTag>;
+    using Border = access::FixedBorderCondition<T>;
+    Functor functor{algorithm->value.get()};
+    // The voxels of a binary image are 0 and 1, and so is what they are combined with.
+    if (algorithm->inputImage.get()->getInterpretation() == cBinary && functor.value != 0) functor.value = 1;
+    ImageToImageFilter3d<T, T, SimdVec::arch_128_tag, Functor> filter(algorithm, &functor);
+    filter.setInput(algorithm->inputImage, Border::New(0));
+    filter.setOutput(algorithm->outputImage, Border::New(0));
+    filter.run();
+  }
+};
+
+class SSE41LogicalOperationWithValueRunner final : public Runnable {
+ public:
+  void run(BaseAlgorithm* algorithm) const override {
+    dispatchOnLeadingImage<LogicalOperationWithValue, LogicalOperationWithValueScalarDispatcher>(algorithm);
+  }
+  bool isRunnable(BaseAlgorithm* algorithm) const override {
+    return isLogicalRunnable<LogicalOperationWithValue>(algorithm);
+  }
+  int getOptimType() const override { return helper::cOptimType; }
+};
+
+struct AutoRegisterRunnableSSE41LogicalOperationWithValueRunner
+    : helper::AutoRegisterRunnable<LogicalOperationWithValue, SSE41LogicalOperationWithValueRunner> {};
+AutoRegisterRunnableSSE41LogicalOperationWithValueRunner g_autoRegisterRunnableSSE41LogicalOperationWithValueRunner;
+
+}  // namespace pxl::point_operations

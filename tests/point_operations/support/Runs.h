@@ -1,0 +1,63 @@
+#pragma once
+
+#include <tbb/global_control.h>
+#include <tbb/task_arena.h>
+
+#include "instrument/Recorder.h"
+#include "oracle/HostImages.h"
+#include "oracle/VoxelTypeTests.h"
+#include "pxl/Exception.h"
+#include "pxl/Plugins.h"
+#include "pxl/point_operations/LogicalOperation.h"
+#include "support/LogicalOracle.h"
+
+namespace point_test {
+
+using oracle::Five;
+using pxl::point_operations::LogicalOperationWithImage;
+using pxl::point_operations::LogicalOperationWithValue;
+
+/** The shipped plug-in in the instrumented host. */
+class PluginTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { pxl::plugins::load(PXLWORKS_PLUGIN_PATH); }
+};
+
+/** Runs a function in an arena of so many threads. */
+template <class Function>
+void withThreads(int nbThreads, Function&& function) {
+  tbb::global_control const limit(tbb::global_control::max_allowed_parallelism,
+                                  static_cast<unsigned long>(nbThreads) + 1);
+  tbb::task_arena arena(nbThreads);
+  arena.execute(function);
+}
+
+inline void runWithImage(int operation, pxl::ImageModel const* a, pxl::ImageModel const* b, pxl::ImageModel* output) {
+  LogicalOperationWithImage algorithm;
+  algorithm.inputImage1 = a;
+  algorithm.inputImage2 = b;
+  algorithm.logicalOperator = operation;
+  algorithm.outputImage = output;
+  algorithm.execute();
+}
+
+inline void runWithValue(int operation, pxl::ImageModel const* a, unsigned int value, pxl::ImageModel* output) {
+  LogicalOperationWithValue algorithm;
+  algorithm.inputImage = a;
+  algorithm.value = value;
+  algorithm.logicalOperator = operation;
+  algorithm.outputImage = output;
+  algorithm.execute();
+}
+
+template <class T>
+testing::AssertionResult areEqual(pxl::Image const& result, oracle::Image<T> const& expected) {
+  T const* const voxels = static_cast<T const*>(result.getVoxels());
+  for (unsigned long i = 0; i < expected.voxels.size(); ++i)
+    if (voxels[i] != expected.voxels[i])
+      return testing::AssertionFailure()
+             << "voxel " << i << " is " << +voxels[i] << " and should be " << +expected.voxels[i];
+  return testing::AssertionSuccess();
+}
+
+}  // namespace point_test
