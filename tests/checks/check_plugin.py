@@ -14,6 +14,8 @@ REGISTRATION = re.compile(r"(?:_Z\w*?)?\d*g_autoRegisterRunnable\w*")
 RUNTIME_DATA = {"__dso_handle", "__TMC_END__", "completed.0", "DW.ref.__gxx_personality_v0"}
 # Beyond SSE4.1: everything VEX-encoded begins with v, fused multiply-adds included; and the additions of SSE4.2.
 BEYOND = re.compile(r"v\w+|pcmpgtq|pcmp[ei]str[im]|crc32\w?|popcnt\w?|lzcnt\w?")
+# What goes over the vectors of a row, by its name.
+IN_ROW = re.compile(r"[0-9a-f]+ <\w*\D(?:10computeRow|6reduce|4scan)[IE]\w*>:")
 PREFIXES = r"(?:(?:rep\w*|lock|bnd|notrack|data16|[cdefgs]s|rex\S*)\s+)*"
 
 
@@ -82,14 +84,20 @@ def data_findings(library):
 
 
 def instruction_findings(library):
-    count = 0
+    count = in_row = 0
+    is_in_row = False
     for line in output_of("objdump", "-d", "--no-show-raw-insn", library).split("\n"):
+        if line.endswith(">:"):
+            is_in_row = bool(IN_ROW.fullmatch(line))
+            in_row += is_in_row
         match = re.match(r"\s+[0-9a-f]+:\s+" + PREFIXES + r"(\w+)(.*)", line)
         if match:
             count += 1
             if BEYOND.fullmatch(match.group(1)) or re.search(r"%[yz]mm", match.group(2)):
                 yield f"beyond SSE4.1: {line.strip()}"
-    print(f"{count} instructions")
+            if is_in_row and match.group(1).startswith("call"):
+                yield f"calls within a row: {line.strip()}"
+    print(f"{count} instructions, {in_row} functions for a row")
     if count == 0:
         yield "no instructions found"
 

@@ -50,6 +50,8 @@ LINK = ["-Wl,--no-as-needed", "-lpxlworks_pxl", "-lpxlworks_object_model", "-ltb
 MAP = ["-Wl,--version-script=" + os.path.join(HERE, "../../cmake/plugin.map")]
 THREAD = "#include <thread>\nstatic void f() { std::thread([] {}).join(); }\n__attribute__((used)) void* p() { f(); return 0; }"
 VECTORS = "typedef float V __attribute__((vector_size(16))); __attribute__((used)) V f(V a, V b, V c) { return a * b + c; }"
+CALL_IN_ROW = """namespace a { template <class T> __attribute__((noinline)) void computeRow(T* t) { t->f(); t->f(); } }
+struct V { virtual void f(); }; __attribute__((used)) void g(V* v) { a::computeRow(v); }"""
 # (source, compiler options, part of the finding; nothing for a library without faults)
 IN_PLUGIN = [
     (REGISTRATION, LINK + MAP, ""),
@@ -66,6 +68,7 @@ IN_PLUGIN = [
     (REGISTRATION + "thread_local int t = 1; int f() { return ++t; }", LINK + MAP, "data of each thread"),
     (REGISTRATION.replace("void* g_autoRegisterRunnable1", "void* g_autoRegisterRunnable1[2]"), LINK + MAP,
      "16 bytes"),
+    (REGISTRATION + CALL_IN_ROW, LINK + MAP, "calls within a row: "),
     ("", LINK + MAP, "no registration object"),
     (REGISTRATION, LINK + MAP + ["-s"], "is stripped"),
 ]
