@@ -4,6 +4,7 @@
 namespace bench {
 
 void addIntensityExtrema();
+void addLogical();
 void addMorphology2d();
 
 }  // namespace bench

@@ -33,7 +33,7 @@ count() {
   local images=(in.npy)
   [ "$inputs" = 2 ] && images+=(in.npy)
   valgrind --tool=callgrind --callgrind-out-file=out.prof "$qorn" run "$operator" "${images[@]}" out.npy "${@:2}" \
-    --threads=1 --quiet >log 2>&1 || { cat log >&2; exit 1; }
+    --threads=1 --quiet >log 2>&1 || { grep '^qorn: ' log >&2 || cat log >&2; exit 1; }
   callgrind_annotate --threshold=100 --auto=no out.prof | awk '
     { gsub(",", ""); sub(/^ +/, "") }
     /PROGRAM TOTALS/ { all = $1 }

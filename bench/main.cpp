@@ -9,6 +9,7 @@ int main(int argc, char** argv) {
   tbb::global_control const workers(tbb::global_control::max_allowed_parallelism, 16);
   pxl::plugins::load(PXLWORKS_PLUGIN_PATH);
   bench::addIntensityExtrema();
+  bench::addLogical();
   bench::addMorphology2d();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;

@@ -20,3 +20,13 @@ for operator in Dilation2d Erosion2d; do
   qorn run "$operator" "$work/$data/coins.png" "$gallery/coins-$operator-cross.png" neighborhood=0 numberOfIterations=5
   qorn run "$operator" "$work/$data/coins.png" "$gallery/coins-$operator-square.png" neighborhood=1 numberOfIterations=5
 done
+
+# A mask of the bright voxels, its outline, and the outline drawn into the image.
+qorn run LogicalOperationWithValue "$gallery/coins.png" "$gallery/coins-mask.png" value=128 logicalOperator=0
+qorn run Dilation2d "$gallery/coins-mask.png" "$work/grown.png" numberOfIterations=2
+qorn run LogicalOperationWithImage "$work/grown.png" "$gallery/coins-mask.png" "$gallery/coins-outline.png" \
+  logicalOperator=6
+qorn run LogicalOperationWithImage "$gallery/coins.png" "$gallery/coins-outline.png" "$gallery/coins-or.png" \
+  logicalOperator=1
+qorn run LogicalOperationWithImage "$gallery/coins.png" "$gallery/coins-outline.png" "$gallery/coins-sub.png" \
+  logicalOperator=6

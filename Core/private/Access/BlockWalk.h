@@ -51,7 +51,6 @@ class BlockCopy {
     m_block3d = block;
     m_block = &m_block3d;
   }
-  Block const& get() const { return *m_block; }
   /** Calls function(block) with the block's own class, so that what it asks of the block needs no virtual calls. */
   template <class Function>
   decltype(auto) visit(Function&& function) const {

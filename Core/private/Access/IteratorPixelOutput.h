@@ -35,7 +35,7 @@ class IteratorPixelOutput : public BlockWalk<typename V::VoxelType>, private Non
 
   /** Writes the finished row and goes on to the next, from any vector of it. */
   void advanceRow() {
-    m_row->writeRow(m_block.get(), m_overlap);
+    m_block.visit([this](auto const& block) { m_row->writeRow(block, m_overlap); });
     if (this->row < this->lastRow) {
       ++this->row;
     } else {
@@ -59,9 +59,10 @@ class IteratorPixelOutput : public BlockWalk<typename V::VoxelType>, private Non
   }
 
   T* getRow() {
-    Block const& block = m_block.get();
-    m_row = m_readOldValues ? m_cache->fetchRowInBlock(0, m_nbVoxelsPerRow, block, 0, this->row, this->plan, 0, 0)
-                            : m_cache->getRowInBlock(0, m_nbVoxelsPerRow, block, 0, this->row, this->plan, 0, 0);
+    m_row = m_block.visit([this](auto const& block) {
+      return m_readOldValues ? m_cache->fetchRowInBlock(0, m_nbVoxelsPerRow, block, 0, this->row, this->plan, 0, 0)
+                             : m_cache->getRowInBlock(0, m_nbVoxelsPerRow, block, 0, this->row, this->plan, 0, 0);
+    });
     return m_row->voxels.data();
   }
 

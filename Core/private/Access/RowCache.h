@@ -51,11 +51,13 @@ class RowCacheReadWrite : private Noncopyable {
   void makeRow(unsigned long slot) { rows[slot] = std::make_shared<Row>(slot, view); }
 
   /** Places the row of a slot; its voxels are whatever they were. */
-  Row* getRowInBlock(unsigned long slot, unsigned long nbVoxels, Block const& block, long colOffset, long rowOffset,
-                     long planOffset, long sequenceOffset, long spectralOffset) const;
+  template <class AnyBlock>
+  Row* getRowInBlock(unsigned long slot, unsigned long nbVoxels, AnyBlock const& block, long colOffset,
+                     long rowOffset, long planOffset, long sequenceOffset, long spectralOffset) const;
   /** Places the row of a slot and reads the image's present voxels into it. */
-  Row* fetchRowInBlock(unsigned long slot, unsigned long nbVoxels, Block const& block, long colOffset, long rowOffset,
-                       long planOffset, long sequenceOffset, long spectralOffset) const;
+  template <class AnyBlock>
+  Row* fetchRowInBlock(unsigned long slot, unsigned long nbVoxels, AnyBlock const& block, long colOffset,
+                       long rowOffset, long planOffset, long sequenceOffset, long spectralOffset) const;
 
   std::vector<std::shared_ptr<Row>> rows;
   unsigned long nbRowsInUse;

@@ -40,9 +40,11 @@ class OuputRow final : public BaseRow<V, A> {
    * of the block on the image's edge has no margin.
    * @throws UnexpectedError the image can't be written
    */
-  void writeRow(Block const& block, OverlapBorder const& overlap) const;
+  template <class AnyBlock>
+  void writeRow(AnyBlock const& block, OverlapBorder const& overlap) const;
   /** The same without margins: a row within its block, or one voxel beyond its end, is stored at once. */
-  void writeRow(Block const& block) const;
+  template <class AnyBlock>
+  void writeRow(AnyBlock const& block) const;
   /** Stores what lies within the inclusive limits at once and holds back the rest, or stores all of it. */
   void writeRow(bool temporize, long rowMin, long rowMax, long planMin, long planMax, long colMin, long colMax) const;
 

@@ -1,0 +1,176 @@
+#include <tbb/blocked_range.h>
+#include <tbb/parallel_for.h>
+
+#include <string>
+
+#include "Benchmarks.h"
+#include "Core/private/Access/simd/AlignedAllocator.h"
+#include "Core/private/Access/simd/SimdVec.h"
+#include "Images.h"
+#include "pxl/point_operations/LogicalOperation.h"
+#ifdef PXLWORKS_HAVE_OPENCV
+#include <opencv2/core.hpp>
+#endif
+
+namespace bench {
+namespace {
+
+using pxl::ImageSizes;
+
+constexpr int cXor = 2;
+constexpr unsigned int cValue = 0x5A5A5A5A;
+
+struct Case {
+  ImagePointer first;
+  ImagePointer second;  ///< null for the operation with a value
+  ImagePointer output;
+};
+
+Side makeOurs(Case const& one) {
+  return [one] {
+    if (one.second) {
+      pxl::point_operations::LogicalOperationWithImage algorithm;
+      algorithm.inputImage1 = one.first.get();
+      algorithm.inputImage2 = one.second.get();
+      algorithm.logicalOperator = cXor;
+      algorithm.outputImage = one.output.get();
+      algorithm.execute();
+    } else {
+      pxl::point_operations::LogicalOperationWithValue algorithm;
+      algorithm.inputImage = one.first.get();
+      algorithm.value = cValue;
+      algorithm.logicalOperator = cXor;
+      algorithm.outputImage = one.output.get();
+      algorithm.execute();
+    }
+  };
+}
+
+// The operation straight on the memory of the images, in bands of rows: without copies; with a copy of each row in
+// and out, which is what a row costs at least that the image doesn't hand out; and with what the contract asks for
+// besides for each row that is read, a counted reference to a border condition.
+enum class Rows { cDirect, cCopied, cCounted };
+
+template <class T, Rows cRows>
+class IdealXor {
+ public:
+  explicit IdealXor(Case const& one) : m_case(one), m_nbCols(countCols(one.first)), m_nbRows(countRows(one.first)) {}
+
+  void operator()() const {
+    T const* const a = getVoxels<T>(m_case.first);
+    T const* const b = m_case.second ? getVoxels<T>(m_case.second) : nullptr;
+    T* const out = static_cast<T*>(m_case.output->getVoxels());
+    constexpr long cNbRowsPerBand = 32;
+    tbb::parallel_for(tbb::blocked_range<long>(0, m_nbRows, cNbRowsPerBand), [&](auto const& band) {
+      std::size_t const size = static_cast<std::size_t>(cHasCopies ? m_nbCols : 0);
+      Buffer first(size), second(b ? size : 0), result(size);
+      auto const border = std::make_shared<long>(0);
+      for (long row = band.begin(); row < band.end(); ++row) {
+        long const at = row * m_nbCols;
+        T const* const from = cHasCopies ? copyIn(a + at, first.data(), border) : a + at;
+        T* const to = cHasCopies ? result.data() : out + at;
+        if (b)
+          compute(from, cHasCopies ? copyIn(b + at, second.data(), border) : b + at, to, m_nbCols);
+        else
+          compute(from, to, m_nbCols);
+        if (cHasCopies) copyOut(to, out + at);
+      }
+    });
+  }
+
+ private:
+  using Vec = pxl::SimdVec::Simd<T>;
+  static constexpr long L = Vec::cNbLanes;
+  static constexpr bool cHasCopies = cRows != Rows::cDirect;
+  using Buffer = std::vector<T, pxl::SimdVec::AlignedAllocator<T, 16>>;
+
+  [[gnu::noinline]] static void compute(T const* __restrict a, T const* __restrict b, T* __restrict out, long n) {
+#pragma GCC unroll 4
+    for (long col = 0; col < n; col += L) Vec::store(out + col, Vec::bitXor(Vec::load(a + col), Vec::load(b + col)));
+  }
+  [[gnu::noinline]] static void compute(T const* __restrict a, T* __restrict out, long n) {
+    auto const value = Vec::broadcast(static_cast<T>(cValue));
+#pragma GCC unroll 4
+    for (long col = 0; col < n; col += L) Vec::store(out + col, Vec::bitXor(Vec::load(a + col), value));
+  }
+
+  // A copy, and a look at the beginning of the next row: without it the processor begins each row anew.
+  T const* copyIn(T const* source, T* buffer, [[maybe_unused]] std::shared_ptr<long> const& border) const {
+    std::shared_ptr<long> held;
+    if constexpr (cRows == Rows::cCounted) held = border;
+    std::memcpy(buffer, source, static_cast<std::size_t>(m_nbCols) * sizeof(T));
+    for (long i = 0; i < countPrefetched(); i += 64)
+      __builtin_prefetch(reinterpret_cast<char const*>(source + m_nbCols) + i);
+    return buffer;
+  }
+  void copyOut(T const* result, T* target) const {
+    std::memcpy(target, result, static_cast<std::size_t>(m_nbCols) * sizeof(T));
+    for (long i = 0; i < countPrefetched(); i += 64)
+      __builtin_prefetch(reinterpret_cast<char*>(target + m_nbCols) + i, 1);
+  }
+  long countPrefetched() const { return std::min(m_nbCols * static_cast<long>(sizeof(T)), 1024L); }
+
+  Case m_case;
+  long m_nbCols;
+  long m_nbRows;
+};
+
+#ifdef PXLWORKS_HAVE_OPENCV
+template <class T>
+Side makeOpenCv(Case const& one) {
+  // Bits have no type: 32-bit voxels go as signed ones.
+  constexpr int cDepth = sizeof(T) == 1 ? CV_8U : sizeof(T) == 2 ? CV_16U : CV_32S;
+  auto const wrap = [](ImagePointer const& image) {
+    return cv::Mat(static_cast<int>(countRows(image)), static_cast<int>(countCols(image)), cDepth,
+                   image->getVoxels());
+  };
+  cv::Mat const first = wrap(one.first), output = wrap(one.output);
+  if (one.second) {
+    cv::Mat const second = wrap(one.second);
+    return [one, first, second, output]() mutable { cv::bitwise_xor(first, second, output); };
+  }
+  return [one, first, output]() mutable {
+    cv::bitwise_xor(first, cv::Scalar(static_cast<double>(static_cast<T>(cValue))), output);
+  };
+}
+#endif
+
+template <class T>
+void addCase(std::string const& type, std::string const& size, ImageSizes const& sizes, bool isWithImage) {
+  std::string const prefix =
+      std::string("LogicalOperationWith") + (isWithImage ? "Image/" : "Value/") + type + "/" + size + "/by_";
+  for (int nbThreads : {1, 2}) {
+    auto const add = [&](char const* peer, Side (*makeTheirs)(Case const&)) {
+      addPair(prefix + peer, nbThreads, [=] {
+        Case const one{makeImage<T>(sizes), isWithImage ? makeImage<T>(sizes) : nullptr,
+                       pxl::Image::New(cType<T>, sizes)};
+        return Pair{makeOurs(one), makeTheirs(one)};
+      });
+    };
+    add("copy_ceiling", [](Case const& one) { return Side(IdealXor<T, Rows::cCopied>(one)); });
+    add("counted_copy_ceiling", [](Case const& one) { return Side(IdealXor<T, Rows::cCounted>(one)); });
+    add("loop_without_copies", [](Case const& one) { return Side(IdealXor<T, Rows::cDirect>(one)); });
+    add("memcpy", [](Case const& one) { return makeCopy<T>(one.first); });
+#ifdef PXLWORKS_HAVE_OPENCV
+    add("opencv_bitwise_xor", makeOpenCv<T>);
+#endif
+  }
+}
+
+void addSize(char const* size, ImageSizes const& sizes) {
+  for (bool isWithImage : {true, false}) {
+    addCase<unsigned char>("u8", size, sizes, isWithImage);
+    addCase<unsigned short>("u16", size, sizes, isWithImage);
+    addCase<unsigned int>("u32", size, sizes, isWithImage);
+  }
+}
+
+}  // namespace
+
+void addLogical() {
+  addSize("4096x4096", {4096, 4096, 1, 1, 1});
+  addSize("256x256x256", {256, 256, 256, 1, 1});
+  addSize("512x512", {512, 512, 1, 1, 1});
+}
+
+}  // namespace bench
