@@ -6,7 +6,9 @@ pxlworks_add_plugin(pxlworks_pxl_qorn
   PointOperations/src/LogicalOperationWithValue_SSE41.cpp
   analysis/IntensityExtrema_SSE41.cpp
   morphology/Dilation2d_SSE41.cpp
-  morphology/Erosion2d_SSE41.cpp)
+  morphology/Dilation3d_SSE41.cpp
+  morphology/Erosion2d_SSE41.cpp
+  morphology/Erosion3d_SSE41.cpp)
 target_include_directories(pxlworks_pxl_qorn PRIVATE ${PROJECT_SOURCE_DIR})
 target_link_libraries(pxlworks_pxl_qorn PRIVATE pxlworks_warnings)
 set_target_properties(pxlworks_pxl_qorn PROPERTIES BUILD_RPATH_USE_ORIGIN ON)

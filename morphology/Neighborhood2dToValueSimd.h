@@ -3,8 +3,7 @@
 #include <vector>
 
 #include "Core/private/Access/IteratorNeighborhood2D.h"
-#include "Core/private/Access/IteratorPixelOutput.h"
-#include "Core/private/Filters/RecursiveImageContext.h"
+#include "morphology/FoldNeighbours.h"
 #include "morphology/MinMaxFunctors.h"
 
 namespace pxl::morphology {
@@ -19,17 +18,10 @@ class Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_4Tag, access::No
  public:
   template <class In, class Out, class Arch, class Direction>
   void run(access::Block2d const& block, RecursiveImageContext<In, Out, Arch, Direction>& context) const {
-    constexpr long L = SimdVec::Simd<In>::cNbLanes;
-    access::IteratorNeighborhood2D_4<access::View<In>, L> input(context.input, access::NoDataType());
-    input.init(block);
-    auto const overlap =
-        context.isInPlace() ? access::OverlapBorder(AlgoBorderInfluence(1, 1, 0, 0, 0)) : access::OverlapBorder();
-    access::IteratorPixelOutput<access::View<Out>, L> output(context.output, false, overlap);
-    output.init(block);
-    for (; !output.atEnd(); output.advanceRow()) {
-      computeRow(input.above, input.left, input.below, output.current, output.countVectorsInRow(L) * L);
-      input.advanceRow();
-    }
+    access::IteratorNeighborhood2D_4<access::View<In>, SimdVec::Simd<In>::cNbLanes> input(context.input,
+                                                                                          access::NoDataType());
+    foldBlock(block, context, input, AlgoBorderInfluence(1, 1, 0, 0, 0),
+              [&input](Out* out, long nbVoxels) { computeRow(input.above, input.left, input.below, out, nbVoxels); });
   }
 
  private:
@@ -57,34 +49,13 @@ class Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_GenTag, std::vec
 
   template <class In, class Out, class Arch, class Direction>
   void run(access::Block2d const& block, RecursiveImageContext<In, Out, Arch, Direction>& context) const {
-    constexpr long L = SimdVec::Simd<In>::cNbLanes;
-    access::IteratorNeighborhood2D_Gen<access::View<In>, L> input(context.input, offsets);
-    input.init(block);
-    auto const overlap =
-        context.isInPlace() ? access::OverlapBorder(input.getBorderInfluence()) : access::OverlapBorder();
-    access::IteratorPixelOutput<access::View<Out>, L> output(context.output, false, overlap);
-    output.init(block);
-    for (; !output.atEnd(); output.advanceRow()) {
-      computeRow(input.neighbours.data(), input.neighbours.data() + input.neighbours.size(), output.current,
-                 output.countVectorsInRow(L) * L);
-      input.advanceRow();
-    }
+    access::IteratorNeighborhood2D_Gen<access::View<In>, SimdVec::Simd<In>::cNbLanes> input(context.input, offsets);
+    foldBlock(block, context, input, input.getBorderInfluence(), [&input](Out* out, long nbVoxels) {
+      ListFold<Functor>::computeRow(input.neighbours.data(), input.neighbours.size(), out, nbVoxels);
+    });
   }
 
   std::vector<kernel::Offset2D> offsets;
-
- private:
-  template <class T>
-  [[gnu::noinline]] static void computeRow(T const* const* neighbours, T const* const* neighboursEnd, T* out,
-                                           long nbVoxels) {
-    using Vec = SimdVec::Simd<T>;
-    for (long col = 0; col < nbVoxels; col += Vec::cNbLanes) {
-      auto v = Vec::load(*neighbours + col);
-      for (T const* const* neighbour = neighbours + 1; neighbour != neighboursEnd; ++neighbour)
-        v = Functor::template apply<T>(v, Vec::load(*neighbour + col));
-      Vec::store(out + col, v);
-    }
-  }
 };
 
 }  // namespace pxl::morphology

@@ -1,13 +1,10 @@
 #pragma once
 
-#include <tbb/enumerable_thread_specific.h>
-
-#include <memory>
 #include <utility>
-#include <vector>
 
 #include "Core/private/Filters/RecursiveImageContext.h"
 #include "morphology/MinMaxFunctors.h"
+#include "morphology/RowMemos.h"
 
 namespace pxl::morphology {
 
@@ -15,18 +12,10 @@ namespace pxl::morphology {
  * One elementary dilation or erosion over the 3 x 3 square. Each source row is reduced along the columns once, three
  * voxels into one, and an output row folds three reduced rows, two of which are remembered: three loads from the
  * source, two from the memos and four operations for a vector, in place of nine loads and eight operations.
- *
- * The memos are rows of each thread that live as long as the kernel; they only grow.
  */
 template <class Functor, class T, class Arch>
-class Neighborhood8ColumnsReductionSimd {
+class Neighborhood8ColumnsReductionSimd : public RowMemos<T> {
  public:
-  using Memo = std::vector<T, SimdVec::AlignedAllocator<T, 16>>;
-  using Memos = tbb::enumerable_thread_specific<Memo, tbb::cache_aligned_allocator<Memo>, tbb::ets_no_key>;
-
-  Neighborhood8ColumnsReductionSimd()
-      : firstMemos(std::make_shared<Memos>()), secondMemos(std::make_shared<Memos>()) {}
-
   template <class In, class Out, class Direction>
   void run(access::Block2d const& block, RecursiveImageContext<In, Out, Arch, Direction>& context) const {
     auto& inputRows = context.inputRowCaches.local();
@@ -35,14 +24,7 @@ class Neighborhood8ColumnsReductionSimd {
     if (!outputRows) outputRows = context.createOuputRowCache(1);
     long const width = block.getNbCols();
     unsigned long const nbCols = static_cast<unsigned long>(width);
-    Memo& firstMemo = firstMemos->local();
-    Memo& secondMemo = secondMemos->local();
-    if (nbCols > firstMemo.size()) {
-      firstMemo.resize(nbCols);
-      secondMemo.resize(nbCols);
-    }
-    T* older = firstMemo.data();
-    T* newer = secondMemo.data();
+    auto [older, newer] = this->get(nbCols);
     auto const fetch = [&](long row) {
       return inputRows->fetchRowInBlock(0, nbCols + 2, block, -1, row, 0, 0, 0)->voxels.data();
     };
@@ -62,9 +44,6 @@ class Neighborhood8ColumnsReductionSimd {
       std::swap(older, newer);
     }
   }
-
-  std::shared_ptr<Memos> firstMemos;
-  std::shared_ptr<Memos> secondMemos;
 
  private:
   using Vec = SimdVec::Simd<T>;

@@ -23,6 +23,8 @@ using pxl::instrument::Event;
 std::map<std::string, std::string> const cShipped{
     {"IntensityExtrema", "pxl::analysis::IntensityExtremaSSERunner"},
     {"Dilation2d", "pxl::morphology::Dilation2dSSE41Runner"},
+    {"Dilation3d", "pxl::morphology::Dilation3dSSE41Runner"},
+    {"Erosion3d", "pxl::morphology::Erosion3dSSE41Runner"},
     {"Erosion2d", "pxl::morphology::Erosion2dSSE41Runner"},
     {"LogicalOperationWithImage", "pxl::point_operations::SSE41LogicalOperationWithImageRunner"},
     {"LogicalOperationWithValue", "pxl::point_operations::SSE41LogicalOperationWithValueRunner"}};

@@ -69,11 +69,68 @@ Image<T> applyList(Image<T> const& image, Operation operation, std::vector<std::
   return result;
 }
 
+/** Any offsets (columns, rows, plans), in their order. */
+template <class T>
+Image<T> applyVolumeList(Image<T> const& image, Operation operation,
+                         std::vector<std::array<long, 3>> const& offsets) {
+  Image<T> result(image.sizes);
+  forEachPosition(image.sizes, [&](Five const& p) {
+    auto const at = [&](std::array<long, 3> const& o) {
+      return fixedAt(image, {p[0] + o[0], p[1] + o[1], p[2] + o[2], p[3], p[4]}, getNeutral<T>(operation));
+    };
+    T value = at(offsets[0]);
+    for (unsigned long i = 1; i < offsets.size(); ++i) value = fold(operation, value, at(offsets[i]));
+    result.at(p) = value;
+  });
+  return result;
+}
+
+/** The voxels of the cube with at most `maxSteps` coordinates that differ, plan by plan, row by row. */
+inline std::vector<std::array<long, 3>> getCubeOffsets(int maxSteps) {
+  std::vector<std::array<long, 3>> offsets;
+  for (long plan = -1; plan <= 1; ++plan)
+    for (long row = -1; row <= 1; ++row)
+      for (long col = -1; col <= 1; ++col)
+        if ((plan != 0) + (row != 0) + (col != 0) <= maxSteps) offsets.push_back({col, row, plan});
+  return offsets;
+}
+
+/** 27 voxels: for each of three rows the nine of its plans and columns, then the rows. */
+template <class T>
+Image<T> applyCube(Image<T> const& image, Operation operation) {
+  Image<T> result(image.sizes);
+  forEachPosition(image.sizes, [&](Five const& p) {
+    T ofRows[3];
+    for (long row = -1; row <= 1; ++row) {
+      bool isFirst = true;
+      for (long plan = -1; plan <= 1; ++plan)
+        for (long col = -1; col <= 1; ++col) {
+          T const value = fixedAt(image, {p[0] + col, p[1] + row, p[2] + plan, p[3], p[4]}, getNeutral<T>(operation));
+          ofRows[row + 1] = isFirst ? value : fold(operation, ofRows[row + 1], value);
+          isFirst = false;
+        }
+    }
+    result.at(p) = fold(operation, fold(operation, ofRows[0], ofRows[1]), ofRows[2]);
+  });
+  return result;
+}
+
 /** `neighborhood` 0 is the cross, anything else the square. */
 template <class T>
 Image<T> applyTimes(Image<T> image, Operation operation, int neighborhood, unsigned int count) {
   for (unsigned int i = 0; i < count; ++i)
     image = neighborhood == 0 ? applyCross(image, operation) : applySquare(image, operation);
+  return image;
+}
+
+/** `neighborhood` 0 has the six faces, 1 faces and edges, anything else is the cube. */
+template <class T>
+Image<T> applyVolumeTimes(Image<T> image, Operation operation, int neighborhood, unsigned int count) {
+  for (unsigned int i = 0; i < count; ++i)
+    if (neighborhood == 0 || neighborhood == 1)
+      image = applyVolumeList(image, operation, getCubeOffsets(neighborhood + 1));
+    else
+      image = applyCube(image, operation);
   return image;
 }
 

@@ -24,6 +24,7 @@ struct Way {
   unsigned int nbIterations = 1;
   bool isInPlace = false;
   unsigned long extraMemory = 1UL << 30;
+  int dimension = 2;
 };
 
 /** The shipped plug-in in the instrumented host. */
@@ -32,15 +33,20 @@ class PluginTest : public testing::Test {
   static void SetUpTestSuite() { pxl::plugins::load(PXLWORKS_PLUGIN_PATH); }
 };
 
-inline std::unique_ptr<pxl::morphology::IteratedMorphology> makeAlgorithm(Operation operation) {
-  if (operation == Operation::cDilation) return std::make_unique<pxl::morphology::Dilation2d>();
-  return std::make_unique<pxl::morphology::Erosion2d>();
+inline std::unique_ptr<pxl::morphology::IteratedMorphology> makeAlgorithm(Operation operation, int dimension = 2) {
+  using namespace pxl::morphology;
+  if (dimension == 2) {
+    if (operation == Operation::cDilation) return std::make_unique<Dilation2d>();
+    return std::make_unique<Erosion2d>();
+  }
+  if (operation == Operation::cDilation) return std::make_unique<Dilation3d>();
+  return std::make_unique<Erosion3d>();
 }
 
 inline std::unique_ptr<pxl::morphology::IteratedMorphology> makeAlgorithm(Way const& way,
                                                                           pxl::ImageModel const* input,
                                                                           pxl::ImageModel* output) {
-  auto algorithm = makeAlgorithm(way.operation);
+  auto algorithm = makeAlgorithm(way.operation, way.dimension);
   algorithm->inputImage = input;
   algorithm->outputImage = output;
   algorithm->neighborhood = way.neighborhood;
@@ -67,6 +73,13 @@ oracle::Image<T> run(Way const& way, oracle::Image<T> const& image) {
         << "the input was changed";
   }
   return toOracle<T>(*output, image.sizes);
+}
+
+/** What a run gives by plain loops. */
+template <class T>
+oracle::Image<T> getExpected(Way const& way, oracle::Image<T> const& image) {
+  return way.dimension == 2 ? oracle::applyTimes(image, way.operation, way.neighborhood, way.nbIterations)
+                            : oracle::applyVolumeTimes(image, way.operation, way.neighborhood, way.nbIterations);
 }
 
 /** Whether two images have the same bits, NaN and signed zeros included. */

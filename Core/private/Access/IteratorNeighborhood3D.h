@@ -1,0 +1,121 @@
+#pragma once
+
+#include <array>
+#include <memory>
+#include <vector>
+
+#include "Core/private/Access/IteratorNeighborhood2D.h"
+
+namespace pxl::access {
+
+/** A voxel and its six neighbours across a face. */
+struct Neighborhood3D_6Tag {
+  /** Plan before; up, left, centre, right, down; plan after. */
+  static constexpr std::array<kernel::Offset3D, 7> cOffsets{
+      {{0, 0, -1}, {0, -1, 0}, {-1, 0, 0}, {0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
+};
+/** A voxel and its 18 neighbours across a face or an edge. */
+struct Neighborhood3D_18Tag {
+  static constexpr std::array<kernel::Offset3D, 19> cOffsets{{{0, -1, -1},
+                                                              {-1, 0, -1},
+                                                              {0, 0, -1},
+                                                              {1, 0, -1},
+                                                              {0, 1, -1},
+                                                              {-1, -1, 0},
+                                                              {0, -1, 0},
+                                                              {1, -1, 0},
+                                                              {-1, 0, 0},
+                                                              {0, 0, 0},
+                                                              {1, 0, 0},
+                                                              {-1, 1, 0},
+                                                              {0, 1, 0},
+                                                              {1, 1, 0},
+                                                              {0, -1, 1},
+                                                              {-1, 0, 1},
+                                                              {0, 0, 1},
+                                                              {1, 0, 1},
+                                                              {0, 1, 1}}};
+};
+/** Any list of offsets. */
+struct Neighborhood3D_GenTag {};
+
+/** How far a neighbourhood reaches, seen from the voxel. */
+struct NeighborhoodReach3D {
+  long minCol = -1, maxCol = 1, minRow = -1, maxRow = 1, minPlan = -1, maxPlan = 1;
+};
+
+/**
+ * Gives one pointer for each offset of a neighbourhood, in its order, to the vectors around the current one. A ring
+ * of as many plans as the neighbourhood spans is read, each a margin larger than the block, so that a step to the
+ * next row reads nothing and each source plan is read once. `Offsets` and `Pointers` are an array or a vector.
+ */
+template <class V, long L, class Offsets, class Pointers>
+class NeighborhoodWalk3D : private Noncopyable {
+ public:
+  void init(Block3d const& block);
+
+  void advance() {
+    if (col < lastCol) {
+      col += L;
+      for (auto& neighbour : neighbours) neighbour += L;
+    } else {
+      advanceRow();
+    }
+  }
+  /** On to the next row, from any vector of a row; fetches nothing after the last plan. */
+  void advanceRow();
+
+  long col = 0;
+  long row = 0;
+  long plan = 0;
+  long lastCol = 0;
+  long lastRow = 0;
+  long lastPlan = 0;
+  long nbPlans = 0;
+  Pointers neighbours{};
+
+ protected:
+  NeighborhoodWalk3D(std::shared_ptr<V const> inputView, Offsets offsetList, NeighborhoodReach3D const& reach);
+
+  NeighborhoodReach3D m_reach;
+
+ private:
+  using Plan = RowCacheRead<V, typename V::Allocator>;
+
+  Plan* fetch(unsigned long slot, long planOffset) const;
+  void pointToRowStart();
+
+  std::shared_ptr<V const> m_view;
+  Offsets m_offsets;
+  std::shared_ptr<PlanCacheRead<V, typename V::Allocator>> m_cache;
+  Block3d m_block;
+  std::vector<Plan*> m_ring;  ///< lowest plan first
+};
+
+template <class V, long L, class Tag, unsigned long N>
+class FixedNeighborhood3D
+    : public NeighborhoodWalk3D<V, L, std::array<kernel::Offset3D, N>, std::array<typename V::VoxelType const*, N>> {
+ public:
+  FixedNeighborhood3D(std::shared_ptr<V const> inputView, NoDataType)
+      : FixedNeighborhood3D::NeighborhoodWalk3D(std::move(inputView), Tag::cOffsets, NeighborhoodReach3D()) {}
+};
+
+template <class V, long L>
+using IteratorNeighborhood3D_6 = FixedNeighborhood3D<V, L, Neighborhood3D_6Tag, 7>;
+template <class V, long L>
+using IteratorNeighborhood3D_18 = FixedNeighborhood3D<V, L, Neighborhood3D_18Tag, 19>;
+
+template <class V, long L>
+class IteratorNeighborhood3D_Gen
+    : public NeighborhoodWalk3D<V, L, std::vector<kernel::Offset3D>, std::vector<typename V::VoxelType const*>> {
+ public:
+  /** The list must not be empty. */
+  IteratorNeighborhood3D_Gen(std::shared_ptr<V const> inputView, std::vector<kernel::Offset3D> offsetList);
+
+  /** How far the list reaches in each direction; 0 towards a side on which nothing lies. */
+  AlgoBorderInfluence getBorderInfluence() const;
+};
+
+}  // namespace pxl::access
+
+#include "Core/private/Access/IteratorNeighborhood3D.impl"
