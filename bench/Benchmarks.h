@@ -6,5 +6,6 @@ namespace bench {
 void addIntensityExtrema();
 void addLogical();
 void addMorphology2d();
+void addMorphology3d();
 
 }  // namespace bench

@@ -11,6 +11,7 @@ int main(int argc, char** argv) {
   bench::addIntensityExtrema();
   bench::addLogical();
   bench::addMorphology2d();
+  bench::addMorphology3d();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();

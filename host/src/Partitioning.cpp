@@ -17,9 +17,14 @@ constexpr unsigned long cMaxNbCols = 16384;
 // Voxels of a block in a plan: enough work to hide the scheduling of a task.
 constexpr unsigned long cNbVoxelsPerPlanBlock = 32 * 1024;
 constexpr unsigned long cMinNbRows = 8;
-// Rows and plans of a block in a volume.
-constexpr unsigned long cNbRowsPerVolumeBlock = 16;
-constexpr unsigned long cNbPlansPerVolumeBlock = 32;
+// Rows and plans of a block in a volume. Each block reads a margin around itself, so that large ones are better, as
+// long as three planes that are read and one that is written stay in the second-level cache of a thread: half a
+// megabyte of 32-bit voxels. One pass over 256 x 256 x 256 with rows x plans of 16 x 32, 32 x 128, 128 x 64, 64 x 64
+// took, by the time of the same work without a host, 1.87, 1.82, 1.89, 1.83 (six neighbours, 8
+// bit), 1.29, 1.19, 1.21, 1.15 (six neighbours, float) and 1.34, 1.21, 1.13, 1.13 (cube, float).
+constexpr unsigned long cNbVoxelsPerVolumePlane = 32 * 1024;
+constexpr unsigned long cMaxNbRowsPerVolumeBlock = 64;
+constexpr unsigned long cNbPlansPerVolumeBlock = 64;
 // Blocks for each thread, so that a thread that is done early finds more work.
 constexpr unsigned long cNbBlocksPerThread = 4;
 
@@ -44,7 +49,8 @@ void BaseTbbAlgorithm::getPartitionerGrainSizes(Grains& grains) const {
   bool const isFlat = isPlanByPlan || dimension == WorkingDimension::cVoxelByVoxel;
 
   grains.cols = std::clamp(nbCols, 1UL, cMaxNbCols);
-  grains.rows = isFlat ? std::max(cMinNbRows, cNbVoxelsPerPlanBlock / grains.cols) : cNbRowsPerVolumeBlock;
+  grains.rows = isFlat ? std::max(cMinNbRows, cNbVoxelsPerPlanBlock / grains.cols)
+                       : std::clamp(cNbVoxelsPerVolumePlane / grains.cols, cMinNbRows, cMaxNbRowsPerVolumeBlock);
   grains.plans = isFlat ? 1 : cNbPlansPerVolumeBlock;
 
   // Smaller blocks for small images, by the larger of the two outer grains; rows are never cut for it.

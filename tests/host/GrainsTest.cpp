@@ -61,8 +61,11 @@ void expectSoundGrains(BaseAlgorithm* algorithm, bool isPlanOperator, Case const
   ASSERT_GE(grains.plans, 1u);
   bool const isPlanByPlan = isPlanOperator || c.plans <= 1;
   EXPECT_EQ(grains.cols, static_cast<unsigned long>(std::clamp(c.cols, 1L, 16384L)));
-  unsigned long const mostRows = isPlanByPlan ? std::max(8L, 32768 / static_cast<long>(grains.cols)) : 16;
-  unsigned long const mostPlans = isPlanByPlan ? 1 : 32;
+  // Planes of at most 32768 voxels, in volumes of at most 64 rows.
+  long const mostRowsOfPlane = std::max(8L, 32768 / static_cast<long>(grains.cols));
+  unsigned long const mostRows =
+      static_cast<unsigned long>(isPlanByPlan ? mostRowsOfPlane : std::min(mostRowsOfPlane, 64L));
+  unsigned long const mostPlans = isPlanByPlan ? 1 : 64;
   // Halvings of where they start.
   unsigned long rows = mostRows, plans = mostPlans;
   while (rows > grains.rows) rows /= 2;
@@ -137,8 +140,8 @@ TEST(Grains, StartFromWholeRows) {
   expectGrains(grainsOf(&plan, {1024, 1 << 20, 1, 2}), 1024, 32, 1);
   expectGrains(grainsOf(&plan, {1, 1 << 30, 1, 2}), 1, 32768, 1);
   expectGrains(grainsOf(&plan, {1L << 30, 1 << 20, 1, 2}), 16384, 8, 1);
-  expectGrains(grainsOf(&volume, {256, 256, 256, 2}), 256, 16, 32);
-  expectGrains(grainsOf(&volume, {1L << 30, 1 << 20, 2000, 2}), 16384, 16, 32);
+  expectGrains(grainsOf(&volume, {256, 256, 256, 2}), 256, 64, 64);
+  expectGrains(grainsOf(&volume, {1L << 30, 1 << 20, 2000, 2}), 16384, 8, 64);
   // One plan makes any operator plan by plan.
   expectGrains(grainsOf(&volume, {1024, 1 << 20, 1, 2}), 1024, 32, 1);
   // Volumes of a plan operator are cut in plans, one at a time.
@@ -166,7 +169,7 @@ TEST(Grains, OfOperatorsWithoutNeighboursCutPlansApartFirst) {
 TEST(Grains, OfAChildFollowTheOperatorOfItsParent) {
   PlanOperator plan;
   VolumeOperator volume;
-  Region const region(0, 1 << 12, 0, 1024, 0, 1 << 10, 0, 1, 0, 1);
+  Region const region(0, 1 << 12, 0, 256, 0, 1 << 10, 0, 1, 0, 1);
   for (BaseAlgorithm* const algorithm : {static_cast<BaseAlgorithm*>(&plan), static_cast<BaseAlgorithm*>(&volume)}) {
     struct Child : BaseTbbAlgorithm {
       using BaseTbbAlgorithm::BaseTbbAlgorithm;
@@ -176,8 +179,8 @@ TEST(Grains, OfAChildFollowTheOperatorOfItsParent) {
     child.setProcessingRegion(region);
     Stage parent(algorithm);
     parent.runChildAlgo(&child);
-    EXPECT_EQ(child.grains.rows, algorithm == &plan ? 32u : 16u);
-    EXPECT_EQ(child.grains.plans, algorithm == &plan ? 1u : 32u);
+    EXPECT_EQ(child.grains.rows, algorithm == &plan ? 128u : 64u);
+    EXPECT_EQ(child.grains.plans, algorithm == &plan ? 1u : 64u);
   }
 }
 

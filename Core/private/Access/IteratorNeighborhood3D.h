@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <memory>
 #include <vector>
@@ -44,12 +45,28 @@ struct NeighborhoodReach3D {
   long minCol = -1, maxCol = 1, minRow = -1, maxRow = 1, minPlan = -1, maxPlan = 1;
 };
 
+/** The offsets of a tag, known to the compiler. */
+template <class Tag>
+struct FixedOffsets3D {
+  template <class T>
+  using Pointers = std::array<T const*, Tag::cOffsets.size()>;
+  static constexpr auto const& get() { return Tag::cOffsets; }
+};
+
+/** A list of offsets. */
+struct ListedOffsets3D {
+  template <class T>
+  using Pointers = std::vector<T const*>;
+  std::vector<kernel::Offset3D> const& get() const { return list; }
+  std::vector<kernel::Offset3D> list;
+};
+
 /**
  * Gives one pointer for each offset of a neighbourhood, in its order, to the vectors around the current one. A ring
  * of as many plans as the neighbourhood spans is read, each a margin larger than the block, so that a step to the
- * next row reads nothing and each source plan is read once. `Offsets` and `Pointers` are an array or a vector.
+ * next row reads nothing and each source plan is read once.
  */
-template <class V, long L, class Offsets, class Pointers>
+template <class V, long L, class Offsets>
 class NeighborhoodWalk3D : private Noncopyable {
  public:
   void init(Block3d const& block);
@@ -72,7 +89,7 @@ class NeighborhoodWalk3D : private Noncopyable {
   long lastRow = 0;
   long lastPlan = 0;
   long nbPlans = 0;
-  Pointers neighbours{};
+  typename Offsets::template Pointers<typename V::VoxelType> neighbours{};
 
  protected:
   NeighborhoodWalk3D(std::shared_ptr<V const> inputView, Offsets offsetList, NeighborhoodReach3D const& reach);
@@ -80,34 +97,36 @@ class NeighborhoodWalk3D : private Noncopyable {
   NeighborhoodReach3D m_reach;
 
  private:
-  using Plan = RowCacheRead<V, typename V::Allocator>;
+  /** A plan that was read; `rows` are the starts of its rows, at hand for the pointers of each row. */
+  struct RingPlan {
+    unsigned long slot;
+    std::vector<typename V::VoxelType const*> rows;
+  };
 
-  Plan* fetch(unsigned long slot, long planOffset) const;
+  void fetch(RingPlan& plan, long planOffset) const;
   void pointToRowStart();
 
   std::shared_ptr<V const> m_view;
   Offsets m_offsets;
   std::shared_ptr<PlanCacheRead<V, typename V::Allocator>> m_cache;
   Block3d m_block;
-  std::vector<Plan*> m_ring;  ///< lowest plan first
+  std::vector<RingPlan> m_ring;  ///< lowest plan first
 };
 
-template <class V, long L, class Tag, unsigned long N>
-class FixedNeighborhood3D
-    : public NeighborhoodWalk3D<V, L, std::array<kernel::Offset3D, N>, std::array<typename V::VoxelType const*, N>> {
+template <class V, long L, class Tag>
+class FixedNeighborhood3D : public NeighborhoodWalk3D<V, L, FixedOffsets3D<Tag>> {
  public:
   FixedNeighborhood3D(std::shared_ptr<V const> inputView, NoDataType)
-      : FixedNeighborhood3D::NeighborhoodWalk3D(std::move(inputView), Tag::cOffsets, NeighborhoodReach3D()) {}
+      : FixedNeighborhood3D::NeighborhoodWalk3D(std::move(inputView), {}, NeighborhoodReach3D()) {}
 };
 
 template <class V, long L>
-using IteratorNeighborhood3D_6 = FixedNeighborhood3D<V, L, Neighborhood3D_6Tag, 7>;
+using IteratorNeighborhood3D_6 = FixedNeighborhood3D<V, L, Neighborhood3D_6Tag>;
 template <class V, long L>
-using IteratorNeighborhood3D_18 = FixedNeighborhood3D<V, L, Neighborhood3D_18Tag, 19>;
+using IteratorNeighborhood3D_18 = FixedNeighborhood3D<V, L, Neighborhood3D_18Tag>;
 
 template <class V, long L>
-class IteratorNeighborhood3D_Gen
-    : public NeighborhoodWalk3D<V, L, std::vector<kernel::Offset3D>, std::vector<typename V::VoxelType const*>> {
+class IteratorNeighborhood3D_Gen : public NeighborhoodWalk3D<V, L, ListedOffsets3D> {
  public:
   /** The list must not be empty. */
   IteratorNeighborhood3D_Gen(std::shared_ptr<V const> inputView, std::vector<kernel::Offset3D> offsetList);

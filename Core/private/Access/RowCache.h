@@ -75,7 +75,8 @@ class PlanCacheRead : private Noncopyable {
   PlanCacheRead(V const* sourceView, unsigned long count);
 
   /** Fills rows 0 to `nbRows` - 1 of the plan of a slot; row i is at `rowOffset` + i. */
-  Plan* fetchPlanInBlock(unsigned long slot, unsigned long nbVoxels, unsigned long nbRows, Block const& block,
+  template <class AnyBlock>
+  Plan* fetchPlanInBlock(unsigned long slot, unsigned long nbVoxels, unsigned long nbRows, AnyBlock const& block,
                          long colOffset, long rowOffset, long planOffset, long sequenceOffset,
                          long spectralOffset) const;
 
@@ -92,7 +93,8 @@ class PlanCacheReadWrite : private Noncopyable {
   PlanCacheReadWrite(V* targetView, unsigned long count);
 
   /** Places rows 0 to `nbRows` - 1 of the plan of a slot; nothing is read. */
-  Plan* getPlanInBlock(unsigned long slot, unsigned long nbVoxels, unsigned long nbRows, Block const& block,
+  template <class AnyBlock>
+  Plan* getPlanInBlock(unsigned long slot, unsigned long nbVoxels, unsigned long nbRows, AnyBlock const& block,
                        long colOffset, long rowOffset, long planOffset, long sequenceOffset,
                        long spectralOffset) const;
 

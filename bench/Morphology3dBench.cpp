@@ -1,0 +1,135 @@
+#include <string>
+
+#include "Benchmarks.h"
+#include "IdealDilation3d.h"
+#include "Images.h"
+#include "pxl/morphology/Morphology.h"
+#ifdef PXLWORKS_HAVE_OPENCV
+#include <opencv2/imgproc.hpp>
+#endif
+#ifdef PXLWORKS_HAVE_CIMG
+#define cimg_display 0
+#define cimg_OS 1
+#include <CImg.h>
+#endif
+
+namespace bench {
+namespace {
+
+using pxl::ImageSizes;
+
+struct Case {
+  ImagePointer input;
+  ImagePointer output;
+  int neighborhood;
+  unsigned int nbIterations;
+};
+
+Side makeOurs(Case const& one) {
+  return [one] {
+    pxl::morphology::Dilation3d dilation;
+    dilation.inputImage = one.input.get();
+    dilation.outputImage = one.output.get();
+    dilation.neighborhood = one.neighborhood;
+    dilation.numberOfIterations = one.nbIterations;
+    dilation.execute();
+  };
+}
+
+template <class T, int cNeighborhood, bool cIsCounted>
+Side makeCeilingOf(Case const& one) {
+  auto ideal =
+      std::make_shared<IdealDilation3d<T, cNeighborhood, cIsCounted>>(one.input, one.output, one.nbIterations);
+  return [ideal] { (*ideal)(); };
+}
+
+template <class T, bool cIsCounted>
+Side makeCeiling(Case const& one) {
+  return one.neighborhood == 0   ? makeCeilingOf<T, 0, cIsCounted>(one)
+         : one.neighborhood == 1 ? makeCeilingOf<T, 1, cIsCounted>(one)
+                                 : makeCeilingOf<T, 2, cIsCounted>(one);
+}
+
+#ifdef PXLWORKS_HAVE_CIMG
+// With one thread: the library is compiled without OpenMP.
+template <class T>
+Side makeCImg(Case const& one) {
+  auto const size = [&one](pxl::Components c) { return static_cast<unsigned int>(one.input->getNumOf(c)); };
+  using Image = cimg_library::CImg<T>;
+  auto const image = std::make_shared<Image>(getVoxels<T>(one.input), size(pxl::cColumns), size(pxl::cRows),
+                                             size(pxl::cPlans), 1, true);
+  auto const element = std::make_shared<Image>(3, 3, 3, 1, T(0));
+  cimg_forXYZ(*element, x, y, z) (*element)(x, y, z) =
+      static_cast<T>((x != 1) + (y != 1) + (z != 1) <= one.neighborhood + 1);
+  unsigned int const nbIterations = one.nbIterations;
+  bool const isCube = one.neighborhood == 2;
+  return [one, image, element, nbIterations, isCube] {
+    Image result(*image, false);
+    for (unsigned int i = 0; i < nbIterations; ++i) isCube ? result.dilate(3, 3, 3) : result.dilate(*element);
+  };
+}
+#endif
+
+#ifdef PXLWORKS_HAVE_OPENCV
+// The cube as squares in the slices, then the largest of three slices.
+template <class T>
+Side makeOpenCvSlices(Case const& one) {
+  int const rows = static_cast<int>(one.input->getNumOf(pxl::cRows));
+  int const cols = static_cast<int>(one.input->getNumOf(pxl::cColumns));
+  int const plans = static_cast<int>(one.input->getNumOf(pxl::cPlans));
+  return [one, rows, cols, plans] {
+    T* const input = static_cast<T*>(one.input->getVoxels());
+    T* const output = static_cast<T*>(one.output->getVoxels());
+    auto const slice = [&](T* voxels, int plan) {
+      return cv::Mat(rows, cols, cv::traits::Type<T>::value, voxels + static_cast<long>(plan) * rows * cols);
+    };
+    cv::Mat const element = cv::getStructuringElement(cv::MORPH_RECT, cv::Size(3, 3));
+    std::vector<cv::Mat> squares(static_cast<std::size_t>(plans));
+    for (int p = 0; p < plans; ++p) cv::dilate(slice(input, p), squares[static_cast<std::size_t>(p)], element);
+    for (int p = 0; p < plans; ++p) {
+      cv::Mat result = slice(output, p);
+      squares[static_cast<std::size_t>(p)].copyTo(result);
+      if (p > 0) cv::max(result, squares[static_cast<std::size_t>(p - 1)], result);
+      if (p + 1 < plans) cv::max(result, squares[static_cast<std::size_t>(p + 1)], result);
+    }
+  };
+}
+#endif
+
+template <class T>
+void addCase(std::string const& type, int neighborhood, unsigned int nbIterations) {
+  char const* const names[] = {"faces_6", "edges_18", "cube_26"};
+  std::string const prefix = "Dilation3d/" + type + "/256x256x256/" + names[neighborhood] + "/iterations_" +
+                             std::to_string(nbIterations) + "/by_";
+  ImageSizes const sizes{256, 256, 256, 1, 1};
+  for (int nbThreads : {1, 2}) {
+    auto const add = [&](char const* peer, Side (*makeTheirs)(Case const&)) {
+      addPair(prefix + peer, nbThreads, [=] {
+        Case const one{makeImage<T>(sizes), pxl::Image::New(cType<T>, sizes), neighborhood, nbIterations};
+        return Pair{makeOurs(one), makeTheirs(one)};
+      });
+    };
+    add("copy_ceiling", makeCeiling<T, false>);
+    if (nbIterations == 1) add("counted_copy_ceiling", makeCeiling<T, true>);
+    if (nbIterations == 1) add("memcpy", [](Case const& one) { return makeCopy<T>(one.input); });
+#ifdef PXLWORKS_HAVE_CIMG
+    if (nbIterations == 1) add("cimg_dilate", makeCImg<T>);
+#endif
+#ifdef PXLWORKS_HAVE_OPENCV
+    if (nbIterations == 1 && neighborhood == 2) add("opencv_slices", makeOpenCvSlices<T>);
+#endif
+  }
+}
+
+}  // namespace
+
+void addMorphology3d() {
+  for (int neighborhood : {0, 1, 2})
+    for (unsigned int nbIterations : {1U, 3U, 10U}) {
+      addCase<unsigned char>("u8", neighborhood, nbIterations);
+      addCase<unsigned short>("u16", neighborhood, nbIterations);
+      addCase<float>("f32", neighborhood, nbIterations);
+    }
+}
+
+}  // namespace bench
