@@ -159,7 +159,7 @@ Command parseCommandLine(int argc, char const* const* argv) {
   operatorsApp->add_flag("--json", operators.isJson, "print JSON");
 
   CLI::App* const infoApp = app.add_subcommand("info", "tell type, sizes and format of images");
-  infoApp->add_option("IMAGE", info.images, "files of type .npy, .tif, .tiff or .png")->required();
+  infoApp->add_option("IMAGE", info.images, "files of type .npy, .tif, .tiff, .png, .nii or .nii.gz")->required();
   infoApp->add_flag("--json", info.isJson, "print JSON");
 
   if (argc < 2) return TextCommand{app.help(), true};

@@ -2,6 +2,7 @@
 #include <string>
 
 #include "qorn/Commands.h"
+#include "qorn/NumberText.h"
 #include "qorn/StandardOutput.h"
 #include "qorn/io/FileError.h"
 #include "qorn/io/ImageFile.h"
@@ -16,18 +17,26 @@ std::string toLine(std::string const& path, io::ImageHeader const& header) {
   for (int i = 0; i < header.rank; ++i) {
     line += std::string(", ") + io::cAxisNames[i] + ' ' + std::to_string(header.sizes[static_cast<std::size_t>(i)]);
   }
+  for (std::size_t i = 0; i < header.spacing.size(); ++i) {
+    line += (i == 0 ? ", spacing " : " x ") + toText(header.spacing[i]);
+  }
+  if (header.scale) line += ", scale " + toText(header.scale->slope) + " and " + toText(header.scale->intercept);
   return line + ", " + header.format + (header.isCompressed ? ", compressed\n" : "\n");
 }
 
 Json toJson(std::string const& path, io::ImageHeader const& header) {
   Json sizes = Json::object();
   for (std::size_t i = 0; i < header.sizes.size(); ++i) sizes[io::cAxisNames[i]] = header.sizes[i];
-  return {{"file", path},
-          {"format", header.format},
-          {"compressed", header.isCompressed},
-          {"type", pxl::helper::getNameOf(header.type)},
-          {"rank", header.rank},
-          {"sizes", sizes}};
+  Json json{{"file", path},
+            {"format", header.format},
+            {"compressed", header.isCompressed},
+            {"type", pxl::helper::getNameOf(header.type)},
+            {"rank", header.rank},
+            {"sizes", sizes}};
+  // Keys of their own: only some files tell these.
+  for (std::size_t i = 0; i < header.spacing.size(); ++i) json["spacing"][io::cAxisNames[i]] = header.spacing[i];
+  if (header.scale) json["scale"] = {{"slope", header.scale->slope}, {"intercept", header.scale->intercept}};
+  return json;
 }
 
 }  // namespace

@@ -50,7 +50,10 @@ unsigned long parseBytesOrThrow(std::string const& what, std::string_view text) 
   return count * unit;
 }
 
-std::string toText(double value) {
+namespace {
+
+template <class T>
+std::string toShortestText(T value) {
   constexpr double cMaxExactInteger = 9007199254740992.0;
   char text[32];
   if (value == 0 && std::signbit(value)) return "-0.0";  // "-0" would read back as an integer without a sign
@@ -59,5 +62,11 @@ std::string toText(double value) {
                               : std::to_chars(text, text + sizeof text, value);
   return std::string(text, result.ptr);
 }
+
+}  // namespace
+
+std::string toText(double value) { return toShortestText(value); }
+
+std::string toText(float value) { return toShortestText(value); }
 
 }  // namespace qorn

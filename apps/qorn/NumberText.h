@@ -44,5 +44,7 @@ unsigned long parseBytesOrThrow(std::string const& what, std::string_view text);
 
 /** The shortest text that reads back as exactly this value; whole numbers up to 2^53 without exponent or point. */
 std::string toText(double value);
+/** The same for a float: fewer digits are enough. */
+std::string toText(float value);
 
 }  // namespace qorn

@@ -10,6 +10,7 @@
 #include "qorn/Commands.h"
 #include "qorn/MeasureText.h"
 #include "qorn/Operators.h"
+#include "qorn/Scale.h"
 #include "qorn/StandardOutput.h"
 #include "qorn/Supervision.h"
 #include "qorn/io/ImageFile.h"
@@ -95,6 +96,11 @@ void executeNamed(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
   }
 }
 
+/** What the first input says of its values. */
+std::optional<io::ValueScale> getScale(RunImages const& images) {
+  return images.inputs.empty() ? std::nullopt : images.inputs.front().header.scale;
+}
+
 }  // namespace
 
 ExitCodes execute(RunCommand const& command) {
@@ -122,6 +128,16 @@ ExitCodes execute(RunCommand const& command) {
   // After all that may fail with a line of its own.
   if (pxl::String const notice = algorithm->getNotice(); !notice.empty()) {
     writeErrorLine(command.operatorName + ": " + notice.str());
+  }
+  if (std::optional<io::ValueScale> const scale = getScale(images)) {
+    if (isReversedBy(*scale, *algorithm->getAlgoInfo())) {
+      writeErrorLine(command.operatorName +
+                     ": the file's slope is negative: dilation and erosion change places in scaled values");
+    }
+    if (hasMeasure) {
+      applyScale(*scale, measure);
+      writeErrorLine(command.operatorName + ": " + describeScale(*scale));
+    }
   }
   if (hasMeasure) writeOutput(command.isJson ? toJson(measure) : toTable(measure, *algorithm));
   return cDone;

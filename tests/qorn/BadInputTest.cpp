@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include "support/Files.h"
+#include "support/Nifti.h"
 #include "support/Npy.h"
 #include "support/Png.h"
 #include "support/Qorn.h"
@@ -43,7 +44,7 @@ class BadInput : public ::testing::Test {
 TEST_F(BadInput, NoRegularFile) {
   expectRefused(folder / "missing.npy", "No such file");
   expectRefused(folder / "no/folder.npy", "No such file");
-  for (std::string const suffix : {".npy", ".tif", ".png"}) {
+  for (std::string const suffix : {".npy", ".tif", ".png", ".nii", ".nii.gz"}) {
     std::string path = folder / ("folder" + suffix);
     ASSERT_EQ(::mkdir(path.c_str(), 0700), 0);
     expectRefused(path, "is a directory");
@@ -66,6 +67,8 @@ TEST_F(BadInput, WrongSuffix) {
   }
   expectRefusedBytes("image.png", npy, "not a PNG file");
   expectRefusedBytes("image.tif", npy, "not a TIFF file");
+  expectRefusedBytes("image.nii", npy, "not a NIfTI-1 file");
+  expectRefusedBytes("image.nii.gz", npy, "not a gzip file");
 }
 
 TEST_F(BadInput, NamesStayOnOneLine) {
@@ -119,6 +122,29 @@ TEST_F(BadInput, CompressedPictureAboveTheLimit) {
   EXPECT_EQ(runQorn(arguments).exitCode, 0);
   arguments.back() = "4095";
   expectFailure(runQorn(arguments), 1, folder / "small.png", "4096 voxels in compressed form; at most 4095");
+}
+
+TEST_F(BadInput, HostileNifti) {
+  auto const pack = [this](std::string const& bytes) {
+    writeGzip(folder / "packed", bytes);
+    return readFile(folder / "packed");
+  };
+  NiftiStart const huge({32767, 32767, 1000}, 2, 8);
+  expectRefusedBytes("huge.nii", huge.getBytes() + "x", "declares 1073676289000 bytes of voxels and has 1");
+  expectRefusedBytes("huge.nii.gz", pack(huge.getBytes() + "x"), "is too short for the 1073676289000 voxels");
+  expectRefusedBytes("more.nii", NiftiStart({32767, 32767, 32767}, 64, 64).getBytes(), "more than 2^40 voxels");
+  expectRefusedBytes("minus.nii", NiftiStart({-1, 5}, 2, 8).getBytes(), "dimension 1 has the size -1");
+  expectRefusedBytes("far.nii", NiftiStart({3, 5}, 2, 8).put(cNiftiOffset, 1e15f).getBytes(), "begin at byte");
+  expectRefusedBytes("far.nii.gz", pack(NiftiStart({3, 5}, 2, 8).put(cNiftiOffset, 1e15f).getBytes()), "too short");
+  expectRefusedBytes("cut.nii", NiftiStart({3, 5}, 2, 8).getBytes() + std::string(14, 'x'), "and has 14");
+  expectRefusedBytes("noise.nii.gz", "\x1f\x8b" + std::string(1000, 'x'), "broken gzip data");
+  isRunOnly = true;
+  std::string const packed = pack(NiftiStart({300, 500}, 2, 8).getBytes() + std::string(150000, 'x'));
+  expectRefusedBytes("cut.nii.gz", packed.substr(0, packed.size() - 20), "ends too soon");
+  // More voxels than are read in compressed form, and a stream that might hold them as far as its length tells.
+  expectRefusedBytes("large.nii.gz",
+                     pack(NiftiStart({32767, 32767, 2}, 2, 8).getBytes() + toBytes(makeValues<int>(600000))),
+                     "at most 1073741824 are read unless --max-voxels");
 }
 
 TEST_F(BadInput, HostileTiff) {

@@ -49,7 +49,7 @@ class Saving : public ::testing::Test {
 };
 
 TEST_F(Saving, SomethingInTheWay) {
-  for (std::string const suffix : {".npy", ".tif", ".tiff", ".png"}) {
+  for (std::string const suffix : {".npy", ".tif", ".tiff", ".png", ".nii", ".nii.gz"}) {
     for (std::vector<std::string> const& more : {std::vector<std::string>{}, {"--no-clobber"}, {"--in-place"}}) {
       std::string path = folder / ("out/folder" + suffix);
       ::mkdir(path.c_str(), 0700);
@@ -69,7 +69,7 @@ TEST_F(Saving, SomethingInTheWay) {
       expectFailure(save(path, more), 1, path, "Not a directory");
     }
   }
-  EXPECT_EQ(listOut().size(), 16u);
+  EXPECT_EQ(listOut().size(), 24u);
   EXPECT_EQ(listFolder(folder / ""), (std::vector<std::string>{"input.npy", "out"}));
 }
 
@@ -102,7 +102,7 @@ TEST_F(Saving, ThroughALink) {
 }
 
 TEST_F(Saving, NoClobber) {
-  for (std::string const suffix : {".npy", ".tif", ".png"}) {
+  for (std::string const suffix : {".npy", ".tif", ".png", ".nii", ".nii.gz"}) {
     std::string const path = folder / ("out/file" + suffix);
     EXPECT_EQ(save(path, {"--no-clobber"}).exitCode, 0);
     std::string const bytes = readFile(path);
@@ -116,7 +116,7 @@ TEST_F(Saving, NoClobber) {
   expectFailure(save(input, {"--no-clobber"}), 1, input, "exists already");
   expectFailure(save(input, {"--no-clobber", "--in-place"}), 1, input, "exists already");
   EXPECT_TRUE(readFile(input) == bytes);
-  EXPECT_EQ(listOut().size(), 3u);
+  EXPECT_EQ(listOut().size(), 5u);
 }
 
 /** What can't be saved is refused before the run, which would never end here. */
@@ -146,7 +146,7 @@ TEST_F(Saving, OtherFormatsOnDiskAreRefused) {
 
 TEST_F(Saving, AFailedRunLeavesNothing) {
   writeFile(folder / "out/old.npy", "old");
-  for (std::string const name : {"new.npy", "new.tif", "new.png", "old.npy"}) {
+  for (std::string const name : {"new.npy", "new.tif", "new.png", "new.nii", "new.nii.gz", "old.npy"}) {
     Outcome const outcome = save(folder / ("out/" + name), {"numberOfIterations=35", "--interpretation", "binary"});
     expectFailure(outcome, 1, "Dilation2d", "");
   }
@@ -159,7 +159,7 @@ TEST_F(Saving, AFailedRunLeavesNothing) {
 TEST_F(Saving, PermissionsFollowTheMask) {
   for (unsigned int const mask : {0022u, 0077u, 0002u}) {
     for (unsigned int const refusals : {0u, unsigned(cUnnamedFiles)}) {
-      for (std::string const name : {"out/a.npy", "out/a.tif", "out/a.png"}) {
+      for (std::string const name : {"out/a.npy", "out/a.tif", "out/a.png", "out/a.nii", "out/a.nii.gz"}) {
         Program::Options options;
         options.prepare = [mask, refusals] {
           ::umask(mask);
@@ -201,7 +201,7 @@ TEST_F(Saving, FoldersThatMayNotBeWritten) {
     Outcome const outcome = runQorn({"--version"}, options);
     if (outcome.exitCode != 0) GTEST_SKIP() << "another user can't start the program";
   }
-  for (std::string const name : {"out/a.npy", "out/a.tif", "out/a.png"}) {
+  for (std::string const name : {"out/a.npy", "out/a.tif", "out/a.png", "out/a.nii", "out/a.nii.gz"}) {
     expectFailure(save(folder / name, {}, options), 1, folder / name, "can't be written: Permission denied");
   }
   EXPECT_EQ(listOut().size(), 0u);
@@ -218,11 +218,11 @@ TEST_F(Saving, FilesThatMayNotBeLargeEnough) {
       if (!refuse(refusals)) ::_exit(99);
     };
     writeFile(folder / "out/old.npy", "old");
-    for (std::string const name : {"a.npy", "a.tif", "a.png", "old.npy"}) {
+    for (std::string const name : {"a.npy", "a.tif", "a.png", "a.nii", "a.nii.gz", "old.npy"}) {
       std::string const path = folder / ("out/" + name);
       expectFailure(save(path, {}, options), 1, path, "File too large");
       // Nothing is said about iterations when nothing is saved: there is one line.
-      if (name != "a.png") {
+      if (name != "a.png" && name != "a.nii.gz") {
         expectFailure(save(path, {"numberOfIterations=0"}, options), 1, path, "File too large");
       }
     }
@@ -244,7 +244,7 @@ TEST_F(Saving, ToAFullDisk) {
       if (!refuse(refusals)) ::_exit(99);
     };
     for (std::vector<std::string> const& more : {std::vector<std::string>{}, {"--in-place"}, {"--no-clobber"}}) {
-      for (std::string const name : {"a.npy", "a.tif", "a.png", "old.npy"}) {
+      for (std::string const name : {"a.npy", "a.tif", "a.png", "a.nii", "a.nii.gz", "old.npy"}) {
         if (name == "old.npy" && !more.empty()) continue;
         std::string const path = folder / ("out/" + name);
         expectFailure(save(path, more, options), 1, path, "No space left on device");

@@ -2,6 +2,7 @@
 
 #include "qorn/io/FileError.h"
 #include "qorn/io/InputFile.h"
+#include "qorn/io/NiftiReader.h"
 #include "qorn/io/NpyReader.h"
 #include "qorn/io/PngReader.h"
 #include "qorn/io/Suffix.h"
@@ -18,10 +19,9 @@ struct Format {
 };
 
 constexpr Format cFormats[] = {
-    {".npy", readNpyImageHeader, readNpy},
-    {".tif", readTiffImageHeader, readTiff},
-    {".tiff", readTiffImageHeader, readTiff},
-    {".png", readPngImageHeader, readPng},
+    {".npy", readNpyImageHeader, readNpy},     {".tif", readTiffImageHeader, readTiff},
+    {".tiff", readTiffImageHeader, readTiff},  {".png", readPngImageHeader, readPng},
+    {".nii", readNiftiImageHeader, readNifti}, {".nii.gz", readNiftiImageHeader, readNifti},
 };
 
 }  // namespace
@@ -31,6 +31,10 @@ std::string getSuffix(std::string const& path) {
   std::string suffix = dot != std::string::npos && path[dot] == '.' ? path.substr(dot) : std::string();
   for (char& letter : suffix) {
     if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+  }
+  if (suffix == ".gz" && dot > 0) {
+    std::string const inner = getSuffix(path.substr(0, dot));
+    if (inner == ".nii") return inner + suffix;
   }
   return suffix;
 }

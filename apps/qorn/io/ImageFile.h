@@ -7,8 +7,8 @@
 #include "qorn/io/ImageHeader.h"
 
 /**
- * Reading of image files. The suffix tells the format: .npy, .tif or .tiff, .png, in any case. Files of one sample
- * per pixel are read as they are stored: no scaling, no inversion, no rotation.
+ * Reading of image files. The suffix tells the format: .npy, .tif or .tiff, .png, .nii or .nii.gz, in any case.
+ * Files of one sample per pixel are read as they are stored: no scaling, no inversion, no rotation.
  *
  * Files are not trusted: everything a header declares is checked, against the limits and against the size of the
  * file, before memory is taken for voxels.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,13 +18,24 @@ constexpr unsigned long cDefaultMaxCompressedVoxels = 1ul << 30;
 /** No image has more voxels. */
 constexpr unsigned long cMaxVoxels = 1ul << 40;
 
+struct NiftiHeader;
+
+/** The value that a voxel stands for is slope * voxel + intercept. */
+struct ValueScale {
+  float slope;
+  float intercept;
+};
+
 /** What an image file says about its voxels. */
 struct ImageHeader {
-  char const* format;  ///< "npy", "tiff" or "png"
+  char const* format;  ///< "npy", "tiff", "png" or "nifti"
   pxl::VoxelTypes type;
   pxl::ImageSizes sizes;
-  int rank;           ///< number of dimensions of the array in the file, 2 to 5
-  bool isCompressed;  ///< the bytes of the file don't bound the number of voxels
+  int rank;                                        ///< number of dimensions of the array in the file, 2 to 5
+  bool isCompressed;                               ///< the bytes of the file don't bound the number of voxels
+  std::vector<float> spacing = {};                 ///< of the dimensions of the file; empty: the file doesn't tell
+  std::optional<ValueScale> scale = std::nullopt;  ///< what voxels mean; they are never changed by it
+  std::shared_ptr<NiftiHeader const> nifti = nullptr;  ///< the whole header of a NIfTI file
 };
 
 /**

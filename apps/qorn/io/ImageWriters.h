@@ -28,4 +28,11 @@ void writeTiff(OutputFile const& file, ImageHeader const& header, void const* vo
 void checkPng(std::string const& path, ImageHeader const& header);
 void writePng(OutputFile const& file, ImageHeader const& header, void const* voxels);
 
+/** @throws FileError a size that 16 bits don't hold */
+void checkNifti(std::string const& path, ImageHeader const& header);
+/** One file of header and voxels in native byte order. */
+void writeNifti(OutputFile const& file, ImageHeader const& header, void const* voxels);
+/** The same through gzip. */
+void writeCompressedNifti(OutputFile const& file, ImageHeader const& header, void const* voxels);
+
 }  // namespace qorn::io

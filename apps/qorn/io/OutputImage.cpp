@@ -18,10 +18,8 @@ struct Format {
 };
 
 constexpr Format cFormats[] = {
-    {".npy", checkAny, writeNpy},
-    {".tif", checkTiff, writeTiff},
-    {".tiff", checkTiff, writeTiff},
-    {".png", checkPng, writePng},
+    {".npy", checkAny, writeNpy}, {".tif", checkTiff, writeTiff},   {".tiff", checkTiff, writeTiff},
+    {".png", checkPng, writePng}, {".nii", checkNifti, writeNifti}, {".nii.gz", checkNifti, writeCompressedNifti},
 };
 
 std::string checkFormat(std::string const& path, ImageHeader const& header, bool isOnDisk) {

@@ -7,13 +7,11 @@
 #include <string>
 
 #include "qorn/io/FileError.h"
+#include "qorn/io/GzipFile.h"
 #include "qorn/io/InputFile.h"
 
 namespace qorn::io {
 namespace {
-
-/** No deflate stream holds more than this many times its own size. */
-constexpr unsigned long cMaxDeflateRatio = 1032;
 
 /** What the library's callbacks need. Plain data: a longjmp passes over its users. */
 struct Stream {

@@ -7,7 +7,10 @@
 
 namespace qorn::io {
 
-/** The suffix of a path with its dot, in lower case; empty if there is none. A path that is a suffix is its own. */
+/**
+ * The suffix of a path with its dot, in lower case; empty if there is none. A path that is a suffix is its own. That
+ * of a.nii.gz is .nii.gz; of any other .gz it is .gz alone.
+ */
 std::string getSuffix(std::string const& path);
 
 /** The entry of a table of formats for a path. @throws FileError there is none */
