@@ -1,15 +1,16 @@
 #!/bin/bash
 # Makes the pictures of the gallery anew from images that Debian packages carry: camera.png (public domain, CC0) and
-# coins.png of python3-skimage, which is only unpacked, not installed.
+# coins.png of python3-skimage, and a head of insighttoolkit5-examples (Apache-2.0). The packages are only unpacked,
+# not installed.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/../.." && pwd)
 work=$root/build/gallery
 mkdir -p "$work"
 cd "$work"
-if ! compgen -G 'python3-skimage_*.deb' >/dev/null; then
-  apt-get download -o APT::Sandbox::User=root python3-skimage
-fi
-[[ -d unpacked ]] || dpkg-deb -x python3-skimage_*.deb unpacked
+for package in python3-skimage insighttoolkit5-examples; do
+  compgen -G "${package}_*.deb" >/dev/null || apt-get download -o APT::Sandbox::User=root "$package"
+  [[ -d unpacked/usr/share/doc/$package ]] || dpkg-deb -x "$package"_*.deb unpacked
+done
 data=unpacked/usr/lib/python3/dist-packages/skimage/data
 gallery=$root/docs/gallery
 
@@ -30,3 +31,18 @@ qorn run LogicalOperationWithImage "$gallery/coins.png" "$gallery/coins-outline.
   logicalOperator=1
 qorn run LogicalOperationWithImage "$gallery/coins.png" "$gallery/coins-outline.png" "$gallery/coins-sub.png" \
   logicalOperator=6
+
+# Three cuts through the middle of a volume, side by side. An "or" with 0 turns the .npy file into a PNG.
+cut() {
+  /usr/bin/python3 "$root/docs/gallery/cuts.py" "$1" cuts.npy
+  qorn run LogicalOperationWithValue cuts.npy "$2" value=0 logicalOperator=1
+}
+head=unpacked/usr/share/doc/insighttoolkit5-examples/examples/Data/KmeansTest_T1UCharRaw.nii.gz
+qorn run LogicalOperationWithValue "$head" head.npy value=0 logicalOperator=1
+cut head.npy "$gallery/head.png"
+for operator in Dilation3d Erosion3d; do
+  for neighborhood in 0 2; do
+    qorn run "$operator" "$head" "$operator.npy" neighborhood=$neighborhood numberOfIterations=3
+    cut "$operator.npy" "$gallery/head-$operator-$neighborhood.png"
+  done
+done
