@@ -23,7 +23,8 @@ struct RowMemos {
   Pair get(unsigned long nbCols) const {
     Memo& first = firstMemos->local();
     Memo& second = secondMemos->local();
-    if (nbCols > first.size()) {
+    // The second one is asked: where its growth failed, the first one is large already.
+    if (nbCols > second.size()) {
       first.resize(nbCols);
       second.resize(nbCols);
     }

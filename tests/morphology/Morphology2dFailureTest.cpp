@@ -3,52 +3,14 @@
 #include <thread>
 
 #include "pxl/Exception.h"
-#include "support/Runs.h"
+#include "support/FailureTest.h"
 
 namespace morphology_test {
 namespace {
 
 using pxl::instrument::Event;
 
-class Morphology2dFailure : public PluginTest {
- protected:
-  Morphology2dFailure() { recorder.isTracing = false; }
-
-  void makeImages(Five const& sizes) {
-    oracle::Random random(201);
-    image = std::make_unique<oracle::Image<short>>(random.image<short>(sizes));
-    input = oracle::toHost(*image);
-    output = oracle::toHost(oracle::Image<short>(sizes));
-  }
-
-  void expectNothingIsLeft() {
-    EXPECT_EQ(recorder.nbViews(), 0);
-    EXPECT_EQ(recorder.nbBorders(), 0);
-    EXPECT_EQ(recorder.nbFrames(), 0);
-    EXPECT_EQ(recorder.nbTemporaries(), 0);
-  }
-
-  void expectNextRunIsRight(Way const& way) {
-    auto const next = oracle::toHost(*image);
-    makeAlgorithm(way, next.get(), output.get())->execute();
-    EXPECT_TRUE(areEqual(toOracle<short>(*output, image->sizes),
-                         oracle::applyTimes(*image, way.operation, way.neighborhood, way.nbIterations)));
-  }
-
-  pxl::instrument::Recorder recorder;
-  std::unique_ptr<oracle::Image<short>> image;
-  std::shared_ptr<pxl::Image> input, output;
-};
-
-template <class E>
-E catchFrom(pxl::BaseAlgorithm& algorithm) {
-  try {
-    algorithm.execute();
-  } catch (E const& error) {
-    return error;
-  }
-  throw std::runtime_error("nothing was thrown");
-}
+class Morphology2dFailure : public FailureTest {};
 
 TEST_F(Morphology2dFailure, OfAnyWriteIsAnErrorAndLeavesNothingBehind) {
   makeImages({20, 9, 2, 1, 1});

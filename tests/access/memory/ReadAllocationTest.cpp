@@ -1,6 +1,7 @@
 // What reading allocates, and what becomes of it when memory runs out.
 #include <new>
 
+#include "Core/private/Access/IteratorNeighborhood3D.h"
 #include "Core/private/Access/IteratorPixelInput.h"
 #include "access/memory/MallocHook.h"
 #include "access/support/Source.h"
@@ -16,7 +17,26 @@ template <class T>
 class ReadAllocationOf : public testing::Test {
  protected:
   static constexpr long L = oracle::cLanes<T>;
-  using Iterator = pxl::access::IteratorPixelInput<pxl::access::View<T>, L>;
+  using View = pxl::access::View<T>;
+  using Iterator = pxl::access::IteratorPixelInput<View, L>;
+  using Six = pxl::access::IteratorNeighborhood3D_6<View, L>;
+  using Eighteen = pxl::access::IteratorNeighborhood3D_18<View, L>;
+  using List = pxl::access::IteratorNeighborhood3D_Gen<View, L>;
+  using Offsets = std::vector<pxl::kernel::Offset3D>;
+
+  // From one plan to the next, and for another block of the same or a smaller size.
+  template <class Neighbours>
+  void expectPlansReused(Neighbours& iterator) {
+    iterator.init(Block3d(0, 5, 1, 0, 5, 1, 0, 2 * L + 1, 1, 0, 0));
+    MallocWatch watch;
+    while (iterator.plan < 5) iterator.advance();
+    for (long nbRows : {3, 5, 1}) {
+      iterator.init(Block3d(1, 4, 1, 0, nbRows, 1, 2, 2 * L + 3, 1, 0, 0));
+      while (iterator.plan < 3) iterator.advanceRow();
+    }
+    watch.stop();
+    EXPECT_EQ(watch.nbRequests, 0);
+  }
 
   void SetUp() override {
     if (!isMallocHooked()) GTEST_SKIP() << "the sanitizer has the allocator";
@@ -71,6 +91,17 @@ TYPED_TEST(ReadAllocationOf, OfAPlanIsReused) {
   EXPECT_EQ(watch.nbRequests, 0);
 }
 
+TYPED_TEST(ReadAllocationOf, OfNeighbourhoodsOfVolumesIsTheirFirstPlans) {
+  typename TestFixture::Six six(this->m_source.view, pxl::access::NoDataType());
+  this->expectPlansReused(six);
+  typename TestFixture::Eighteen eighteen(this->m_source.view, pxl::access::NoDataType());
+  this->expectPlansReused(eighteen);
+  for (auto const& offsets : {typename TestFixture::Offsets{{0, 0, -2}, {1, 0, 1}}, {{3, -1, 2}}}) {
+    typename TestFixture::List list(this->m_source.view, offsets);
+    this->expectPlansReused(list);
+  }
+}
+
 // Runs `work` with the 1st, 2nd, 3rd ... allocation failing, until none fails any more. Each time std::bad_alloc
 // comes out and nothing stays behind.
 template <class Work>
@@ -122,6 +153,21 @@ TYPED_TEST(ReadAllocationOf, FailuresOfAnIteratorLeaveNothingBehind) {
     typename TestFixture::Iterator iterator(this->m_source.view, OverlapBorder());
     iterator.init(block, true);
     while (!iterator.atEnd()) iterator.advance();
+  });
+}
+
+TYPED_TEST(ReadAllocationOf, FailuresOfNeighbourhoodsOfVolumesLeaveNothingBehind) {
+  Block3d const block(0, 2, 1, 0, 3, 1, 0, 10, 1, 0, 0);
+  // The cache, its slots, the ring, and of three plans each the five rows with their buffers.
+  failEachAllocation(3 + 3 * 11, [&] {
+    typename TestFixture::Eighteen iterator(this->m_source.view, pxl::access::NoDataType());
+    iterator.init(block);
+    while (iterator.plan < 2) iterator.advance();
+  });
+  failEachAllocation(3 + 2 * 7, [&] {
+    typename TestFixture::List iterator(this->m_source.view, typename TestFixture::Offsets{{2, 0, 1}, {1, 0, 0}});
+    iterator.init(block);
+    while (iterator.plan < 2) iterator.advance();
   });
 }
 

@@ -41,12 +41,12 @@ oracle::Image<T> applyListTimes(oracle::Image<T> image, Operation operation, Off
 }
 
 /** The output of a kernel in the filter; what the way says of a neighbourhood doesn't count. */
-template <class Functor, class T, class Kernel>
+template <class Functor, class Tag = pxl::Filter2dTag, class T, class Kernel>
 oracle::Image<T> runKernel(Way const& way, Kernel& kernel, oracle::Image<T> const& image) {
   auto const input = oracle::toHost(image);
   auto const output = way.isInPlace ? input : oracle::toHost(oracle::Image<T>(image.sizes));
   auto const algorithm = makeAlgorithm(way, input.get(), output.get());
-  pxl::morphology::runRecursive<pxl::Filter2dTag, Functor, T>(algorithm.get(), kernel, way.nbIterations);
+  pxl::morphology::runRecursive<Tag, Functor, T>(algorithm.get(), kernel, way.nbIterations);
   return toOracle<T>(*output, image.sizes);
 }
 
