@@ -58,6 +58,10 @@ class alignas(cCacheLine) FixedBorder final : public BorderCondition<T> {
   bool readRowAt(ViewInterface<T> const* image, T* first, T* last, long col, long row, long plan, long sequence,
                  long spectralSeries) const override {
     PXL_PROBE(onReadRow(image, first, last - first, col, row, plan, sequence, spectralSeries));
+    if (isWithin(*image, last - first, col, row, plan, sequence, spectralSeries)) {
+      image->readRow(first, last - first, col, row, plan, sequence, spectralSeries);
+      return true;
+    }
     long const begin = std::max(col, 0L);
     long const end = std::min(col + (last - first), image->nbCols);
     if (begin >= end || !isInside(row, image->nbRows) || !isInside(plan, image->nbPlans) ||
@@ -65,13 +69,21 @@ class alignas(cCacheLine) FixedBorder final : public BorderCondition<T> {
       std::fill(first, last, m_value);
       return true;
     }
-    std::fill(first, first + (begin - col), m_value);
+    fillMargin(first, first + (begin - col));
     image->readRow(first + (begin - col), end - begin, begin, row, plan, sequence, spectralSeries);
-    std::fill(first + (end - col), last, m_value);
+    fillMargin(first + (end - col), last);
     return true;
   }
 
  private:
+  // Mostly of one voxel, for which a call would cost more than the voxel.
+  void fillMargin(T* first, T* last) const {
+    if (last - first == 1)
+      *first = m_value;
+    else if (first != last)
+      std::fill(first, last, m_value);
+  }
+
   T m_value;
 };
 
