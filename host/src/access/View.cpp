@@ -14,9 +14,10 @@ namespace {
 // A small number for each thread, so that neighbouring threads use different shares of a view's border condition.
 std::size_t getThreadNumber() {
   static std::atomic<std::size_t> lastNumber{0};
-  // Zero until it is known: a variable with a computed start would be checked by a call for each row.
-  thread_local std::size_t number = 0;
-  if (number == 0) number = lastNumber.fetch_add(1, std::memory_order_relaxed) + 1;
+  // Zero until it is known: a variable with a computed start would be checked by a call for each row. The model saves
+  // the call that finds the variable, for a few bytes that every thread of the process keeps for this library.
+  [[gnu::tls_model("initial-exec")]] thread_local std::size_t number = 0;
+  if (__builtin_expect(number == 0, 0)) number = lastNumber.fetch_add(1, std::memory_order_relaxed) + 1;
   return number;
 }
 
@@ -91,14 +92,18 @@ VoxelTypes View<T, A>::getVoxelType() const {
 }
 
 template <class T, class A>
-std::shared_ptr<BorderCondition<T>> const& View<T, A>::borderOfThread() const {
+inline std::shared_ptr<BorderCondition<T>> const& View<T, A>::borderOfThread() const {
   std::atomic<BorderShare*>& slot = m_shares[getThreadNumber() % cNbShares];
-  BorderShare* share = slot.load(std::memory_order_acquire);
-  if (!share) {
-    auto made = std::make_unique<BorderShare>(m_border);
-    if (slot.compare_exchange_strong(share, made.get(), std::memory_order_acq_rel)) share = made.release();
-  }
-  return share->share;
+  BorderShare* const share = slot.load(std::memory_order_acquire);
+  return share ? share->share : makeShare(slot)->share;
+}
+
+template <class T, class A>
+typename View<T, A>::BorderShare* View<T, A>::makeShare(std::atomic<BorderShare*>& slot) const {
+  auto made = std::make_unique<BorderShare>(m_border);
+  BorderShare* share = nullptr;
+  if (slot.compare_exchange_strong(share, made.get(), std::memory_order_acq_rel)) share = made.release();
+  return share;
 }
 
 template <class T, class A>

@@ -91,6 +91,7 @@ class PXL_API View : private Noncopyable {
 
   // A share of the border condition with a count of its own for each of a few groups of threads, made on first use.
   struct BorderShare;
+  BorderShare* makeShare(std::atomic<BorderShare*>& slot) const;
   static constexpr std::size_t cNbShares = 32;
 
   std::shared_ptr<ViewInterface<T>> m_interface;
