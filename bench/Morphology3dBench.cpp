@@ -7,6 +7,11 @@
 #ifdef PXLWORKS_HAVE_OPENCV
 #include <opencv2/imgproc.hpp>
 #endif
+#ifdef PXLWORKS_HAVE_FILES
+#include <filesystem>
+
+#include "qorn/io/ImageFile.h"
+#endif
 #ifdef PXLWORKS_HAVE_CIMG
 #define cimg_display 0
 #define cimg_OS 1
@@ -15,8 +20,6 @@
 
 namespace bench {
 namespace {
-
-using pxl::ImageSizes;
 
 struct Case {
   ImagePointer input;
@@ -96,16 +99,18 @@ Side makeOpenCvSlices(Case const& one) {
 }
 #endif
 
+/** Registers the pairs of one case; makeInput gives the volume. */
 template <class T>
-void addCase(std::string const& type, int neighborhood, unsigned int nbIterations) {
+void addCase(std::string const& volume, std::function<ImagePointer()> const& makeInput, int neighborhood,
+             unsigned int nbIterations) {
   char const* const names[] = {"faces_6", "edges_18", "cube_26"};
-  std::string const prefix = "Dilation3d/" + type + "/256x256x256/" + names[neighborhood] + "/iterations_" +
-                             std::to_string(nbIterations) + "/by_";
-  ImageSizes const sizes{256, 256, 256, 1, 1};
+  std::string const prefix =
+      "Dilation3d/" + volume + "/" + names[neighborhood] + "/iterations_" + std::to_string(nbIterations) + "/by_";
   for (int nbThreads : {1, 2}) {
     auto const add = [&](char const* peer, Side (*makeTheirs)(Case const&)) {
       addPair(prefix + peer, nbThreads, [=] {
-        Case const one{makeImage<T>(sizes), pxl::Image::New(cType<T>, sizes), neighborhood, nbIterations};
+        ImagePointer const input = makeInput();
+        Case const one{input, pxl::Image::New(cType<T>, input->getSizes()), neighborhood, nbIterations};
         return Pair{makeOurs(one), makeTheirs(one)};
       });
     };
@@ -113,7 +118,7 @@ void addCase(std::string const& type, int neighborhood, unsigned int nbIteration
     if (nbIterations == 1) add("counted_copy_ceiling", makeCeiling<T, true>);
     if (nbIterations == 1) add("memcpy", [](Case const& one) { return makeCopy<T>(one.input); });
 #ifdef PXLWORKS_HAVE_CIMG
-    if (nbIterations == 1) add("cimg_dilate", makeCImg<T>);
+    if (nbIterations == 1 || neighborhood == 2) add("cimg_dilate", makeCImg<T>);
 #endif
 #ifdef PXLWORKS_HAVE_OPENCV
     if (nbIterations == 1 && neighborhood == 2) add("opencv_slices", makeOpenCvSlices<T>);
@@ -121,14 +126,38 @@ void addCase(std::string const& type, int neighborhood, unsigned int nbIteration
   }
 }
 
+template <class T>
+void addRandom(char const* type, int neighborhood, unsigned int nbIterations) {
+  addCase<T>(
+      std::string(type) + "/256x256x256",
+      [] {
+        return makeImage<T>({256, 256, 256, 1, 1});
+      },
+      neighborhood, nbIterations);
+}
+
+#ifdef PXLWORKS_HAVE_FILES
+// A brain of Debian's mricron-data, uint8, 181 x 217 x 181.
+constexpr char cBrain[] = "/usr/share/mricron/templates/ch2.nii.gz";
+
+void addBrain(int neighborhood, unsigned int nbIterations) {
+  if (!std::filesystem::exists(cBrain)) return;
+  addCase<unsigned char>(
+      "u8/brain", [] { return qorn::io::readImage(cBrain).image; }, neighborhood, nbIterations);
+}
+#endif
+
 }  // namespace
 
 void addMorphology3d() {
   for (int neighborhood : {0, 1, 2})
     for (unsigned int nbIterations : {1U, 3U, 10U}) {
-      addCase<unsigned char>("u8", neighborhood, nbIterations);
-      addCase<unsigned short>("u16", neighborhood, nbIterations);
-      addCase<float>("f32", neighborhood, nbIterations);
+      addRandom<unsigned char>("u8", neighborhood, nbIterations);
+      addRandom<unsigned short>("u16", neighborhood, nbIterations);
+      addRandom<float>("f32", neighborhood, nbIterations);
+#ifdef PXLWORKS_HAVE_FILES
+      addBrain(neighborhood, nbIterations);
+#endif
     }
 }
 

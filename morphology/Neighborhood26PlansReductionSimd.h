@@ -3,6 +3,7 @@
 #include <tbb/task_group.h>
 
 #include <utility>
+#include <vector>
 
 #include "Core/private/Filters/RecursiveImageContext.h"
 #include "morphology/MinMaxFunctors.h"
@@ -30,21 +31,25 @@ class Neighborhood26PlansReductionSimd : public RowMemos<T> {
     long const width = block.getNbCols(), height = block.getNbRows();
     unsigned long const nbCols = static_cast<unsigned long>(width), nbRows = static_cast<unsigned long>(height);
     auto [older, newer] = this->get(nbCols);
+    // The starts of the rows of each plan stand side by side, as the rows themselves lie all over the memory.
+    std::vector<T const*> starts[3];
     auto const fetch = [&](unsigned long slot, long plan) {
-      return inputPlans->fetchPlanInBlock(slot, nbCols + 2, nbRows + 2, block, -1, -1, plan, 0, 0);
+      auto const* const source =
+          inputPlans->fetchPlanInBlock(slot, nbCols + 2, nbRows + 2, block, -1, -1, plan, 0, 0);
+      starts[slot].resize(nbRows + 2);
+      for (unsigned long k = 0; k < nbRows + 2; ++k) starts[slot][k] = source->rows[k]->voxels.data();
     };
-    auto const* before = fetch(1, -1);
-    auto const* current = fetch(2, 0);
-    unsigned long oldestSlot = 0;
+    unsigned long before = 1, current = 2, after = 0;
+    fetch(before, -1);
+    fetch(current, 0);
 
     bool const isInPlace = context.isInPlace();
     access::OverlapBorder const overlap(AlgoBorderInfluence(1, 1, 1, 0, 0));
     for (long plan = 0; plan < block.getNbPlans(); ++plan) {
-      auto const* const after = fetch(oldestSlot, plan + 1);
+      fetch(after, plan + 1);
       auto const* const output = outputPlans->getPlanInBlock(0, nbCols, nbRows, block, 0, 0, plan, 0, 0);
       auto const sourceRows = [&](unsigned long k) {
-        return SourceRows{before->rows[k]->voxels.data(), current->rows[k]->voxels.data(),
-                          after->rows[k]->voxels.data()};
+        return SourceRows{starts[before][k], starts[current][k], starts[after][k]};
       };
       reduce(sourceRows(0), older, width);
       reduce(sourceRows(1), newer, width);
@@ -60,8 +65,7 @@ class Neighborhood26PlansReductionSimd : public RowMemos<T> {
         else
           output->rows[row]->writeRow(block);
       }
-      oldestSlot = before->index;
-      before = std::exchange(current, after);
+      after = std::exchange(before, std::exchange(current, after));
     }
   }
 
