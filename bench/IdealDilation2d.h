@@ -12,6 +12,7 @@
 #include "Core/private/Access/simd/AlignedAllocator.h"
 #include "Core/private/Access/simd/SimdVec.h"
 #include "Images.h"
+#include "RowCopies.h"
 
 namespace bench {
 
@@ -58,7 +59,7 @@ class IdealDilation2d {
                         Buffer result(static_cast<std::size_t>(m_nbCols));
                         auto const read = [&](long row, Buffer& buffer) {
                           if (row < 0 || row >= m_nbRows) return buffer.assign(buffer.size(), cLowest);
-                          copyIn(source + row * m_nbCols, buffer.data() + 1);
+                          copyRowIn(source + row * m_nbCols, buffer.data() + 1, m_nbCols);
                         };
                         T *older = memos[0].data(), *newer = memos[1].data();
                         T *above = rows[0].data(), *centre = rows[1].data(), *below = rows[2].data();
@@ -84,27 +85,14 @@ class IdealDilation2d {
                             centre = below;
                             below = oldest;
                           }
-                          copyOut(result.data(), target + row * m_nbCols);
+                          copyRowOut(result.data(), target + row * m_nbCols, m_nbCols);
                         }
                       });
   }
 
-  // One copy, and a look at the beginning of the next row: without it the processor begins each row anew.
-  void copyIn(T const* source, T* buffer) const {
-    std::memcpy(buffer, source, bytesOfRow());
-    for (long i = 0; i < countPrefetched(); i += 64)
-      __builtin_prefetch(reinterpret_cast<char const*>(source + m_nbCols) + i);
-  }
-  void copyOut(T const* result, T* target) const {
-    std::memcpy(target, result, bytesOfRow());
-    for (long i = 0; i < countPrefetched(); i += 64)
-      __builtin_prefetch(reinterpret_cast<char*>(target + m_nbCols) + i, 1);
-  }
-  long countPrefetched() const { return std::min(static_cast<long>(bytesOfRow()), 1024L); }
-
   void readInto(T const* source, long row, T* buffer) const {
     if (row < m_nbRows)
-      copyIn(source + row * m_nbCols, buffer + 1);
+      copyRowIn(source + row * m_nbCols, buffer + 1, m_nbCols);
     else
       std::fill(buffer, buffer + m_nbCols + 2, cLowest);
   }
@@ -132,8 +120,6 @@ class IdealDilation2d {
       Vec::store(out + col,
                  Vec::max(Vec::max(Vec::load(above + 1 + col), Vec::load(below + 1 + col)), reduce(centre + col)));
   }
-
-  std::size_t bytesOfRow() const { return static_cast<std::size_t>(m_nbCols) * sizeof(T); }
 
   static constexpr T cLowest = std::numeric_limits<T>::lowest();
   ImagePointer m_input;

@@ -12,6 +12,7 @@
 #include "Core/private/Access/simd/AlignedAllocator.h"
 #include "Core/private/Access/simd/SimdVec.h"
 #include "Images.h"
+#include "RowCopies.h"
 
 namespace bench {
 
@@ -90,9 +91,7 @@ class IdealDilation3d {
           if (cNeighborhood == 2) computeCube(rowsAt(row + 2), older, newer, result.data(), m_nbCols);
           std::swap(older, newer);
           T* const out = target + (plan * m_nbRows + firstRow + row) * m_nbCols;
-          std::memcpy(out, result.data(), bytesOfRow());
-          for (long i = 0; i < countPrefetched(); i += 64)
-            __builtin_prefetch(reinterpret_cast<char*>(out + m_nbCols) + i, 1);
+          copyRowOut(result.data(), out, m_nbCols);
         }
         Plane* const oldest = before;
         before = current;
@@ -114,9 +113,7 @@ class IdealDilation3d {
       return;
     }
     T const* const from = source + (plan * m_nbRows + row) * m_nbCols;
-    std::memcpy(buffer.data() + 1, from, bytesOfRow());
-    for (long i = 0; i < countPrefetched(); i += 64)
-      __builtin_prefetch(reinterpret_cast<char const*>(from + m_nbCols) + i);
+    copyRowIn(from, buffer.data() + 1, m_nbCols);
   }
 
   static Vector fold(Vector v, T const* voxels) { return Vec::max(v, Vec::load(voxels)); }
@@ -153,9 +150,6 @@ class IdealDilation3d {
       Vec::store(out + col, foldThree(v, rows.after + col));
     }
   }
-
-  std::size_t bytesOfRow() const { return static_cast<std::size_t>(m_nbCols) * sizeof(T); }
-  long countPrefetched() const { return std::min(static_cast<long>(bytesOfRow()), 1024L); }
 
   static constexpr T cLowest = std::numeric_limits<T>::lowest();
   ImagePointer m_input;

@@ -7,6 +7,7 @@
 #include "Core/private/Access/simd/AlignedAllocator.h"
 #include "Core/private/Access/simd/SimdVec.h"
 #include "Images.h"
+#include "RowCopies.h"
 #include "pxl/point_operations/LogicalOperation.h"
 #ifdef PXLWORKS_HAVE_OPENCV
 #include <opencv2/core.hpp>
@@ -73,7 +74,7 @@ class IdealXor {
           compute(from, cHasCopies ? copyIn(b + at, second.data(), border) : b + at, to, m_nbCols);
         else
           compute(from, to, m_nbCols);
-        if (cHasCopies) copyOut(to, out + at);
+        if (cHasCopies) copyRowOut(to, out + at, m_nbCols);
       }
     });
   }
@@ -94,22 +95,12 @@ class IdealXor {
     for (long col = 0; col < n; col += L) Vec::store(out + col, Vec::bitXor(Vec::load(a + col), value));
   }
 
-  // A copy, and a look at the beginning of the next row: without it the processor begins each row anew.
   T const* copyIn(T const* source, T* buffer, [[maybe_unused]] std::shared_ptr<long> const& border) const {
     std::shared_ptr<long> held;
     if constexpr (cRows == Rows::cCounted) held = border;
-    std::memcpy(buffer, source, static_cast<std::size_t>(m_nbCols) * sizeof(T));
-    for (long i = 0; i < countPrefetched(); i += 64)
-      __builtin_prefetch(reinterpret_cast<char const*>(source + m_nbCols) + i);
+    copyRowIn(source, buffer, m_nbCols);
     return buffer;
   }
-  void copyOut(T const* result, T* target) const {
-    std::memcpy(target, result, static_cast<std::size_t>(m_nbCols) * sizeof(T));
-    for (long i = 0; i < countPrefetched(); i += 64)
-      __builtin_prefetch(reinterpret_cast<char*>(target + m_nbCols) + i, 1);
-  }
-  long countPrefetched() const { return std::min(m_nbCols * static_cast<long>(sizeof(T)), 1024L); }
-
   Case m_case;
   long m_nbCols;
   long m_nbRows;

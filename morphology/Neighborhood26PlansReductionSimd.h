@@ -31,13 +31,10 @@ class Neighborhood26PlansReductionSimd : public RowMemos<T> {
     long const width = block.getNbCols(), height = block.getNbRows();
     unsigned long const nbCols = static_cast<unsigned long>(width), nbRows = static_cast<unsigned long>(height);
     auto [older, newer] = this->get(nbCols);
-    // The starts of the rows of each plan stand side by side, as the rows themselves lie all over the memory.
     std::vector<T const*> starts[3];
     auto const fetch = [&](unsigned long slot, long plan) {
-      auto const* const source =
-          inputPlans->fetchPlanInBlock(slot, nbCols + 2, nbRows + 2, block, -1, -1, plan, 0, 0);
-      starts[slot].resize(nbRows + 2);
-      for (unsigned long k = 0; k < nbRows + 2; ++k) starts[slot][k] = source->rows[k]->voxels.data();
+      inputPlans->fetchPlanInBlock(slot, nbCols + 2, nbRows + 2, block, -1, -1, plan, 0, 0)
+          ->listRowStarts(starts[slot]);
     };
     unsigned long before = 1, current = 2, after = 0;
     fetch(before, -1);

@@ -1,6 +1,7 @@
 #include "RunnerRefusal.h"
 
 #include <algorithm>
+#include <exception>
 #include <memory>
 #include <sstream>
 
@@ -163,8 +164,12 @@ std::string explainRefusal(BaseAlgorithm const& algorithm, std::vector<Runnable*
   if (level < cSSE41Level) {
     text << "; the processor's level " << level << " is below SSE4.1";
   } else {
-    Trial trial(algorithm, runners);
-    if (!explainBinary(trial, text)) explainType(trial, text);
+    try {
+      Trial trial(algorithm, runners);
+      if (!explainBinary(trial, text)) explainType(trial, text);
+    } catch (std::exception const&) {
+      // A runner that wants more of an image than a stand-in has: the refusal itself stays.
+    }
   }
   return text.str();
 }

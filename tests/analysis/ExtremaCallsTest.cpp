@@ -27,7 +27,7 @@ class ExtremaCalls : public ExtremaTest {
   void run(int mask) {
     algorithm.analysisDimensions = mask;
     probe.clear();
-    runOnThreads(1, [this] { getShippedRunner().run(&algorithm); });
+    withThreads(1, [this] { getShippedRunner().run(&algorithm); });
   }
 
   oracle::Random random{1401};
@@ -162,7 +162,7 @@ TEST_F(ExtremaCalls, EndWithTheRun) {
     EXPECT_EQ(probe.getTrace().size(), count);
     probe.clear();
   };
-  auto const execute = [this] { runOnThreads(16, [this] { algorithm.execute(); }); };
+  auto const execute = [this] { withThreads(16, [this] { algorithm.execute(); }); };
   execute();
   expectSilence();
   std::atomic<int> nbReads{0};

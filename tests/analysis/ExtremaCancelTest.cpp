@@ -25,7 +25,7 @@ class ExtremaCancel : public ExtremaTest {
  protected:
   ExtremaCancel() { probe.grains = {1000, 1, 1}; }
   void execute(int nbThreads) {
-    runOnThreads(nbThreads, [this] { algorithm.execute(); });
+    withThreads(nbThreads, [this] { algorithm.execute(); });
   }
   bool isReached(unsigned long plan) const {
     return !std::isnan(measure.minimum.getValue(plan, 0, 0)) && !std::isnan(measure.maximum.getValue(plan, 0, 0));
@@ -73,7 +73,7 @@ TEST_F(ExtremaCancel, AtAnyMomentLeavesRightCellsInTheirOrder) {
   int nbWrong = 0;
   Canceller canceller(algorithm);
   probe.onRead = [&canceller](Event const&) { canceller.onRead(); };
-  runOnThreads(2, [&] {
+  withThreads(2, [&] {
     for (int i = 1; i <= cNbRandomCancels; ++i) {
       canceller.beginRound(i, random, lengthOfRun);
       auto const start = std::chrono::steady_clock::now();
@@ -176,7 +176,7 @@ TEST_F(ExtremaCancel, ExceptionsOfWorkersKeepTypeAndText) {
     algorithm.inputImage = image.get();
     try {
       // On the arena of this very thread, so that it is the caller.
-      runOnThreads(nbThreads, [this] { algorithm.execute(); });
+      withThreads(nbThreads, [this] { algorithm.execute(); });
       ADD_FAILURE() << "nothing was thrown";
     } catch (pxl::RuleException const& error) {
       EXPECT_STREQ(error.what(), "the worker can't read");

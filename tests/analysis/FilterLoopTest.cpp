@@ -22,7 +22,7 @@ class FilterLoop : public testing::Test {
   // Region(rows, cols, plans, sequence, spectral).
   void run(Region const& region, int nbThreads = 1) {
     filter.setProcessingRegion(region);
-    runOnThreads(nbThreads, [this] { filter.run(); });
+    withThreads(nbThreads, [this] { filter.run(); });
   }
 
   pxl::instrument::Recorder probe;

@@ -72,7 +72,7 @@ TEST_F(FilterReduction, MakesAFunctorForASplitNotForABlock) {
   for (int nbThreads : {2, 16}) {
     log.nbMade = log.nbMerges = log.nbRuns = 0;
     functor.nbVoxels = 0;
-    runOnThreads(nbThreads, [this] { filter.run(); });
+    withThreads(nbThreads, [this] { filter.run(); });
     EXPECT_EQ(functor.nbVoxels, 40 * 50 * 6);
     EXPECT_LT(log.nbMade, log.nbRuns);
     EXPECT_EQ(log.nbMerges, log.nbMade);
@@ -95,7 +95,7 @@ TEST_F(FilterReduction, SplitsWhenThereAreWorkers) {
       if (isAlone) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
   };
-  runOnThreads(2, [this] { filter.run(); });
+  withThreads(2, [this] { filter.run(); });
   EXPECT_GE(threads.size(), 2U);
   EXPECT_GT(log.nbMade, 1);
   EXPECT_EQ(functor.nbVoxels, 40 * 50 * 6);
@@ -123,7 +123,7 @@ TEST_F(FilterReduction, StopsAtTheFlag) {
     log.onRun = [this](Block3d const&, pxl::BaseTbbAlgorithm& running) {
       if (log.nbRuns == 10) running.m_cancelled = true;
     };
-    EXPECT_THROW(runOnThreads(nbThreads, [&once] { once.run(); }), pxl::ExceptionCancelation);
+    EXPECT_THROW(withThreads(nbThreads, [&once] { once.run(); }), pxl::ExceptionCancelation);
     EXPECT_GE(log.nbRuns, 10);
     EXPECT_LT(once.m_progress, 40U * 50 * 6);
     EXPECT_EQ(log.nbLiving, 1);
@@ -135,7 +135,7 @@ TEST_F(FilterReduction, RunsInItsOwnTaskGroup) {
   log.onRun = [](Block3d const&, pxl::BaseTbbAlgorithm& running) {
     running.m_taskGroupContext.cancel_group_execution();
   };
-  EXPECT_NO_THROW(runOnThreads(1, [this] { filter.run(); }));
+  EXPECT_NO_THROW(withThreads(1, [this] { filter.run(); }));
   EXPECT_LT(functor.nbVoxels, 40 * 50 * 6);
   EXPECT_EQ(log.nbLiving, 1);
 }
@@ -147,7 +147,7 @@ TEST_F(FilterReduction, FailsWhenItWasCancelledBefore) {
     once.setProcessingRegion(filter.m_processingRegion);
     once.cancelExecution();
     log.nbRuns = 0;
-    EXPECT_THROW(runOnThreads(nbThreads, [&once] { once.run(); }), pxl::ExceptionCancelation);
+    EXPECT_THROW(withThreads(nbThreads, [&once] { once.run(); }), pxl::ExceptionCancelation);
     EXPECT_EQ(log.nbRuns, 0);
     EXPECT_EQ(once.m_progress, 0U);
   }
@@ -164,7 +164,7 @@ TEST_F(FilterReduction, PassesExceptionsOfFunctorsOnAndFreesEverything) {
         if (nbBefore++ == i) throw std::out_of_range("block " + std::to_string(i));
       };
       try {
-        runOnThreads(nbThreads, [&once] { once.run(); });
+        withThreads(nbThreads, [&once] { once.run(); });
         ADD_FAILURE() << "nothing was thrown";
       } catch (std::out_of_range const& error) {
         EXPECT_EQ(error.what(), "block " + std::to_string(i));

@@ -89,5 +89,10 @@ TEST_F(Refusal, TellsNoReasonThatItDoesNotKnow) {
   EXPECT_EQ(explain().find(';'), std::string::npos) << explain();
 }
 
+TEST_F(Refusal, StaysOneWhenARunnerWantsMoreOfAnImageThanItsDescription) {
+  ChoosyRunner const runner([](Dilation2d& asked) { return asked.inputImage.get()->getSource().size[0] == 0; });
+  EXPECT_TRUE(contains(explain(), "none of 1 registered runner(s) accepts inputImage of uint16 (binary)"));
+}
+
 }  // namespace
 }  // namespace host_test

@@ -51,6 +51,7 @@ struct FixedOffsets3D {
   template <class T>
   using Pointers = std::array<T const*, Tag::cOffsets.size()>;
   static constexpr auto const& get() { return Tag::cOffsets; }
+  static constexpr NeighborhoodReach3D getReach() { return {}; }
 };
 
 /** A list of offsets. */
@@ -58,6 +59,7 @@ struct ListedOffsets3D {
   template <class T>
   using Pointers = std::vector<T const*>;
   std::vector<kernel::Offset3D> const& get() const { return list; }
+  NeighborhoodReach3D getReach() const;
   std::vector<kernel::Offset3D> list;
 };
 
@@ -92,8 +94,9 @@ class NeighborhoodWalk3D : private Noncopyable {
   typename Offsets::template Pointers<typename V::VoxelType> neighbours{};
 
  protected:
-  NeighborhoodWalk3D(std::shared_ptr<V const> inputView, Offsets offsetList, NeighborhoodReach3D const& reach);
+  NeighborhoodWalk3D(std::shared_ptr<V const> inputView, Offsets offsetList);
 
+  Offsets m_offsets;
   NeighborhoodReach3D m_reach;
 
  private:
@@ -107,7 +110,6 @@ class NeighborhoodWalk3D : private Noncopyable {
   void pointToRowStart();
 
   std::shared_ptr<V const> m_view;
-  Offsets m_offsets;
   std::shared_ptr<PlanCacheRead<V, typename V::Allocator>> m_cache;
   Block3d m_block;
   std::vector<RingPlan> m_ring;  ///< lowest plan first
@@ -117,7 +119,7 @@ template <class V, long L, class Tag>
 class FixedNeighborhood3D : public NeighborhoodWalk3D<V, L, FixedOffsets3D<Tag>> {
  public:
   FixedNeighborhood3D(std::shared_ptr<V const> inputView, NoDataType)
-      : FixedNeighborhood3D::NeighborhoodWalk3D(std::move(inputView), {}, NeighborhoodReach3D()) {}
+      : FixedNeighborhood3D::NeighborhoodWalk3D(std::move(inputView), {}) {}
 };
 
 template <class V, long L>
@@ -129,7 +131,9 @@ template <class V, long L>
 class IteratorNeighborhood3D_Gen : public NeighborhoodWalk3D<V, L, ListedOffsets3D> {
  public:
   /** The list must not be empty. */
-  IteratorNeighborhood3D_Gen(std::shared_ptr<V const> inputView, std::vector<kernel::Offset3D> offsetList);
+  IteratorNeighborhood3D_Gen(std::shared_ptr<V const> inputView, std::vector<kernel::Offset3D> offsetList)
+      : IteratorNeighborhood3D_Gen::NeighborhoodWalk3D(std::move(inputView), ListedOffsets3D{std::move(offsetList)}) {
+  }
 
   /** How far the list reaches in each direction; 0 towards a side on which nothing lies. */
   AlgoBorderInfluence getBorderInfluence() const;

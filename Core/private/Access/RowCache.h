@@ -33,6 +33,12 @@ class RowCacheRead : private Noncopyable {
   Row* fetchRowInBlock(unsigned long slot, unsigned long nbVoxels, AnyBlock const& block, long colOffset,
                        long rowOffset, long planOffset, long sequenceOffset, long spectralOffset) const;
 
+  /** The addresses of the first voxels of all rows in use, side by side: the rows lie all over the memory. */
+  void listRowStarts(std::vector<typename V::VoxelType const*>& starts) const {
+    starts.resize(nbRowsInUse);
+    for (unsigned long i = 0; i < nbRowsInUse; ++i) starts[i] = rows[i]->voxels.data();
+  }
+
   std::vector<std::shared_ptr<Row>> rows;
   unsigned long nbRowsInUse;
   V const* const view;

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <tbb/global_control.h>
-#include <tbb/task_arena.h>
-
 #include <memory>
 #include <string>
 
 #include "instrument/Recorder.h"
+#include "instrument/Threads.h"
 #include "oracle/HostImages.h"
 #include "oracle/Oracle.h"
 #include "pxl/AlgoInfo.h"
@@ -16,15 +14,8 @@
 
 namespace analysis_test {
 
+using pxl::instrument::withThreads;
 using Grains = pxl::AbstractPartitionerPolicy::PartitionerGrainSizes;
-
-/** Runs `work` on an arena of this many threads, more than the machine has if need be. */
-template <class Work>
-void runOnThreads(int nbThreads, Work&& work) {
-  static tbb::global_control const control(tbb::global_control::max_allowed_parallelism, 16);
-  tbb::task_arena arena(nbThreads);
-  arena.execute(work);
-}
 
 /** The runner of the shipped plug-in. */
 inline pxl::Runnable& getShippedRunner() {
@@ -44,7 +35,7 @@ class ExtremaTest : public testing::Test {
   void measureImage(pxl::ImageModel const& image, int mask, int nbThreads = 2) {
     algorithm.inputImage = &image;
     algorithm.analysisDimensions = mask;
-    runOnThreads(nbThreads, [this] { algorithm.execute(); });
+    withThreads(nbThreads, [this] { algorithm.execute(); });
   }
 
   void expectMeasured(oracle::Extrema const& expected, std::string const& what = {}) const {

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <tbb/global_control.h>
-#include <tbb/task_arena.h>
-
 #include <memory>
 
 #include "instrument/Recorder.h"
+#include "instrument/Threads.h"
 #include "oracle/HostImages.h"
 #include "oracle/VoxelTypeTests.h"
 #include "pxl/Plugins.h"
@@ -16,6 +14,7 @@ namespace morphology_test {
 
 using oracle::Five;
 using oracle::Operation;
+using pxl::instrument::withThreads;
 
 /** How a run is done; the voxels may not depend on it. */
 struct Way {
@@ -90,15 +89,6 @@ testing::AssertionResult areEqual(oracle::Image<T> const& result, oracle::Image<
       return testing::AssertionFailure()
              << "voxel " << i << " is " << +result.voxels[i] << " and should be " << +expected.voxels[i];
   return testing::AssertionSuccess();
-}
-
-/** Runs a function in an arena of so many threads. */
-template <class Function>
-void withThreads(int nbThreads, Function&& function) {
-  tbb::global_control const limit(tbb::global_control::max_allowed_parallelism,
-                                  static_cast<unsigned long>(nbThreads) + 1);
-  tbb::task_arena arena(nbThreads);
-  arena.execute(function);
 }
 
 }  // namespace morphology_test

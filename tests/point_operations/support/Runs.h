@@ -1,9 +1,7 @@
 #pragma once
 
-#include <tbb/global_control.h>
-#include <tbb/task_arena.h>
-
 #include "instrument/Recorder.h"
+#include "instrument/Threads.h"
 #include "oracle/HostImages.h"
 #include "oracle/VoxelTypeTests.h"
 #include "pxl/Exception.h"
@@ -14,6 +12,7 @@
 namespace point_test {
 
 using oracle::Five;
+using pxl::instrument::withThreads;
 using pxl::point_operations::LogicalOperationWithImage;
 using pxl::point_operations::LogicalOperationWithValue;
 
@@ -22,15 +21,6 @@ class PluginTest : public testing::Test {
  protected:
   static void SetUpTestSuite() { pxl::plugins::load(PXLWORKS_PLUGIN_PATH); }
 };
-
-/** Runs a function in an arena of so many threads. */
-template <class Function>
-void withThreads(int nbThreads, Function&& function) {
-  tbb::global_control const limit(tbb::global_control::max_allowed_parallelism,
-                                  static_cast<unsigned long>(nbThreads) + 1);
-  tbb::task_arena arena(nbThreads);
-  arena.execute(function);
-}
 
 inline void runWithImage(int operation, pxl::ImageModel const* a, pxl::ImageModel const* b, pxl::ImageModel* output) {
   LogicalOperationWithImage algorithm;

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <tbb/global_control.h>
+#include <tbb/task_arena.h>
+
+#include <utility>
+
+namespace pxl::instrument {
+
+/** Runs a function in an arena of so many threads, up to 16, more than the machine has if need be. */
+template <class Function>
+void withThreads(int nbThreads, Function&& function) {
+  // For the whole process: workers that come and go with each call would often be missing.
+  static tbb::global_control const limit(tbb::global_control::max_allowed_parallelism, 16);
+  tbb::task_arena arena(nbThreads);
+  arena.execute(std::forward<Function>(function));
+}
+
+}  // namespace pxl::instrument
