@@ -25,20 +25,42 @@ void foldBlock(AnyBlock const& block, RecursiveImageContext<In, Out, Arch, Direc
   }
 }
 
-/** Folds a functor over the vectors at a list of pointers, for each vector of a row, in the order of the list. */
+/**
+ * Folds a functor over the vectors at a list of pointers, for each vector of a row, in the order of the list. One
+ * walk over the list serves several vectors, so that a pointer is loaded once for all of them.
+ */
 template <class Functor>
 struct ListFold {
   template <class T>
   [[gnu::noinline]] static void computeRow(T const* const* neighbours, unsigned long nbNeighbours, T* out,
                                            long nbVoxels) {
-    using Vec = SimdVec::Simd<T>;
+    constexpr long L = SimdVec::Simd<T>::cNbLanes;
     T const* const* const end = neighbours + nbNeighbours;
-    for (long col = 0; col < nbVoxels; col += Vec::cNbLanes) {
-      auto v = Vec::load(*neighbours + col);
-      for (T const* const* neighbour = neighbours + 1; neighbour != end; ++neighbour)
-        v = Functor::template apply<T>(v, Vec::load(*neighbour + col));
-      Vec::store(out + col, v);
+    long col = 0;
+    for (; col + 8 * L <= nbVoxels; col += 8 * L) foldVectors<8>(neighbours, end, col, out);
+    if (col + 4 * L <= nbVoxels) {
+      foldVectors<4>(neighbours, end, col, out);
+      col += 4 * L;
     }
+    for (; col < nbVoxels; col += L) foldVectors<1>(neighbours, end, col, out);
+  }
+
+ private:
+  template <int Count, class T>
+  [[gnu::always_inline]] static void foldVectors(T const* const* neighbour, T const* const* end, long col, T* out) {
+    using Vec = SimdVec::Simd<T>;
+    constexpr long L = Vec::cNbLanes;
+    typename Vec::Vector vectors[Count];
+    T const* voxels = *neighbour + col;
+#pragma GCC unroll 8
+    for (int i = 0; i < Count; ++i) vectors[i] = Vec::load(voxels + i * L);
+    while (++neighbour != end) {
+      voxels = *neighbour + col;
+#pragma GCC unroll 8
+      for (int i = 0; i < Count; ++i) vectors[i] = Functor::template apply<T>(vectors[i], Vec::load(voxels + i * L));
+    }
+#pragma GCC unroll 8
+    for (int i = 0; i < Count; ++i) Vec::store(out + col + i * L, vectors[i]);
   }
 };
 

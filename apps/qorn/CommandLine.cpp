@@ -148,6 +148,8 @@ Command parseCommandLine(int argc, char const* const* argv) {
   RunTexts runTexts;
   OperatorsCommand operators;
   InfoCommand info;
+  ElementCommand element;
+  std::vector<std::string> elementTexts;
 
   CLI::App* const runApp = app.add_subcommand("run", "run an operator on images and print what it measures");
   addRun(*runApp, run, runTexts);
@@ -162,6 +164,16 @@ Command parseCommandLine(int argc, char const* const* argv) {
   infoApp->add_option("IMAGE", info.images, "files of type .npy, .tif, .tiff, .png, .nii or .nii.gz")->required();
   infoApp->add_flag("--json", info.isJson, "print JSON");
 
+  CLI::App* const elementApp =
+      app.add_subcommand("element", "show the structuring element of a morphological operator, found by running it");
+  elementApp->add_option("OPERATOR", element.operatorName, "a dilation or an erosion")->required();
+  elementApp->add_option("PROPERTY", elementTexts, "properties as name=value");
+  elementApp
+      ->add_option("--output", element.output, "save the element as a mask of 0 and 1, the voxel itself amid it")
+      ->type_name("FILE");
+  elementApp->add_flag("!--no-clobber", element.isReplacing, "refuse to replace an existing output file");
+  addPluginOption(*elementApp, element.plugins);
+
   if (argc < 2) return TextCommand{app.help(), true};
   try {
     app.parse(argc, argv);
@@ -175,6 +187,14 @@ Command parseCommandLine(int argc, char const* const* argv) {
   }
   if (operatorsApp->parsed()) return operators;
   if (infoApp->parsed()) return info;
+  if (elementApp->parsed()) {
+    for (std::string const& text : elementTexts) {
+      auto assignment = splitAssignment(text);
+      if (!assignment) throw UsageError(text, "name=value is wanted");
+      element.properties.push_back(std::move(*assignment));
+    }
+    return element;
+  }
   if (!runApp->parsed()) throw UsageError("command line", "a command is missing");
   finishRun(run, runTexts);
   return run;

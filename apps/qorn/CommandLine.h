@@ -43,13 +43,22 @@ struct InfoCommand {
   bool isJson = false;
 };
 
+/** qorn element OPERATOR [name=value ...] */
+struct ElementCommand {
+  std::string operatorName;
+  std::vector<std::pair<std::string, std::string>> properties;
+  std::vector<std::string> plugins;
+  std::string output;  ///< a file for the mask; empty: the element is drawn
+  bool isReplacing = true;
+};
+
 /** A text that was asked for, such as the help. */
 struct TextCommand {
   std::string text;
   bool isError = false;  ///< shown because the command line is empty
 };
 
-using Command = std::variant<RunCommand, OperatorsCommand, InfoCommand, TextCommand>;
+using Command = std::variant<RunCommand, OperatorsCommand, InfoCommand, ElementCommand, TextCommand>;
 
 /** @throws UsageError */
 Command parseCommandLine(int argc, char const* const* argv);

@@ -9,6 +9,7 @@ namespace qorn {
 ExitCodes execute(RunCommand const& command);
 ExitCodes execute(OperatorsCommand const& command);
 ExitCodes execute(InfoCommand const& command);
+ExitCodes execute(ElementCommand const& command);
 ExitCodes execute(TextCommand const& command);
 
 }  // namespace qorn

@@ -110,4 +110,15 @@ void setProperties(pxl::BaseAlgorithm& algorithm, std::vector<std::pair<std::str
   }
 }
 
+void checkValues(pxl::BaseAlgorithm const& algorithm) {
+  if (pxl::String const objection = algorithm.getObjection(); !objection.empty()) {
+    throw UsageError(algorithm.getAlgoInfo()->getName(), objection.str());
+  }
+}
+
+void checkIsOffered(pxl::BaseAlgorithm const& algorithm) {
+  pxl::AlgoInfo const& record = *algorithm.getAlgoInfo();
+  if (record.getRunners().empty()) throw ProgramError(cFailed, record.getName(), "no plug-in offers it");
+}
+
 }  // namespace qorn

@@ -33,4 +33,10 @@ std::size_t countProperties(pxl::BaseAlgorithm const& algorithm, pxl::PropertyKi
  */
 void setProperties(pxl::BaseAlgorithm& algorithm, std::vector<std::pair<std::string, std::string>> const& values);
 
+/** @throws UsageError the algorithm objects to its values */
+void checkValues(pxl::BaseAlgorithm const& algorithm);
+
+/** @throws ProgramError no plug-in offers the operator; asked before any file is touched */
+void checkIsOffered(pxl::BaseAlgorithm const& algorithm);
+
 }  // namespace qorn

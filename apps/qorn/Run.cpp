@@ -4,7 +4,6 @@
 #include <optional>
 #include <vector>
 
-#include "pxl/Exception.h"
 #include "pxl/Settings.h"
 #include "pxl/analysis/IntensityExtremaMsr.h"
 #include "qorn/Commands.h"
@@ -36,12 +35,6 @@ void checkOutputOptions(pxl::BaseAlgorithm const& algorithm, RunCommand const& c
                              : !command.isReplacing ? "--no-clobber"
                                                     : nullptr;
   if (option != nullptr) throw UsageError(option, command.operatorName + " has no output image");
-}
-
-/** What can't be run is refused before any file is touched. */
-void checkIsOffered(pxl::BaseAlgorithm const& algorithm) {
-  pxl::AlgoInfo const& record = *algorithm.getAlgoInfo();
-  if (record.getRunners().empty()) throw ProgramError(cFailed, record.getName(), "no plug-in offers it");
 }
 
 /** The images of a run, in the order of the operator's properties. */
@@ -79,23 +72,6 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
   return images;
 }
 
-void executeNamed(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
-  std::string const& name = command.operatorName;
-  try {
-    executeSupervised(algorithm, name, command.isQuiet);
-  } catch (pxl::ExceptionCancelation const&) {
-    throw ProgramError(cCancelled, name, "cancelled");
-  } catch (std::bad_alloc const&) {
-    throw ProgramError(cFailed, name, "not enough memory");
-  } catch (std::exception const& error) {
-    // The host's own messages begin with the operator's name already.
-    std::string text = error.what();
-    std::string const prefix = name + ": ";
-    if (text.compare(0, prefix.size(), prefix) == 0) text.erase(0, prefix.size());
-    throw ProgramError(cFailed, name, text);
-  }
-}
-
 /** What the first input says of its values. */
 std::optional<io::ValueScale> getScale(RunImages const& images) {
   return images.inputs.empty() ? std::nullopt : images.inputs.front().header.scale;
@@ -108,6 +84,7 @@ ExitCodes execute(RunCommand const& command) {
   setProperties(*algorithm, command.properties);
   checkNbImages(*algorithm, command.images.size());
   checkOutputOptions(*algorithm, command);
+  checkValues(*algorithm);
   for (auto const& [name, value] : command.settings) pxl::globalSettings().setValue(name, value);
   if (command.maxExtraMemory) algorithm->setMaximumExtraMemoryUsageInBytes(*command.maxExtraMemory);
   loadPlugins(command.plugins);
@@ -123,7 +100,7 @@ ExitCodes execute(RunCommand const& command) {
     dynamic_cast<pxl::Property<pxl::analysis::IntensityExtremaMsr*>&>(*property).set(&measure);
     hasMeasure = true;
   }
-  executeNamed(*algorithm, command);
+  executeNamed(*algorithm, command.isQuiet);
   if (images.output) images.output->save();
   // After all that may fail with a line of its own.
   if (pxl::String const notice = algorithm->getNotice(); !notice.empty()) {

@@ -8,7 +8,11 @@
 #include <csignal>
 #include <cstdio>
 #include <future>
+#include <new>
 
+#include "pxl/AlgoInfo.h"
+#include "pxl/Exception.h"
+#include "qorn/Errors.h"
 #include "qorn/StandardOutput.h"
 
 namespace qorn {
@@ -88,6 +92,23 @@ void executeSupervised(pxl::BaseAlgorithm& algorithm, std::string const& name, b
     }
   }
   run.get();
+}
+
+void executeNamed(pxl::BaseAlgorithm& algorithm, bool isQuiet) {
+  std::string const name = algorithm.getAlgoInfo()->getName();
+  try {
+    executeSupervised(algorithm, name, isQuiet);
+  } catch (pxl::ExceptionCancelation const&) {
+    throw ProgramError(cCancelled, name, "cancelled");
+  } catch (std::bad_alloc const&) {
+    throw ProgramError(cFailed, name, "not enough memory");
+  } catch (std::exception const& error) {
+    // The host's own messages begin with the operator's name already.
+    std::string text = error.what();
+    std::string const prefix = name + ": ";
+    if (text.compare(0, prefix.size(), prefix) == 0) text.erase(0, prefix.size());
+    throw ProgramError(cFailed, name, text);
+  }
 }
 
 }  // namespace qorn

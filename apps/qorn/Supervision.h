@@ -14,4 +14,7 @@ namespace qorn {
  */
 void executeSupervised(pxl::BaseAlgorithm& algorithm, std::string const& name, bool isQuiet);
 
+/** The same; whatever the run throws becomes a ProgramError that names the operator. */
+void executeNamed(pxl::BaseAlgorithm& algorithm, bool isQuiet);
+
 }  // namespace qorn

@@ -3,6 +3,7 @@
 #include <tbb/parallel_for.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <mutex>
 
@@ -97,6 +98,14 @@ bool BaseAlgorithm::hasProcessingRegion() const { return m_hasProcessingRegion; 
 access::Region const& BaseAlgorithm::getProcessingRegion() const { return m_processingRegion; }
 
 String BaseAlgorithm::getNotice() const { return String(); }
+
+String BaseAlgorithm::getObjection() const {
+  for (PropertyBase const* property : m_properties)
+    if (property->getKind() == PropertyKinds::cReal &&
+        !std::isfinite(static_cast<Property<double> const*>(property)->get()))
+      return std::string(property->getName()) + " isn't finite";
+  return String();
+}
 
 bool BaseAlgorithm::hasPropertyImageOnDisk() const {
   bool isOnDisk = false;

@@ -1,7 +1,9 @@
 #include "instrument/Instrument.h"
 #include "pxl/AlgoInfo.h"
+#include "pxl/Exception.h"
 #include "pxl/analysis/IntensityExtrema.h"
 #include "pxl/filtering/linear/FiniteImpulseResponseFilter.h"
+#include "pxl/kernel/StructuringElements.h"
 #include "pxl/morphology/Morphology.h"
 #include "pxl/point_operations/LogicalOperation.h"
 
@@ -50,6 +52,18 @@ namespace {
 
 constexpr char cNeighborhood2d[] = "0 the 4 neighbours, else all 8";
 constexpr char cNeighborhood3d[] = "0 the 6 neighbours, 1 the 18, else all 26";
+constexpr unsigned int cMaxRadius = 2147483647;
+
+// Why an element can't be made; nothing of the size of such an element is computed for that.
+template <class Generate>
+String explainRefusal(Generate const& generate) {
+  try {
+    generate();
+  } catch (InvalidCall const& refusal) {
+    return refusal.what();
+  }
+  return String();
+}
 
 }  // namespace
 
@@ -61,8 +75,22 @@ String IteratedMorphology::getNotice() const {
 }
 RadiusMorphology::RadiusMorphology() = default;
 RadiusMorphology::~RadiusMorphology() = default;
+String RadiusMorphology::getNotice() const {
+  return shapeMode == 0 && radius == 0U ? "the fast shape with radius 0 leaves the output image as it is" : "";
+}
+String RadiusMorphology::getObjection() const {
+  if (radius <= cMaxRadius) return BaseAlgorithm::getObjection();
+  if (shapeMode == 0) return "a radius is at most 2147483647";
+  if (getAlgoInfo()->getWorkingDimension() == cVolume)
+    return explainRefusal([this] { kernel::generateSphereOffset3DCollection(radius.get()); });
+  return explainRefusal([this] { kernel::generateDiskOffset2DCollection(radius.get()); });
+}
 OrientedDiskMorphology::OrientedDiskMorphology() = default;
 OrientedDiskMorphology::~OrientedDiskMorphology() = default;
+String OrientedDiskMorphology::getObjection() const {
+  if (radius <= cMaxRadius || !BaseAlgorithm::getObjection().empty()) return BaseAlgorithm::getObjection();
+  return explainRefusal([this] { kernel::generateDiskOffset3DCollection(secondAngle, firstAngle, radius.get()); });
+}
 Line2dMorphology::Line2dMorphology() = default;
 Line2dMorphology::~Line2dMorphology() = default;
 Line3dMorphology::Line3dMorphology() = default;

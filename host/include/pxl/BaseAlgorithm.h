@@ -34,7 +34,7 @@ class PXL_API BaseAlgorithm : private Noncopyable {
    * (the earliest on ties) and runs it.
    *
    * @throws InvalidCall          images missing, of different sizes, overlapping in part, output not writable, a
-   *                              region beyond the image, or a run going on
+   *                              region beyond the image, an objection, or a run going on
    * @throws RuntimeError         no runner accepts; the text says why as far as it can be told
    * @throws ExceptionCancelation the run was cancelled; an output image then holds what was written so far
    * Everything a runner throws comes through unchanged.
@@ -58,6 +58,12 @@ class PXL_API BaseAlgorithm : private Noncopyable {
    * for a program to show, empty if there is nothing.
    */
   virtual String getNotice() const;
+
+  /**
+   * Why a run with the present property values is refused; one line, which execute() throws as InvalidCall, empty if
+   * there is nothing. Here: a real number that isn't finite.
+   */
+  virtual String getObjection() const;
 
   /** Whether any image property lives on disk, also through proxies and adapters. */
   bool hasPropertyImageOnDisk() const;

@@ -35,8 +35,11 @@ class PXL_API RadiusMorphology : public BaseAlgorithm {
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
   Property<unsigned int> radius{*this, "radius", 1, "radius in voxels"};
   Property<int> shapeMode{*this, "shapeMode", 0,
-                          "0 the exact shape, else a fast polygon; fast with radius 0 leaves the output untouched"};
+                          "0 a fast polygon, else the exact shape; fast with radius 0 leaves the output untouched"};
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
+
+  String getNotice() const override;
+  String getObjection() const override;
 
  protected:
   RadiusMorphology();
@@ -52,6 +55,8 @@ class PXL_API OrientedDiskMorphology : public BaseAlgorithm {
   Property<double> secondAngle{*this, "secondAngle", 0.0, "elevation of the disk's normal out of the plan, degrees"};
   Property<unsigned int> radius{*this, "radius", 1, "radius in voxels"};
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
+
+  String getObjection() const override;
 
  protected:
   OrientedDiskMorphology();

@@ -1,0 +1,169 @@
+#include "qorn/Element.h"
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+
+#include "pxl/AlgoInfo.h"
+#include "pxl/Image.h"
+#include "pxl/Property.h"
+#include "qorn/Commands.h"
+#include "qorn/Operators.h"
+#include "qorn/StandardOutput.h"
+#include "qorn/Supervision.h"
+#include "qorn/io/OutputImage.h"
+
+namespace qorn {
+namespace {
+
+constexpr unsigned long cMaxProbedVoxels = 1ul << 28;
+constexpr unsigned long cMaxDrawnColumns = 81;
+constexpr unsigned long cMaxDrawnRows = 1000;
+
+Element makeElement(std::array<unsigned long, 3> const& reach) {
+  Element element{reach, {}};
+  element.mask.resize(element.getSize(0) * element.getSize(1) * element.getSize(2));
+  return element;
+}
+
+unsigned long countVoxels(Element const& element) {
+  return static_cast<unsigned long>(std::count(element.mask.begin(), element.mask.end(), 1));
+}
+
+/** Which voxels of an image a single voxel that differs from the background reaches. */
+Element probe(pxl::BaseAlgorithm& algorithm, std::array<unsigned long, 3> const& reach, unsigned char background) {
+  Element element = makeElement(reach);
+  if (element.mask.size() > cMaxProbedVoxels) {
+    throw ProgramError(cFailed, algorithm.getAlgoInfo()->getName(), "the element is too large to be shown");
+  }
+  pxl::ImageSizes const sizes{element.getSize(0), element.getSize(1), element.getSize(2), 1, 1};
+  auto const input = pxl::Image::New(pxl::cUnsignedInteger8, sizes);
+  auto const output = pxl::Image::New(pxl::cUnsignedInteger8, sizes);
+  std::size_t const count = element.mask.size();
+  auto* const voxels = static_cast<unsigned char*>(input->getVoxels());
+  auto* const result = static_cast<unsigned char*>(output->getVoxels());
+  std::memset(voxels, background, count);
+  std::memset(result, background, count);
+  voxels[count / 2] = static_cast<unsigned char>(~background);
+  dynamic_cast<pxl::Property<pxl::ImageModel const*>&>(*algorithm.findProperty("inputImage")).set(input.get());
+  dynamic_cast<pxl::Property<pxl::ImageModel*>&>(*algorithm.findProperty("outputImage")).set(output.get());
+  executeNamed(algorithm, true);
+  // A voxel reads the one that differs where that one lies within its element: the answer is the element mirrored.
+  for (std::size_t i = 0; i < count; ++i) element.mask[count - 1 - i] = result[i] != background;
+  return element;
+}
+
+/** How far the element reaches along each axis. */
+std::array<unsigned long, 3> measure(Element const& element) {
+  std::array<unsigned long, 3> reach{};
+  std::size_t i = 0;
+  auto const distance = [&element](unsigned long at, std::size_t axis) {
+    return at < element.reach[axis] ? element.reach[axis] - at : at - element.reach[axis];
+  };
+  for (unsigned long plan = 0; plan < element.getSize(2); ++plan) {
+    for (unsigned long row = 0; row < element.getSize(1); ++row) {
+      for (unsigned long col = 0; col < element.getSize(0); ++col, ++i) {
+        if (element.mask[i] == 0) continue;
+        reach[0] = std::max(reach[0], distance(col, 0));
+        reach[1] = std::max(reach[1], distance(row, 1));
+        reach[2] = std::max(reach[2], distance(plan, 2));
+      }
+    }
+  }
+  return reach;
+}
+
+Element crop(Element const& element, std::array<unsigned long, 3> const& reach) {
+  Element cropped = makeElement(reach);
+  auto* target = cropped.mask.data();
+  for (unsigned long plan = 0; plan < cropped.getSize(2); ++plan) {
+    for (unsigned long row = 0; row < cropped.getSize(1); ++row, target += cropped.getSize(0)) {
+      unsigned long const sourceRow =
+          (element.reach[2] - reach[2] + plan) * element.getSize(1) + element.reach[1] - reach[1] + row;
+      std::memcpy(target, element.mask.data() + sourceRow * element.getSize(0) + element.reach[0] - reach[0],
+                  cropped.getSize(0));
+    }
+  }
+  return cropped;
+}
+
+std::string describe(Element const& element) {
+  std::string text = std::to_string(countVoxels(element)) + " voxels in " + std::to_string(element.getSize(0)) +
+                     " columns x " + std::to_string(element.getSize(1)) + " rows";
+  return element.reach[2] == 0 ? text : text + " x " + std::to_string(element.getSize(2)) + " plans";
+}
+
+}  // namespace
+
+Element findElement(pxl::BaseAlgorithm& algorithm) {
+  bool const isVolume = algorithm.getAlgoInfo()->getWorkingDimension() == pxl::WorkingDimension::cVolume;
+  std::array<unsigned long, 3> reach{4, 4, isVolume ? 4ul : 0ul};
+  // An erosion removes a single bright voxel and widens a dark one. Every element holds the voxel itself.
+  unsigned char background = 0;
+  if (countVoxels(probe(algorithm, reach, background)) == 0) background = 255;
+  while (true) {
+    Element const element = probe(algorithm, reach, background);
+    std::array<unsigned long, 3> const found = measure(element);
+    bool isWhole = true;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      if (found[axis] < reach[axis] || reach[axis] == 0) continue;
+      reach[axis] *= 2;
+      isWhole = false;
+    }
+    if (isWhole) return crop(element, found);
+  }
+}
+
+std::string drawElement(Element const& element) {
+  if (element.getSize(0) > cMaxDrawnColumns || element.getSize(1) * element.getSize(2) > cMaxDrawnRows) {
+    return "too large to be drawn; --output saves it\n";
+  }
+  std::string text;
+  std::size_t i = 0;
+  for (unsigned long plan = 0; plan < element.getSize(2); ++plan) {
+    if (element.reach[2] > 0) {
+      text += "plan " + std::to_string(static_cast<long>(plan) - static_cast<long>(element.reach[2])) + "\n";
+    }
+    for (unsigned long row = 0; row < element.getSize(1); ++row) {
+      for (unsigned long col = 0; col < element.getSize(0); ++col, ++i) {
+        bool const isVoxelItself = i == element.mask.size() / 2;
+        if (col > 0) text += ' ';
+        text += element.mask[i] != 0 ? (isVoxelItself ? 'O' : '#') : (isVoxelItself ? 'o' : '.');
+      }
+      text += '\n';
+    }
+  }
+  return text;
+}
+
+ExitCodes execute(ElementCommand const& command) {
+  pxl::AlgoInfo const& record = findOperator(command.operatorName);
+  if (record.getSubject() != std::string("morphology")) {
+    throw UsageError(command.operatorName, "has no structuring element");
+  }
+  std::unique_ptr<pxl::BaseAlgorithm> const algorithm = record.create();
+  setProperties(*algorithm, command.properties);
+  checkValues(*algorithm);
+  loadPlugins(command.plugins);
+  checkIsOffered(*algorithm);
+  Element const element = findElement(*algorithm);
+  if (!command.output.empty()) {
+    bool const isVolume = record.getWorkingDimension() == pxl::WorkingDimension::cVolume;
+    io::ImageHeader const header{"npy",
+                                 pxl::cUnsignedInteger8,
+                                 {element.getSize(0), element.getSize(1), element.getSize(2), 1, 1},
+                                 isVolume ? 3 : 2,
+                                 false};
+    io::OutputImage mask(command.output, header, {false, command.isReplacing});
+    std::memcpy(mask.getImage()->getVoxels(), element.mask.data(), element.mask.size());
+    mask.save();
+  }
+  writeOutput(command.operatorName + ": " + describe(element) + "\n" +
+              (command.output.empty() ? drawElement(element) : std::string()));
+  if (pxl::String const notice = algorithm->getNotice(); !notice.empty()) {
+    writeErrorLine(command.operatorName + ": " + notice.str());
+  }
+  return cDone;
+}
+
+}  // namespace qorn

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "morphology/Neighborhood26PlansReductionSimd.h"
+#include "morphology/Neighborhood3dToValueSimd.h"
+#include "morphology/RunRecursive.h"
+#include "pxl/algorithms/AbstractPrivateImplementation.h"
+
+namespace pxl::morphology::details {
+
+/**
+ * Dilation or erosion of a volume by a polyhedron, in `radius` passes: six tenths of them with the six neighbours
+ * across a face, three tenths with 18 neighbours, the rest with all 26, in this order. It reaches `radius` voxels
+ * along the axes. With radius 0 the output stays untouched. See Soille, Morphological Image Analysis, 2003, on the
+ * decomposition of structuring elements.
+ */
+template <class Functor, class Arch, class T>
+void FastMorphoBall3DSimd(BaseAlgorithm* algorithm, ImageModel const* input, unsigned int radius,
+                          ImageModel* output) {
+  double const real = radius;
+  int const nbFaces = static_cast<int>(0.6 * real);
+  int const nbEdges = static_cast<int>(real * 0.3);
+  unsigned int const nbCubes = radius - static_cast<unsigned int>(nbFaces + nbEdges);
+  algorithms::AbstractPrivateImplementation parent(algorithm);
+  parent.setNumberOfSteps(1UL + (nbFaces != 0) + (nbEdges != 0));
+  if (nbFaces != 0) {
+    Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_6Tag, access::NoDataType> faces;
+    runStage<Filter3dTag, Functor, T>(parent, faces, input, output, static_cast<unsigned int>(nbFaces));
+  }
+  if (nbEdges != 0) {
+    Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_18Tag, access::NoDataType> edges;
+    runStage<Filter3dTag, Functor, T>(parent, edges, nbFaces != 0 ? output : input, output,
+                                      static_cast<unsigned int>(nbEdges));
+  }
+  Neighborhood26PlansReductionSimd<Functor, T, Arch> cube;
+  runStage<Filter3dTag, Functor, T>(parent, cube, nbFaces > 0 || nbEdges > 0 ? output : input, output, nbCubes);
+}
+
+}  // namespace pxl::morphology::details
