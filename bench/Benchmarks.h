@@ -7,5 +7,6 @@ void addIntensityExtrema();
 void addLogical();
 void addMorphology2d();
 void addMorphology3d();
+void addShapes();
 
 }  // namespace bench

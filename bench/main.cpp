@@ -12,6 +12,7 @@ int main(int argc, char** argv) {
   bench::addLogical();
   bench::addMorphology2d();
   bench::addMorphology3d();
+  bench::addShapes();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();

@@ -1,0 +1,220 @@
+#include <string>
+
+#include "Benchmarks.h"
+#include "IdealDilation2d.h"
+#include "IdealList.h"
+#include "Images.h"
+#include "pxl/kernel/StructuringElements.h"
+#include "pxl/morphology/Morphology.h"
+#ifdef PXLWORKS_HAVE_OPENCV
+#include <opencv2/imgproc.hpp>
+#endif
+#ifdef PXLWORKS_HAVE_CIMG
+#define cimg_display 0
+#define cimg_OS 1
+#include <CImg.h>
+#endif
+
+namespace bench {
+namespace {
+
+using pxl::ImageSizes;
+using pxl::kernel::Offset2D;
+using pxl::kernel::Offset3D;
+
+/** A shape of one of the operators; `voxels` is its element. */
+struct Shape {
+  std::string name;
+  std::function<std::unique_ptr<pxl::BaseAlgorithm>(pxl::Image const&, pxl::Image&)> make;
+  std::vector<Offset3D> voxels;
+  unsigned int nbPasses = 1;
+};
+
+template <class Algorithm>
+std::unique_ptr<Algorithm> makeAlgorithm(pxl::Image const& input, pxl::Image& output) {
+  auto algorithm = std::make_unique<Algorithm>();
+  algorithm->inputImage = &input;
+  algorithm->outputImage = &output;
+  return algorithm;
+}
+
+std::vector<Offset3D> inPlan(std::vector<Offset2D> const& list) {
+  std::vector<Offset3D> voxels;
+  for (Offset2D const& offset : list) voxels.push_back({offset.col, offset.row, 0});
+  return voxels;
+}
+
+template <class Algorithm>
+auto makeRound(unsigned int radius, int shapeMode) {
+  return [=](pxl::Image const& input, pxl::Image& output) {
+    auto algorithm = makeAlgorithm<Algorithm>(input, output);
+    algorithm->radius = radius;
+    algorithm->shapeMode = shapeMode;
+    return algorithm;
+  };
+}
+
+Shape makeDisk(unsigned int radius) {
+  return {"disk_r" + std::to_string(radius), makeRound<pxl::morphology::DilationDisk2d>(radius, 1),
+          inPlan(pxl::kernel::generateDiskOffset2DCollection(radius))};
+}
+
+Shape makeBall(unsigned int radius) {
+  return {"ball_r" + std::to_string(radius), makeRound<pxl::morphology::DilationBall3d>(radius, 1),
+          pxl::kernel::generateSphereOffset3DCollection(radius)};
+}
+
+Shape makeLine(double angle) {
+  auto const make = [=](pxl::Image const& input, pxl::Image& output) {
+    auto algorithm = makeAlgorithm<pxl::morphology::DilationLine2d>(input, output);
+    algorithm->lineSize = 21;
+    algorithm->lineAngle = angle;
+    return algorithm;
+  };
+  return {"line_21_at_" + std::to_string(static_cast<int>(angle)), make,
+          inPlan(pxl::kernel::generateLineOffset2DCollectionWithConstNumOfPixels(angle, 21, true))};
+}
+
+Shape makeOrientedDisk(unsigned int radius) {
+  auto const make = [=](pxl::Image const& input, pxl::Image& output) {
+    auto algorithm = makeAlgorithm<pxl::morphology::DilationDisk3d>(input, output);
+    algorithm->radius = radius;
+    algorithm->firstAngle = 30;
+    algorithm->secondAngle = 45;
+    return algorithm;
+  };
+  return {"disk_r" + std::to_string(radius) + "_at_30_45", make,
+          pxl::kernel::generateDiskOffset3DCollection(45, 30, radius)};
+}
+
+struct Case {
+  ImagePointer input;
+  ImagePointer output;
+  Shape shape;
+};
+
+Side makeOurs(Case const& one) {
+  std::shared_ptr<pxl::BaseAlgorithm> const algorithm = one.shape.make(*one.input, *one.output);
+  return [one, algorithm] { algorithm->execute(); };
+}
+
+template <class T>
+Side makeCeiling(Case const& one) {
+  auto const ideal = std::make_shared<IdealList<T>>(one.input, one.output, one.shape.voxels);
+  return [ideal] { (*ideal)(); };
+}
+
+// As many passes of the square as the octagon has of squares and crosses.
+template <class T>
+Side makePassesCeiling(Case const& one) {
+  auto const ideal = std::make_shared<IdealDilation2d<T, true>>(one.input, one.output, one.shape.nbPasses);
+  return [ideal] { (*ideal)(); };
+}
+
+/** The element as a box of bytes with the voxel itself in the middle. */
+struct Box {
+  explicit Box(std::vector<Offset3D> const& voxels) {
+    for (Offset3D const& o : voxels) reach = std::max({reach, std::abs(o.col), std::abs(o.row), std::abs(o.plan)});
+  }
+  int size() const { return static_cast<int>(2 * reach + 1); }
+  long reach = 0;
+};
+
+#ifdef PXLWORKS_HAVE_OPENCV
+template <class T>
+Side makeOpenCv(Case const& one) {
+  int const rows = static_cast<int>(countRows(one.input)), cols = static_cast<int>(countCols(one.input));
+  cv::Mat const input(rows, cols, cv::traits::Type<T>::value, one.input->getVoxels());
+  cv::Mat const output(rows, cols, cv::traits::Type<T>::value, one.output->getVoxels());
+  Box const box(one.shape.voxels);
+  cv::Mat element = cv::Mat::zeros(box.size(), box.size(), CV_8U);
+  for (Offset3D const& o : one.shape.voxels)
+    element.at<unsigned char>(static_cast<int>(o.row + box.reach), static_cast<int>(o.col + box.reach)) = 1;
+  return [one, input, output, element]() mutable { cv::dilate(input, output, element); };
+}
+#endif
+
+#ifdef PXLWORKS_HAVE_CIMG
+// With one thread: the library is compiled without OpenMP.
+template <class T>
+Side makeCImg(Case const& one) {
+  using Image = cimg_library::CImg<T>;
+  auto const size = [&one](pxl::Components c) { return static_cast<unsigned int>(one.input->getNumOf(c)); };
+  auto const image = std::make_shared<Image>(getVoxels<T>(one.input), size(pxl::cColumns), size(pxl::cRows),
+                                             size(pxl::cPlans), 1, true);
+  Box const box(one.shape.voxels);
+  unsigned int const boxSize = static_cast<unsigned int>(box.size());
+  auto const element = std::make_shared<Image>(boxSize, boxSize, boxSize, 1, T(0));
+  for (Offset3D const& o : one.shape.voxels)
+    (*element)(static_cast<unsigned int>(o.col + box.reach), static_cast<unsigned int>(o.row + box.reach),
+               static_cast<unsigned int>(o.plan + box.reach)) = T(1);
+  return [one, image, element] { Image const result = image->get_dilate(*element); };
+}
+#endif
+
+using MakeSide = Side (*)(Case const&);
+
+template <class T>
+void addPairs(std::string const& name, ImageSizes const& sizes, Shape const& shape, char const* peer,
+              MakeSide makeTheirs) {
+  for (int nbThreads : {1, 2})
+    addPair(name + "/" + shape.name + "/by_" + peer, nbThreads, [=] {
+      Case const one{makeImage<T>(sizes), pxl::Image::New(cType<T>, sizes), shape};
+      return Pair{makeOurs(one), makeTheirs(one)};
+    });
+}
+
+template <class T>
+void addPlane(std::string const& type, std::string const& size, ImageSizes const& sizes) {
+  std::string const name = "Shapes/" + type + "/" + size;
+  for (Shape const& shape : {makeDisk(3), makeDisk(10), makeDisk(25), makeLine(0), makeLine(30), makeLine(90)}) {
+    addPairs<T>(name, sizes, shape, "copy_ceiling", makeCeiling<T>);
+#ifdef PXLWORKS_HAVE_OPENCV
+    addPairs<T>(name, sizes, shape, "opencv_dilate", makeOpenCv<T>);
+#endif
+  }
+  for (unsigned int radius : {3U, 10U, 50U}) {
+    // The peers do the exact disk: nobody else has the fast one.
+    Shape const fast{"fast_disk_r" + std::to_string(radius), makeRound<pxl::morphology::DilationDisk2d>(radius, 0),
+                     inPlan(pxl::kernel::generateDiskOffset2DCollection(radius)), radius};
+    addPairs<T>(name, sizes, fast, "squares_ceiling", makePassesCeiling<T>);
+#ifdef PXLWORKS_HAVE_OPENCV
+    if (radius <= 10) addPairs<T>(name, sizes, fast, "opencv_exact_disk", makeOpenCv<T>);
+#endif
+  }
+}
+
+template <class T>
+void addVolume(std::string const& type) {
+  ImageSizes const sizes{256, 256, 256, 1, 1};
+  std::string const name = "Shapes/" + type + "/256x256x256";
+  for (Shape const& shape : {makeBall(3), makeBall(5), makeOrientedDisk(5)}) {
+    addPairs<T>(name, sizes, shape, "copy_ceiling", makeCeiling<T>);
+#ifdef PXLWORKS_HAVE_CIMG
+    if (shape.voxels.size() < 200) addPairs<T>(name, sizes, shape, "cimg_dilate", makeCImg<T>);
+#endif
+  }
+  for (unsigned int radius : {5U, 20U}) {
+    Shape const fast{
+        "fast_ball_r" + std::to_string(radius), makeRound<pxl::morphology::DilationBall3d>(radius, 0), {}};
+    addPairs<T>(name, sizes, fast, "memcpy", [](Case const& one) { return makeCopy<T>(one.input); });
+  }
+}
+
+template <class T>
+void addType(char const* type) {
+  addPlane<T>(type, "4096x4096", {4096, 4096, 1, 1, 1});
+  addPlane<T>(type, "2048x2048", {2048, 2048, 1, 1, 1});
+  addVolume<T>(type);
+}
+
+}  // namespace
+
+void addShapes() {
+  addType<unsigned char>("u8");
+  addType<unsigned short>("u16");
+  addType<float>("f32");
+  addType<double>("f64");
+}
+
+}  // namespace bench
