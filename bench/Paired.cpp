@@ -13,7 +13,6 @@
 namespace bench {
 namespace {
 
-constexpr int cNbPairs = 31;
 constexpr int cNbWarmUps = 3;
 
 tbb::task_arena& getArena(int nbThreads) {
@@ -62,10 +61,10 @@ void runPairs(benchmark::State& state, int nbThreads, std::function<Pair()> cons
 
 }  // namespace
 
-void addPair(std::string const& name, int nbThreads, std::function<Pair()> setUp) {
+void addPair(std::string const& name, int nbThreads, std::function<Pair()> setUp, int nbPairs) {
   benchmark::RegisterBenchmark((name + "/threads:" + std::to_string(nbThreads)).c_str(),
                                [nbThreads, setUp](benchmark::State& state) { runPairs(state, nbThreads, setUp); })
-      ->Iterations(cNbPairs)
+      ->Iterations(nbPairs)
       ->UseManualTime()
       ->Unit(benchmark::kMillisecond);
 }

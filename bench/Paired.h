@@ -23,6 +23,7 @@ struct Pair {
   Side ours;
   Side theirs;
 };
-void addPair(std::string const& name, int nbThreads, std::function<Pair()> setUp);
+constexpr int cNbPairs = 31;
+void addPair(std::string const& name, int nbThreads, std::function<Pair()> setUp, int nbPairs = cNbPairs);
 
 }  // namespace bench

@@ -11,15 +11,15 @@ for package in python3-skimage insighttoolkit5-examples; do
   compgen -G "${package}_*.deb" >/dev/null || apt-get download -o APT::Sandbox::User=root "$package"
   [[ -d unpacked/usr/share/doc/$package ]] || dpkg-deb -x "$package"_*.deb unpacked
 done
-data=unpacked/usr/lib/python3/dist-packages/skimage/data
+data=$work/unpacked/usr/lib/python3/dist-packages/skimage/data
 gallery=$root/docs/gallery
 
 qorn() { "$root/run" "$@"; }
 cp "$data/camera.png" "$data/coins.png" "$gallery"
 for operator in Dilation2d Erosion2d; do
-  qorn run "$operator" "$work/$data/camera.png" "$gallery/camera-$operator.png" numberOfIterations=4
-  qorn run "$operator" "$work/$data/coins.png" "$gallery/coins-$operator-cross.png" neighborhood=0 numberOfIterations=5
-  qorn run "$operator" "$work/$data/coins.png" "$gallery/coins-$operator-square.png" neighborhood=1 numberOfIterations=5
+  qorn run "$operator" "$data/camera.png" "$gallery/camera-$operator.png" numberOfIterations=4
+  qorn run "$operator" "$data/coins.png" "$gallery/coins-$operator-cross.png" neighborhood=0 numberOfIterations=5
+  qorn run "$operator" "$data/coins.png" "$gallery/coins-$operator-square.png" neighborhood=1 numberOfIterations=5
 done
 
 # A mask of the bright voxels, its outline, and the outline drawn into the image.
@@ -46,3 +46,35 @@ for operator in Dilation3d Erosion3d; do
     cut "$operator.npy" "$gallery/head-$operator-$neighborhood.png"
   done
 done
+
+# Structuring elements: draw NAME ELEMENT..., where an element is "OPERATOR name=value ...".
+draw() {
+  local name=$1 masks=() element
+  shift
+  for element in "$@"; do
+    # shellcheck disable=SC2086
+    qorn element $element --output "mask-${#masks[@]}.npy" >&2
+    masks+=("mask-${#masks[@]}.npy")
+  done
+  /usr/bin/python3 "$root/docs/gallery/elements.py" drawn.npy "${masks[@]}"
+  qorn run LogicalOperationWithValue drawn.npy "$gallery/elements-$name.png" value=0 logicalOperator=1
+}
+for mode in 0 1; do
+  draw "disks-$mode" "DilationDisk2d radius="{1,2,3,5,10,15}" shapeMode=$mode"
+  draw "ball-$mode" "DilationBall3d radius=10 shapeMode=$mode"
+done
+draw lines "DilationLine2d lineSize=15 lineAngle="{0,20,45,70,90,135}
+draw oriented "DilationDisk3d radius=10 firstAngle=30 secondAngle=45"
+
+# What they make of an image and of a volume.
+for mode in 0 1; do
+  qorn run ErosionDisk2d "$data/coins.png" "$gallery/coins-ErosionDisk2d-$mode.png" radius=10 shapeMode=$mode
+  qorn run DilationBall3d "$head" ball.npy radius=6 shapeMode=$mode
+  cut ball.npy "$gallery/head-DilationBall3d-$mode.png"
+done
+qorn run DilationLine2d "$data/camera.png" "$gallery/camera-DilationLine2d.png" lineSize=21 lineAngle=30
+qorn run ErosionLine2d "$data/camera.png" "$gallery/camera-ErosionLine2d.png" lineSize=21 lineAngle=90
+qorn run DilationDisk3d "$head" disk.npy radius=8 firstAngle=30 secondAngle=45
+cut disk.npy "$gallery/head-DilationDisk3d.png"
+qorn run DilationLine3d "$head" line.npy lineSize=15 firstAngle=30 secondAngle=45
+cut line.npy "$gallery/head-DilationLine3d.png"
