@@ -1,0 +1,80 @@
+#!/usr/bin/env python3
+"""Compares what qorn computes with scipy.ndimage: compare_with_scipy.py QORN
+
+The structuring elements come from `qorn element`, so that it is compared with a run as well. Exits with 77, which ctest
+counts as skipped, where scipy (Debian's python3-scipy) is missing.
+"""
+import os
+import subprocess
+import sys
+import tempfile
+
+try:
+    import numpy
+    from scipy import ndimage
+except ImportError:
+    print("scipy is not installed")
+    sys.exit(77)
+
+SEED = 5
+PLANE, VOLUME = (61, 83), (23, 31, 37)
+SHAPES = [
+    ("Line2d", PLANE, "lineAngle=33 lineSize=12"),
+    ("Disk2d", PLANE, "radius=5 shapeMode=1"),
+    ("Disk2d", PLANE, "radius=5 shapeMode=0"),
+    ("Line3d", VOLUME, "firstAngle=20 secondAngle=35 lineSize=8"),
+    ("Disk3d", VOLUME, "firstAngle=20 secondAngle=35 radius=4"),
+    ("Ball3d", VOLUME, "radius=3 shapeMode=1"),
+    ("Ball3d", VOLUME, "radius=4 shapeMode=0"),
+    ("2d", PLANE, "neighborhood=0 numberOfIterations=3"),
+    ("3d", VOLUME, "neighborhood=1 numberOfIterations=2"),
+]
+
+
+class Qorn:
+    def __init__(self, program, folder):
+        self.program, self.folder = program, folder
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def call(self, *arguments):
+        subprocess.run([self.program, *arguments], check=True, stdout=subprocess.DEVNULL)
+
+    def run(self, operator, image, *properties):
+        numpy.save(self.path("in.npy"), image)
+        self.call("run", operator, self.path("in.npy"), self.path("out.npy"), "--quiet", *properties)
+        return numpy.load(self.path("out.npy"))
+
+    def element(self, operator, *properties):
+        self.call("element", operator, "--output", self.path("element.npy"), *properties)
+        return numpy.load(self.path("element.npy")).astype(bool)
+
+
+def limits(dtype):
+    return numpy.finfo(dtype) if numpy.issubdtype(dtype, numpy.floating) else numpy.iinfo(dtype)
+
+
+def compare_shapes(qorn, random):
+    for dtype in (numpy.uint8, numpy.int16, numpy.float32):
+        for shape, sizes, text in SHAPES:
+            image = random.integers(0, 120, sizes).astype(dtype)
+            for name, peer, beyond in (("Dilation", ndimage.maximum_filter, limits(dtype).min),
+                                       ("Erosion", ndimage.minimum_filter, limits(dtype).max)):
+                operator, properties = name + shape, text.split()
+                footprint = qorn.element(operator, *properties)
+                expected = peer(image, footprint=footprint, mode="constant", cval=beyond)
+                result = qorn.run(operator, image, *properties)
+                if not numpy.array_equal(result, expected):
+                    sys.exit(f"{operator} {text} on {image.dtype}: {numpy.sum(result != expected)} voxels differ")
+                print(f"{operator} {text} on {image.dtype}: equal")
+
+
+def main():
+    print(f"seed {SEED}")
+    with tempfile.TemporaryDirectory() as folder:
+        compare_shapes(Qorn(sys.argv[1], folder), numpy.random.default_rng(SEED))
+
+
+if __name__ == "__main__":
+    main()
