@@ -62,8 +62,8 @@ oracle::Image<T> toOracle(pxl::Image const& image, Five const& sizes) {
 }
 
 /** The output of a run through the loaded plug-in. An output apart from the input starts as zeros. */
-template <class T>
-oracle::Image<T> run(Way const& way, oracle::Image<T> const& image) {
+template <class T, class AnyWay>
+oracle::Image<T> run(AnyWay const& way, oracle::Image<T> const& image) {
   auto const input = oracle::toHost(image);
   auto const output = way.isInPlace ? input : oracle::toHost(oracle::Image<T>(image.sizes));
   makeAlgorithm(way, input.get(), output.get())->execute();
