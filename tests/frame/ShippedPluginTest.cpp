@@ -19,13 +19,29 @@ namespace {
 
 using pxl::instrument::Event;
 
+/** The entry of a morphological operator whose runner needs nothing beyond the common rule. */
+std::pair<std::string const, std::string> makeOneTypeEntry(std::string const& name) {
+  return {name, "pxl::morphology::SSE41OneTypeMinMaxRunner<pxl::morphology::" + name + ", pxl::morphology::" + name +
+                    "SSE41Dispatcher>"};
+}
+
 /** The runners that the shipped plug-in registers by now, by the names of their operators. */
 std::map<std::string, std::string> const cShipped{
     {"IntensityExtrema", "pxl::analysis::IntensityExtremaSSERunner"},
     {"Dilation2d", "pxl::morphology::Dilation2dSSE41Runner"},
     {"Dilation3d", "pxl::morphology::Dilation3dSSE41Runner"},
-    {"Erosion3d", "pxl::morphology::Erosion3dSSE41Runner"},
+    makeOneTypeEntry("DilationBall3d"),
+    makeOneTypeEntry("DilationDisk2d"),
+    makeOneTypeEntry("DilationDisk3d"),
+    makeOneTypeEntry("DilationLine2d"),
+    makeOneTypeEntry("DilationLine3d"),
     {"Erosion2d", "pxl::morphology::Erosion2dSSE41Runner"},
+    {"Erosion3d", "pxl::morphology::Erosion3dSSE41Runner"},
+    makeOneTypeEntry("ErosionBall3d"),
+    makeOneTypeEntry("ErosionDisk2d"),
+    makeOneTypeEntry("ErosionDisk3d"),
+    makeOneTypeEntry("ErosionLine2d"),
+    makeOneTypeEntry("ErosionLine3d"),
     {"LogicalOperationWithImage", "pxl::point_operations::SSE41LogicalOperationWithImageRunner"},
     {"LogicalOperationWithValue", "pxl::point_operations::SSE41LogicalOperationWithValueRunner"}};
 
