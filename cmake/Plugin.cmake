@@ -5,6 +5,8 @@ pxlworks_add_plugin(pxlworks_pxl_qorn
   PointOperations/src/LogicalOperationWithImage_SSE41.cpp
   PointOperations/src/LogicalOperationWithValue_SSE41.cpp
   analysis/IntensityExtrema_SSE41.cpp
+  filtering/linear/FiniteImpulseResponseFilter2D_SSE41.cpp
+  filtering/linear/FiniteImpulseResponseFilter3D_SSE41.cpp
   morphology/Dilation2d_SSE41.cpp
   morphology/Dilation3d_SSE41.cpp
   morphology/DilationBall3d_SSE41.cpp

@@ -1,28 +1,16 @@
 #pragma once
 
-#include "Core/private/Access/IteratorPixelOutput.h"
 #include "Core/private/Access/simd/SimdVec.h"
 #include "Core/private/Filters/RecursiveImageContext.h"
+#include "Core/private/Filters/RowWalk.h"
 
 namespace pxl::morphology {
 
-/**
- * Walks a block with a neighbourhood iterator and writes what foldRow(out, nbVoxels) computes from its pointers, row
- * by row. In place, what neighbouring blocks read within `influence` is held back. Each row is read before the one
- * that is finished is written.
- */
+/** Walks a block within a pass and writes what foldRow(out, nbVoxels) computes, see walkRows(). */
 template <class In, class Out, class Arch, class Direction, class AnyBlock, class Iterator, class FoldRow>
 void foldBlock(AnyBlock const& block, RecursiveImageContext<In, Out, Arch, Direction>& context, Iterator& input,
                AlgoBorderInfluence const& influence, FoldRow const& foldRow) {
-  constexpr long L = SimdVec::Simd<In>::cNbLanes;
-  input.init(block);
-  auto const overlap = context.isInPlace() ? access::OverlapBorder(influence) : access::OverlapBorder();
-  access::IteratorPixelOutput<access::View<Out>, L> output(context.output, false, overlap);
-  output.init(block);
-  for (; !output.atEnd(); output.advanceRow()) {
-    foldRow(output.current, output.countVectorsInRow(L) * L);
-    input.advanceRow();
-  }
+  walkRows(block, input, context.output, context.isInPlace(), influence, foldRow);
 }
 
 /**

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <mutex>
 
+#include "CurrentRun.h"
 #include "ExecutionState.h"
 #include "ExtraMemory.h"
 #include "Raise.h"
@@ -17,7 +18,6 @@
 #include "pxl/ImageModel.h"
 #include "pxl/Property.h"
 #include "pxl/Runnable.h"
-#include "pxl/Settings.h"
 #include "pxl/algorithms/AbstractPrivateImplementation.h"
 
 namespace pxl {
@@ -67,7 +67,9 @@ void BaseAlgorithm::execute() {
   Execution execution(*m_execution);
   checkProperties(*this);
   warmTaskScheduler();
+  CurrentRun run(*this);
   chooseRunner(*this)->run(this);
+  run.raiseFailure();
   execution.finish();
 }
 
@@ -118,12 +120,7 @@ bool BaseAlgorithm::hasPropertyImageOnDisk() const {
 }
 
 unsigned long BaseAlgorithm::getMaximumExtraMemoryUsageInBytes() const {
-  unsigned long bytes = m_extraMemory;
-  if (!m_hasExtraMemory) {
-    constexpr unsigned long cUnset = ~0UL;
-    bytes = globalSettings().getValueAsUnsignedLong("PXL_MAX_EXTRA_MEMORY", cUnset);
-    if (bytes == cUnset) bytes = getDefaultExtraMemory();
-  }
+  unsigned long bytes = m_hasExtraMemory ? m_extraMemory : getDefaultExtraMemory();
   PXL_PROBE(onExtraMemory(bytes));
   return bytes;
 }

@@ -5,6 +5,8 @@
 #include <limits>
 #include <string>
 
+#include "pxl/Settings.h"
+
 namespace pxl {
 namespace {
 
@@ -35,6 +37,9 @@ unsigned long getAvailableOfGroup() {
 
 }  // namespace
 
-unsigned long getDefaultExtraMemory() { return std::min(getAvailableOfSystem(), getAvailableOfGroup()) / 2; }
+unsigned long getDefaultExtraMemory() {
+  unsigned long const bytes = globalSettings().getValueAsUnsignedLong("PXL_MAX_EXTRA_MEMORY", cUnlimited);
+  return bytes != cUnlimited ? bytes : std::min(getAvailableOfSystem(), getAvailableOfGroup()) / 2;
+}
 
 }  // namespace pxl

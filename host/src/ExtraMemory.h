@@ -2,7 +2,8 @@
 
 namespace pxl {
 
-/** Half of the memory that the system, or the control group of the process, has free now, in bytes. */
+/** Bytes: what the setting PXL_MAX_EXTRA_MEMORY says, else half of what the system, or the process's group, has free.
+ */
 unsigned long getDefaultExtraMemory();
 
 }  // namespace pxl

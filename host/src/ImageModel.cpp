@@ -24,6 +24,8 @@ access::VoxelSource ImageModel::getSource() const {
   PXL_RAISE(InvalidCall, "this image model has no voxels that the host can reach");
 }
 
+void ImageModel::noteView(bool) const {}
+
 void ImageModel::enforceSameCharacteristics(ImageModel const* other, int const& characteristics) {
   if (!other) PXL_RAISE(InvalidCall, "there is no image to take the characteristics of");
   bool isSame = true;
@@ -58,6 +60,8 @@ ImageModelSizeProxy::~ImageModelSizeProxy() = default;
 unsigned long ImageModelSizeProxy::getNumOf(Components const& component) const { return m_size[component]; }
 VoxelTypes ImageModelSizeProxy::getVoxelType() const { return m_image->getVoxelType(); }
 int ImageModelSizeProxy::getInterpretation() const { return m_image->getInterpretation(); }
+
+void ImageModelSizeProxy::noteView(bool isWritable) const { m_image->noteView(isWritable); }
 
 access::VoxelSource ImageModelSizeProxy::getSource() const {
   access::VoxelSource source = m_image->getSource();

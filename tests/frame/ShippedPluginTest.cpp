@@ -25,9 +25,18 @@ std::pair<std::string const, std::string> makeOneTypeEntry(std::string const& na
                     "SSE41Dispatcher>"};
 }
 
+constexpr char cRunnerOf2D[] =
+    "pxl::filtering::linear::FIRFilterSSE41Runner<pxl::filtering::linear::FiniteImpulseResponseFilter2D, "
+    "pxl::filtering::linear::FIRFilterDispatcher<pxl::Filter2dTag, pxl::SimdVec::arch_128_tag> >";
+constexpr char cRunnerOf3D[] =
+    "pxl::filtering::linear::FIRFilterSSE41Runner<pxl::filtering::linear::FiniteImpulseResponseFilter3D, "
+    "pxl::filtering::linear::FIRFilterDispatcher<pxl::Filter3dTag, pxl::SimdVec::arch_128_tag> >";
+
 /** The runners that the shipped plug-in registers by now, by the names of their operators. */
 std::map<std::string, std::string> const cShipped{
     {"IntensityExtrema", "pxl::analysis::IntensityExtremaSSERunner"},
+    {"FiniteImpulseResponseFilter2D", cRunnerOf2D},
+    {"FiniteImpulseResponseFilter3D", cRunnerOf3D},
     {"Dilation2d", "pxl::morphology::Dilation2dSSE41Runner"},
     {"Dilation3d", "pxl::morphology::Dilation3dSSE41Runner"},
     makeOneTypeEntry("DilationBall3d"),

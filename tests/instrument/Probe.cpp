@@ -25,6 +25,9 @@ void Probe::onWriteAllTemporized(void const*) {}
 void Probe::onTemporaryNew(int, bool&) {}
 void Probe::onTemporaryDelete(void const*) {}
 void Probe::onReserve(VoxelTypes, unsigned long, unsigned long, unsigned long, unsigned long, unsigned long, bool&) {}
+void Probe::onAdapterNew(ImageModel const*, VoxelTypes) {}
+void Probe::onAdapterDelete(ImageModelAdapter const*) {}
+void Probe::onAdapterGetImageModel(ImageModelAdapter const*) {}
 void Probe::onFrameNew(void const*) {}
 void Probe::onFrameDelete(void const*) {}
 void Probe::onRunChild(void const*, void const*) {}

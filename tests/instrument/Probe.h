@@ -7,6 +7,7 @@ namespace pxl {
 
 class AlgoInfo;
 class ImageModel;
+class ImageModelAdapter;
 class PropertyBase;
 class Runnable;
 
@@ -37,6 +38,11 @@ class __attribute__((visibility("default"))) Probe {
   virtual void onTemporaryDelete(void const* temporary);
   virtual void onReserve(VoxelTypes type, unsigned long cols, unsigned long rows, unsigned long plans,
                          unsigned long sequence, unsigned long spectralSeries, bool& isGranted);
+
+  virtual void onAdapterNew(ImageModel const* image, VoxelTypes type);
+  /** Before anything is stored. */
+  virtual void onAdapterDelete(ImageModelAdapter const* adapter);
+  virtual void onAdapterGetImageModel(ImageModelAdapter const* adapter);
 
   virtual void onFrameNew(void const* frame);
   virtual void onFrameDelete(void const* frame);

@@ -94,6 +94,13 @@ void Recorder::onReserve(VoxelTypes type, unsigned long cols, unsigned long rows
          {type, number(cols), number(rows), number(plans), number(sequence), number(spectralSeries)});
 }
 
+void Recorder::onAdapterNew(ImageModel const* image, VoxelTypes type) { record("ImageModelAdapter", image, {type}); }
+// With the number of views that still live.
+void Recorder::onAdapterDelete(ImageModelAdapter const* adapter) {
+  record("~ImageModelAdapter", adapter, {m_nbViews});
+}
+void Recorder::onAdapterGetImageModel(ImageModelAdapter const* adapter) { record("getImageModel", adapter, {}); }
+
 void Recorder::onFrameNew(void const*) { ++m_nbFrames; }
 void Recorder::onFrameDelete(void const*) { --m_nbFrames; }
 void Recorder::onRunChild(void const* parent, void const*) { record("runChildAlgo", parent, {}); }

@@ -76,6 +76,9 @@ class Recorder : public Probe {
   void onTemporaryDelete(void const* temporary) override;
   void onReserve(VoxelTypes type, unsigned long cols, unsigned long rows, unsigned long plans, unsigned long sequence,
                  unsigned long spectralSeries, bool& isGranted) override;
+  void onAdapterNew(ImageModel const* image, VoxelTypes type) override;
+  void onAdapterDelete(ImageModelAdapter const* adapter) override;
+  void onAdapterGetImageModel(ImageModelAdapter const* adapter) override;
   void onFrameNew(void const* frame) override;
   void onFrameDelete(void const* frame) override;
   void onRunChild(void const* parent, void const* child) override;

@@ -35,7 +35,8 @@ class PXL_API BaseAlgorithm : private Noncopyable {
    *
    * @throws InvalidCall          images missing, of different sizes, overlapping in part, output not writable, a
    *                              region beyond the image, an objection, or a run going on
-   * @throws RuntimeError         no runner accepts; the text says why as far as it can be told
+   * @throws RuntimeError         no runner accepts; the text says why as far as it can be told. Or an adapter could
+   *                              not store the result, see ImageModelAdapter
    * @throws ExceptionCancelation the run was cancelled; an output image then holds what was written so far
    * Everything a runner throws comes through unchanged.
    */

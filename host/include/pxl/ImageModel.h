@@ -31,6 +31,9 @@ class PXL_API ImageModel : private Noncopyable {
    */
   virtual void enforceSameCharacteristics(ImageModel const* other, int const& characteristics);
 
+  /** Told by each view that is being made on this image; nothing here. May throw, then there is no view. */
+  virtual void noteView(bool isWritable) const;
+
  protected:
   ImageModel();
 };
@@ -55,6 +58,7 @@ class PXL_API ImageModelSizeProxy : public ImageModel {
   VoxelTypes getVoxelType() const override;
   int getInterpretation() const override;
   access::VoxelSource getSource() const override;
+  void noteView(bool isWritable) const override;
 
  private:
   ImageModelSizeProxy(ImageModel const* image, bool isWritable, unsigned long const (&window)[10]);

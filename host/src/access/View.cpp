@@ -44,6 +44,7 @@ std::shared_ptr<View<T, A>> View<T, A>::make(ImageModel const* image, std::share
   PXL_PROBE(onViewNew(image, border.get(), helper::DataTypeToVoxelTypeEnum<T>::cVoxelType));
   VoxelSource source = image->getSource();
   auto viewInterface = getViewInterface<T>(source);
+  image->noteView(isWritable);
   return std::shared_ptr<View>(
       new View(std::move(viewInterface), std::move(source.storage), std::move(border), isWritable));
 }

@@ -1,13 +1,13 @@
 #include "pxl/access/ViewInterface.h"
 
-#include <algorithm>
 #include <array>
 #include <cstring>
 #include <map>
 #include <mutex>
 
 #include "access/CacheLine.h"
-#include "access/Conversion.h"
+#include "access/ConvertedWindow.h"
+#include "access/Prefetch.h"
 #include "access/ViewInterfaces.h"
 #include "instrument/Instrument.h"
 
@@ -41,8 +41,9 @@ class alignas(cCacheLine) MemoryInterface final : public ViewInterface<T> {
   void readRow(T* voxels, long count, long col, long row, long plan, long sequence,
                long spectralSeries) const override {
     char const* const address = addressOf(col, row, plan, sequence, spectralSeries);
-    std::memcpy(voxels, address, static_cast<unsigned long>(count) * sizeof(T));
-    prefetch<cForReading>(address + m_strides[cRows], count);
+    unsigned long const bytes = static_cast<unsigned long>(count) * sizeof(T);
+    std::memcpy(voxels, address, bytes);
+    prefetchRow<cForReading>(address + m_strides[cRows], bytes);
   }
 
   // Whether the image may be written is asked when a writable view is made; views of one memory share this object.
@@ -52,25 +53,13 @@ class alignas(cCacheLine) MemoryInterface final : public ViewInterface<T> {
     PXL_PROBE(onWriteRow(this, voxels, count, col, row, plan, sequence, spectralSeries, isStored));
     if (!isStored) return false;
     char const* const address = addressOf(col, row, plan, sequence, spectralSeries);
-    std::memcpy(const_cast<char*>(address), voxels, static_cast<unsigned long>(count) * sizeof(T));
-    prefetch<cForWriting>(address + m_strides[cRows], count);
+    unsigned long const bytes = static_cast<unsigned long>(count) * sizeof(T);
+    std::memcpy(const_cast<char*>(address), voxels, bytes);
+    prefetchRow<cForWriting>(address + m_strides[cRows], bytes);
     return true;
   }
 
  private:
-  static constexpr int cForReading = 0;
-  static constexpr int cForWriting = 1;
-
-  // The next row, most likely: what a kernel does between two rows would else end the processor's own look ahead. Its
-  // beginning is enough; writing gains by it as much as reading does (a tenth of a pass over 8-bit voxels).
-  template <int Use>
-  static void prefetch(char const* address, long count) {
-    constexpr long cLine = 64;
-    constexpr long cMaxBytes = 1024;
-    long const bytes = std::min(count * static_cast<long>(sizeof(T)), cMaxBytes);
-    for (long i = 0; i < bytes; i += cLine) __builtin_prefetch(address + i, Use);
-  }
-
   char const* addressOf(long col, long row, long plan, long sequence, long spectralSeries) const {
     return m_voxels + col * static_cast<long>(sizeof(T)) + row * m_strides[cRows] + plan * m_strides[cPlans] +
            sequence * m_strides[cSequence] + spectralSeries * m_strides[cSpectralSeries];
@@ -81,71 +70,31 @@ class alignas(cCacheLine) MemoryInterface final : public ViewInterface<T> {
   long m_strides[cNbComponents];
 };
 
-// Voxels of any type anywhere: rows go through a small buffer when their type must change.
+// Voxels of any type anywhere.
 template <class T>
 class alignas(cCacheLine) StorageInterface final : public ViewInterface<T> {
  public:
   explicit StorageInterface(VoxelSource const& source)
-      : ViewInterface<T>(source.size),
-        m_source(source),
-        m_storedSize(static_cast<long>(helper::getSizeOf(source.storage->getVoxelType()))),
-        m_fromStored(getConverter(cType, source.storage->getVoxelType())),
-        m_toStored(getConverter(source.storage->getVoxelType(), cType)) {}
+      : ViewInterface<T>(source.size), m_window(source, helper::DataTypeToVoxelTypeEnum<T>::cVoxelType) {}
 
   void readRow(T* voxels, long count, long col, long row, long plan, long sequence,
                long spectralSeries) const override {
-    Position position = positionOf(col, row, plan, sequence, spectralSeries);
-    if (!m_fromStored) return m_source.storage->readRun(voxels, static_cast<unsigned long>(count), position.values);
-    alignas(16) char buffer[cBufferSize];
-    for (long done = 0; done < count;) {
-      long const part = partOf(count - done);
-      m_source.storage->readRun(buffer, static_cast<unsigned long>(part), position.values);
-      m_fromStored(voxels + done, buffer, part);
-      done += part;
-      position.values[cColumns] += static_cast<unsigned long>(part);
-    }
+    auto const index = [](long value) { return static_cast<unsigned long>(value); };
+    m_window.read(voxels, index(count),
+                  {index(col), index(row), index(plan), index(sequence), index(spectralSeries)});
   }
 
   bool writeRowAt(long count, T const* voxels, long col, long row, long plan, long sequence,
                   long spectralSeries) override {
     bool isStored = true;
     PXL_PROBE(onWriteRow(this, voxels, count, col, row, plan, sequence, spectralSeries, isStored));
-    if (!isStored) return false;
-    Position position = positionOf(col, row, plan, sequence, spectralSeries);
-    if (!m_toStored) return m_source.storage->writeRun(voxels, static_cast<unsigned long>(count), position.values);
-    alignas(16) char buffer[cBufferSize];
-    for (long done = 0; done < count;) {
-      long const part = partOf(count - done);
-      m_toStored(buffer, voxels + done, part);
-      if (!m_source.storage->writeRun(buffer, static_cast<unsigned long>(part), position.values)) return false;
-      done += part;
-      position.values[cColumns] += static_cast<unsigned long>(part);
-    }
-    return true;
+    auto const index = [](long value) { return static_cast<unsigned long>(value); };
+    return isStored && m_window.write(voxels, index(count),
+                                      {index(col), index(row), index(plan), index(sequence), index(spectralSeries)});
   }
 
  private:
-  static constexpr VoxelTypes cType = helper::DataTypeToVoxelTypeEnum<T>::cVoxelType;
-  static constexpr long cBufferSize = 8192;
-
-  struct Position {
-    unsigned long values[cNbComponents];
-  };
-
-  long partOf(long count) const { return count < cBufferSize / m_storedSize ? count : cBufferSize / m_storedSize; }
-
-  Position positionOf(long col, long row, long plan, long sequence, long spectralSeries) const {
-    long const relative[] = {col, row, plan, sequence, spectralSeries};
-    Position position;
-    for (int i = 0; i < cNbComponents; ++i)
-      position.values[i] = m_source.begin[i] + static_cast<unsigned long>(relative[i]);
-    return position;
-  }
-
-  VoxelSource m_source;
-  long m_storedSize;
-  Converter m_fromStored;
-  Converter m_toStored;
+  ConvertedWindow m_window;
 };
 
 using Key = std::array<unsigned long, 15>;

@@ -15,7 +15,7 @@ struct arch_128_tag {};
 
 /**
  * Operations on vectors of T: the type `Vector`, the number of lanes `cNbLanes`, unaligned `load` and `store`,
- * lane-wise `min` and `max`, for real types `add`, for integers bitAnd to bitAndNot (a and not b), `broadcast` of a
+ * lane-wise `min` and `max`, for real types `add` and `multiply`, for integers bitAnd to bitAndNot (a and not b), `broadcast` of a
  * scalar, and `extract<lane>`.
  *
  * min and max of real types give the second operand where either is NaN or both are zero.
@@ -111,6 +111,7 @@ struct Simd<float> {
   static Vector min(Vector a, Vector b) { return _mm_min_ps(a, b); }
   static Vector max(Vector a, Vector b) { return _mm_max_ps(a, b); }
   static Vector add(Vector a, Vector b) { return _mm_add_ps(a, b); }
+  static Vector multiply(Vector a, Vector b) { return _mm_mul_ps(a, b); }
   static Vector broadcast(float value) {
     Vector const v = _mm_load_ss(&value);
     return _mm_shuffle_ps(v, v, 0);
@@ -133,6 +134,7 @@ struct Simd<double> {
   static Vector min(Vector a, Vector b) { return _mm_min_pd(a, b); }
   static Vector max(Vector a, Vector b) { return _mm_max_pd(a, b); }
   static Vector add(Vector a, Vector b) { return _mm_add_pd(a, b); }
+  static Vector multiply(Vector a, Vector b) { return _mm_mul_pd(a, b); }
   static Vector broadcast(double value) { return _mm_loaddup_pd(&value); }
   template <int Lane>
   static double extract(Vector v) {

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <vector>
+
+#include "Core/private/Access/IteratorNeighborhood2D.h"
+#include "Core/private/Filters/RowWalk.h"
+#include "filtering/linear/WeightedSum.h"
+
+namespace pxl::filtering::linear {
+
+/**
+ * Correlates the plan of a filter with taps: for each voxel the sum of its neighbours at `offsets` times
+ * `coefficients`, of which there are as many. The list must not be empty.
+ */
+template <class T>
+struct FIR2dToValueSimd {
+  template <class Filter>
+  void run(access::Block2d const& block, Filter& filter) const {
+    using View = typename Filter::InputView;
+    std::vector<T> const taps(coefficients);
+    access::IteratorNeighborhood2D_Gen<View, SimdVec::Simd<T>::cNbLanes> input(filter.input, offsets);
+    bool const isInPlace = filter.output->getInterface() == filter.input->getInterface();
+    walkRows(block, input, filter.output, isInPlace, input.getBorderInfluence(), [&](T* out, long nbVoxels) {
+      WeightedSum<T>::computeRow(input.neighbours.data(), taps.data(), taps.size(), out, nbVoxels);
+    });
+  }
+
+  std::vector<kernel::Offset2D> offsets;
+  std::vector<T> coefficients;
+};
+
+}  // namespace pxl::filtering::linear

@@ -1,0 +1,14 @@
+#include "Core/private/Helper/AutoRegisterRunnable.h"
+#include "filtering/linear/FIRFilterDispatcher.h"
+#include "filtering/linear/FIRFilterRunner.h"
+
+namespace pxl::filtering::linear {
+
+using FIRFilter2DSSE41Runner =
+    FIRFilterSSE41Runner<FiniteImpulseResponseFilter2D, FIRFilterDispatcher<Filter2dTag, SimdVec::arch_128_tag>>;
+
+struct AutoRegisterRunnableFIRFilter2DSSE41Runner
+    : helper::AutoRegisterRunnable<FiniteImpulseResponseFilter2D, FIRFilter2DSSE41Runner> {};
+AutoRegisterRunnableFIRFilter2DSSE41Runner g_autoRegisterRunnableFIRFilter2DSSE41Runner;
+
+}  // namespace pxl::filtering::linear

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Core/private/Access/simd/SimdVec.h"
+
+namespace pxl::filtering::linear {
+
+/** Sums up rows of voxels, each times its coefficient. */
+template <class T>
+struct WeightedSum {
+  /**
+   * Computes `nbVoxels` voxels, whole vectors, from `count` rows (at least one), in their order. Products and sums
+   * are rounded each by itself, and the first product is what the sum begins with.
+   */
+  [[gnu::noinline]] static void computeRow(T const* const* rows, T const* coefficients, unsigned long count, T* out,
+                                           long nbVoxels) {
+    long col = 0;
+    for (; col + cNbAtOnce * L <= nbVoxels; col += cNbAtOnce * L)
+      computeVectors<cNbAtOnce>(rows, coefficients, count, col, out);
+    for (; col < nbVoxels; col += L) computeVectors<1>(rows, coefficients, count, col, out);
+  }
+
+ private:
+  using Vec = SimdVec::Simd<T>;
+  static constexpr long L = Vec::cNbLanes;
+  // Sums that don't wait for each other.
+  static constexpr int cNbAtOnce = 8;
+
+  template <int N>
+  static void computeVectors(T const* const* rows, T const* coefficients, unsigned long count, long col, T* out) {
+    typename Vec::Vector sums[N];
+    T const* row = rows[0] + col;
+    auto coefficient = Vec::broadcast(coefficients[0]);
+    for (int i = 0; i < N; ++i) sums[i] = Vec::multiply(Vec::load(row + i * L), coefficient);
+    for (unsigned long k = 1; k < count; ++k) {
+      row = rows[k] + col;
+      coefficient = Vec::broadcast(coefficients[k]);
+      for (int i = 0; i < N; ++i) sums[i] = Vec::add(sums[i], Vec::multiply(Vec::load(row + i * L), coefficient));
+    }
+    for (int i = 0; i < N; ++i) Vec::store(out + col + i * L, sums[i]);
+  }
+};
+
+}  // namespace pxl::filtering::linear

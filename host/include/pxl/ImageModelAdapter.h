@@ -1,0 +1,39 @@
+#pragma once
+
+#include <memory>
+
+#include "pxl/ImageModel.h"
+
+namespace pxl {
+
+/**
+ * Presents an image as one of another voxel type. Nothing is copied: rows are converted as they are read and written.
+ *
+ * A writable view that is made while the same voxels have a read view through an adapter (this one, or another of the
+ * same place and type) starts a collection: reads go on to see the image as it was, and what is written is kept
+ * apart, in the image's own type, until the adapter that the writable view was made through is destroyed. That stores
+ * the collection in the image, or drops it while an exception is unwinding. The collection is in memory or on disk as
+ * the extra memory of the algorithm that runs on this thread allows, else that of the settings.
+ *
+ * The destructor never throws. If the image can't be written then, the algorithm that runs on this thread raises a
+ * RuntimeError at the end of its run; outside a run nobody learns of it.
+ *
+ * To be used on one thread, views apart. It must not outlive the image; views may outlive both.
+ */
+class PXL_API ImageModelAdapter : private Noncopyable {
+ public:
+  /** @throws InvalidCall null, a type of which there are no images, or an unknown conversion */
+  ImageModelAdapter(ImageModel* image, VoxelTypes type, DataConvertionTypes conversion);
+  ~ImageModelAdapter();
+
+  /** The image as it is presented; it belongs to the adapter. */
+  ImageModel* getImageModel() const;
+
+ private:
+  class Model;
+
+  std::unique_ptr<Model> m_model;
+  int m_nbExceptions;  ///< that were unwinding when this was made
+};
+
+}  // namespace pxl

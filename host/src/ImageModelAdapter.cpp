@@ -1,0 +1,71 @@
+#include "pxl/ImageModelAdapter.h"
+
+#include <exception>
+
+#include "CurrentRun.h"
+#include "Raise.h"
+#include "access/AdapterStorage.h"
+#include "instrument/Instrument.h"
+
+namespace pxl {
+
+class ImageModelAdapter::Model final : public ImageModel {
+ public:
+  Model(ImageModel const& image, VoxelTypes type)
+      : m_image(image),
+        m_source(image.getSource()),
+        m_storage(access::AdapterStorage::get(m_source, type)),
+        m_isCollecting(false) {}
+
+  unsigned long getNumOf(Components const& component) const override { return m_source.size[component]; }
+  VoxelTypes getVoxelType() const override { return m_storage->getVoxelType(); }
+  int getInterpretation() const override { return m_image.getInterpretation(); }
+
+  access::VoxelSource getSource() const override {
+    access::VoxelSource source{m_storage, {}, {}, m_source.isWritable};
+    for (int i = 0; i < cNbComponents; ++i) source.size[i] = m_source.size[i];
+    return source;
+  }
+
+  void noteView(bool isWritable) const override {
+    if (!isWritable)
+      m_storage->noteReader();
+    else if (m_storage->noteWriter())
+      m_isCollecting = true;
+  }
+
+  void endCollection(bool isKept) {
+    if (m_isCollecting) m_storage->endCollection(isKept);
+  }
+
+ private:
+  ImageModel const& m_image;
+  access::VoxelSource m_source;
+  std::shared_ptr<access::AdapterStorage> m_storage;
+  mutable bool m_isCollecting;  ///< a collection was started by a view on this model
+};
+
+ImageModelAdapter::ImageModelAdapter(ImageModel* image, VoxelTypes type, DataConvertionTypes conversion)
+    : m_model(), m_nbExceptions(std::uncaught_exceptions()) {
+  PXL_PROBE(onAdapterNew(image, type));
+  if (!image) PXL_RAISE(InvalidCall, "an adapter needs an image");
+  if (!helper::isImageType(type)) PXL_RAISE(InvalidCall, "there are no images of the type of an adapter");
+  if (conversion != cRoundAndSaturate) PXL_RAISE(InvalidCall, "the conversion of an adapter is unknown");
+  m_model = std::make_unique<Model>(*image, type);
+}
+
+ImageModelAdapter::~ImageModelAdapter() {
+  PXL_PROBE(onAdapterDelete(this));
+  try {
+    m_model->endCollection(std::uncaught_exceptions() <= m_nbExceptions);
+  } catch (...) {
+    if (CurrentRun* const run = CurrentRun::get()) run->noteFailure(std::current_exception());
+  }
+}
+
+ImageModel* ImageModelAdapter::getImageModel() const {
+  PXL_PROBE(onAdapterGetImageModel(this));
+  return m_model.get();
+}
+
+}  // namespace pxl

@@ -1,0 +1,116 @@
+#include "access/AdapterStorage.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
+
+#include "access/Storages.h"
+
+namespace pxl::access {
+namespace {
+
+struct Sizes : PlainSizes {
+  explicit Sizes(VoxelSource const& source) : PlainSizes({}) { std::copy(source.size, source.size + 5, values); }
+};
+
+// The place of the window. Views on it are told from those on the image, and those on other types from each other.
+StorageKey makeKey(VoxelSource const& base) {
+  constexpr unsigned long cAdapted = 16;
+  StorageKey key = base.storage->getKey();
+  key.access += cAdapted * (1 + static_cast<unsigned long>(base.storage->getVoxelType()));
+  for (int i = 0; i < cNbComponents; ++i) {
+    key.origin += base.begin[i] * static_cast<unsigned long>(key.strides[i]);
+    if (base.size[i] == 1) key.strides[i] = 0;
+  }
+  return key;
+}
+
+}  // namespace
+
+// The living adapters. Never destroyed, as views may outlive the static objects of the host.
+class AdapterStorage::Registry {
+ public:
+  static Registry& get() {
+    static Registry* const registry = new Registry;
+    return *registry;
+  }
+
+  std::shared_ptr<AdapterStorage> find(VoxelSource const& base, VoxelTypes type) {
+    Key const key = makeMapKey(base, type);
+    std::lock_guard<std::mutex> const lock(m_mutex);
+    forgetDead();
+    std::weak_ptr<AdapterStorage>& entry = m_storages[key];
+    if (auto known = entry.lock()) {
+      auto& others = known->m_others;
+      if (std::find(others.begin(), others.end(), base.storage) == others.end()) others.push_back(base.storage);
+      return known;
+    }
+    std::shared_ptr<AdapterStorage> made(new AdapterStorage(base, type));
+    entry = made;
+    return made;
+  }
+
+ private:
+  using Key = std::array<unsigned long, 15>;
+
+  static Key makeMapKey(VoxelSource const& base, VoxelTypes type) {
+    StorageKey const place = makeKey(base);
+    Key key{place.space[0], place.space[1], place.access, place.origin, static_cast<unsigned long>(type)};
+    for (std::size_t i = 0; i < cNbComponents; ++i) {
+      key[5 + i] = base.size[i];
+      key[10 + i] = static_cast<unsigned long>(place.strides[i]);
+    }
+    return key;
+  }
+
+  void forgetDead() {
+    for (auto entry = m_storages.begin(); entry != m_storages.end();)
+      entry = entry->second.expired() ? m_storages.erase(entry) : std::next(entry);
+  }
+
+  std::mutex m_mutex;
+  std::map<Key, std::weak_ptr<AdapterStorage>> m_storages;
+};
+
+std::shared_ptr<AdapterStorage> AdapterStorage::get(VoxelSource const& base, VoxelTypes type) {
+  return Registry::get().find(base, type);
+}
+
+AdapterStorage::AdapterStorage(VoxelSource const& base, VoxelTypes type)
+    : VoxelStorage(type, Sizes(base).values),
+      m_base(base, type),
+      m_key(makeKey(base)),
+      m_hasReader(false),
+      m_mutex(),
+      m_owned(),
+      m_collection(nullptr),
+      m_others{base.storage} {}
+
+void AdapterStorage::readRun(void* voxels, unsigned long count,
+                             unsigned long const (&position)[cNbComponents]) const {
+  m_base.read(voxels, count, position);
+}
+
+bool AdapterStorage::writeRun(void const* voxels, unsigned long count,
+                              unsigned long const (&position)[cNbComponents]) {
+  Collection* const collection = m_collection.load(std::memory_order_acquire);
+  return collection ? collection->write(voxels, count, position) : m_base.write(voxels, count, position);
+}
+
+bool AdapterStorage::noteWriter() {
+  if (!m_hasReader.load(std::memory_order_relaxed)) return false;
+  std::lock_guard<std::mutex> const lock(m_mutex);
+  if (m_owned) return false;
+  m_owned = std::make_unique<Collection>(m_base.getSource(), getVoxelType());
+  m_collection.store(m_owned.get(), std::memory_order_release);
+  return true;
+}
+
+void AdapterStorage::endCollection(bool isKept) {
+  std::lock_guard<std::mutex> const lock(m_mutex);
+  m_collection.store(nullptr, std::memory_order_release);
+  std::unique_ptr<Collection> const collection = std::move(m_owned);
+  if (collection && isKept) collection->commit();
+}
+
+}  // namespace pxl::access

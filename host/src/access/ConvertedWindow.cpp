@@ -1,0 +1,94 @@
+#include "access/ConvertedWindow.h"
+
+#include <algorithm>
+
+#include "access/Prefetch.h"
+
+namespace pxl::access {
+namespace {
+
+// Whether every voxel of the window lies at a multiple of its size, as converters expect it. Foreign memory may not.
+bool isAligned(char const* memory, long const* strides, unsigned long size) {
+  bool isAligned = reinterpret_cast<unsigned long>(memory) % size == 0;
+  for (int i = 0; i < cNbComponents; ++i) isAligned = isAligned && strides[i] % static_cast<long>(size) == 0;
+  return isAligned;
+}
+
+}  // namespace
+
+// A position in the storage.
+struct ConvertedWindow::Place {
+  unsigned long values[cNbComponents];
+};
+
+ConvertedWindow::ConvertedWindow(VoxelSource const& source, VoxelTypes type)
+    : m_source(source),
+      m_size(helper::getSizeOf(type)),
+      m_storedSize(helper::getSizeOf(source.storage->getVoxelType())),
+      m_fromStored(getConverter(type, source.storage->getVoxelType())),
+      m_toStored(getConverter(source.storage->getVoxelType(), type)),
+      m_memory(source.storage->getMemory()) {
+  long const* const strides = source.storage->getStrides();
+  if (!m_memory || !isAligned(m_memory, strides, m_storedSize)) {
+    m_memory = nullptr;
+    return;
+  }
+  for (int i = 0; i < cNbComponents; ++i) m_memory += static_cast<long>(source.begin[i]) * strides[i];
+}
+
+void ConvertedWindow::read(void* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) const {
+  if (m_memory && m_fromStored) {
+    char const* const address = addressOf(position);
+    m_fromStored(voxels, address, static_cast<long>(count));
+    prefetchRow<cForReading>(address + m_source.storage->getStrides()[cRows], count * m_storedSize);
+    return;
+  }
+  Place place = placeOf(position);
+  if (!m_fromStored) return m_source.storage->readRun(voxels, count, place.values);
+  alignas(16) char buffer[cBufferSize];
+  char* const target = static_cast<char*>(voxels);
+  for (unsigned long done = 0; done < count;) {
+    unsigned long const part = std::min(count - done, cBufferSize / m_storedSize);
+    m_source.storage->readRun(buffer, part, place.values);
+    m_fromStored(target + done * m_size, buffer, static_cast<long>(part));
+    done += part;
+    place.values[cColumns] += part;
+  }
+}
+
+bool ConvertedWindow::write(void const* voxels, unsigned long count,
+                            unsigned long const (&position)[cNbComponents]) const {
+  if (m_memory && m_toStored && m_source.storage->isWritable()) {
+    char const* const address = addressOf(position);
+    m_toStored(const_cast<char*>(address), voxels, static_cast<long>(count));
+    prefetchRow<cForWriting>(address + m_source.storage->getStrides()[cRows], count * m_storedSize);
+    return true;
+  }
+  Place place = placeOf(position);
+  if (!m_toStored) return m_source.storage->writeRun(voxels, count, place.values);
+  alignas(16) char buffer[cBufferSize];
+  char const* const source = static_cast<char const*>(voxels);
+  for (unsigned long done = 0; done < count;) {
+    unsigned long const part = std::min(count - done, cBufferSize / m_storedSize);
+    m_toStored(buffer, source + done * m_size, static_cast<long>(part));
+    if (!m_source.storage->writeRun(buffer, part, place.values)) return false;
+    done += part;
+    place.values[cColumns] += part;
+  }
+  return true;
+}
+
+char const* ConvertedWindow::addressOf(unsigned long const (&position)[cNbComponents]) const {
+  long const* const strides = m_source.storage->getStrides();
+  char const* address = m_memory;
+  for (int i = 0; i < cNbComponents; ++i) address += static_cast<long>(position[i]) * strides[i];
+  return address;
+}
+
+ConvertedWindow::Place ConvertedWindow::placeOf(unsigned long const (&position)[cNbComponents]) const {
+  Place place;
+  for (int i = 0; i < cNbComponents; ++i) place.values[i] = m_source.begin[i] + position[i];
+  return place;
+}
+
+}  // namespace pxl::access

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "access/Conversion.h"
+#include "pxl/access/VoxelStorage.h"
+
+namespace pxl::access {
+
+/**
+ * A window of a storage as voxels of any type. Positions are those of the window. What lies in memory is converted
+ * from and to where it lies, anything else goes through a small buffer.
+ */
+class ConvertedWindow {
+ public:
+  ConvertedWindow(VoxelSource const& source, VoxelTypes type);
+
+  VoxelSource const& getSource() const { return m_source; }
+
+  /** Reads `count` voxels of one row. Throws RuntimeError. */
+  void read(void* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) const;
+  /** The reverse; false on failure. */
+  bool write(void const* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) const;
+
+ private:
+  struct Place;
+  static constexpr unsigned long cBufferSize = 8192;
+
+  char const* addressOf(unsigned long const (&position)[cNbComponents]) const;
+  Place placeOf(unsigned long const (&position)[cNbComponents]) const;
+
+  VoxelSource m_source;
+  unsigned long m_size;
+  unsigned long m_storedSize;
+  Converter m_fromStored;
+  Converter m_toStored;
+  char const* m_memory;  ///< of the window's first voxel; null when voxels can't be converted where they are
+};
+
+}  // namespace pxl::access
