@@ -22,7 +22,7 @@ struct WeightedSum {
  private:
   using Vec = SimdVec::Simd<T>;
   static constexpr long L = Vec::cNbLanes;
-  // Sums that don't wait for each other.
+  // Sums that don't wait for each other, and pay for the look-up of a tap together; more gain nothing.
   static constexpr int cNbAtOnce = 8;
 
   template <int N>

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "oracle/Conversion.h"
 #include "support/Folder.h"
 #include "support/Images.h"
 #include "support/Random.h"
@@ -11,26 +12,6 @@ namespace {
 
 using namespace host_test;
 using pxl::Image;
-
-// Half to even by looking at the distance to the whole number below, saturation by comparison. Exact in long double.
-template <class To, class From>
-To convertByModel(From value) {
-  if constexpr (std::is_floating_point_v<To>) {
-    return static_cast<To>(static_cast<double>(value));
-  } else {
-    long double wide = static_cast<long double>(value);
-    if (std::isnan(wide)) return 0;
-    if (!std::isinf(wide)) {
-      long double const below = std::floor(wide);
-      long double const rest = wide - below;
-      bool const isUp = rest > 0.5L || (rest == 0.5L && std::fmod(below, 2.0L) != 0);
-      wide = isUp ? below + 1 : below;
-    }
-    if (wide < static_cast<long double>(std::numeric_limits<To>::min())) return std::numeric_limits<To>::min();
-    if (wide > static_cast<long double>(std::numeric_limits<To>::max())) return std::numeric_limits<To>::max();
-    return static_cast<To>(wide);
-  }
-}
 
 // Equal down to the sign of zero; any NaN equals any other.
 template <class T>
@@ -78,7 +59,7 @@ void expectConversion(Random& random) {
   std::memcpy(image->getVoxels(), voxels.data(), count * sizeof(From));
   auto const converted = readAll(*makeConstView<To>(image.get()));
   for (unsigned long i = 0; i < count; ++i)
-    ASSERT_TRUE(isSame(converted[i], convertByModel<To>(voxels[i]))) << +voxels[i] << " became " << +converted[i];
+    ASSERT_TRUE(isSame(converted[i], oracle::convert<To>(voxels[i]))) << +voxels[i] << " became " << +converted[i];
 
   // Written through a view of From, stored as To.
   auto const target = Image::New(cTypeOf<To>, {count, 1, 1, 1, 1});
@@ -87,7 +68,7 @@ void expectConversion(Random& random) {
                   ->writeRowAt(static_cast<long>(count), voxels.data(), 0, 0, 0, 0, 0));
   auto const* const stored = static_cast<To const*>(target->getVoxels());
   for (unsigned long i = 0; i < count; ++i)
-    ASSERT_TRUE(isSame(stored[i], convertByModel<To>(voxels[i]))) << +voxels[i] << " was stored as " << +stored[i];
+    ASSERT_TRUE(isSame(stored[i], oracle::convert<To>(voxels[i]))) << +voxels[i] << " was stored as " << +stored[i];
 }
 
 // Rows as long as, and just beyond, the buffer that conversion works in, and rows that start anywhere.
@@ -109,7 +90,7 @@ void expectLongRows(Random& random, std::string const& path) {
       ASSERT_TRUE(row.front() == To(77) && row.back() == To(77));
       for (long i = 0; i < width; ++i)
         ASSERT_TRUE(isSame(row[static_cast<unsigned long>(i) + 1],
-                           convertByModel<To>(voxels[static_cast<long>(sizes[0]) + 3 + i])))
+                           oracle::convert<To>(voxels[static_cast<long>(sizes[0]) + 3 + i])))
             << i << " of " << width;
     }
     // Back again, into a row of the file that was something else.
@@ -119,7 +100,7 @@ void expectLongRows(Random& random, std::string const& path) {
     auto const stored = readAll(*makeConstView<From>(file.get()));
     for (unsigned long i = 0; i < stored.size(); ++i) {
       bool const isWritten = i >= 2 && i < 2 + written.size();
-      ASSERT_TRUE(isSame(stored[i], isWritten ? convertByModel<From>(written[i - 2]) : voxels[i]));
+      ASSERT_TRUE(isSame(stored[i], isWritten ? oracle::convert<From>(written[i - 2]) : voxels[i]));
     }
   }
 }
