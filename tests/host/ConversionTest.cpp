@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -132,6 +133,52 @@ TYPED_TEST(Conversion, GoesRowByRowThroughBuffersOfAnyLength) {
     SCOPED_TRACE(pxl::helper::getNameOf(cTypeOf<decltype(from)>));
     expectLongRows<TypeParam, decltype(from)>(random, folder / "row.raw");
   });
+}
+
+// One float in a thousand, of every exponent.
+template <class To>
+void expectEveryMagnitude() {
+  std::vector<float> voxels;
+  for (unsigned long bits = 0; bits < (1UL << 32); bits += 1021) {
+    unsigned int const word = static_cast<unsigned int>(bits);
+    float voxel;
+    std::memcpy(&voxel, &word, sizeof voxel);
+    voxels.push_back(voxel);
+  }
+  auto const strides = pxl::ImageStrides{sizeof(float)};
+  auto const image =
+      Image::OnMemory(static_cast<void const*>(voxels.data()), pxl::cFloat, {voxels.size(), 1, 1, 1, 1}, strides);
+  auto const converted = readAll(*makeConstView<To>(image.get()));
+  for (unsigned long i = 0; i < voxels.size(); ++i) {
+    double const rounded = std::isnan(voxels[i]) ? 0 : std::nearbyint(static_cast<double>(voxels[i]));
+    double const expected =
+        std::min<double>(std::max<double>(rounded, std::numeric_limits<To>::min()), std::numeric_limits<To>::max());
+    ASSERT_EQ(static_cast<double>(converted[i]), expected) << voxels[i];
+  }
+}
+
+TEST(Conversion, RoundsFloatsOfEveryMagnitude) {
+  expectEveryMagnitude<unsigned char>();
+  expectEveryMagnitude<signed char>();
+  expectEveryMagnitude<unsigned short>();
+  expectEveryMagnitude<short>();
+  expectEveryMagnitude<unsigned int>();
+  expectEveryMagnitude<int>();
+}
+
+// Voxels at odd addresses, as files have them.
+TEST(Conversion, TakesVoxelsFromAnyAddress) {
+  std::vector<char> memory(4 * 100 + 1);
+  for (long i = 0; i < 100; ++i) {
+    float const voxel = static_cast<float>(i) + 0.5f;
+    std::memcpy(memory.data() + 1 + 4 * i, &voxel, 4);
+  }
+  auto const image = Image::OnMemory(memory.data() + 1, pxl::cFloat, {10, 10, 1, 1, 1}, {4, 40});
+  auto const view = makeView<short>(image.get());
+  EXPECT_EQ(readVoxel(*view, {7, 3, 0, 0, 0}), 38);
+  short const row[] = {-5, 300};
+  ASSERT_TRUE(view->getInterface()->writeRowAt(2, row, 8, 9, 0, 0, 0));
+  EXPECT_EQ(readVoxel(*view, {9, 9, 0, 0, 0}), 300);
 }
 
 // Half a GiB as double; a copy of the whole image would show.

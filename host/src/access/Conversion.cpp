@@ -1,23 +1,79 @@
 #include "access/Conversion.h"
 
-#include <cmath>
+#include <algorithm>
+#include <cstring>
 #include <limits>
 #include <type_traits>
 
 namespace pxl::access {
 namespace {
 
+// What a real is rounded in: float for what 24 bits hold.
+template <class To, class From>
+using Wide = std::conditional_t<sizeof(To) < 4, From, double>;
+
+// Sixteen bytes of reals, for which the compiler has operators: in a loop over voxels comparisons would become jumps.
+template <class Real>
+struct Lanes {
+  static constexpr long cCount = 16 / sizeof(Real);
+  using Vector __attribute__((vector_size(16))) = Real;
+  using Floats __attribute__((vector_size(cCount * 4))) = float;
+  using Whole __attribute__((vector_size(cCount * 4))) = int;
+};
+
+// Rounds half to even and saturates; NaN becomes 0. For unsigned numbers of 32 bits the sign bit is changed.
+template <class To, class Real>
+typename Lanes<Real>::Whole roundVector(typename Lanes<Real>::Vector v) {
+  constexpr Real cLowest = std::numeric_limits<To>::lowest();
+  constexpr Real cHighest = static_cast<Real>(std::numeric_limits<To>::max());
+  // A number this large has no bits behind the point, so that adding it rounds.
+  constexpr Real cLarge = std::is_same_v<Real, float> ? 12582912. : 6755399441055744.;
+  constexpr Real cShift = std::is_same_v<To, unsigned int> ? 2147483648. : 0.;
+  typename Lanes<Real>::Vector const zero{}, lowest = zero + cLowest, highest = zero + cHighest;
+  if constexpr (std::is_signed_v<To>) v = v == v ? v : zero;
+  v = v > lowest ? v : lowest;
+  v = v < highest ? v : highest;
+  return __builtin_convertvector(((v + cLarge) - cLarge) - cShift, typename Lanes<Real>::Whole);
+}
+
+template <class To, class From>
+void convertReals(To* __restrict to, From const* __restrict from, long count) {
+  using Real = Wide<To, From>;
+  constexpr long L = Lanes<Real>::cCount;
+  constexpr long cPartLength = 512;
+  constexpr int cSign = std::is_same_v<To, unsigned int> ? std::numeric_limits<int>::lowest() : 0;
+  alignas(16) int whole[cPartLength];
+  auto const round = [&whole](From const* voxels, long i) {
+    typename Lanes<Real>::Vector v;
+    if constexpr (std::is_same_v<From, Real>) {
+      std::memcpy(&v, voxels, sizeof v);
+    } else {
+      typename Lanes<Real>::Floats narrow;
+      std::memcpy(&narrow, voxels, sizeof narrow);
+      v = __builtin_convertvector(narrow, typename Lanes<Real>::Vector);
+    }
+    auto const w = roundVector<To, Real>(v);
+    std::memcpy(whole + i, &w, sizeof w);
+  };
+  for (long done = 0; done < count; done += cPartLength) {
+    long const part = std::min(count - done, cPartLength);
+    long i = 0;
+    for (; i + L <= part; i += L) round(from + done + i, i);
+    if (i < part) {
+      From rest[L] = {};
+      std::copy(from + done + i, from + done + part, rest);
+      round(rest, i);
+    }
+    for (i = 0; i < part; ++i) to[done + i] = static_cast<To>(whole[i] ^ cSign);
+  }
+}
+
 template <class To, class From>
 To convertVoxel(From value) {
-  if constexpr (std::is_floating_point_v<To>) {
+  if constexpr (std::is_same_v<To, double> && std::is_same_v<From, unsigned int>) {
+    return static_cast<double>(static_cast<int>(value ^ 0x80000000U)) + 2147483648.;
+  } else if constexpr (std::is_floating_point_v<To>) {
     return static_cast<To>(value);
-  } else if constexpr (std::is_floating_point_v<From>) {
-    // The limits of all integer voxels are exact as double, and so is every float.
-    constexpr double cLowest = std::numeric_limits<To>::lowest();
-    constexpr double cHighest = std::numeric_limits<To>::max();
-    double const rounded = std::nearbyint(static_cast<double>(value));
-    if (!(rounded > cLowest)) return std::isnan(rounded) ? To(0) : std::numeric_limits<To>::lowest();
-    return rounded < cHighest ? static_cast<To>(rounded) : std::numeric_limits<To>::max();
   } else {
     constexpr long cLowest = std::numeric_limits<To>::lowest();
     constexpr long cHighest = std::numeric_limits<To>::max();
@@ -28,9 +84,13 @@ To convertVoxel(From value) {
 
 template <class To, class From>
 void convert(void* to, void const* from, long count) {
-  To* const target = static_cast<To*>(to);
-  From const* const source = static_cast<From const*>(from);
-  for (long i = 0; i < count; ++i) target[i] = convertVoxel<To>(source[i]);
+  To* const __restrict target = static_cast<To*>(to);
+  From const* const __restrict source = static_cast<From const*>(from);
+  if constexpr (std::is_integral_v<To> && std::is_floating_point_v<From>) {
+    convertReals(target, source, count);
+  } else {
+    for (long i = 0; i < count; ++i) target[i] = convertVoxel<To>(source[i]);
+  }
 }
 
 template <class To>
