@@ -1,6 +1,7 @@
 #include "instrument/Instrument.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/Exception.h"
+#include "pxl/ImageModel.h"
 #include "pxl/analysis/IntensityExtrema.h"
 #include "pxl/filtering/linear/FiniteImpulseResponseFilter.h"
 #include "pxl/kernel/StructuringElements.h"
@@ -43,6 +44,10 @@ namespace filtering::linear {
 FiniteImpulseResponseFilter2D::FiniteImpulseResponseFilter2D() = default;
 PXL_RECORD(FiniteImpulseResponseFilter2D, "filtering", "correlation of plan 0 with a 2D kernel, mirrored edges",
            cPlanByPlan)
+String FiniteImpulseResponseFilter2D::getNotice() const {
+  ImageModel const* const image = outputImage.get();
+  return image && image->getNumOf(cPlans) > 1 ? "plans above the first are left as they are" : "";
+}
 FiniteImpulseResponseFilter3D::FiniteImpulseResponseFilter3D() = default;
 PXL_RECORD(FiniteImpulseResponseFilter3D, "filtering", "correlation with a 3D kernel, mirrored edges", cVolume)
 }  // namespace filtering::linear

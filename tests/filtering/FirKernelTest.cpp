@@ -1,0 +1,79 @@
+// The row function against one vector at a time, and what it touches.
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "filtering/linear/FIRFilterDispatcher.h"
+#include "support/Runs.h"
+
+namespace filtering_test {
+namespace {
+
+using pxl::filtering::linear::FIR2dToValueSimd;
+using pxl::filtering::linear::FIR3dToValueSimd;
+using pxl::filtering::linear::WeightedSum;
+
+static_assert(std::is_aggregate_v<FIR2dToValueSimd<float>> && std::is_aggregate_v<FIR3dToValueSimd<double>>);
+static_assert(sizeof(FIR2dToValueSimd<float>) == 2 * sizeof(std::vector<float>));
+
+/** Memory that ends at a page which can't be touched. */
+class GuardedMemory {
+ public:
+  explicit GuardedMemory(unsigned long bytes)
+      : m_page(static_cast<unsigned long>(::sysconf(_SC_PAGESIZE))),
+        m_size((bytes + m_page - 1) / m_page * m_page + m_page),
+        m_memory(
+            static_cast<char*>(::mmap(nullptr, m_size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0))),
+        m_bytes(bytes) {
+    ::mprotect(m_memory + m_size - m_page, m_page, PROT_NONE);
+  }
+  ~GuardedMemory() { ::munmap(m_memory, m_size); }
+  GuardedMemory(GuardedMemory const&) = delete;
+  GuardedMemory& operator=(GuardedMemory const&) = delete;
+
+  /** The last `bytes` before the page. */
+  void* get() const { return m_memory + m_size - m_page - m_bytes; }
+
+ private:
+  unsigned long m_page;
+  unsigned long m_size;
+  char* m_memory;
+  unsigned long m_bytes;
+};
+
+template <class T>
+class FirKernel : public testing::Test {};
+TYPED_TEST_SUITE(FirKernel, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
+
+TYPED_TEST(FirKernel, ComputesRowsOfAnyLengthAndTouchesNothingBeyond) {
+  using T = TypeParam;
+  constexpr long L = oracle::cLanes<T>;
+  oracle::Random random(731);
+  for (long nbVectors = 1; nbVectors <= 35; ++nbVectors)
+    for (unsigned long count : {1UL, 2UL, 3UL, 9UL, 26UL}) {
+      unsigned long const length = static_cast<unsigned long>(nbVectors * L);
+      std::vector<std::unique_ptr<GuardedMemory>> memory;
+      std::vector<T const*> rows;
+      std::vector<T> coefficients;
+      for (unsigned long k = 0; k < count; ++k) {
+        memory.push_back(std::make_unique<GuardedMemory>(length * sizeof(T)));
+        T* const row = static_cast<T*>(memory.back()->get());
+        for (unsigned long i = 0; i < length; ++i) row[i] = random.voxel<T>();
+        rows.push_back(row);
+        coefficients.push_back(random.voxel<T>());
+      }
+      GuardedMemory const result(length * sizeof(T));
+      T* const out = static_cast<T*>(result.get());
+      WeightedSum<T>::computeRow(rows.data(), coefficients.data(), count, out, nbVectors * L);
+      for (unsigned long i = 0; i < length; ++i) {
+        T sum = rows[0][i] * coefficients[0];
+        for (unsigned long k = 1; k < count; ++k) {
+          T const product = rows[k][i] * coefficients[k];
+          sum = sum + product;
+        }
+        ASSERT_EQ(std::memcmp(&out[i], &sum, sizeof(T)), 0) << "voxel " << i << " of " << length;
+      }
+    }
+}
+
+}  // namespace
+}  // namespace filtering_test
