@@ -77,7 +77,12 @@ void addRun(CLI::App& app, RunCommand& run, RunTexts& texts) {
   app.add_option("OPERATOR", run.operatorName, "one of those that \"qorn operators\" lists")->required();
   app.add_option("ARGUMENT", texts.arguments,
                  "images in the declared order of the operator's image properties, and properties as name=value; an "
-                 "image whose name looks like that can be given as ./name=value");
+                 "image whose name looks like that can be given as ./name=value. A kernel is a .npy file or numbers, "
+                 "rows end with ';' and plans with '|': kernel=\"1 2 1; 2 4 2; 1 2 1\"");
+  app.add_option("--kernel-origin", run.kernelOrigin,
+                 "the element of the kernel that lies on the voxel: column, row and, in 3-D, plan, counted from 0; "
+                 "default half of each size, rounded down")
+      ->type_name("C,R[,P]");
   app.add_option("--interpretation", texts.interpretation, "what the input images are: grey (default) or binary")
       ->type_name("KIND");
   app.add_option("--output-type", texts.outputType, "voxel type of the output image; default that of the first input")

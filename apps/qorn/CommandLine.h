@@ -18,6 +18,7 @@ struct RunCommand {
   std::vector<std::pair<std::string, std::string>> properties;
   std::vector<std::pair<std::string, std::string>> settings;
   std::vector<std::string> plugins;
+  std::optional<std::string> kernelOrigin;
   std::optional<unsigned int> nbThreads;
   std::optional<unsigned long> maxExtraMemory;
   unsigned long maxVoxels = io::cDefaultMaxCompressedVoxels;

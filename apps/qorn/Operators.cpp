@@ -7,6 +7,7 @@
 
 #include "pxl/Plugins.h"
 #include "qorn/Errors.h"
+#include "qorn/KernelText.h"
 #include "qorn/NumberText.h"
 
 namespace qorn {
@@ -18,7 +19,7 @@ void setNumber(pxl::PropertyBase& property, std::string const& value) {
   dynamic_cast<pxl::Property<T>&>(property).set(parseNumberOrThrow<T>(what, value, getKindName(property.getKind())));
 }
 
-void setValue(pxl::PropertyBase& property, std::string const& value) {
+void setValue(pxl::PropertyBase& property, std::string const& value, std::optional<std::string> const& kernelOrigin) {
   switch (property.getKind()) {
     case pxl::PropertyKinds::cInteger:
       return setNumber<int>(property, value);
@@ -26,8 +27,12 @@ void setValue(pxl::PropertyBase& property, std::string const& value) {
       return setNumber<unsigned int>(property, value);
     case pxl::PropertyKinds::cReal:
       return setNumber<double>(property, value);
-    default:
+    case pxl::PropertyKinds::cKernel2D:
+    case pxl::PropertyKinds::cKernel3D:
       if (value.empty()) throw UsageError(property.getName(), "has no value");
+      return setKernel(property, value, kernelOrigin);
+    default:
+      break;  // not given by name
   }
 }
 
@@ -87,8 +92,13 @@ std::size_t countProperties(pxl::BaseAlgorithm const& algorithm, pxl::PropertyKi
       std::count_if(properties.begin(), properties.end(), [kind](auto const* p) { return p->getKind() == kind; }));
 }
 
-void setProperties(pxl::BaseAlgorithm& algorithm, std::vector<std::pair<std::string, std::string>> const& values) {
+void setProperties(pxl::BaseAlgorithm& algorithm, std::vector<std::pair<std::string, std::string>> const& values,
+                   std::optional<std::string> const& kernelOrigin) {
   std::string const operatorName = algorithm.getAlgoInfo()->getName();
+  if (kernelOrigin && countProperties(algorithm, pxl::PropertyKinds::cKernel2D) == 0 &&
+      countProperties(algorithm, pxl::PropertyKinds::cKernel3D) == 0) {
+    throw UsageError("--kernel-origin", operatorName + " has no kernel");
+  }
   std::set<std::string> given;
   for (auto const& [name, value] : values) {
     pxl::PropertyBase* const property = algorithm.findProperty(name.c_str());
@@ -101,7 +111,7 @@ void setProperties(pxl::BaseAlgorithm& algorithm, std::vector<std::pair<std::str
                                  : "is an image, which is given by its path alone");
     }
     if (!given.insert(name).second) throw UsageError(name, "is given twice");
-    setValue(*property, value);
+    setValue(*property, value, kernelOrigin);
   }
   for (pxl::PropertyBase const* property : algorithm.getProperties()) {
     if (isGivenByName(*property) && !property->hasDefault() && given.count(property->getName()) == 0) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,11 +28,12 @@ bool isGivenByName(pxl::PropertyBase const& property);
 std::size_t countProperties(pxl::BaseAlgorithm const& algorithm, pxl::PropertyKinds kind);
 
 /**
- * Sets properties by name and checks that none is missing. Taps of kernels aren't read: an algorithm with a kernel
- * keeps it unset.
- * @throws UsageError a name that isn't known or comes twice, a value that can't be one, or a property without a value
+ * Sets properties by name and checks that none is missing. `kernelOrigin` belongs to a kernel, see setKernel().
+ * @throws UsageError a name that isn't known or comes twice, a value that can't be one, a property without a value,
+ * or an origin without a kernel
  */
-void setProperties(pxl::BaseAlgorithm& algorithm, std::vector<std::pair<std::string, std::string>> const& values);
+void setProperties(pxl::BaseAlgorithm& algorithm, std::vector<std::pair<std::string, std::string>> const& values,
+                   std::optional<std::string> const& kernelOrigin);
 
 /** @throws UsageError the algorithm objects to its values */
 void checkValues(pxl::BaseAlgorithm const& algorithm);

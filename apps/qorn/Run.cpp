@@ -81,7 +81,7 @@ std::optional<io::ValueScale> getScale(RunImages const& images) {
 
 ExitCodes execute(RunCommand const& command) {
   std::unique_ptr<pxl::BaseAlgorithm> const algorithm = findOperator(command.operatorName).create();
-  setProperties(*algorithm, command.properties);
+  setProperties(*algorithm, command.properties, command.kernelOrigin);
   checkNbImages(*algorithm, command.images.size());
   checkOutputOptions(*algorithm, command);
   checkValues(*algorithm);

@@ -1,0 +1,118 @@
+#include "qorn/KernelText.h"
+
+#include <string_view>
+#include <vector>
+
+#include "pxl/Exception.h"
+#include "pxl/access/View.h"
+#include "qorn/Errors.h"
+#include "qorn/NumberText.h"
+#include "qorn/io/ImageFile.h"
+#include "qorn/io/Suffix.h"
+
+namespace qorn {
+namespace {
+
+constexpr unsigned long cMaxNbTaps = 1000000;
+
+struct KernelArray {
+  long plans;
+  long rows;
+  long cols;
+  std::vector<double> coefficients;
+};
+
+std::vector<std::string_view> split(std::string_view text, char separator) {
+  std::vector<std::string_view> parts;
+  while (true) {
+    std::string_view::size_type const end = text.find(separator);
+    parts.push_back(text.substr(0, end));
+    if (end == std::string_view::npos) return parts;
+    text.remove_prefix(end + 1);
+  }
+}
+
+std::vector<double> parseRow(std::string const& what, std::string_view text) {
+  std::vector<double> row;
+  for (std::string_view const word : split(text, ' '))
+    if (!word.empty()) row.push_back(parseNumberOrThrow<double>(what, word, "real, nor is there a .npy file"));
+  if (row.empty()) throw UsageError(what, "a row of the kernel is empty");
+  return row;
+}
+
+KernelArray parseArray(std::string const& what, std::string const& text) {
+  auto const plans = split(text, '|');
+  KernelArray array{static_cast<long>(plans.size()), 0, 0, {}};
+  for (std::string_view const plan : plans) {
+    auto const rows = split(plan, ';');
+    if (array.rows != 0 && static_cast<long>(rows.size()) != array.rows) {
+      throw UsageError(what, "the plans of the kernel have different numbers of rows");
+    }
+    array.rows = static_cast<long>(rows.size());
+    for (std::string_view const rowText : rows) {
+      std::vector<double> const row = parseRow(what, rowText);
+      if (array.cols != 0 && static_cast<long>(row.size()) != array.cols) {
+        throw UsageError(what, "the rows of the kernel have different lengths");
+      }
+      array.cols = static_cast<long>(row.size());
+      array.coefficients.insert(array.coefficients.end(), row.begin(), row.end());
+    }
+  }
+  return array;
+}
+
+KernelArray readArray(std::string const& what, std::string const& path, int rank) {
+  io::ImageHeader const header = io::readImageHeader(path);
+  if (header.rank != rank) {
+    throw UsageError(
+        what, "the file has " + std::to_string(header.rank) + " dimensions and the kernel " + std::to_string(rank));
+  }
+  if (io::getNbVoxels(header) > cMaxNbTaps) throw UsageError(what, "a kernel has at most 1000000 coefficients");
+  auto const file = io::readImage(path);
+  pxl::ImageModel const* const image = file.image.get();
+  auto const view = pxl::access::View<double>::New(image, pxl::access::FixedBorderCondition<double>::New(0));
+  KernelArray array{static_cast<long>(view->nbPlans), static_cast<long>(view->nbRows),
+                    static_cast<long>(view->nbCols), std::vector<double>(io::getNbVoxels(header))};
+  double* target = array.coefficients.data();
+  for (long plan = 0; plan < array.plans; ++plan)
+    for (long row = 0; row < array.rows; ++row, target += array.cols)
+      view->getInterface()->readRow(target, array.cols, 0, row, plan, 0, 0);
+  return array;
+}
+
+/** Column, row and plan. */
+std::vector<long> parseOrigin(std::string const& text, int rank) {
+  std::string const what = "--kernel-origin " + text;
+  auto const words = split(text, ',');
+  if (words.size() != static_cast<std::size_t>(rank)) {
+    throw UsageError(what, rank == 2 ? "COLUMN,ROW is wanted" : "COLUMN,ROW,PLAN is wanted");
+  }
+  std::vector<long> origin;
+  for (std::string_view const word : words) origin.push_back(parseNumberOrThrow<int>(what, word, "integer"));
+  return origin;
+}
+
+}  // namespace
+
+void setKernel(pxl::PropertyBase& property, std::string const& value, std::optional<std::string> const& origin) {
+  std::string const what = std::string(property.getName()) + "=" + value;
+  int const rank = property.getKind() == pxl::PropertyKinds::cKernel2D ? 2 : 3;
+  KernelArray const array = io::getSuffix(value) == ".npy" ? readArray(what, value, rank) : parseArray(what, value);
+  if (rank == 2 && array.plans != 1) throw UsageError(what, "a 2-D kernel has no plans");
+  std::vector<long> const at =
+      origin ? parseOrigin(*origin, rank) : std::vector<long>{array.cols / 2, array.rows / 2, array.plans / 2};
+  double const* const coefficients = array.coefficients.data();
+  try {
+    if (rank == 2) {
+      dynamic_cast<pxl::Property<pxl::kernel::Kernel2D>&>(property).set(
+          pxl::kernel::Kernel2D(coefficients, array.rows, array.cols, at[1], at[0]));
+    } else {
+      dynamic_cast<pxl::Property<pxl::kernel::Kernel3D>&>(property).set(
+          pxl::kernel::Kernel3D(coefficients, array.plans, array.rows, array.cols, at[2], at[1], at[0]));
+    }
+  } catch (pxl::InvalidCall const& error) {
+    throw UsageError(property.getName(), error.what());
+  }
+}
+
+}  // namespace qorn
