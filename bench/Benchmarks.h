@@ -3,6 +3,7 @@
 /** The benchmarks of each operator; main() registers them all. */
 namespace bench {
 
+void addFir();
 void addIntensityExtrema();
 void addLogical();
 void addMorphology2d();
