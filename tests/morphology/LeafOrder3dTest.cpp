@@ -3,6 +3,7 @@
 #include <functional>
 #include <random>
 
+#include "oracle/Shapes.h"
 #include "support/Kernels3d.h"
 #include "support/WriteWatch.h"
 
@@ -86,6 +87,16 @@ TYPED_TEST(LeafOrder3d, DoesNotMatterForErosions) { this->template expectFixedKe
 TYPED_TEST(LeafOrder3d, DoesNotMatterForListsOfDilations) { this->template expectListsRight<DilationFunctor>(); }
 
 TYPED_TEST(LeafOrder3d, DoesNotMatterForListsOfErosions) { this->template expectListsRight<ErosionFunctor>(); }
+
+TYPED_TEST(LeafOrder3d, DoesNotMatterForLinesDisksAndBalls) {
+  for (auto const& element : {oracle::makeLine(0, 0, 9), oracle::makeLine(-25, 200, 6),
+                              oracle::makeFlatDisk(40, 70, 2), oracle::makeDisk(2), oracle::makeBall(2)}) {
+    Offsets3d offsets;
+    for (oracle::Offset const& o : element) offsets.push_back({o[0], o[1], o[2]});
+    this->expectRightInAnyOrder(this->template toAny<ErosionFunctor>(General3d<ErosionFunctor>(offsets)),
+                                oracle::applyVolumeList(this->m_image, Operation::cErosion, element));
+  }
+}
 
 // Lists that lie wholly before: in blocks of a single plan nothing of the block itself is read.
 TYPED_TEST(LeafOrder3d, OfSinglePlansDoesNotMatterForListsFarBefore) {
