@@ -1,12 +1,14 @@
 #include "qorn/Element.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <optional>
 
 #include "pxl/AlgoInfo.h"
 #include "pxl/Image.h"
 #include "pxl/Property.h"
+#include "pxl/morphology/Morphology.h"
 #include "qorn/Commands.h"
 #include "qorn/Operators.h"
 #include "qorn/StandardOutput.h"
@@ -16,7 +18,6 @@
 namespace qorn {
 namespace {
 
-constexpr unsigned long cMaxProbedVoxels = 1ul << 28;
 constexpr unsigned long cMaxDrawnColumns = 81;
 constexpr unsigned long cMaxDrawnRows = 1000;
 
@@ -30,12 +31,46 @@ unsigned long countVoxels(Element const& element) {
   return static_cast<unsigned long>(std::count(element.mask.begin(), element.mask.end(), 1));
 }
 
+bool isVolume(pxl::BaseAlgorithm const& algorithm) {
+  return algorithm.getAlgoInfo()->getWorkingDimension() == pxl::WorkingDimension::cVolume;
+}
+
+/** About how many steps the operator does for each voxel: passes, or voxels of its element. */
+double countSteps(pxl::BaseAlgorithm const& algorithm) {
+  constexpr double cMaxElement = 1e6;  // The host makes no larger ones, and says so better.
+  using namespace pxl::morphology;
+  if (auto const* const line = dynamic_cast<Line2dMorphology const*>(&algorithm)) {
+    return std::min<double>(cMaxElement, line->lineSize);
+  }
+  if (auto const* const line = dynamic_cast<Line3dMorphology const*>(&algorithm)) {
+    return std::min<double>(cMaxElement, line->lineSize);
+  }
+  if (auto const* const disk = dynamic_cast<OrientedDiskMorphology const*>(&algorithm)) {
+    return std::min(cMaxElement, 4.0 * std::pow(disk->radius, 2));
+  }
+  if (auto const* const round = dynamic_cast<RadiusMorphology const*>(&algorithm)) {
+    if (round->shapeMode == 0) return round->radius;
+    return std::min(cMaxElement,
+                    isVolume(algorithm) ? 5.0 * std::pow(round->radius, 3) : 4.0 * std::pow(round->radius, 2));
+  }
+  return dynamic_cast<IteratedMorphology const&>(algorithm).numberOfIterations;
+}
+
+/** @throws ProgramError a run on so many voxels would take more than seconds, or much memory */
+void checkEffort(pxl::BaseAlgorithm const& algorithm, std::size_t nbVoxels) {
+  constexpr std::size_t cMaxVoxels = 1ul << 25;
+  constexpr double cMaxSteps = 1ul << 40;
+  constexpr double cMaxStepsForOne = 1ul << 20;  // Even without voxels a pass takes time.
+  double const nbSteps = countSteps(algorithm);
+  if (nbVoxels > cMaxVoxels || nbSteps * static_cast<double>(nbVoxels) > cMaxSteps || nbSteps > cMaxStepsForOne) {
+    throw ProgramError(cFailed, algorithm.getAlgoInfo()->getName(), "the element is too large to be shown");
+  }
+}
+
 /** Which voxels of an image a single voxel that differs from the background reaches. */
 Element probe(pxl::BaseAlgorithm& algorithm, std::array<unsigned long, 3> const& reach, unsigned char background) {
   Element element = makeElement(reach);
-  if (element.mask.size() > cMaxProbedVoxels) {
-    throw ProgramError(cFailed, algorithm.getAlgoInfo()->getName(), "the element is too large to be shown");
-  }
+  checkEffort(algorithm, element.mask.size());
   pxl::ImageSizes const sizes{element.getSize(0), element.getSize(1), element.getSize(2), 1, 1};
   auto const input = pxl::Image::New(pxl::cUnsignedInteger8, sizes);
   auto const output = pxl::Image::New(pxl::cUnsignedInteger8, sizes);
@@ -96,8 +131,7 @@ std::string describe(Element const& element) {
 }  // namespace
 
 Element findElement(pxl::BaseAlgorithm& algorithm) {
-  bool const isVolume = algorithm.getAlgoInfo()->getWorkingDimension() == pxl::WorkingDimension::cVolume;
-  std::array<unsigned long, 3> reach{4, 4, isVolume ? 4ul : 0ul};
+  std::array<unsigned long, 3> reach{4, 4, isVolume(algorithm) ? 4ul : 0ul};
   // An erosion removes a single bright voxel and widens a dark one. Every element holds the voxel itself.
   unsigned char background = 0;
   if (countVoxels(probe(algorithm, reach, background)) == 0) background = 255;
@@ -142,13 +176,12 @@ ExitCodes execute(ElementCommand const& command) {
     throw UsageError(command.operatorName, "has no structuring element");
   }
   std::unique_ptr<pxl::BaseAlgorithm> const algorithm = record.create();
-  setProperties(*algorithm, command.properties);
+  setProperties(*algorithm, command.properties, std::nullopt);
   checkValues(*algorithm);
   loadPlugins(command.plugins);
   checkIsOffered(*algorithm);
   Element const element = findElement(*algorithm);
   if (!command.output.empty()) {
-    bool const isVolume = record.getWorkingDimension() == pxl::WorkingDimension::cVolume;
     io::ImageHeader const header{"npy",
                                  pxl::cUnsignedInteger8,
                                  {element.getSize(0), element.getSize(1), element.getSize(2), 1, 1},

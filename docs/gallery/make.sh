@@ -78,3 +78,21 @@ qorn run DilationDisk3d "$head" disk.npy radius=8 firstAngle=30 secondAngle=45
 cut disk.npy "$gallery/head-DilationDisk3d.png"
 qorn run DilationLine3d "$head" line.npy lineSize=15 firstAngle=30 secondAngle=45
 cut line.npy "$gallery/head-DilationLine3d.png"
+
+# Correlations. gauss DIMENSIONS SIGMA REACH prints a kernel whose coefficients sum up to 1.
+gauss() {
+  /usr/bin/python3 -c '
+import math, sys
+dimensions, sigma, reach = int(sys.argv[1]), float(sys.argv[2]), int(sys.argv[3])
+line = [math.exp(-i * i / (2 * sigma * sigma)) for i in range(-reach, reach + 1)]
+line = [value / sum(line) for value in line]
+rows = lambda scale: "; ".join(" ".join(repr(scale * a * b) for b in line) for a in line)
+print(rows(1) if dimensions == 2 else " | ".join(rows(a) for a in line))' "$@"
+}
+fir2d() { qorn run FiniteImpulseResponseFilter2D "$data/camera.png" "$gallery/camera-$1.png" kernel="$2"; }
+fir2d gauss "$(gauss 2 2.5 7)"
+fir2d sobel "-1 0 1; -2 0 2; -1 0 1"
+fir2d laplace "1 1 1; 1 -8 1; 1 1 1"
+fir2d motion "0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04"
+qorn run FiniteImpulseResponseFilter3D "$head" gauss.npy kernel="$(gauss 3 1.5 4)"
+cut gauss.npy "$gallery/head-gauss.png"

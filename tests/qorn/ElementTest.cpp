@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <numeric>
+#include <sstream>
 
 #include "support/Files.h"
 #include "support/Npy.h"
@@ -197,6 +198,18 @@ TEST_F(Element, OfAHostileSizeIsRefusedAtOnce) {
                     angle == "1e400" ? "out of range" : "must be finite");
   }
   EXPECT_FALSE(exists(output));
+}
+
+TEST_F(Element, OfAnySizeIsFoundWithinSecondsOrRefused) {
+  for (std::string const text :
+       {"DilationBall3d radius=2147483647", "Erosion2d numberOfIterations=4000000000",
+        "DilationLine2d lineSize=1000000 lineAngle=1", "ErosionLine3d lineSize=1000 secondAngle=40"}) {
+    std::string const name = text.substr(0, text.find(' '));
+    std::vector<std::string> words;
+    std::istringstream stream(text);
+    for (std::string word; stream >> word;) words.push_back(word);
+    expectFailure(runElement(words), 1, name, "the element is too large to be shown");
+  }
 }
 
 }  // namespace
