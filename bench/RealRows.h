@@ -1,9 +1,9 @@
 #pragma once
 
-#include <smmintrin.h>
-
 #include <cstring>
 #include <type_traits>
+
+#include "Core/private/Access/simd/SimdVec.h"
 
 namespace bench {
 

@@ -15,8 +15,8 @@ struct arch_128_tag {};
 
 /**
  * Operations on vectors of T: the type `Vector`, the number of lanes `cNbLanes`, unaligned `load` and `store`,
- * lane-wise `min` and `max`, for real types `add` and `multiply`, for integers bitAnd to bitAndNot (a and not b), `broadcast` of a
- * scalar, and `extract<lane>`.
+ * lane-wise `min` and `max`, for real types `add` and `multiply`, for integers bitAnd to bitAndNot (a and not b),
+ * `broadcast` of a scalar, and `extract<lane>`.
  *
  * min and max of real types give the second operand where either is NaN or both are zero.
  */
