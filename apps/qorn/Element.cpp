@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <optional>
 
 #include "pxl/AlgoInfo.h"
@@ -35,23 +36,28 @@ bool isVolume(pxl::BaseAlgorithm const& algorithm) {
   return algorithm.getAlgoInfo()->getWorkingDimension() == pxl::WorkingDimension::cVolume;
 }
 
+constexpr double cMaxElement = 1e6;  // The host makes no larger ones, and says so better.
+
+/** A long line reads as many rows as it spans, each longer than the line. */
+double countLineSteps(unsigned int size) {
+  return size > 16384 && size <= cMaxElement ? std::numeric_limits<double>::infinity()
+                                             : std::min<double>(cMaxElement, size);
+}
+
 /** About how many steps the operator does for each voxel: passes, or voxels of its element. */
 double countSteps(pxl::BaseAlgorithm const& algorithm) {
-  constexpr double cMaxElement = 1e6;  // The host makes no larger ones, and says so better.
   using namespace pxl::morphology;
-  if (auto const* const line = dynamic_cast<Line2dMorphology const*>(&algorithm)) {
-    return std::min<double>(cMaxElement, line->lineSize);
-  }
-  if (auto const* const line = dynamic_cast<Line3dMorphology const*>(&algorithm)) {
-    return std::min<double>(cMaxElement, line->lineSize);
-  }
+  if (auto const* const line = dynamic_cast<Line2dMorphology const*>(&algorithm))
+    return countLineSteps(line->lineSize);
+  if (auto const* const line = dynamic_cast<Line3dMorphology const*>(&algorithm))
+    return countLineSteps(line->lineSize);
   if (auto const* const disk = dynamic_cast<OrientedDiskMorphology const*>(&algorithm)) {
-    return std::min(cMaxElement, 4.0 * std::pow(disk->radius, 2));
+    return std::min(cMaxElement, 4.0 * std::pow(disk->radius.get(), 2));
   }
   if (auto const* const round = dynamic_cast<RadiusMorphology const*>(&algorithm)) {
     if (round->shapeMode == 0) return round->radius;
-    return std::min(cMaxElement,
-                    isVolume(algorithm) ? 5.0 * std::pow(round->radius, 3) : 4.0 * std::pow(round->radius, 2));
+    return std::min(cMaxElement, isVolume(algorithm) ? 5.0 * std::pow(round->radius.get(), 3)
+                                                     : 4.0 * std::pow(round->radius.get(), 2));
   }
   return dynamic_cast<IteratedMorphology const&>(algorithm).numberOfIterations;
 }
@@ -185,7 +191,7 @@ ExitCodes execute(ElementCommand const& command) {
     io::ImageHeader const header{"npy",
                                  pxl::cUnsignedInteger8,
                                  {element.getSize(0), element.getSize(1), element.getSize(2), 1, 1},
-                                 isVolume ? 3 : 2,
+                                 isVolume(*algorithm) ? 3 : 2,
                                  false};
     io::OutputImage mask(command.output, header, {false, command.isReplacing});
     std::memcpy(mask.getImage()->getVoxels(), element.mask.data(), element.mask.size());

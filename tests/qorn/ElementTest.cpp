@@ -203,7 +203,7 @@ TEST_F(Element, OfAHostileSizeIsRefusedAtOnce) {
 TEST_F(Element, OfAnySizeIsFoundWithinSecondsOrRefused) {
   for (std::string const text :
        {"DilationBall3d radius=2147483647", "Erosion2d numberOfIterations=4000000000",
-        "DilationLine2d lineSize=1000000 lineAngle=1", "ErosionLine3d lineSize=1000 secondAngle=40"}) {
+        "DilationLine2d lineSize=1000000 lineAngle=1", "ErosionLine3d lineSize=1000 firstAngle=45 secondAngle=40"}) {
     std::string const name = text.substr(0, text.find(' '));
     std::vector<std::string> words;
     std::istringstream stream(text);

@@ -5,63 +5,57 @@
 #include <limits>
 #include <type_traits>
 
+#include "Core/private/Access/simd/RoundFloats.h"
+
 namespace pxl::access {
 namespace {
 
-// What a real is rounded in: float for what 24 bits hold.
-template <class To, class From>
-using Wide = std::conditional_t<sizeof(To) < 4, From, double>;
-
-// Sixteen bytes of reals, for which the compiler has operators: in a loop over voxels comparisons would become jumps.
-template <class Real>
-struct Lanes {
-  static constexpr long cCount = 16 / sizeof(Real);
-  using Vector __attribute__((vector_size(16))) = Real;
-  using Floats __attribute__((vector_size(cCount * 4))) = float;
-  using Whole __attribute__((vector_size(cCount * 4))) = int;
-};
+// Two voxels, for which the compiler has operators: in a loop over voxels comparisons would become jumps.
+using Doubles __attribute__((vector_size(16))) = double;
+using Floats __attribute__((vector_size(8))) = float;
+using Whole __attribute__((vector_size(8))) = int;
 
 // Rounds half to even and saturates; NaN becomes 0. For unsigned numbers of 32 bits the sign bit is changed.
-template <class To, class Real>
-typename Lanes<Real>::Whole roundVector(typename Lanes<Real>::Vector v) {
-  constexpr Real cLowest = std::numeric_limits<To>::lowest();
-  constexpr Real cHighest = static_cast<Real>(std::numeric_limits<To>::max());
+template <class To>
+Whole roundTwo(Doubles v) {
+  constexpr double cLowest = std::numeric_limits<To>::lowest();
+  constexpr double cHighest = std::numeric_limits<To>::max();
   // A number this large has no bits behind the point, so that adding it rounds.
-  constexpr Real cLarge = std::is_same_v<Real, float> ? 12582912. : 6755399441055744.;
-  constexpr Real cShift = std::is_same_v<To, unsigned int> ? 2147483648. : 0.;
-  typename Lanes<Real>::Vector const zero{}, lowest = zero + cLowest, highest = zero + cHighest;
+  constexpr double cLarge = 6755399441055744.;
+  constexpr double cShift = std::is_same_v<To, unsigned int> ? 2147483648. : 0.;
+  Doubles const zero{}, lowest = zero + cLowest, highest = zero + cHighest;
   if constexpr (std::is_signed_v<To>) v = v == v ? v : zero;
   v = v > lowest ? v : lowest;
   v = v < highest ? v : highest;
-  return __builtin_convertvector(((v + cLarge) - cLarge) - cShift, typename Lanes<Real>::Whole);
+  return __builtin_convertvector(((v + cLarge) - cLarge) - cShift, Whole);
+}
+
+Doubles loadTwo(double const* voxels) {
+  Doubles v;
+  std::memcpy(&v, voxels, sizeof v);
+  return v;
+}
+Doubles loadTwo(float const* voxels) {
+  Floats v;
+  std::memcpy(&v, voxels, sizeof v);
+  return __builtin_convertvector(v, Doubles);
 }
 
 template <class To, class From>
 void convertReals(To* __restrict to, From const* __restrict from, long count) {
-  using Real = Wide<To, From>;
-  constexpr long L = Lanes<Real>::cCount;
   constexpr long cPartLength = 512;
   constexpr int cSign = std::is_same_v<To, unsigned int> ? std::numeric_limits<int>::lowest() : 0;
   alignas(16) int whole[cPartLength];
   auto const round = [&whole](From const* voxels, long i) {
-    typename Lanes<Real>::Vector v;
-    if constexpr (std::is_same_v<From, Real>) {
-      std::memcpy(&v, voxels, sizeof v);
-    } else {
-      typename Lanes<Real>::Floats narrow;
-      std::memcpy(&narrow, voxels, sizeof narrow);
-      v = __builtin_convertvector(narrow, typename Lanes<Real>::Vector);
-    }
-    auto const w = roundVector<To, Real>(v);
+    Whole const w = roundTwo<To>(loadTwo(voxels));
     std::memcpy(whole + i, &w, sizeof w);
   };
   for (long done = 0; done < count; done += cPartLength) {
     long const part = std::min(count - done, cPartLength);
     long i = 0;
-    for (; i + L <= part; i += L) round(from + done + i, i);
+    for (; i + 2 <= part; i += 2) round(from + done + i, i);
     if (i < part) {
-      From rest[L] = {};
-      std::copy(from + done + i, from + done + part, rest);
+      From const rest[2] = {from[done + i], 0};
       round(rest, i);
     }
     for (i = 0; i < part; ++i) to[done + i] = static_cast<To>(whole[i] ^ cSign);
@@ -82,11 +76,28 @@ To convertVoxel(From value) {
   }
 }
 
+// The results of filters, which shouldn't cost more than the filter.
+template <class To>
+void convertFloats(To* __restrict to, float const* __restrict from, long count) {
+  using Round = SimdVec::RoundFloats<To>;
+  constexpr long cNbVoxels = Round::cNbVoxels;
+  long i = 0;
+  for (; i + cNbVoxels <= count; i += cNbVoxels) Round::round(from + i, to + i);
+  if (i == count) return;
+  float rest[cNbVoxels] = {};
+  To result[cNbVoxels];
+  std::copy(from + i, from + count, rest);
+  Round::round(rest, result);
+  std::copy(result, result + (count - i), to + i);
+}
+
 template <class To, class From>
 void convert(void* to, void const* from, long count) {
   To* const __restrict target = static_cast<To*>(to);
   From const* const __restrict source = static_cast<From const*>(from);
-  if constexpr (std::is_integral_v<To> && std::is_floating_point_v<From>) {
+  if constexpr (std::is_integral_v<To> && sizeof(To) <= 2 && std::is_same_v<From, float>) {
+    convertFloats(target, source, count);
+  } else if constexpr (std::is_integral_v<To> && std::is_floating_point_v<From>) {
     convertReals(target, source, count);
   } else {
     for (long i = 0; i < count; ++i) target[i] = convertVoxel<To>(source[i]);
