@@ -38,17 +38,17 @@ bool isVolume(pxl::BaseAlgorithm const& algorithm) {
 
 constexpr double cMaxElement = 1e6;  // The host makes no larger ones, and says so better.
 
-/** A long line reads as many rows as it spans, each longer than the line. */
-double countLineSteps(unsigned int size) {
-  return size > 16384 && size <= cMaxElement ? std::numeric_limits<double>::infinity()
-                                             : std::min<double>(cMaxElement, size);
+/** A long line holds as many rows or plans in memory as it spans, each longer than the line. */
+double countLineSteps(unsigned int size, unsigned int maxSize) {
+  bool const isTooLong = size > maxSize && size <= cMaxElement;
+  return isTooLong ? std::numeric_limits<double>::infinity() : std::min<double>(cMaxElement, size);
 }
 
 /** About how many steps the operator does for each voxel: passes, or voxels of its element. */
 double countSteps(pxl::BaseAlgorithm const& algorithm) {
   using namespace pxl::morphology;
   if (auto const* const line = dynamic_cast<Line2dMorphology const*>(&algorithm))
-    return countLineSteps(line->lineSize);
+    return countLineSteps(line->lineSize, 4096);
   if (auto const* const line = dynamic_cast<Line3dMorphology const*>(&algorithm))
     return countLineSteps(line->lineSize);
   if (auto const* const disk = dynamic_cast<OrientedDiskMorphology const*>(&algorithm)) {
