@@ -50,7 +50,7 @@ double countSteps(pxl::BaseAlgorithm const& algorithm) {
   if (auto const* const line = dynamic_cast<Line2dMorphology const*>(&algorithm))
     return countLineSteps(line->lineSize, 4096);
   if (auto const* const line = dynamic_cast<Line3dMorphology const*>(&algorithm))
-    return countLineSteps(line->lineSize);
+    return countLineSteps(line->lineSize, 256);
   if (auto const* const disk = dynamic_cast<OrientedDiskMorphology const*>(&algorithm)) {
     return std::min(cMaxElement, 4.0 * std::pow(disk->radius.get(), 2));
   }

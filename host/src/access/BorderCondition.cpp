@@ -116,6 +116,7 @@ class alignas(cCacheLine) ContinueBorder final : public BorderCondition<T> {
 
 // The position that stands for `position` in a dimension reflected at both ends: 2 1 0 1 2 3 2 1 0 ...
 long reflect(long position, long size) {
+  if (isInside(position, size)) return position;
   if (size == 1) return 0;
   long const period = 2 * (size - 1);
   long const phase = ((position % period) + period) % period;
@@ -131,6 +132,13 @@ class alignas(cCacheLine) MirrorBorder final : public BorderCondition<T> {
     if (isEmpty(*image)) return fillEmpty(first, last);
     RowPosition const at{reflect(row, image->nbRows), reflect(plan, image->nbPlans),
                          reflect(sequence, image->nbSequence), reflect(spectralSeries, image->nbSpectralSeries)};
+    long const begin = std::max(col, 0L);
+    long const end = std::min(col + (last - first), image->nbCols);
+    long const nbBefore = begin - col, nbAfter = col + (last - first) - end;
+    if (nbBefore < end - begin && nbAfter < end - begin) {
+      readWithMargins(*image, first, begin, end, nbBefore, nbAfter, at);
+      return true;
+    }
     while (first != last) {
       long const done = readRun(*image, first, last - first, col, at);
       first += done;
@@ -140,6 +148,16 @@ class alignas(cCacheLine) MirrorBorder final : public BorderCondition<T> {
   }
 
  private:
+  // Reads what lies within the image at once, and takes the reflections from what was read.
+  static void readWithMargins(ViewInterface<T> const& image, T* first, long begin, long end, long nbBefore,
+                              long nbAfter, RowPosition const& at) {
+    T* const inside = first + nbBefore;
+    image.readRow(inside, end - begin, begin, at.row, at.plan, at.sequence, at.spectralSeries);
+    T* const last = inside + (end - begin) - 1;
+    for (long i = 1; i <= nbBefore; ++i) inside[-i] = inside[i];
+    for (long i = 1; i <= nbAfter; ++i) last[i] = last[-i];
+  }
+
   // Reads one run of the reflected row, rising or falling, and returns its length.
   static long readRun(ViewInterface<T> const& image, T* voxels, long count, long col, RowPosition const& at) {
     long const from = reflect(col, image.nbCols);

@@ -1,6 +1,7 @@
 #include "access/ConvertedWindow.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "access/Prefetch.h"
 
@@ -15,6 +16,13 @@ bool isAligned(char const* memory, long const* strides, unsigned long size) {
 }
 
 }  // namespace
+
+void ConvertedWindow::move(Converter convert, void* to, void const* from, unsigned long count) const {
+  if (convert)
+    convert(to, from, static_cast<long>(count));
+  else
+    std::memcpy(to, from, count * m_size);
+}
 
 // A position in the storage.
 struct ConvertedWindow::Place {
@@ -37,9 +45,9 @@ ConvertedWindow::ConvertedWindow(VoxelSource const& source, VoxelTypes type)
 }
 
 void ConvertedWindow::read(void* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) const {
-  if (m_memory && m_fromStored) {
+  if (m_memory) {
     char const* const address = addressOf(position);
-    m_fromStored(voxels, address, static_cast<long>(count));
+    move(m_fromStored, voxels, address, count);
     prefetchRow<cForReading>(address + m_source.storage->getStrides()[cRows], count * m_storedSize);
     return;
   }
@@ -58,9 +66,9 @@ void ConvertedWindow::read(void* voxels, unsigned long count, unsigned long cons
 
 bool ConvertedWindow::write(void const* voxels, unsigned long count,
                             unsigned long const (&position)[cNbComponents]) const {
-  if (m_memory && m_toStored && m_source.storage->isWritable()) {
+  if (m_memory && m_source.storage->isWritable()) {
     char const* const address = addressOf(position);
-    m_toStored(const_cast<char*>(address), voxels, static_cast<long>(count));
+    move(m_toStored, const_cast<char*>(address), voxels, count);
     prefetchRow<cForWriting>(address + m_source.storage->getStrides()[cRows], count * m_storedSize);
     return true;
   }

@@ -24,6 +24,7 @@ class ConvertedWindow {
   struct Place;
   static constexpr unsigned long cBufferSize = 8192;
 
+  void move(Converter convert, void* to, void const* from, unsigned long count) const;
   char const* addressOf(unsigned long const (&position)[cNbComponents]) const;
   Place placeOf(unsigned long const (&position)[cNbComponents]) const;
 
