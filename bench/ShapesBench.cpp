@@ -87,6 +87,18 @@ Shape makeOrientedDisk(unsigned int radius) {
           pxl::kernel::generateDiskOffset3DCollection(45, 30, radius)};
 }
 
+Shape makeVolumeLine() {
+  auto const make = [](pxl::Image const& input, pxl::Image& output) {
+    auto algorithm = makeAlgorithm<pxl::morphology::DilationLine3d>(input, output);
+    algorithm->lineSize = 21;
+    algorithm->firstAngle = 30;
+    algorithm->secondAngle = 45;
+    return algorithm;
+  };
+  return {"line_21_at_30_45", make,
+          pxl::kernel::generateLineOffset3DCollectionWithConstNumOfPixels(45, 30, 21, true)};
+}
+
 struct Case {
   ImagePointer input;
   ImagePointer output;
@@ -193,7 +205,7 @@ template <class T>
 void addVolume(std::string const& type) {
   ImageSizes const sizes{256, 256, 256, 1, 1};
   std::string const name = "Shapes/" + type + "/256x256x256";
-  for (Shape const& shape : {makeBall(3), makeBall(5), makeOrientedDisk(5)}) {
+  for (Shape const& shape : {makeBall(3), makeBall(5), makeOrientedDisk(5), makeVolumeLine()}) {
     addPairs<T>(name, sizes, shape, "copy_ceiling", makeCeiling<T>);
 #ifdef PXLWORKS_HAVE_CIMG
     if (shape.voxels.size() < 200) addPairs<T>(name, sizes, shape, "cimg_dilate", makeCImg<T>, cNbSlowPairs);

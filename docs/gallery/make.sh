@@ -67,17 +67,19 @@ draw lines "DilationLine2d lineSize=15 lineAngle="{0,20,45,70,90,135}
 draw oriented "DilationDisk3d radius=10 firstAngle=30 secondAngle=45"
 
 # What they make of an image and of a volume.
-for mode in 0 1; do
-  qorn run ErosionDisk2d "$data/coins.png" "$gallery/coins-ErosionDisk2d-$mode.png" radius=10 shapeMode=$mode
-  qorn run DilationBall3d "$head" ball.npy radius=6 shapeMode=$mode
-  cut ball.npy "$gallery/head-DilationBall3d-$mode.png"
-done
 qorn run DilationLine2d "$data/camera.png" "$gallery/camera-DilationLine2d.png" lineSize=21 lineAngle=30
 qorn run ErosionLine2d "$data/camera.png" "$gallery/camera-ErosionLine2d.png" lineSize=21 lineAngle=90
-qorn run DilationDisk3d "$head" disk.npy radius=8 firstAngle=30 secondAngle=45
-cut disk.npy "$gallery/head-DilationDisk3d.png"
-qorn run DilationLine3d "$head" line.npy lineSize=15 firstAngle=30 secondAngle=45
-cut line.npy "$gallery/head-DilationLine3d.png"
+for kind in Dilation Erosion; do
+  for mode in 0 1; do
+    qorn run ${kind}Disk2d "$data/coins.png" "$gallery/coins-${kind}Disk2d-$mode.png" radius=10 shapeMode=$mode
+    qorn run ${kind}Ball3d "$head" ball.npy radius=6 shapeMode=$mode
+    cut ball.npy "$gallery/head-${kind}Ball3d-$mode.png"
+  done
+  qorn run ${kind}Disk3d "$head" disk.npy radius=8 firstAngle=30 secondAngle=45
+  cut disk.npy "$gallery/head-${kind}Disk3d.png"
+  qorn run ${kind}Line3d "$head" line.npy lineSize=15 firstAngle=30 secondAngle=45
+  cut line.npy "$gallery/head-${kind}Line3d.png"
+done
 
 # Correlations. gauss DIMENSIONS SIGMA REACH prints a kernel whose coefficients sum up to 1.
 gauss() {
@@ -96,3 +98,8 @@ fir2d laplace "1 1 1; 1 -8 1; 1 1 1"
 fir2d motion "0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04"
 qorn run FiniteImpulseResponseFilter3D "$head" gauss.npy kernel="$(gauss 3 1.5 4)"
 cut gauss.npy "$gallery/head-gauss.png"
+
+# The ground that "./run" measures, each 5 m of height one step of grey.
+"$root/run" >/dev/null
+qorn run FiniteImpulseResponseFilter2D "$root/build/run/elevation.npy" "$gallery/elevation.png" kernel=0.2 \
+  --output-type uint8

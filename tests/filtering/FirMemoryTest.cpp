@@ -55,7 +55,8 @@ TEST_F(FirMemory, ApartTakesNoCopyAndInPlaceOneOfTheImagesType) {
     EXPECT_LT(measurePeak(type, false), 6 * cMegabyte) << type;
     long const inPlace = measurePeak(type, true);
     EXPECT_GT(inPlace, megabytes * cMegabyte / 2) << type;
-    // A quarter of the rows are held back as reals at most, in blocks of eight rows; a copy as reals would be 64 more.
+    // A quarter of the rows are held back as reals at most, in blocks of eight rows; a copy as reals would be 64
+    // more.
     EXPECT_LT(inPlace, (megabytes + 24) * cMegabyte) << type;
   }
 }

@@ -70,10 +70,28 @@ def compare_shapes(qorn, random):
                 print(f"{operator} {text} on {image.dtype}: equal")
 
 
+def compare_correlations(qorn, random):
+    for operator, sizes, shape in (("FiniteImpulseResponseFilter2D", PLANE, (3, 4)),
+                                   ("FiniteImpulseResponseFilter2D", PLANE, (11, 11)),
+                                   ("FiniteImpulseResponseFilter3D", VOLUME, (3, 2, 5))):
+        for dtype, tolerance in ((numpy.float32, 1e-4), (numpy.float64, 1e-12), (numpy.uint8, 1)):
+            image = random.integers(0, 120, sizes).astype(dtype)
+            kernel = random.random(shape) / numpy.prod(shape)
+            numpy.save(qorn.path("kernel.npy"), kernel)
+            result = qorn.run(operator, image, "kernel=" + qorn.path("kernel.npy"))
+            expected = ndimage.correlate(image.astype(numpy.float64), kernel, mode="mirror")
+            difference = numpy.max(numpy.abs(result - expected))
+            if not difference < tolerance:
+                sys.exit(f"{operator} {shape} on {image.dtype}: differs by {difference}")
+            print(f"{operator} {shape} on {image.dtype}: within {difference:.2g}")
+
+
 def main():
     print(f"seed {SEED}")
     with tempfile.TemporaryDirectory() as folder:
-        compare_shapes(Qorn(sys.argv[1], folder), numpy.random.default_rng(SEED))
+        random = numpy.random.default_rng(SEED)
+        compare_shapes(Qorn(sys.argv[1], folder), random)
+        compare_correlations(Qorn(sys.argv[1], folder), random)
 
 
 if __name__ == "__main__":

@@ -80,15 +80,14 @@ To convertVoxel(From value) {
 template <class To>
 void convertFloats(To* __restrict to, float const* __restrict from, long count) {
   using Round = SimdVec::RoundFloats<To>;
-  constexpr long cNbVoxels = Round::cNbVoxels;
-  long i = 0;
-  for (; i + cNbVoxels <= count; i += cNbVoxels) Round::round(from + i, to + i);
-  if (i == count) return;
-  float rest[cNbVoxels] = {};
-  To result[cNbVoxels];
-  std::copy(from + i, from + count, rest);
-  Round::round(rest, result);
-  std::copy(result, result + (count - i), to + i);
+  if (!Round::isAvailable()) return convertReals(to, from, count);
+  long const done = Round::roundVectors(from, to, count);
+  if (done == count) return;
+  float rest[Round::cNbVoxels] = {};
+  To result[Round::cNbVoxels];
+  std::copy(from + done, from + count, rest);
+  Round::roundVectors(rest, result, Round::cNbVoxels);
+  std::copy(result, result + (count - done), to + done);
 }
 
 template <class To, class From>

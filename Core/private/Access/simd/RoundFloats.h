@@ -1,6 +1,6 @@
 #pragma once
 
-#include <emmintrin.h>
+#include <smmintrin.h>
 
 #include <type_traits>
 
@@ -8,43 +8,54 @@ namespace pxl::SimdVec {
 
 /**
  * Rounds floats to integers of 8 or 16 bits: half to even, saturated, NaN gives 0. It needs no more than what every
- * x86-64 processor has, as the host runs on any of them.
+ * x86-64 processor has, as the host runs on any of them; only for unsigned 16 bits it needs SSE4.1.
  */
 template <class To>
 struct RoundFloats {
   static_assert(std::is_integral_v<To> && sizeof(To) <= 2);
   static constexpr long cNbVoxels = 16 / static_cast<long>(sizeof(To));
 
-  /** Rounds cNbVoxels of them. */
-  static void round(float const* from, To* to) {
-    __m128i result;
-    if constexpr (std::is_same_v<To, unsigned char>)
-      result = _mm_packus_epi16(roundEight(from), roundEight(from + 8));
-    else if constexpr (std::is_same_v<To, signed char>)
-      result = _mm_packs_epi16(roundEight(from), roundEight(from + 8));
-    else
-      result = roundEight(from);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), result);
+  /** Whether this processor can. */
+  static bool isAvailable() { return !std::is_same_v<To, unsigned short> || __builtin_cpu_supports("sse4.1"); }
+
+  /** Rounds whole vectors of cNbVoxels, and returns how many voxels of `count` that were. */
+  static long roundVectors(float const* from, To* to, long count) {
+    if constexpr (std::is_same_v<To, unsigned short>) return roundUnsigned16(from, to, count);
+    long i = 0;
+    for (; i + cNbVoxels <= count; i += cNbVoxels) {
+      __m128i result;
+      if constexpr (std::is_same_v<To, unsigned char>)
+        result = _mm_packus_epi16(roundEight(from + i), roundEight(from + i + 8));
+      else if constexpr (std::is_same_v<To, signed char>)
+        result = _mm_packs_epi16(roundEight(from + i), roundEight(from + i + 8));
+      else
+        result = roundEight(from + i);
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(to + i), result);
+    }
+    return i;
   }
 
  private:
-  // As signed numbers of 16 bits; those of unsigned ones of 16 bits go through the middle of their range.
-  static __m128i roundEight(float const* from) {
-    if constexpr (!std::is_same_v<To, unsigned short>) return _mm_packs_epi32(roundFour(from), roundFour(from + 4));
-    __m128i const middle = _mm_set1_epi32(32768);
-    __m128i const shifted =
-        _mm_packs_epi32(_mm_sub_epi32(roundFour(from), middle), _mm_sub_epi32(roundFour(from + 4), middle));
-    return _mm_xor_si128(shifted, _mm_set1_epi16(-32768));
-  }
+  // To signed numbers of 16 bits; narrower limits are left to the packing.
+  static __m128i roundEight(float const* from) { return _mm_packs_epi32(roundFour(from), roundFour(from + 4)); }
 
-  // Within 32 bits; narrower limits are left to the packing.
+  // To 32 bits. What is too low for them becomes the lowest number, and so does NaN, which the minimum lets pass as
+  // its second operand: packed to unsigned numbers that is 0.
   static __m128i roundFour(float const* from) {
     __m128 v = _mm_loadu_ps(from);
-    if constexpr (std::is_signed_v<To>)
-      v = _mm_max_ps(_mm_and_ps(v, _mm_cmpord_ps(v, v)), _mm_set1_ps(-65536));
-    else
-      v = _mm_max_ps(v, _mm_setzero_ps());  // The second operand where the first is NaN.
-    return _mm_cvtps_epi32(_mm_min_ps(v, _mm_set1_ps(65536)));
+    if constexpr (std::is_signed_v<To>) v = _mm_and_ps(v, _mm_cmpord_ps(v, v));
+    return _mm_cvtps_epi32(_mm_min_ps(_mm_set1_ps(65536), v));
+  }
+
+  [[gnu::target("sse4.1")]] static long roundUnsigned16(float const* from, To* to, long count) {
+    __m128 const highest = _mm_set1_ps(65536);
+    long i = 0;
+    for (; i + 8 <= count; i += 8) {
+      __m128i const low = _mm_cvtps_epi32(_mm_min_ps(highest, _mm_loadu_ps(from + i)));
+      __m128i const high = _mm_cvtps_epi32(_mm_min_ps(highest, _mm_loadu_ps(from + i + 4)));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(to + i), _mm_packus_epi32(low, high));
+    }
+    return i;
   }
 };
 
