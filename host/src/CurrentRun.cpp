@@ -10,7 +10,7 @@ thread_local CurrentRun* currentRun = nullptr;
 }  // namespace
 
 CurrentRun::CurrentRun(BaseAlgorithm const& algorithm)
-    : m_algorithm(algorithm), m_outer(std::exchange(currentRun, this)), m_failure() {}
+    : m_algorithm(algorithm), m_outer(std::exchange(currentRun, this)) {}
 
 CurrentRun::~CurrentRun() { currentRun = m_outer; }
 

@@ -46,7 +46,7 @@ class ImageModelAdapter::Model final : public ImageModel {
 };
 
 ImageModelAdapter::ImageModelAdapter(ImageModel* image, VoxelTypes type, DataConvertionTypes conversion)
-    : m_model(), m_nbExceptions(std::uncaught_exceptions()) {
+    : m_nbExceptions(std::uncaught_exceptions()) {
   PXL_PROBE(onAdapterNew(image, type));
   if (!image) PXL_RAISE(InvalidCall, "an adapter needs an image");
   if (!helper::isImageType(type)) PXL_RAISE(InvalidCall, "there are no images of the type of an adapter");

@@ -81,8 +81,6 @@ AdapterStorage::AdapterStorage(VoxelSource const& base, VoxelTypes type)
       m_base(base, type),
       m_key(makeKey(base)),
       m_hasReader(false),
-      m_mutex(),
-      m_owned(),
       m_collection(nullptr),
       m_others{base.storage} {}
 

@@ -43,7 +43,7 @@ io::TemporaryImageReference makeRoom(VoxelSource const& target) {
 }  // namespace
 
 Collection::Collection(VoxelSource const& target, VoxelTypes type)
-    : m_target(target), m_room(makeRoom(target)), m_window(m_room->getImageModel()->getSource(), type), m_pieces() {}
+    : m_target(target), m_room(makeRoom(target)), m_window(m_room->getImageModel()->getSource(), type) {}
 
 bool Collection::write(void const* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) {
   if (!m_window.write(voxels, count, position)) return false;
