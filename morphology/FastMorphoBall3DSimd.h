@@ -7,6 +7,18 @@
 
 namespace pxl::morphology::details {
 
+/** The passes that make a polyhedron, by the neighbours they have. */
+struct PolyhedronPasses {
+  explicit PolyhedronPasses(unsigned int radius)
+      : nbFaces(static_cast<int>(0.6 * radius)),
+        nbEdges(static_cast<int>(radius * 0.3)),
+        nbCubes(radius - static_cast<unsigned int>(nbFaces + nbEdges)) {}
+
+  int nbFaces;           ///< with the six neighbours across a face
+  int nbEdges;           ///< with those across an edge, too
+  unsigned int nbCubes;  ///< with all 26: what is left
+};
+
 /**
  * Dilation or erosion of a volume by a polyhedron, in `radius` passes: six tenths of them with the six neighbours
  * across a face, three tenths with 18 neighbours, the rest with all 26, in this order. It reaches `radius` voxels
@@ -16,10 +28,7 @@ namespace pxl::morphology::details {
 template <class Functor, class Arch, class T>
 void FastMorphoBall3DSimd(BaseAlgorithm* algorithm, ImageModel const* input, unsigned int radius,
                           ImageModel* output) {
-  double const real = radius;
-  int const nbFaces = static_cast<int>(0.6 * real);
-  int const nbEdges = static_cast<int>(real * 0.3);
-  unsigned int const nbCubes = radius - static_cast<unsigned int>(nbFaces + nbEdges);
+  auto const [nbFaces, nbEdges, nbCubes] = PolyhedronPasses(radius);
   algorithms::AbstractPrivateImplementation parent(algorithm);
   parent.setNumberOfSteps(1UL + (nbFaces != 0) + (nbEdges != 0));
   if (nbFaces != 0) {
