@@ -27,7 +27,11 @@ class PXL_API IteratedMorphology : public BaseAlgorithm {
   IteratedMorphology(int defaultNeighborhood, char const* neighborhoodHelp);
 };
 
-/** Properties of the operators with a round neighbourhood. */
+/**
+ * Properties of the operators with a round neighbourhood. The fast shape takes `radius` passes, whatever the size of
+ * the element, and works on the whole image whatever region is set; the exact one is a single pass in time
+ * proportional to the voxels of the element.
+ */
 class PXL_API RadiusMorphology : public BaseAlgorithm {
  public:
   ~RadiusMorphology() override;
