@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "ContractRows.h"
 #include "Core/private/Access/simd/AlignedAllocator.h"
 #include "Core/private/Access/simd/SimdVec.h"
 #include "Images.h"
@@ -19,10 +20,10 @@ namespace bench {
 /**
  * A dilation straight on the memory of a volume, with rings of three copied planes for each tile of rows and plans:
  * what a pass costs at least that copies each source row in and each result row out. `cNeighborhood` 0 are the six
- * faces, 1 faces and edges, 2 the cube. No views, borders, margins, progress or cancel; with `cIsCounted` a counted
- * reference for each row that is read, as the contract asks for.
+ * faces, 1 faces and edges, 2 the cube. No views, borders, margins, progress or cancel; with `cIsByContract`
+ * rows come and go by the contract.
  */
-template <class T, int cNeighborhood, bool cIsCounted>
+template <class T, int cNeighborhood, bool cIsByContract>
 class IdealDilation3d {
  public:
   IdealDilation3d(ImagePointer input, ImagePointer output, unsigned int nbIterations)
@@ -32,7 +33,9 @@ class IdealDilation3d {
         m_nbRows(static_cast<long>(input->getNumOf(pxl::cRows))),
         m_nbPlans(static_cast<long>(input->getNumOf(pxl::cPlans))),
         m_nbIterations(nbIterations),
-        m_temporary(static_cast<std::size_t>(nbIterations > 1 ? m_nbCols * m_nbRows * m_nbPlans : 0)) {}
+        m_temporary(static_cast<std::size_t>(nbIterations > 1 ? m_nbCols * m_nbRows * m_nbPlans : 0)),
+        m_inputRows(input, cLowest),
+        m_outputRows(output, cLowest) {}
 
   void operator()() {
     T const* source = getVoxels<T>(m_input);
@@ -64,7 +67,6 @@ class IdealDilation3d {
         plane.assign(static_cast<std::size_t>(nbRows + 2), Buffer(static_cast<std::size_t>(m_nbCols + 2), cLowest));
       Buffer memos[2], result(static_cast<std::size_t>(m_nbCols));
       for (Buffer& memo : memos) memo.resize(static_cast<std::size_t>(m_nbCols));
-      auto const border = std::make_shared<long>(0);
       auto const read = [&](long plan, Plane& plane) {
         for (long i = 0; i < nbRows + 2; ++i)
           readRow(source, plan, firstRow - 1 + i, plane[static_cast<std::size_t>(i)]);
@@ -90,8 +92,10 @@ class IdealDilation3d {
             computeEdges(rowsAt(row), rowsAt(row + 1), rowsAt(row + 2), result.data(), m_nbCols);
           if (cNeighborhood == 2) computeCube(rowsAt(row + 2), older, newer, result.data(), m_nbCols);
           std::swap(older, newer);
-          T* const out = target + (plan * m_nbRows + firstRow + row) * m_nbCols;
-          copyRowOut(result.data(), out, m_nbCols);
+          if (cIsByContract)
+            m_outputRows.write(result.data(), m_nbCols, firstRow + row, plan);
+          else
+            copyRowOut(result.data(), target + (plan * m_nbRows + firstRow + row) * m_nbCols, m_nbCols);
         }
         Plane* const oldest = before;
         before = current;
@@ -108,6 +112,7 @@ class IdealDilation3d {
   };
 
   void readRow(T const* source, long plan, long row, Buffer& buffer) const {
+    if (cIsByContract) return m_inputRows.read(buffer.data(), m_nbCols + 2, -1, row, plan);
     if (plan < 0 || plan >= m_nbPlans || row < 0 || row >= m_nbRows) {
       std::fill(buffer.begin(), buffer.end(), cLowest);
       return;
@@ -159,6 +164,8 @@ class IdealDilation3d {
   long m_nbPlans;
   unsigned int m_nbIterations;
   std::vector<T> m_temporary;
+  ContractRows<T> m_inputRows;  ///< for one iteration
+  ContractRows<T> m_outputRows;
 };
 
 }  // namespace bench

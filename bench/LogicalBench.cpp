@@ -4,6 +4,7 @@
 #include <string>
 
 #include "Benchmarks.h"
+#include "ContractRows.h"
 #include "Core/private/Access/simd/AlignedAllocator.h"
 #include "Core/private/Access/simd/SimdVec.h"
 #include "Images.h"
@@ -48,14 +49,21 @@ Side makeOurs(Case const& one) {
 }
 
 // The operation straight on the memory of the images, in bands of rows: without copies; with a copy of each row in
-// and out, which is what a row costs at least that the image doesn't hand out; and with what the contract asks for
-// besides for each row that is read, a counted reference to a border condition.
-enum class Rows { cDirect, cCopied, cCounted };
+// and out, which is what a row costs at least that the image doesn't hand out; and with rows that come and go by the
+// contract.
+enum class Rows { cDirect, cCopied, cByContract };
 
 template <class T, Rows cRows>
 class IdealXor {
  public:
-  explicit IdealXor(Case const& one) : m_case(one), m_nbCols(countCols(one.first)), m_nbRows(countRows(one.first)) {}
+  explicit IdealXor(Case const& one)
+      : m_case(one),
+        m_nbCols(countCols(one.first)),
+        m_nbRows(countRows(one.first)),
+        m_nbRowsPerPlan(static_cast<long>(one.first->getNumOf(pxl::cRows))),
+        m_first(one.first, 0),
+        m_second(one.second ? one.second : one.first, 0),
+        m_output(one.output, 0) {}
 
   void operator()() const {
     T const* const a = getVoxels<T>(m_case.first);
@@ -65,16 +73,18 @@ class IdealXor {
     tbb::parallel_for(tbb::blocked_range<long>(0, m_nbRows, cNbRowsPerBand), [&](auto const& band) {
       std::size_t const size = static_cast<std::size_t>(cHasCopies ? m_nbCols : 0);
       Buffer first(size), second(b ? size : 0), result(size);
-      auto const border = std::make_shared<long>(0);
       for (long row = band.begin(); row < band.end(); ++row) {
         long const at = row * m_nbCols;
-        T const* const from = cHasCopies ? copyIn(a + at, first.data(), border) : a + at;
+        T const* const from = cHasCopies ? copyIn(a + at, row, m_first, first.data()) : a + at;
         T* const to = cHasCopies ? result.data() : out + at;
         if (b)
-          compute(from, cHasCopies ? copyIn(b + at, second.data(), border) : b + at, to, m_nbCols);
+          compute(from, cHasCopies ? copyIn(b + at, row, m_second, second.data()) : b + at, to, m_nbCols);
         else
           compute(from, to, m_nbCols);
-        if (cHasCopies) copyRowOut(to, out + at, m_nbCols);
+        if (cRows == Rows::cByContract)
+          m_output.write(to, m_nbCols, row % m_nbRowsPerPlan, row / m_nbRowsPerPlan);
+        else if (cHasCopies)
+          copyRowOut(to, out + at, m_nbCols);
       }
     });
   }
@@ -95,15 +105,21 @@ class IdealXor {
     for (long col = 0; col < n; col += L) Vec::store(out + col, Vec::bitXor(Vec::load(a + col), value));
   }
 
-  T const* copyIn(T const* source, T* buffer, [[maybe_unused]] std::shared_ptr<long> const& border) const {
-    std::shared_ptr<long> held;
-    if constexpr (cRows == Rows::cCounted) held = border;
-    copyRowIn(source, buffer, m_nbCols);
+  T const* copyIn(T const* source, long row, ContractRows<T> const& rows, T* buffer) const {
+    if (cRows == Rows::cByContract)
+      rows.read(buffer, m_nbCols, 0, row % m_nbRowsPerPlan, row / m_nbRowsPerPlan);
+    else
+      copyRowIn(source, buffer, m_nbCols);
     return buffer;
   }
+
   Case m_case;
   long m_nbCols;
   long m_nbRows;
+  long m_nbRowsPerPlan;
+  ContractRows<T> m_first;
+  ContractRows<T> m_second;
+  ContractRows<T> m_output;
 };
 
 #ifdef PXLWORKS_HAVE_OPENCV
@@ -139,7 +155,7 @@ void addCase(std::string const& type, std::string const& size, ImageSizes const&
       });
     };
     add("copy_ceiling", [](Case const& one) { return Side(IdealXor<T, Rows::cCopied>(one)); });
-    add("counted_copy_ceiling", [](Case const& one) { return Side(IdealXor<T, Rows::cCounted>(one)); });
+    add("contract_ceiling", [](Case const& one) { return Side(IdealXor<T, Rows::cByContract>(one)); });
     add("loop_without_copies", [](Case const& one) { return Side(IdealXor<T, Rows::cDirect>(one)); });
     add("memcpy", [](Case const& one) { return makeCopy<T>(one.first); });
 #ifdef PXLWORKS_HAVE_OPENCV

@@ -39,18 +39,18 @@ Side makeOurs(Case const& one) {
   };
 }
 
-template <class T, int cNeighborhood, bool cIsCounted>
+template <class T, int cNeighborhood, bool cIsByContract>
 Side makeCeilingOf(Case const& one) {
   auto ideal =
-      std::make_shared<IdealDilation3d<T, cNeighborhood, cIsCounted>>(one.input, one.output, one.nbIterations);
+      std::make_shared<IdealDilation3d<T, cNeighborhood, cIsByContract>>(one.input, one.output, one.nbIterations);
   return [ideal] { (*ideal)(); };
 }
 
-template <class T, bool cIsCounted>
+template <class T, bool cIsByContract>
 Side makeCeiling(Case const& one) {
-  return one.neighborhood == 0   ? makeCeilingOf<T, 0, cIsCounted>(one)
-         : one.neighborhood == 1 ? makeCeilingOf<T, 1, cIsCounted>(one)
-                                 : makeCeilingOf<T, 2, cIsCounted>(one);
+  return one.neighborhood == 0   ? makeCeilingOf<T, 0, cIsByContract>(one)
+         : one.neighborhood == 1 ? makeCeilingOf<T, 1, cIsByContract>(one)
+                                 : makeCeilingOf<T, 2, cIsByContract>(one);
 }
 
 #ifdef PXLWORKS_HAVE_CIMG
@@ -115,7 +115,7 @@ void addCase(std::string const& volume, std::function<ImagePointer()> const& mak
       });
     };
     add("copy_ceiling", makeCeiling<T, false>);
-    if (nbIterations == 1) add("counted_copy_ceiling", makeCeiling<T, true>);
+    if (nbIterations == 1) add("contract_ceiling", makeCeiling<T, true>);
     if (nbIterations == 1) add("memcpy", [](Case const& one) { return makeCopy<T>(one.input); });
 #ifdef PXLWORKS_HAVE_CIMG
     if (nbIterations == 1 || neighborhood == 2) add("cimg_dilate", makeCImg<T>);
