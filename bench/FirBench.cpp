@@ -58,7 +58,7 @@ Side makeCeiling(Case const& one) {
 }
 
 #ifdef PXLWORKS_HAVE_OPENCV
-// From some number of elements on, 50 or 130 by type, the library goes through the frequencies.
+// By its documentation the library goes through the frequencies for kernels from about 11 x 11 up.
 template <class T>
 Side makeOpenCv(Case const& one) {
   int const side = static_cast<int>(2 * one.taps.reach + 1);

@@ -1,10 +1,12 @@
-#include "qorn/Element.h"
-
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "pxl/AlgoInfo.h"
 #include "pxl/Image.h"
@@ -21,6 +23,14 @@ namespace {
 
 constexpr unsigned long cMaxDrawnColumns = 81;
 constexpr unsigned long cMaxDrawnRows = 1000;
+
+/** A structuring element as a mask of odd sizes in C order (plans, rows, columns), with the voxel itself amid it. */
+struct Element {
+  std::array<unsigned long, 3> reach;  ///< voxels before and after the middle: columns, rows, plans
+  std::vector<unsigned char> mask;     ///< 1 in the element, else 0
+
+  unsigned long getSize(std::size_t axis) const { return 2 * reach[axis] + 1; }
+};
 
 Element makeElement(std::array<unsigned long, 3> const& reach) {
   Element element{reach, {}};
@@ -86,9 +96,13 @@ Element probe(pxl::BaseAlgorithm& algorithm, std::array<unsigned long, 3> const&
   std::memset(voxels, background, count);
   std::memset(result, background, count);
   voxels[count / 2] = static_cast<unsigned char>(~background);
-  dynamic_cast<pxl::Property<pxl::ImageModel const*>&>(*algorithm.findProperty("inputImage")).set(input.get());
-  dynamic_cast<pxl::Property<pxl::ImageModel*>&>(*algorithm.findProperty("outputImage")).set(output.get());
+  auto& inputImage = dynamic_cast<pxl::Property<pxl::ImageModel const*>&>(*algorithm.findProperty("inputImage"));
+  auto& outputImage = dynamic_cast<pxl::Property<pxl::ImageModel*>&>(*algorithm.findProperty("outputImage"));
+  inputImage.set(input.get());
+  outputImage.set(output.get());
   executeNamed(algorithm, true);
+  inputImage.set(nullptr);
+  outputImage.set(nullptr);
   // A voxel reads the one that differs where that one lies within its element: the answer is the element mirrored.
   for (std::size_t i = 0; i < count; ++i) element.mask[count - 1 - i] = result[i] != background;
   return element;
@@ -134,15 +148,21 @@ std::string describe(Element const& element) {
   return element.reach[2] == 0 ? text : text + " x " + std::to_string(element.getSize(2)) + " plans";
 }
 
-}  // namespace
-
+/**
+ * The element that a morphological algorithm with its present properties uses, found by running it on images of a
+ * single voxel that differs. Empty if the algorithm leaves its output as it is.
+ * @throws ProgramError the run fails, or the element is too large to be shown
+ */
 Element findElement(pxl::BaseAlgorithm& algorithm) {
   std::array<unsigned long, 3> reach{4, 4, isVolume(algorithm) ? 4ul : 0ul};
   // An erosion removes a single bright voxel and widens a dark one. Every element holds the voxel itself.
   unsigned char background = 0;
-  if (countVoxels(probe(algorithm, reach, background)) == 0) background = 255;
+  Element element = probe(algorithm, reach, background);
+  if (countVoxels(element) == 0) {
+    background = 255;
+    element = probe(algorithm, reach, background);
+  }
   while (true) {
-    Element const element = probe(algorithm, reach, background);
     std::array<unsigned long, 3> const found = measure(element);
     bool isWhole = true;
     for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -151,9 +171,14 @@ Element findElement(pxl::BaseAlgorithm& algorithm) {
       isWhole = false;
     }
     if (isWhole) return crop(element, found);
+    element = probe(algorithm, reach, background);
   }
 }
 
+/**
+ * The element drawn plan by plan: `#` in the element, `.` not; the voxel itself is `O` or `o`. A large one isn't
+ * drawn.
+ */
 std::string drawElement(Element const& element) {
   if (element.getSize(0) > cMaxDrawnColumns || element.getSize(1) * element.getSize(2) > cMaxDrawnRows) {
     return "too large to be drawn; --output saves it\n";
@@ -175,6 +200,8 @@ std::string drawElement(Element const& element) {
   }
   return text;
 }
+
+}  // namespace
 
 ExitCodes execute(ElementCommand const& command) {
   pxl::AlgoInfo const& record = findOperator(command.operatorName);

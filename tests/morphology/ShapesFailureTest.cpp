@@ -202,5 +202,16 @@ TEST_F(ShapesFailure, ARegionIsAllThatAnExactShapeWrites) {
   }
 }
 
+TEST_F(ShapesFailure, ARegionDoesNotReachTheStagesOfAFastShape) {
+  makeImages({11, 6, 5, 1, 1});
+  for (Shape shape : {Shape::cDisk2d, Shape::cBall3d}) {
+    ShapeWay const way{shape, Operation::cDilation, 3, cFast};
+    auto const algorithm = makeAlgorithm(way, input.get(), output.get());
+    algorithm->setProcessingRegion(pxl::access::Region(0, 4, 0, 7, 0, 3, 0, 1, 0, 1));
+    algorithm->execute();
+    EXPECT_TRUE(areEqual(getOutput(), getExpected(way, *image))) << way;
+  }
+}
+
 }  // namespace
 }  // namespace morphology_test

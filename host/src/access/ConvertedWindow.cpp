@@ -35,20 +35,20 @@ ConvertedWindow::ConvertedWindow(VoxelSource const& source, VoxelTypes type)
       m_storedSize(helper::getSizeOf(source.storage->getVoxelType())),
       m_fromStored(getConverter(type, source.storage->getVoxelType())),
       m_toStored(getConverter(source.storage->getVoxelType(), type)),
+      m_strides(source.storage->getStrides()),
       m_memory(source.storage->getMemory()) {
-  long const* const strides = source.storage->getStrides();
-  if (!m_memory || !isAligned(m_memory, strides, m_storedSize)) {
+  if (!m_memory || !isAligned(m_memory, m_strides, m_storedSize)) {
     m_memory = nullptr;
     return;
   }
-  for (int i = 0; i < cNbComponents; ++i) m_memory += static_cast<long>(source.begin[i]) * strides[i];
+  for (int i = 0; i < cNbComponents; ++i) m_memory += static_cast<long>(source.begin[i]) * m_strides[i];
 }
 
 void ConvertedWindow::read(void* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) const {
   if (m_memory) {
     char const* const address = addressOf(position);
     move(m_fromStored, voxels, address, count);
-    prefetchRow<cForReading>(address + m_source.storage->getStrides()[cRows], count * m_storedSize);
+    prefetchRow<cForReading>(address + m_strides[cRows], count * m_storedSize);
     return;
   }
   Place place = placeOf(position);
@@ -69,7 +69,7 @@ bool ConvertedWindow::write(void const* voxels, unsigned long count,
   if (m_memory && m_source.storage->isWritable()) {
     char const* const address = addressOf(position);
     move(m_toStored, const_cast<char*>(address), voxels, count);
-    prefetchRow<cForWriting>(address + m_source.storage->getStrides()[cRows], count * m_storedSize);
+    prefetchRow<cForWriting>(address + m_strides[cRows], count * m_storedSize);
     return true;
   }
   Place place = placeOf(position);
@@ -87,9 +87,8 @@ bool ConvertedWindow::write(void const* voxels, unsigned long count,
 }
 
 char const* ConvertedWindow::addressOf(unsigned long const (&position)[cNbComponents]) const {
-  long const* const strides = m_source.storage->getStrides();
   char const* address = m_memory;
-  for (int i = 0; i < cNbComponents; ++i) address += static_cast<long>(position[i]) * strides[i];
+  for (int i = 0; i < cNbComponents; ++i) address += static_cast<long>(position[i]) * m_strides[i];
   return address;
 }
 

@@ -33,7 +33,8 @@ class ConvertedWindow {
   unsigned long m_storedSize;
   Converter m_fromStored;
   Converter m_toStored;
-  char const* m_memory;  ///< of the window's first voxel; null when voxels can't be converted where they are
+  long const* m_strides;  ///< of the storage
+  char const* m_memory;   ///< of the window's first voxel; null when voxels can't be converted where they are
 };
 
 }  // namespace pxl::access
