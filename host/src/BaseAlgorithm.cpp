@@ -1,6 +1,7 @@
 #include "pxl/BaseAlgorithm.h"
 
 #include <tbb/parallel_for.h>
+#include <tbb/task_arena.h>
 
 #include <algorithm>
 #include <cmath>
@@ -30,10 +31,11 @@ BaseAlgorithm::~BaseAlgorithm() { delete m_execution; }
 
 namespace {
 
-// Starts the workers once from the host, so that TBB never depends on a plug-in that may be unloaded.
+// Starts the workers once from the host, so that TBB never depends on a plug-in that may be unloaded. Isolated: a
+// thread that waited here could be given a task of a caller's loop, which would come here again and wait for itself.
 void warmTaskScheduler() {
   static std::once_flag once;
-  std::call_once(once, [] { tbb::parallel_for(0, 2, [](int) {}); });
+  std::call_once(once, [] { tbb::this_task_arena::isolate([] { tbb::parallel_for(0, 2, [](int) {}); }); });
 }
 
 // Marks an algorithm as running and takes the mark off on every path.
