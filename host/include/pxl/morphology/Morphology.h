@@ -22,6 +22,7 @@ class PXL_API IteratedMorphology : public BaseAlgorithm {
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
   String getNotice() const override;
+  RegionUses getRegionUse() const override;
 
  protected:
   IteratedMorphology(int defaultNeighborhood, char const* neighborhoodHelp);
@@ -29,8 +30,8 @@ class PXL_API IteratedMorphology : public BaseAlgorithm {
 
 /**
  * Properties of the operators with a round neighbourhood. The fast shape takes `radius` passes, whatever the size of
- * the element, and works on the whole image whatever region is set; the exact one is a single pass in time
- * proportional to the voxels of the element.
+ * the element, and always works on the whole image; the exact one is a single pass in time proportional to the voxels
+ * of the element.
  */
 class PXL_API RadiusMorphology : public BaseAlgorithm {
  public:
@@ -44,6 +45,7 @@ class PXL_API RadiusMorphology : public BaseAlgorithm {
 
   String getNotice() const override;
   String getObjection() const override;
+  RegionUses getRegionUse() const override;
 
  protected:
   RadiusMorphology();
@@ -61,6 +63,7 @@ class PXL_API OrientedDiskMorphology : public BaseAlgorithm {
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
   String getObjection() const override;
+  RegionUses getRegionUse() const override;
 
  protected:
   OrientedDiskMorphology();
@@ -76,6 +79,8 @@ class PXL_API Line2dMorphology : public BaseAlgorithm {
   Property<unsigned int> lineSize{*this, "lineSize", 3, "length in voxels"};
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
+  RegionUses getRegionUse() const override;
+
  protected:
   Line2dMorphology();
 };
@@ -90,6 +95,8 @@ class PXL_API Line3dMorphology : public BaseAlgorithm {
   Property<double> secondAngle{*this, "secondAngle", 0.0, "elevation out of the plan, degrees"};
   Property<unsigned int> lineSize{*this, "lineSize", 3, "length in voxels"};
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
+
+  RegionUses getRegionUse() const override;
 
  protected:
   Line3dMorphology();
