@@ -1,4 +1,6 @@
 // Results against plain loops, bit by bit, for every pair of voxel types.
+#include "pxl/AlgoInfo.h"
+#include "pxl/Runnable.h"
 #include "support/Runs.h"
 
 namespace filtering_test {

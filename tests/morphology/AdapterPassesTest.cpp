@@ -4,6 +4,7 @@
 
 #include "oracle/Conversion.h"
 #include "pxl/ImageModelAdapter.h"
+#include "pxl/access/View.h"
 #include "support/Runs.h"
 #include "support/Shapes.h"
 

@@ -2,8 +2,11 @@
 #include <dlfcn.h>
 #include <tbb/global_control.h>
 
+#include <chrono>
 #include <cstdlib>
+#include <thread>
 
+#include "instrument/Recorder.h"
 #include "operators/support/EveryOperator.h"
 #include "operators/support/LateWorkers.h"
 
@@ -17,10 +20,15 @@ int getNbCycles() {
 
 TEST(Unload, RightAfterARunIsSafe) {
   tbb::global_control const limit(tbb::global_control::max_allowed_parallelism, 4);
+  // Rows that take long enough for workers to come.
+  pxl::instrument::Recorder recorder;
+  recorder.isTracing = false;
+  recorder.onRead = [](auto const&) { std::this_thread::sleep_for(std::chrono::microseconds(20)); };
+  recorder.grains = pxl::AbstractPartitionerPolicy::PartitionerGrainSizes{64, 2, 1};
   char const* const names[] = {"LogicalOperationWithValue", "IntensityExtrema", "Dilation2d", "Dilation3d"};
   for (int cycle = 0; cycle < getNbCycles(); ++cycle) {
     pxl::plugins::load(PXLWORKS_PLUGIN_PATH);
-    auto const run = makeRun(*pxl::AlgoInfo::find(names[cycle % 4]), {64, 64, 8, 1, 1});
+    auto const run = makeRun(*pxl::AlgoInfo::find(names[cycle % 4]), {64, 16, 4, 1, 1});
     run.algorithm->execute();
     pxl::plugins::unload(PXLWORKS_PLUGIN_PATH);
     ASSERT_EQ(::dlopen(PXLWORKS_PLUGIN_PATH, RTLD_NOW | RTLD_NOLOAD), nullptr) << "it is still in memory";
