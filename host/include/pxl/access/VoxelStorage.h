@@ -44,6 +44,9 @@ class PXL_API VoxelStorage : private Noncopyable {
   /** The reverse; false on failure. */
   virtual bool writeRun(void const* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) = 0;
 
+  /** Bytes of a voxel where it is kept; other than the type's when the voxels are presented as another type. */
+  virtual unsigned long getStoredVoxelSize() const;
+
  protected:
   VoxelStorage(VoxelTypes type, unsigned long const (&sizes)[cNbComponents]);
 
