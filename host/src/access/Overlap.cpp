@@ -56,13 +56,14 @@ class Search {
   Search(Layout const& a, Layout const& b) : m_a(a), m_b(b) {
     int order[cNbComponents];
     std::iota(order, order + cNbComponents, 0);
-    auto const strideOf = [&](int i) { return std::abs(a.size[i] != 1 ? a.strides[i] : b.strides[i]); };
-    std::stable_sort(order, order + cNbComponents, [&](int i, int j) { return strideOf(i) > strideOf(j); });
+    auto const strideOf = [&](int i) { return a.size[i] != 1 ? a.strides[i] : b.strides[i]; };
+    std::stable_sort(order, order + cNbComponents,
+                     [&](int i, int j) { return std::abs(strideOf(i)) > std::abs(strideOf(j)); });
     for (int depth = cNbComponents - 1; depth >= 0; --depth) {
       int const i = order[depth];
-      bool const isBackwards = (a.size[i] != 1 ? a.strides[i] : b.strides[i]) < 0;
+      bool const isBackwards = strideOf(i) < 0;
       Dimension& dimension = m_dimensions[depth];
-      dimension.stride = strideOf(i);
+      dimension.stride = std::abs(strideOf(i));
       dimension.lowest = 1 - (isBackwards ? a.size[i] : b.size[i]);
       dimension.highest = (isBackwards ? b.size[i] : a.size[i]) - 1;
       dimension.reachBelow = std::max(a.voxelSize, b.voxelSize) - 1;
