@@ -10,12 +10,12 @@ namespace pxl::morphology::details {
 /** The passes that make a polyhedron, by the neighbours they have. */
 struct PolyhedronPasses {
   explicit PolyhedronPasses(unsigned int radius)
-      : nbFaces(static_cast<int>(0.6 * radius)),
-        nbEdges(static_cast<int>(radius * 0.3)),
-        nbCubes(radius - static_cast<unsigned int>(nbFaces + nbEdges)) {}
+      : nbFaces(static_cast<unsigned int>(0.6 * radius)),
+        nbEdges(static_cast<unsigned int>(radius * 0.3)),
+        nbCubes(radius - (nbFaces + nbEdges)) {}
 
-  int nbFaces;           ///< with the six neighbours across a face
-  int nbEdges;           ///< with those across an edge, too
+  unsigned int nbFaces;  ///< with the six neighbours across a face
+  unsigned int nbEdges;  ///< with those across an edge, too
   unsigned int nbCubes;  ///< with all 26: what is left
 };
 
@@ -33,12 +33,11 @@ void FastMorphoBall3DSimd(BaseAlgorithm* algorithm, ImageModel const* input, uns
   parent.setNumberOfSteps(1UL + (nbFaces != 0) + (nbEdges != 0));
   if (nbFaces != 0) {
     Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_6Tag, access::NoDataType> faces;
-    runStage<Filter3dTag, Functor, T>(parent, faces, input, output, static_cast<unsigned int>(nbFaces));
+    runStage<Filter3dTag, Functor, T>(parent, faces, input, output, nbFaces);
   }
   if (nbEdges != 0) {
     Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_18Tag, access::NoDataType> edges;
-    runStage<Filter3dTag, Functor, T>(parent, edges, nbFaces != 0 ? output : input, output,
-                                      static_cast<unsigned int>(nbEdges));
+    runStage<Filter3dTag, Functor, T>(parent, edges, nbFaces != 0 ? output : input, output, nbEdges);
   }
   Neighborhood26PlansReductionSimd<Functor, T, Arch> cube;
   runStage<Filter3dTag, Functor, T>(parent, cube, nbFaces > 0 || nbEdges > 0 ? output : input, output, nbCubes);

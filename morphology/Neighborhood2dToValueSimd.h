@@ -41,7 +41,8 @@ class Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_4Tag, access::No
   }
 };
 
-/** Any list of offsets, in the order of the list, which must not be empty. */
+/** Any list of offsets, in the order of the list, which must not be empty. In place it
+ * has to have an offset in the row before the voxel or in a later one, see IteratorNeighborhood2D_Gen. */
 template <class Functor>
 class Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_GenTag, std::vector<kernel::Offset2D>> {
  public:

@@ -79,7 +79,8 @@ class Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_18Tag, access::N
   }
 };
 
-/** Any list of offsets, in the order of the list, which must not be empty. */
+/** Any list of offsets, in the order of the list, which must not be empty. In place it
+ * has to have an offset in the voxel's plan or in a later one, see IteratorNeighborhood3D_Gen. */
 template <class Functor>
 class Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_GenTag, std::vector<kernel::Offset3D>> {
  public:

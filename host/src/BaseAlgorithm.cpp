@@ -11,6 +11,7 @@
 #include "CurrentRun.h"
 #include "ExecutionState.h"
 #include "ExtraMemory.h"
+#include "ForkCheck.h"
 #include "Raise.h"
 #include "RunGuard.h"
 #include "RunnerChoice.h"
@@ -66,6 +67,7 @@ class Execution : private Noncopyable {
 }  // namespace
 
 void BaseAlgorithm::execute() {
+  checkForkAndNoteUse();
   Execution execution(*m_execution);
   checkProperties(*this);
   warmTaskScheduler();

@@ -2,15 +2,13 @@
 
 #include <algorithm>
 #include <fstream>
-#include <limits>
 #include <string>
 
+#include "ControlGroups.h"
 #include "pxl/Settings.h"
 
 namespace pxl {
 namespace {
-
-constexpr unsigned long cUnlimited = std::numeric_limits<unsigned long>::max();
 
 unsigned long getAvailableOfSystem() {
   std::ifstream file("/proc/meminfo");
@@ -21,25 +19,15 @@ unsigned long getAvailableOfSystem() {
   return 0;
 }
 
-// A group without a limit says "max", which isn't a number.
-unsigned long readNumber(char const* path) {
-  std::ifstream file(path);
-  unsigned long value = 0;
-  return file >> value ? value : cUnlimited;
-}
-
-unsigned long getAvailableOfGroup() {
-  unsigned long const limit = readNumber("/sys/fs/cgroup/memory.max");
-  unsigned long const used = readNumber("/sys/fs/cgroup/memory.current");
-  if (limit == cUnlimited || used == cUnlimited) return cUnlimited;
-  return limit > used ? limit - used : 0;
-}
-
 }  // namespace
 
 unsigned long getDefaultExtraMemory() {
-  unsigned long const bytes = globalSettings().getValueAsUnsignedLong("PXL_MAX_EXTRA_MEMORY", cUnlimited);
-  return bytes != cUnlimited ? bytes : std::min(getAvailableOfSystem(), getAvailableOfGroup()) / 2;
+  auto const getSetting = [](unsigned long defaultValue) {
+    return globalSettings().getValueAsUnsignedLong("PXL_MAX_EXTRA_MEMORY", defaultValue);
+  };
+  // Any number may be set: two defaults tell it from none.
+  if (unsigned long const bytes = getSetting(0); bytes != 0 || getSetting(1) == 0) return bytes;
+  return std::min(getAvailableOfSystem(), getAvailableOfGroups("")) / 2;
 }
 
 }  // namespace pxl

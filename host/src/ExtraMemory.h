@@ -2,7 +2,8 @@
 
 namespace pxl {
 
-/** Bytes: what the setting PXL_MAX_EXTRA_MEMORY says, else half of what the system, or the process's group, has free.
+/** Bytes: what the setting PXL_MAX_EXTRA_MEMORY says, else half of what the system and the process's groups have
+ * free.
  */
 unsigned long getDefaultExtraMemory();
 

@@ -98,7 +98,9 @@ std::shared_ptr<Image> Image::OnMappedFile(std::string const& path, VoxelTypes t
 
 std::shared_ptr<Image> Image::OnStorage(std::shared_ptr<VoxelStorage> storage, int interpretation) {
   if (!storage) PXL_RAISE(InvalidCall, "an image needs a storage");
-  return std::shared_ptr<Image>(new Image(std::move(storage), false, interpretation));
+  std::shared_ptr<Image> image(new Image(std::move(storage), false, interpretation));
+  access::checkLimits(image->getVoxelType(), image->getSizes());
+  return image;
 }
 
 unsigned long Image::getNumOf(Components const& component) const { return m_storage->getSizes()[component]; }

@@ -33,15 +33,22 @@ bool isPluginName(std::string const& name) {
          name.compare(name.size() - cSuffixLength, cSuffixLength, cSuffix) == 0;
 }
 
-}  // namespace
-
-std::string getFolder() {
-  if (char const* const folder = ::secure_getenv("PXLWORKS_PLUGIN_DIR"); folder && *folder) return folder;
+std::string findFolderOfLibrary() {
   Dl_info info;
   if (!::dladdr(reinterpret_cast<void const*>(&getFolder), &info) || !info.dli_fname) return std::string();
   std::error_code error;
   std::filesystem::path const library = std::filesystem::canonical(info.dli_fname, error);
   return error ? std::string() : library.parent_path().string();
+}
+
+// Found while the library is loaded: its path may be relative to what is the working directory then. Never destroyed.
+std::string const& folderOfLibrary = *new std::string(findFolderOfLibrary());
+
+}  // namespace
+
+std::string getFolder() {
+  if (char const* const folder = ::secure_getenv("PXLWORKS_PLUGIN_DIR"); folder && *folder) return folder;
+  return folderOfLibrary;
 }
 
 void load(std::string const& absolutePath) {

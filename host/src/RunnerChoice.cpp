@@ -105,6 +105,9 @@ void checkProperties(BaseAlgorithm const& algorithm) {
     checkSizes(algorithm, first, output);
     access::VoxelSource const target = output.image->getSource();
     if (!target.isWritable) PXL_RAISE(InvalidCall, nameOf(algorithm) + ": " + output.name + " is read-only");
+    if (access::isOnItself(target))
+      PXL_RAISE(InvalidCall, nameOf(algorithm) + ": " + output.name +
+                                 " can't be written: voxels of it lie on each other (a stride is 0 or too short)");
     for (NamedImage const& input : inputs)
       if (access::getOverlap(input.image->getSource(), target) == access::Overlaps::cPartial)
         PXL_RAISE(InvalidCall, nameOf(algorithm) + ": " + output.name + " overlaps " + input.name + " in part");

@@ -23,8 +23,8 @@ std::vector<ImageModel const*> getImages(BaseAlgorithm const& algorithm, Propert
 
 /**
  * What every operator asks of its properties, whichever runner is taken.
- * @throws InvalidCall a property is missing; images differ in size, an output is read-only or overlaps an input in
- *                     part; the region to process reaches beyond the images
+ * @throws InvalidCall a property is missing; images differ in size, an output is read-only, has voxels on each other
+ *                     or overlaps an input in part; the region to process reaches beyond the images
  */
 void checkProperties(BaseAlgorithm const& algorithm);
 

@@ -55,7 +55,7 @@ unsigned long Settings::getValueAsUnsignedLong(String const& name, unsigned long
 }
 
 std::vector<Settings::Description> const& Settings::getDescriptions() {
-  static std::vector<Description> const descriptions{
+  static auto const& descriptions = *new std::vector<Description>{
       {"PXL_MAX_EXTRA_MEMORY", "bytes",
        "memory that a run may take beyond its images, unless set for the run; default half of what is free"},
       {"PXL_RECURSIVITY_TMP_DISK_IMAGE", "boolean",
@@ -63,9 +63,10 @@ std::vector<Settings::Description> const& Settings::getDescriptions() {
   return descriptions;
 }
 
+// Never destroyed, nor are the descriptions: runs may be made until the very end of the process.
 Settings& globalSettings() {
-  static Settings settings;
-  return settings;
+  static Settings* const settings = new Settings;
+  return *settings;
 }
 
 }  // namespace pxl

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "Raise.h"
+#include "access/FileDescriptor.h"
 #include "access/Storages.h"
 #include "instrument/Instrument.h"
 #include "pxl/Image.h"
@@ -61,13 +62,13 @@ std::string getFolderOfTemporaries() {
 }
 
 // A file that has no name, or loses it at once where the file system can't do without; -1 on failure.
-int openUnnamedFile(std::string const& folder) {
+access::FileDescriptor openUnnamedFile(std::string const& folder) {
   int const file = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
-  if (file >= 0) return file;
+  if (file >= 0) return access::FileDescriptor(file);
   std::string path = folder + "/pxlworks-XXXXXX";
   int const named = ::mkostemp(path.data(), O_CLOEXEC);
   if (named >= 0) ::unlink(path.c_str());
-  return named;
+  return access::FileDescriptor(named);
 }
 
 std::shared_ptr<access::VoxelStorage> makeStorage(LocationMode location, VoxelTypes type, ImageSizes const& sizes) {

@@ -113,6 +113,25 @@ TYPED_TEST(HeldBackRowsOf, StayWithTheViewWhenAWriteFails) {
   this->m_target.expectStored();
 }
 
+TYPED_TEST(HeldBackRowsOf, StayUntilTheyAreStored) {
+  pxl::instrument::Recorder probe;
+  for (long r = 0; r < 3; ++r) {
+    placeRow(this->m_row, {2, r, 1, 0, 1}, 9, this->m_random);
+    this->expectRow(0, 9);
+    this->m_target.view->temporizeRowWriting(this->m_row);
+  }
+  for (long failing : {0L, 1L, 2L}) {
+    probe.onWrite = [failing](pxl::instrument::Event const& event) { return event.values[2] != failing; };
+    EXPECT_THROW(this->m_target.view->writeAllTemporizedRows(), pxl::UnexpectedError);
+  }
+  probe.onWrite = nullptr;
+  this->m_target.view->writeAllTemporizedRows();
+  this->m_target.expectStored();
+  probe.clear();
+  this->m_target.view->writeAllTemporizedRows();
+  EXPECT_EQ(probe.count("writeRowAt"), 0U);
+}
+
 TEST(HeldBackRows, MayBeLongAndMany) {
   oracle::Random random(823);
   Target<double> target(random.image<double>({20000, 40, 1, 1, 1}));

@@ -7,17 +7,17 @@ import statistics
 import sys
 
 import tree
-from check_layers import PLUGIN_FOLDERS
+from check_layers import HOST_SIMD, PLUGIN_FOLDERS
 
 PLUGIN = tuple(folder + "/" for folder in PLUGIN_FOLDERS)
 CORE = ("Core/private/",)
 HOST = ("host/",)
-SIMD = ("Core/private/Access/simd/",)
+SIMD = ("Core/private/Access/simd/", HOST_SIMD)
 PRODUCT = HOST + PLUGIN + CORE
 
 # (what it means, files, except, pattern in the code without comments and texts)
 RULES = [
-    ("intrinsics belong into Core/private/Access/simd", PRODUCT, SIMD, r"\b_mm\d*_\w+|\b__m\d+\w*|\b\w+intrin\.h"),
+    (f"intrinsics belong into Core/private/Access/simd and {HOST_SIMD}", PRODUCT, SIMD, r"\b_mm\d*_\w+|\b__m\d+\w*|\b\w+intrin\.h"),
     # Voxels stand at any address, so aligned and streaming accesses would fault.
     ("only unaligned vector loads and stores", SIMD, (),
      r"\b_mm_(?!loadu_|storeu_|load_s[sd]\b|loaddup_pd\b)(?:mask)?(?:load|store|stream)\w*"),

@@ -117,6 +117,35 @@ TEST(ImageLimits, RefuseVoxelTypesThatNoImageHas) {
   }
 }
 
+/** A storage that says to have these voxels. */
+class PretendedStorage final : public pxl::access::VoxelStorage {
+ public:
+  PretendedStorage(pxl::VoxelTypes type, unsigned long const (&sizes)[5]) : VoxelStorage(type, sizes) {}
+  bool isOnDisk() const override { return false; }
+  bool isWritable() const override { return false; }
+  long const* getStrides() const override { return m_key.strides; }
+  pxl::access::StorageKey getKey() const override { return m_key; }
+  void readRun(void*, unsigned long, unsigned long const (&)[5]) const override {}
+  bool writeRun(void const*, unsigned long, unsigned long const (&)[5]) override { return false; }
+
+ private:
+  pxl::access::StorageKey m_key{};
+};
+
+TEST(ImageLimits, HoldForAStorageOfAnyKind) {
+  auto const open = [](pxl::VoxelTypes type, unsigned long columns, unsigned long rows) {
+    unsigned long const sizes[] = {columns, rows, 1, 1, 1};
+    return Image::OnStorage(std::make_shared<PretendedStorage>(type, sizes));
+  };
+  EXPECT_EQ(open(pxl::cDouble, 1UL << 20, 1UL << 20)->getNumOf(pxl::cRows), 1UL << 20);
+  EXPECT_EQ(open(pxl::cDouble, 0, (1UL << 31) - 1)->getNumOf(pxl::cColumns), 0u);
+  EXPECT_TRUE(contains(refusalOf([&] { open(pxl::cUnsignedInteger8, 1UL << 31, 1); }), "2147483647"));
+  EXPECT_TRUE(contains(refusalOf([&] { open(pxl::cUnsignedInteger8, 1UL << 31, 0); }), "2147483647"));
+  EXPECT_TRUE(contains(refusalOf([&] { open(pxl::cUnsignedInteger8, 1UL << 20, (1UL << 20) + 1); }), "2^40"));
+  EXPECT_TRUE(contains(refusalOf([&] { open(static_cast<pxl::VoxelTypes>(7), 1, 1); }), "no images of type"));
+  EXPECT_TRUE(contains(refusalOf([&] { Image::OnStorage(nullptr); }), "needs a storage"));
+}
+
 TYPED_TEST(ImageInMemory, TakesOnTheCharacteristicsOfAnother) {
   auto const image = Image::New(cTypeOf<TypeParam>, {2, 2, 1, 1, 1});
   auto const model = Image::New(pxl::cInteger16, {4, 3, 2, 1, 5}, pxl::cBinary);

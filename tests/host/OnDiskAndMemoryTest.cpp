@@ -88,6 +88,12 @@ TEST_F(ExtraMemory, IsWhatTheSettingSays) {
   EXPECT_EQ(algorithm.getMaximumExtraMemoryUsageInBytes(), 12345u);
   pxl::globalSettings().setValue(cSetting, "0");
   EXPECT_EQ(algorithm.getMaximumExtraMemoryUsageInBytes(), 0u);
+  pxl::globalSettings().setValue(cSetting, "18446744073709551615");
+  EXPECT_EQ(algorithm.getMaximumExtraMemoryUsageInBytes(), ~0UL);
+  pxl::globalSettings().setValue(cSetting, "18446744073709551614");
+  EXPECT_EQ(algorithm.getMaximumExtraMemoryUsageInBytes(), ~0UL - 1);
+  pxl::globalSettings().setValue(cSetting, "18446744073709551616");
+  EXPECT_LT(algorithm.getMaximumExtraMemoryUsageInBytes(), ~0UL >> 1);
   pxl::globalSettings().setValue(cSetting, "much");
   EXPECT_GT(algorithm.getMaximumExtraMemoryUsageInBytes(), 12345u);
 }

@@ -2,6 +2,7 @@
 
 #include <set>
 
+#include "pxl/ImageModelAdapter.h"
 #include "support/Algorithms.h"
 #include "support/Folder.h"
 #include "support/Images.h"
@@ -17,8 +18,11 @@ using pxl::ImageModelSizeProxy;
 
 class Overlap : public ::testing::Test {
  protected:
-  // Whether a run with these images is refused for their overlap.
-  static bool isRefused(ImageModel const& input, ImageModel& output) {
+  static constexpr char const* cOfBoth = "overlaps inputImage in part";
+  static constexpr char const* cOfOutput = "outputImage can't be written: voxels of it lie on each other";
+
+  // Whether a run with these images is refused, and for no other reason.
+  static bool isRefused(ImageModel const& input, ImageModel& output, char const* reason = cOfBoth) {
     VolumeOperator algorithm;
     FakeRunner const runner(algorithm.getAlgoInfo());
     algorithm.inputImage = &input;
@@ -26,7 +30,7 @@ class Overlap : public ::testing::Test {
     try {
       algorithm.execute();
     } catch (pxl::InvalidCall const& refusal) {
-      EXPECT_TRUE(contains(refusal.what(), "overlaps inputImage in part")) << refusal.what();
+      EXPECT_TRUE(contains(refusal.what(), reason)) << refusal.what();
       EXPECT_EQ(runner.nbQuestions, 0);
       return true;
     }
@@ -143,7 +147,7 @@ std::set<long> collectBytes(long origin, pxl::ImageSizes const& sizes, pxl::Imag
 TEST_F(Overlap, OfAnyForeignLayoutsNeverSlipsThrough) {
   Random random;
   std::vector<char> memory(4096);
-  int nbShared = 0;
+  int nbShared = 0, nbOnEachOther = 0;
   for (int round = 0; round < 20000; ++round) {
     pxl::ImageSizes sizes{random.between(1UL, 12UL), random.between(1UL, 4UL), random.between(1UL, 3UL), 1, 1};
     auto const choose = [&] {
@@ -161,14 +165,115 @@ TEST_F(Overlap, OfAnyForeignLayoutsNeverSlipsThrough) {
     bool isSame = first == second;
     for (std::size_t i = 0; i < 5; ++i) isSame = isSame && (sizes[i] == 1 || strides[i] == others[i]);
     nbShared += shareBytes;
-    if (isSame) {
+    bool const isOnItself = b.size() < 2 * countVoxels(sizes);
+    nbOnEachOther += isOnItself;
+    if (isOnItself) {
+      ASSERT_TRUE(isRefused(*input, *output, cOfOutput));
+    } else if (isSame) {
       ASSERT_FALSE(isRefused(*input, *output));
     } else if (shareBytes) {
       ASSERT_TRUE(isRefused(*input, *output)) << sizes[0] << ' ' << sizes[1] << ' ' << sizes[2] << ": " << strides[1]
                                               << ' ' << strides[2] << " at " << second - first;
+    } else if (strides == others) {
+      ASSERT_FALSE(isRefused(*input, *output));
     }
   }
   EXPECT_GT(nbShared, 3000);
+  EXPECT_GT(nbOnEachOther, 3000);
+}
+
+// Several blocks would write the same bytes at once.
+TEST_F(Overlap, OfAnOutputWithItselfIsRefused) {
+  std::vector<unsigned short> memory(4096);
+  auto const apart = Image::New(pxl::cUnsignedInteger16, {8, 4, 3, 2, 2});
+  auto const open = [&](pxl::ImageStrides const& strides) {
+    return Image::OnMemory(memory.data() + 2048, pxl::cUnsignedInteger16, apart->getSizes(), strides);
+  };
+  // Packed, backwards, plans between rows, and rows in the gaps of columns of plans.
+  for (pxl::ImageStrides const& strides :
+       {pxl::ImageStrides{2, 16, 64, 192, 384}, {2, -16, 64, 192, -384}, {2, 48, 16, 192, 384}, {2, 384, 16, 96, 48}})
+    EXPECT_FALSE(isRefused(*apart, *open(strides))) << strides[1];
+  // No step, one that is too short, one that leads into another dimension, and a half voxel.
+  for (pxl::ImageStrides const& strides : {pxl::ImageStrides{2, 0, 64, 192, 384},
+                                           {2, 16, 64, 192, 0},
+                                           {2, 14, 64, 192, 384},
+                                           {2, -14, 64, 192, 384},
+                                           {2, 16, 48, 192, 384},
+                                           {2, 16, 64, 64, 384},
+                                           {2, 15, 64, 192, 384},
+                                           {2, 16, 64, 192, 383}}) {
+    auto const image = open(strides);
+    EXPECT_TRUE(isRefused(*apart, *image, cOfOutput)) << strides[1];
+    EXPECT_TRUE(isRefused(*image, *image, cOfOutput)) << strides[1];
+    // Reading is safe.
+    EXPECT_FALSE(isRefused(*image, *apart)) << strides[1];
+  }
+}
+
+TEST_F(Overlap, OfAnOutputWithItselfIgnoresStridesThatAreNeverTaken) {
+  std::vector<unsigned char> memory(64);
+  auto const image = Image::OnMemory(memory.data(), pxl::cUnsignedInteger8, {8, 1, 4, 1, 1}, {1, 0, 8, 1, -3});
+  EXPECT_FALSE(isRefused(*image, *image));
+  // A row of an image whose rows lie on each other.
+  auto const flat = Image::OnMemory(memory.data(), pxl::cUnsignedInteger8, {8, 4, 1, 1, 1}, {1, 0, 0, 0, 0});
+  auto row = makeWindow(*flat, {0, 2, 0, 0, 0}, {8, 1, 1, 1, 1});
+  EXPECT_FALSE(isRefused(row, row));
+  auto rows = makeWindow(*flat, {0, 2, 0, 0, 0}, {8, 2, 1, 1, 1});
+  EXPECT_TRUE(isRefused(rows, rows, cOfOutput));
+  auto const empty = makeWindow(*flat, {0, 2, 0, 0, 0}, {0, 2, 1, 1, 1});
+  auto alsoEmpty = makeWindow(*flat, {0, 1, 0, 0, 0}, {0, 2, 1, 1, 1});
+  EXPECT_FALSE(isRefused(empty, alsoEmpty));
+}
+
+// Telling apart layouts whose dimensions interleave takes a search; it must not take long for large ones.
+TEST_F(Overlap, OfLargeImagesIsToldAtOnce) {
+  unsigned long const n = 1UL << 20;
+  std::vector<unsigned char> memory(4096);
+  auto const open = [&](unsigned long columns, pxl::ImageStrides const& strides) {
+    return Image::OnMemory(memory.data() + 2048, pxl::cUnsignedInteger8, {columns, n, n, 1, 1}, strides);
+  };
+  auto const apart = open(1, {1, long(n), 1, 0, 0});
+  EXPECT_FALSE(isRefused(*apart, *apart));
+  EXPECT_TRUE(isRefused(*apart, *open(1, {1, long(n) - 1, 1, 0, 0}), cOfOutput));
+  EXPECT_TRUE(isRefused(*apart, *open(1, {1, 999983, -999979, 0, 0}), cOfOutput));
+}
+
+// An adapter's strides are those of the voxels that it presents as others.
+TEST_F(Overlap, OfAdaptersIsThatOfTheBytesTheyLieOn) {
+  for (auto const& [stored, shown] : {std::pair{pxl::cUnsignedInteger8, pxl::cFloat},
+                                      {pxl::cFloat, pxl::cUnsignedInteger8},
+                                      {pxl::cInteger16, pxl::cInteger16}}) {
+    long const size = static_cast<long>(pxl::helper::getSizeOf(stored));
+    std::vector<char> memory(512);
+    auto const open = [&, type = stored](long byte) {
+      return Image::OnMemory(memory.data() + byte, type, {4, 4, 1, 1, 1}, {size, 4 * size, 0, 0, 0});
+    };
+    long const bytes = 16 * size;
+    auto const image = open(bytes);
+    pxl::ImageModelAdapter const input(image.get(), shown, pxl::cRoundAndSaturate);
+    for (long byte = 0; byte <= 2 * bytes; ++byte) {
+      auto const other = open(byte);
+      pxl::ImageModelAdapter const output(other.get(), shown, pxl::cRoundAndSaturate);
+      bool const isPartial = byte > 0 && byte < 2 * bytes && byte != bytes;
+      EXPECT_EQ(isRefused(*input.getImageModel(), *output.getImageModel()), isPartial) << byte;
+    }
+    // Two plans of one image, and two halves whose rows interleave.
+    auto const stack = Image::OnMemory(memory.data(), stored, {4, 4, 2, 1, 1}, {size, 4 * size, bytes, 0, 0});
+    auto plan0 = makeWindow(*stack, {0, 0, 0, 0, 0}, {4, 4, 1, 1, 1});
+    auto plan1 = makeWindow(*stack, {0, 0, 1, 0, 0}, {4, 4, 1, 1, 1});
+    auto left = makeWindow(*stack, {0, 0, 0, 0, 0}, {2, 4, 2, 1, 1});
+    auto right = makeWindow(*stack, {2, 0, 0, 0, 0}, {2, 4, 2, 1, 1});
+    auto middle = makeWindow(*stack, {1, 0, 0, 0, 0}, {2, 4, 2, 1, 1});
+    auto const areRefused = [&, type = shown](ImageModelSizeProxy& a, ImageModelSizeProxy& b) {
+      pxl::ImageModelAdapter const first(&a, type, pxl::cRoundAndSaturate), second(&b, type, pxl::cRoundAndSaturate);
+      return isRefused(*first.getImageModel(), *second.getImageModel());
+    };
+    EXPECT_FALSE(areRefused(plan0, plan1));
+    EXPECT_FALSE(areRefused(plan1, plan0));
+    EXPECT_FALSE(areRefused(left, right));
+    EXPECT_FALSE(areRefused(left, left));
+    EXPECT_TRUE(areRefused(left, middle));
+  }
 }
 
 TEST_F(Overlap, OfImagesWithoutVoxelsIsNone) {

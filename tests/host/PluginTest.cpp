@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdio>
 #include <thread>
 
 #include "pxl/Plugins.h"
@@ -75,6 +76,30 @@ TEST_F(Plugins, ThatCannotBeLoadedGiveTheLoadersText) {
   raisedBy<pxl::RuntimeError>([&] { loadPlugin(folder / "libpxlworks_pxl_text.so"); });
   raisedBy<pxl::RuntimeError>([&] { loadPlugin(folder.path()); });
   EXPECT_TRUE(pxl::plugins::getLoaded().empty());
+}
+
+// The loader knows a library by the path that it was found under, which may be relative.
+TEST_F(Plugins, FolderIsThatOfTheHostWhereverTheProcessGoes) {
+  constexpr char const* cChild = "PXLWORKS_TEST_CHILD";
+  if (::getenv(cChild)) {
+    std::filesystem::current_path("/");
+    std::printf("folder=%s\n", pxl::plugins::getFolder().c_str());
+    return;
+  }
+  Dl_info host;
+  ASSERT_NE(::dladdr(reinterpret_cast<void const*>(&pxl::plugins::load), &host), 0);
+  std::filesystem::path const original = std::filesystem::canonical(host.dli_fname);
+  std::filesystem::create_directory(folder / "libraries");
+  std::filesystem::copy_file(original, folder / "libraries/" + original.filename().string());
+  std::string const program = std::filesystem::canonical("/proc/self/exe").string();
+  std::string const command = "cd " + folder.path() + " && LD_LIBRARY_PATH=libraries " + cChild + "=1 " + program +
+                              " --gtest_filter=Plugins.FolderIsThatOfTheHostWherever*";
+  FILE* const output = ::popen(command.c_str(), "r");
+  ASSERT_NE(output, nullptr);
+  std::string text(10000, 0);
+  text.resize(std::fread(text.data(), 1, text.size(), output));
+  EXPECT_EQ(::pclose(output), 0) << text;
+  EXPECT_TRUE(contains(text, "folder=" + std::filesystem::canonical(folder / "libraries").string() + "\n")) << text;
 }
 
 TEST_F(Plugins, FolderIsThatOfTheHostUnlessTheEnvironmentSaysElse) {

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cstdlib>
 #include <memory>
 #include <thread>
 #include <type_traits>
@@ -257,6 +259,23 @@ TEST(Settings, AreOneForTheProcess) {
   EXPECT_FALSE(pxl::Settings::getDescriptions().empty());
   for (auto const& description : pxl::Settings::getDescriptions())
     EXPECT_TRUE(*description.name && *description.type && *description.help);
+}
+
+// Of all that is made in a process, what is made last goes first.
+TEST(Settings, LiveUntilTheVeryEndOfTheProcess) {
+  static std::string const cValue(100, 'x');
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  auto const useAtTheEnd = [] {
+    std::atexit([] {
+      bool const isThere =
+          pxl::globalSettings().getValueAsString("a name that is too long to be short", "") == cValue;
+      ::_exit(isThere && pxl::Settings::getDescriptions().at(0).help ? 0 : 1);
+    });
+    pxl::Settings::getDescriptions();
+    pxl::globalSettings().setValue("a name that is too long to be short", cValue);
+    std::exit(2);
+  };
+  EXPECT_EXIT(useAtTheEnd(), testing::ExitedWithCode(0), "");
 }
 
 TEST(Settings, MayBeUsedByManyThreads) {

@@ -93,6 +93,24 @@ TYPED_TEST(GeneralList2d, WorksInPlaceWithOneSidedListsWiderThanItsBlocks) {
       }
 }
 
+// The limit that the iterator states: in one block the rows that such a list reads have been written before.
+TYPED_TEST(GeneralList2d, IsExactInPlaceFromTheRowBeforeOnly) {
+  using T = TypeParam;
+  oracle::Random random(268);
+  auto const image = random.image<T>({25, 9, 1, 1, 1});
+  this->recorder.grains = Grains{99, 99, 1};
+  for (long highestRow : {-3L, -2L, -1L, 0L, 2L}) {
+    Offsets const offsets{{1, -4}, {0, highestRow}};
+    General<DilationFunctor> kernel(offsets);
+    auto const expected = applyListTimes(image, Operation::cDilation, offsets, 1);
+    Way way;
+    EXPECT_TRUE(areEqual(runKernel<DilationFunctor>(way, kernel, image), expected)) << highestRow;
+    way.isInPlace = true;
+    auto const isExact = areEqual(runKernel<DilationFunctor>(way, kernel, image), expected);
+    EXPECT_EQ(static_cast<bool>(isExact), highestRow >= -1) << highestRow;
+  }
+}
+
 TYPED_TEST(GeneralList2d, MovesTheImageByASingleOffset) {
   using T = TypeParam;
   oracle::Random random(265);

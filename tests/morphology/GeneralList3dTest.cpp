@@ -65,6 +65,25 @@ TYPED_TEST(GeneralList3d, DoesNotDependOnCutsThreadsAndMemory) {
   }
 }
 
+// The limit that the iterator states: in one block the plans that such a list reads have been written before.
+TYPED_TEST(GeneralList3d, IsExactInPlaceFromItsPlanOnly) {
+  using T = TypeParam;
+  oracle::Random random(334);
+  auto const image = random.image<T>({13, 5, 7, 1, 1});
+  this->recorder.grains = Grains{99, 99, 99};
+  for (long highestPlan : {-2L, -1L, 0L, 1L}) {
+    Offsets3d const offsets{{1, 2, -3}, {0, -1, highestPlan}};
+    General3d<DilationFunctor> kernel(offsets);
+    auto const expected = applyListTimes(image, Operation::cDilation, offsets, 1);
+    auto const isExact = [&](bool isInPlace) {
+      auto const result = runKernel3d<DilationFunctor>(makeWay(Operation::cDilation, 1, isInPlace), kernel, image);
+      return static_cast<bool>(areEqual(result, expected));
+    };
+    EXPECT_TRUE(isExact(false)) << highestPlan;
+    EXPECT_EQ(isExact(true), highestPlan >= 0) << highestPlan;
+  }
+}
+
 // Reading wholly before, above or to one side, between two images.
 TYPED_TEST(GeneralList3d, TakesListsThatLieFarOff) {
   using T = TypeParam;

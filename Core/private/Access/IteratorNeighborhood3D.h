@@ -127,6 +127,10 @@ using IteratorNeighborhood3D_6 = FixedNeighborhood3D<V, L, Neighborhood3D_6Tag>;
 template <class V, long L>
 using IteratorNeighborhood3D_18 = FixedNeighborhood3D<V, L, Neighborhood3D_18Tag>;
 
+/**
+ * The walk with any list. In place the list needs an offset in the voxel's own plan or in a later one. Otherwise
+ * plans are fetched after the block has written them; nothing tells so.
+ */
 template <class V, long L>
 class IteratorNeighborhood3D_Gen : public NeighborhoodWalk3D<V, L, ListedOffsets3D> {
  public:

@@ -42,11 +42,12 @@ class PXL_API BaseAlgorithm : private Noncopyable {
    * Checks the images, chooses among the registered runners the accepting one with the highest optimisation type
    * (the earliest on ties) and runs it.
    *
-   * @throws InvalidCall          images missing, of different sizes, overlapping in part, output not writable, a
-   *                              region beyond the image or one that getRegionUse() leaves out, an objection, or a
-   *                              run going on
+   * @throws InvalidCall          images missing, of different sizes, overlapping in part, output not writable or with
+   *                              voxels that lie on each other, a region beyond the image or one that getRegionUse()
+   *                              leaves out, an objection, or a run going on
    * @throws RuntimeError         no runner accepts; the text says why as far as it can be told. Or an adapter could
-   *                              not store the result, see ImageModelAdapter
+   *                              not store the result, see ImageModelAdapter. Or the process was forked from one
+   *                              that had run an algorithm: its threads are missing
    * @throws ExceptionCancelation the run was cancelled; an output image then holds what was written so far
    * Everything a runner throws comes through unchanged.
    */

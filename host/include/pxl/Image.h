@@ -56,7 +56,7 @@ class PXL_API Image : public ImageModel {
   static std::shared_ptr<Image> OnMappedFile(std::string const& path, VoxelTypes type, ImageSizes const& sizes,
                                              unsigned long offset = 0, int interpretation = cGrey);
 
-  /** Voxels in a storage of any kind. @throws InvalidCall null */
+  /** Voxels in a storage of any kind. @throws InvalidCall limits, null */
   static std::shared_ptr<Image> OnStorage(std::shared_ptr<access::VoxelStorage> storage, int interpretation = cGrey);
 
   ~Image() override;

@@ -22,6 +22,7 @@ class AdapterStorage final : public VoxelStorage {
   bool isWritable() const override { return m_base.getSource().storage->isWritable(); }
   long const* getStrides() const override { return m_key.strides; }
   StorageKey getKey() const override { return m_key; }
+  unsigned long getStoredVoxelSize() const override { return m_base.getSource().storage->getStoredVoxelSize(); }
   void readRun(void* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) const override;
   bool writeRun(void const* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) override;
 

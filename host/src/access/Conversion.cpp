@@ -5,7 +5,7 @@
 #include <limits>
 #include <type_traits>
 
-#include "Core/private/Access/simd/RoundFloats.h"
+#include "access/RoundFloats.h"
 
 namespace pxl::access {
 namespace {
@@ -79,7 +79,7 @@ To convertVoxel(From value) {
 // The results of filters, which shouldn't cost more than the filter.
 template <class To>
 void convertFloats(To* __restrict to, float const* __restrict from, long count) {
-  using Round = SimdVec::RoundFloats<To>;
+  using Round = RoundFloats<To>;
   if (!Round::isAvailable()) return convertReals(to, from, count);
   long const done = Round::roundVectors(from, to, count);
   if (done == count) return;

@@ -9,6 +9,7 @@
 #include <new>
 
 #include "Raise.h"
+#include "access/FileDescriptor.h"
 #include "access/Storages.h"
 
 namespace pxl::access {
@@ -17,24 +18,6 @@ namespace {
 [[noreturn]] void raiseSystemError(std::string const& path, char const* what, int error) {
   PXL_RAISE(RuntimeError, path + ": " + what + ": " + std::strerror(error));
 }
-
-// Owns a descriptor until it is released.
-class FileDescriptor : private Noncopyable {
- public:
-  explicit FileDescriptor(int file) : m_file(file) {}
-  ~FileDescriptor() {
-    if (m_file >= 0) ::close(m_file);
-  }
-  int get() const { return m_file; }
-  int release() {
-    int const file = m_file;
-    m_file = -1;
-    return file;
-  }
-
- private:
-  int m_file;
-};
 
 // Opens without ever waiting for the other end of a pipe.
 int openFile(std::string const& path, FileModes mode) {
@@ -60,7 +43,11 @@ void checkFile(std::string const& path, int file, unsigned long offset, unsigned
 
 // The error of the system, or 0. On a full disk this fails here, and no later write to the file does.
 int reserve(int file, unsigned long bytes) {
-  return bytes == 0 ? 0 : ::posix_fallocate(file, 0, static_cast<off_t>(bytes));
+  int error = 0;
+  do {
+    error = bytes == 0 ? 0 : ::posix_fallocate(file, 0, static_cast<off_t>(bytes));
+  } while (error == EINTR);
+  return error;
 }
 
 // Moves `bytes` by `transfer` (pread or pwrite), however many calls it takes; false when the file ends or fails.
@@ -91,7 +78,6 @@ FileStorage::FileStorage(VoxelTypes type, ImageSizes const& sizes, std::string c
   if (mode == FileModes::cCreate && offset > (1UL << 62)) PXL_RAISE(InvalidCall, path + ": the offset is too large");
   FileDescriptor file(openFile(path, mode));
   if (mode == FileModes::cCreate) {
-    if (offset > (1UL << 62)) PXL_RAISE(InvalidCall, path + ": the offset is too large");
     if (int const error = reserve(file.get(), offset + bytes)) {
       ::unlink(path.c_str());
       raiseSystemError(path, "space can't be reserved", error);
@@ -103,16 +89,15 @@ FileStorage::FileStorage(VoxelTypes type, ImageSizes const& sizes, std::string c
   m_file = file.release();
 }
 
-FileStorage::FileStorage(VoxelTypes type, ImageSizes const& sizes, int file, std::string const& name)
+FileStorage::FileStorage(VoxelTypes type, ImageSizes const& sizes, FileDescriptor&& file, std::string const& name)
     : VoxelStorage(type, PlainSizes(sizes).values), m_key(), m_file(-1), m_isWritable(true), m_path(name) {
-  FileDescriptor owner(file);
   unsigned long const bytes = checkLimits(type, sizes);
-  if (file < 0) raiseSystemError(name, "no file can be made", errno);
-  if (int const error = reserve(file, bytes)) raiseSystemError(name, "space can't be reserved", error);
-  checkFile(name, file, 0, bytes, m_key);
+  if (file.get() < 0) raiseSystemError(name, "no file can be made", errno);
+  if (int const error = reserve(file.get(), bytes)) raiseSystemError(name, "space can't be reserved", error);
+  checkFile(name, file.get(), 0, bytes, m_key);
   m_key.access = 2;
   setKeyStrides(m_key, sizes, getPackedStrides(type, sizes));
-  m_file = owner.release();
+  m_file = file.release();
 }
 
 FileStorage::~FileStorage() { ::close(m_file); }

@@ -39,9 +39,8 @@ class HeldBackRows : private Noncopyable {
     m_isFilled.store(true, std::memory_order_relaxed);
   }
 
-  /** Stores all pieces and forgets them. */
+  /** Stores all pieces and forgets them. After a failure the next call stores what is left. */
   void writeAll(ViewInterface<T>& image) {
-    m_isFilled.store(false, std::memory_order_relaxed);
     for (Store& store : m_stores) {
       for (Piece const& piece : store.pieces)
         if (!image.writeRowAt(piece.count, piece.voxels, piece.col, piece.row, piece.plan, piece.sequence,
@@ -49,6 +48,7 @@ class HeldBackRows : private Noncopyable {
           PXL_RAISE(UnexpectedError, "a row that was held back can't be written");
       store.clear();
     }
+    m_isFilled.store(false, std::memory_order_relaxed);
   }
 
  private:

@@ -10,8 +10,7 @@ namespace {
 // A window as bytes of a place. Dimensions of size 1 have stride 0.
 struct Layout {
   explicit Layout(VoxelSource const& source)
-      : key(source.storage->getKey()),
-        voxelSize(static_cast<long>(helper::getSizeOf(source.storage->getVoxelType()))) {
+      : key(source.storage->getKey()), voxelSize(static_cast<long>(source.storage->getStoredVoxelSize())) {
     origin = static_cast<long>(key.origin);
     for (int i = 0; i < cNbComponents; ++i) {
       size[i] = static_cast<long>(source.size[i]);
@@ -49,49 +48,64 @@ void getByteRange(Layout const& window, long& begin, long& end) {
   }
 }
 
-// Walks a distance in bytes with differences of indices of two windows of equal strides, from the dimension with the
-// largest stride down.
-struct Walk {
-  Layout const& a;
-  Layout const& b;
-  int order[cNbComponents];
-
-  // Whether each dimension steps over all that the smaller ones reach, as in any image whose rows don't interleave.
-  bool isNested() const {
-    long span = a.voxelSize;
+// Looks for a voxel of `a` and one of `b` that share bytes, in two windows of equal strides: a difference of their
+// indices that bridges a distance in bytes, from the dimension with the largest stride down. Where each stride steps
+// over all that the smaller ones reach, few steps are to be tried in each dimension.
+class Search {
+ public:
+  Search(Layout const& a, Layout const& b) : m_a(a), m_b(b) {
+    int order[cNbComponents];
+    std::iota(order, order + cNbComponents, 0);
+    auto const strideOf = [&](int i) { return a.size[i] != 1 ? a.strides[i] : b.strides[i]; };
+    std::stable_sort(order, order + cNbComponents,
+                     [&](int i, int j) { return std::abs(strideOf(i)) > std::abs(strideOf(j)); });
     for (int depth = cNbComponents - 1; depth >= 0; --depth) {
       int const i = order[depth];
-      long const stride = std::abs(strideOf(i));
-      if (stride == 0) continue;
-      if (stride < span) return false;
-      span += (std::max(a.size[i], b.size[i]) - 1) * stride;
+      bool const isBackwards = strideOf(i) < 0;
+      Dimension& dimension = m_dimensions[depth];
+      dimension.stride = std::abs(strideOf(i));
+      dimension.lowest = 1 - (isBackwards ? a.size[i] : b.size[i]);
+      dimension.highest = (isBackwards ? b.size[i] : a.size[i]) - 1;
+      dimension.reachBelow = std::max(a.voxelSize, b.voxelSize) - 1;
+      if (depth == cNbComponents - 1) continue;
+      Dimension const& below = m_dimensions[depth + 1];
+      dimension.reachBelow = below.reachBelow + below.stride * std::max(below.highest, -below.lowest);
     }
-    return true;
   }
 
-  // Exact in a nested layout only: there the smaller dimensions bridge less than one step of a larger one.
-  bool reaches(long distance, int depth) const {
-    if (depth == cNbComponents) return distance < a.voxelSize && -distance < a.voxelSize;
-    int const i = order[depth];
-    long const stride = strideOf(i);
-    if (stride == 0) return reaches(distance, depth + 1);
-    long const nearest = distance / stride;
-    for (long steps = nearest - 1; steps <= nearest + 1; ++steps)
-      if (steps > -b.size[i] && steps < a.size[i] && reaches(distance - steps * stride, depth + 1)) return true;
+  // Whether voxels share bytes when `b` begins so many bytes after `a`; also when that would take too long to tell.
+  bool findsShared() { return finds(m_b.origin - m_a.origin, 0, true); }
+
+  // Whether different voxels of one window share bytes, `a` and `b` being this window.
+  bool findsSharedWithin() { return finds(0, 0, false); }
+
+ private:
+  struct Dimension {
+    long stride;
+    long lowest, highest;  // differences of indices
+    long reachBelow;       // bytes that the smaller dimensions and the voxels bridge
+  };
+
+  // `isDifferent` when indices of two voxels that are compared may be, or are, different.
+  bool finds(long distance, int depth, bool isDifferent) {
+    if (++m_nbSteps > cMaxNbSteps) return true;
+    if (depth == cNbComponents) return isDifferent && distance < m_a.voxelSize && -distance < m_b.voxelSize;
+    Dimension const& d = m_dimensions[depth];
+    if (d.stride == 0) return finds(distance, depth + 1, isDifferent || d.highest > 0);
+    long const first = std::max(d.lowest, (distance - d.reachBelow) / d.stride - 1);
+    long const last = std::min(d.highest, (distance + d.reachBelow) / d.stride + 1);
+    for (long steps = first; steps <= last; ++steps)
+      if (finds(distance - steps * d.stride, depth + 1, isDifferent || steps != 0)) return true;
     return false;
   }
 
-  long strideOf(int i) const { return a.size[i] != 1 ? a.strides[i] : b.strides[i]; }
-};
+  static constexpr long cMaxNbSteps = 1L << 18;
 
-// True when in doubt.
-bool mayShareVoxels(Layout const& a, Layout const& b) {
-  Walk walk{a, b, {}};
-  std::iota(walk.order, walk.order + cNbComponents, 0);
-  std::stable_sort(walk.order, walk.order + cNbComponents,
-                   [&walk](int i, int j) { return std::abs(walk.strideOf(i)) > std::abs(walk.strideOf(j)); });
-  return !walk.isNested() || walk.reaches(b.origin - a.origin, 0);
-}
+  Layout const& m_a;
+  Layout const& m_b;
+  Dimension m_dimensions[cNbComponents];
+  long m_nbSteps = 0;
+};
 
 }  // namespace
 
@@ -106,8 +120,13 @@ Overlaps getOverlap(VoxelSource const& a, VoxelSource const& b) {
   getByteRange(first, firstBegin, firstEnd);
   getByteRange(second, secondBegin, secondEnd);
   if (firstEnd <= secondBegin || secondEnd <= firstBegin) return Overlaps::cNone;
-  if (isOneType && haveEqualStrides(first, second) && !mayShareVoxels(first, second)) return Overlaps::cNone;
+  if (haveEqualStrides(first, second) && !Search(first, second).findsShared()) return Overlaps::cNone;
   return Overlaps::cPartial;
+}
+
+bool isOnItself(VoxelSource const& source) {
+  Layout const window(source);
+  return !window.isEmpty && Search(window, window).findsSharedWithin();
 }
 
 }  // namespace pxl::access

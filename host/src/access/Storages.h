@@ -8,6 +8,8 @@
 
 namespace pxl::access {
 
+class FileDescriptor;
+
 /** Sizes as the array that the contract's operations take. */
 struct PlainSizes {
   explicit PlainSizes(ImageSizes const& sizes) {
@@ -45,8 +47,8 @@ class FileStorage final : public VoxelStorage {
  public:
   FileStorage(VoxelTypes type, ImageSizes const& sizes, std::string const& path, FileModes mode,
               unsigned long offset);
-  /** Reserves the space in an open, empty file and owns it from then on, also on failure. `name` is for messages. */
-  FileStorage(VoxelTypes type, ImageSizes const& sizes, int file, std::string const& name);
+  /** Reserves the space in an open, empty file, and takes it over when that is done. `name` is for messages. */
+  FileStorage(VoxelTypes type, ImageSizes const& sizes, FileDescriptor&& file, std::string const& name);
   ~FileStorage() override;
 
   bool isOnDisk() const override { return true; }

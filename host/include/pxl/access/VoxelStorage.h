@@ -56,6 +56,9 @@ class PXL_API VoxelStorage : private Noncopyable {
    */
   virtual void settle(Settling occasion);
 
+  /** Bytes of a voxel where it is kept; other than the type's when the voxels are presented as another type. */
+  virtual unsigned long getStoredVoxelSize() const;
+
  protected:
   VoxelStorage(VoxelTypes type, unsigned long const (&sizes)[cNbComponents]);
 

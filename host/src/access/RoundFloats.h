@@ -4,7 +4,7 @@
 
 #include <type_traits>
 
-namespace pxl::SimdVec {
+namespace pxl::access {
 
 /**
  * Rounds floats to integers of 8 or 16 bits: half to even, saturated, NaN gives 0. It needs no more than what every
@@ -59,4 +59,4 @@ struct RoundFloats {
   }
 };
 
-}  // namespace pxl::SimdVec
+}  // namespace pxl::access

@@ -1,0 +1,30 @@
+#include "ForkCheck.h"
+
+#include <pthread.h>
+
+#include <atomic>
+
+#include "Raise.h"
+
+namespace pxl {
+namespace {
+
+std::atomic<bool> isUsed{false};
+std::atomic<bool> isForkedAfterUse{false};
+
+// By the system's call and not by the number of the process: a child may have the same in a space of its own.
+[[maybe_unused]] int const isWatching = ::pthread_atfork(nullptr, nullptr, [] {
+  if (isUsed.load(std::memory_order_relaxed)) isForkedAfterUse.store(true, std::memory_order_relaxed);
+});
+
+}  // namespace
+
+void checkForkAndNoteUse() {
+  if (isForkedAfterUse.load(std::memory_order_relaxed))
+    PXL_RAISE(RuntimeError,
+              "this process was forked after its parent had run an algorithm, and has none of its threads: "
+              "start workers by spawn or forkserver");
+  isUsed.store(true, std::memory_order_relaxed);
+}
+
+}  // namespace pxl
