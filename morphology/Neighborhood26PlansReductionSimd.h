@@ -1,7 +1,10 @@
 #pragma once
 
+#include <tbb/enumerable_thread_specific.h>
 #include <tbb/task_group.h>
 
+#include <array>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -31,7 +34,7 @@ class Neighborhood26PlansReductionSimd : public RowMemos<T> {
     long const width = block.getNbCols(), height = block.getNbRows();
     unsigned long const nbCols = static_cast<unsigned long>(width), nbRows = static_cast<unsigned long>(height);
     auto [older, newer] = this->get(nbCols);
-    std::vector<T const*> starts[3];
+    RowStarts& starts = m_starts->local();
     auto const fetch = [&](unsigned long slot, long plan) {
       inputPlans->fetchPlanInBlock(slot, nbCols + 2, nbRows + 2, block, -1, -1, plan, 0, 0)
           ->listRowStarts(starts[slot]);
@@ -70,6 +73,11 @@ class Neighborhood26PlansReductionSimd : public RowMemos<T> {
   using Vec = SimdVec::Simd<T>;
   static constexpr long L = Vec::cNbLanes;
 
+  /** Where the rows of the three source plans start, by their slots. */
+  using RowStarts = std::array<std::vector<T const*>, 3>;
+  using StartsOfThreads =
+      tbb::enumerable_thread_specific<RowStarts, tbb::cache_aligned_allocator<RowStarts>, tbb::ets_no_key>;
+
   /** One row of each of the three plans, from one column before the block. */
   struct SourceRows {
     T const* before;
@@ -104,6 +112,9 @@ class Neighborhood26PlansReductionSimd : public RowMemos<T> {
       Vec::store(older + col, reduced);
     }
   }
+
+  // Of each thread, kept like the memos: their memory serves all blocks.
+  std::shared_ptr<StartsOfThreads> m_starts = std::make_shared<StartsOfThreads>();
 };
 
 }  // namespace pxl::morphology

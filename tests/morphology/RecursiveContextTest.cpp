@@ -152,6 +152,24 @@ TYPED_TEST(RecursiveContext, HasNothingThatCrossAndListsUse) {
   EXPECT_EQ(this->countSlots(context), (std::vector<unsigned long>{0, 0, 0, 0}));
 }
 
+TYPED_TEST(RecursiveContext, IsAskedByCrossAndListsForOneCacheOfEachKindInABlock) {
+  typename TestFixture::Context context(this->input, this->output);
+  auto const blocks = cutPlan(this->image.sizes, 7, 4);
+  auto const expectOneEach = [&](auto const& kernel, long nbRows) {
+    this->recorder.clear();
+    for (Block2d const& block : blocks) kernel.run(block, context);
+    for (auto const& [name, count] : {std::pair{"createRowCacheRead", nbRows}, {"createRowCacheReadWrite", 1L}}) {
+      auto const trace = this->recorder.getTrace(name);
+      EXPECT_EQ(trace.size(), blocks.size()) << name;
+      for (auto const& event : trace) EXPECT_EQ(event.values, std::vector<long>{count}) << name;
+    }
+    EXPECT_EQ(this->countCaches(), 2 * blocks.size());
+  };
+  expectOneEach(Cross<DilationFunctor>(), 3);
+  expectOneEach(General<DilationFunctor>({{1, 0}, {0, 2}}), 3);
+  expectOneEach(General<DilationFunctor>({{4, -1}}), 1);
+}
+
 TYPED_TEST(RecursiveContext, KeepsTheRowsOfTheSquareFromBlockToBlock) {
   typename TestFixture::Context context(this->input, this->output);
   Square<DilationFunctor, short> const square;

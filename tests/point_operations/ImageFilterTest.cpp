@@ -138,6 +138,28 @@ TEST_F(ImageFilter, CutsByTheGrainsOnAnyNumberOfThreads) {
   }
 }
 
+/** Leaves the images alone. */
+struct IdleFunctor {
+  template <class AnyBlock, class Filter>
+  void run(AnyBlock const&, Filter&) const {}
+};
+
+// 2^40 + 2^20 voxels at two positions: in 32 bits that would be 2^21.
+TEST_F(ImageFilter, CountsMoreVoxelsThan32BitsHold) {
+  recorder.grains = {1UL << 40, 1UL << 40, 1UL << 40};
+  constexpr unsigned long cNbVoxels = 2 * ((1UL << 40) + (1UL << 20));
+  IdleFunctor idle;
+  auto const check = [&](auto& filter) {
+    run(filter, Region(0, 1L << 20, 0, (1L << 20) + 1, 0, 1, 0, 2, 0, 1));
+    EXPECT_EQ(filter.m_maxProgress, cNbVoxels);
+    EXPECT_EQ(filter.m_progress, cNbVoxels);
+  };
+  pxl::ImageToImageFilter2d<Byte, Byte, Arch, IdleFunctor> plan(nullptr, &idle);
+  pxl::ImageToImageFilter3d<Byte, Byte, Arch, IdleFunctor> volume(nullptr, &idle);
+  check(plan);
+  check(volume);
+}
+
 TEST_F(ImageFilter, LaunchesNothingOnAnEmptyRegionButEndsEachPosition) {
   for (Region const& region : {Region(1, 1, 0, 9, 0, 3, 0, 2, 0, 2), Region(0, 7, 4, 4, 0, 3, 0, 2, 0, 2),
                                Region(0, 7, 0, 9, 2, 2, 0, 2, 0, 2)}) {

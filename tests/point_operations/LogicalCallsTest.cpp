@@ -1,3 +1,6 @@
+#include <atomic>
+#include <thread>
+
 #include "support/Runs.h"
 
 namespace point_test {
@@ -165,6 +168,50 @@ TEST_F(LogicalCalls, EndWithACancel) {
     EXPECT_THROW(algorithm.execute(), pxl::ExceptionCancelation) << cancelAt;
     EXPECT_EQ(recorder.nbViews() + recorder.nbBorders() + recorder.nbFrames(), 0);
   }
+}
+
+TEST_F(LogicalCalls, WithAnImageEndWithACancel) {
+  auto const large = pxl::Image::New(pxl::cUnsignedInteger8, {64, 50, 20, 1, 2});
+  auto const other = pxl::Image::New(pxl::cUnsignedInteger8, {64, 50, 20, 1, 2});
+  recorder.grains = {64, 1, 1};
+  recorder.isTracing = false;
+  for (int cancelAt : {1, 1000, 3999})
+    for (auto const& target : {large, other}) {
+      LogicalOperationWithImage algorithm;
+      algorithm.inputImage1 = large.get();
+      algorithm.inputImage2 = other.get();
+      algorithm.outputImage = target.get();
+      std::atomic<int> nbReads{0};
+      recorder.onRead = [&](Event const&) {
+        if (++nbReads == cancelAt) algorithm.cancelExecution();
+      };
+      EXPECT_THROW(algorithm.execute(), pxl::ExceptionCancelation) << cancelAt;
+      EXPECT_EQ(recorder.nbViews() + recorder.nbBorders() + recorder.nbFrames(), 0);
+    }
+}
+
+// By another thread, which finds the run by its algorithm.
+TEST_F(LogicalCalls, WithAnImageEndWithACancelFromOutside) {
+  auto const large = pxl::Image::New(pxl::cUnsignedInteger8, {64, 50, 20, 1, 2});
+  recorder.grains = {64, 1, 1};
+  recorder.isTracing = false;
+  LogicalOperationWithImage algorithm;
+  algorithm.inputImage1 = large.get();
+  algorithm.inputImage2 = large.get();
+  algorithm.outputImage = large.get();
+  std::atomic<bool> isRunning{false}, isCancelled{false};
+  recorder.onRead = [&](Event const&) {
+    isRunning = true;
+    while (!isCancelled) std::this_thread::yield();
+  };
+  std::thread outside([&] {
+    while (!isRunning) std::this_thread::yield();
+    algorithm.cancelExecution();
+    isCancelled = true;
+  });
+  EXPECT_THROW(algorithm.execute(), pxl::ExceptionCancelation);
+  isRunning = true;  // or it was refused
+  outside.join();
 }
 
 TEST_F(LogicalCalls, ReachTheWholeProgress) {

@@ -2,6 +2,7 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
@@ -23,6 +24,7 @@ MallocWatch::MallocWatch() = default;
 MallocWatch::~MallocWatch() = default;
 void MallocWatch::stop() {}
 long MallocWatch::countLiving() const { return 0; }
+long MallocWatch::countOfSize(std::size_t) const { return 0; }
 void* MallocWatch::allocate(std::size_t, bool) { return nullptr; }
 void MallocWatch::release(void*) {}
 }  // namespace access_test
@@ -81,8 +83,8 @@ void* placeAtOffset(std::size_t size, std::uintptr_t offset) {
   return notePlaced(reinterpret_cast<void*>(aligned + offset), base, 0);
 }
 
-void* placeBeforeGuard(std::size_t size, std::size_t distance) {
-  std::size_t const buffer = (size - 32 + 15) / 16 * 16;
+void* placeBeforeGuard(std::size_t accessibleSize, std::size_t distance) {
+  std::size_t const buffer = (accessibleSize + 15) / 16 * 16;
   std::size_t const nbMapped = (buffer + distance + cPage - 1) / cPage * cPage + cPage;
   void* const base = ::mmap(nullptr, nbMapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   char* const guard = static_cast<char*>(base) + nbMapped - cPage;
@@ -90,16 +92,17 @@ void* placeBeforeGuard(std::size_t size, std::size_t distance) {
   return notePlaced(guard - buffer - distance, base, nbMapped);
 }
 
-void* place(std::size_t size, Placement placement) {
+void* place(std::size_t size, Placement placement, std::size_t accessibleSize) {
+  if (accessibleSize == 0) accessibleSize = size - 32;
   switch (placement) {
     case Placement::cAtOffset0:
       return placeAtOffset(size, 0);
     case Placement::cAtOffset8:
       return placeAtOffset(size, 8);
     case Placement::cGuarded16:
-      return placeBeforeGuard(size, 16);
+      return placeBeforeGuard(accessibleSize, 16);
     case Placement::cGuarded8:
-      return placeBeforeGuard(size, 8);
+      return placeBeforeGuard(accessibleSize, 8);
     default:
       return __libc_malloc(size);
   }
@@ -114,10 +117,13 @@ MallocWatch::~MallocWatch() { stop(); }
 void MallocWatch::stop() { activeWatch = nullptr; }
 
 void* MallocWatch::allocate(std::size_t size, bool isDirect) {
+  if (static_cast<std::size_t>(nbRequests) < m_sizes.size()) m_sizes[static_cast<std::size_t>(nbRequests)] = size;
   bool const isFailing = nbRequests++ == failAt;
+  bool const isPlaced = !isFailing && isDirect && size == placedSize && size >= 32;
   if (isFailing) ++nbFailed;
+  if (isPlaced) ++nbPlaced;
   void* block = nullptr;
-  if (!isFailing) block = isDirect && size == placedSize && size >= 32 ? place(size, placement) : __libc_malloc(size);
+  if (!isFailing) block = isPlaced ? place(size, placement, accessibleSize) : __libc_malloc(size);
   if (isDirect) {
     if (static_cast<std::size_t>(nbDirect) < directSizes.size()) {
       directSizes[static_cast<std::size_t>(nbDirect)] = size;
@@ -146,6 +152,10 @@ long MallocWatch::countLiving() const {
   long count = 0;
   for (void* entry : m_living) count += entry != nullptr;
   return count;
+}
+
+long MallocWatch::countOfSize(std::size_t size) const {
+  return std::count(m_sizes.begin(), m_sizes.begin() + std::min(nbRequests, static_cast<long>(m_sizes.size())), size);
 }
 
 namespace {

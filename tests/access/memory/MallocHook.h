@@ -14,8 +14,9 @@ enum class Placement {
   cAtOffset0,  ///< 0 modulo 16
   cAtOffset8,  ///< 8 modulo 16
   /**
-   * An aligned buffer of `size - 32` bytes in the block, rounded up to 16, ends where an inaccessible page begins;
-   * the block itself lies 16, or 8, bytes below the buffer. What the block has beyond is out of bounds.
+   * An aligned buffer in the block ends where an inaccessible page begins; the block itself lies 16, or 8, bytes
+   * below the buffer. The buffer has MallocWatch::accessibleSize bytes or, where that is 0, `size - 32`, rounded up
+   * to 16. What the block has beyond is out of bounds.
    */
   cGuarded16,
   cGuarded8
@@ -36,17 +37,21 @@ class MallocWatch {
   void stop();
 
   Placement placement = Placement::cAsUsual;
-  std::size_t placedSize = 0;  ///< only direct calls of this size are placed
-  long failAt = -1;            ///< this request, counted from 0, gets nothing
+  std::size_t placedSize = 0;      ///< only direct calls of this size are placed
+  std::size_t accessibleSize = 0;  ///< of their buffers, before a page that ends them
+  long failAt = -1;                ///< this request, counted from 0, gets nothing
 
   long nbRequests = 0;  ///< of both sorts
   long nbFailed = 0;
   long nbDirect = 0;
+  long nbPlaced = 0;
   std::array<std::size_t, 64> directSizes{};
   std::array<void*, 64> directResults{};
 
   /** How many of the blocks given out since the beginning are not freed yet. */
   long countLiving() const;
+  /** How many requests of either sort had this size. */
+  long countOfSize(std::size_t size) const;
 
   // For the hook.
   void* allocate(std::size_t size, bool isDirect);
@@ -54,6 +59,7 @@ class MallocWatch {
 
  private:
   std::array<void*, 4096> m_living{};
+  std::array<std::size_t, 4096> m_sizes{};
 };
 
 }  // namespace access_test
