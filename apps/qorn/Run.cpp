@@ -64,7 +64,7 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
       }
       images.output = std::make_unique<io::OutputImage>(
           command.images.back(), header,
-          io::OutputOptions{command.isOnDisk, command.isReplacing, command.interpretation},
+          io::OutputOptions{command.isOnDisk, command.isReplacing, command.interpretation, isCancelRequested},
           command.isInPlace ? first.image : nullptr);
       dynamic_cast<pxl::Property<pxl::ImageModel*>&>(*property).set(images.output->getImage().get());
     }
@@ -100,8 +100,10 @@ ExitCodes execute(RunCommand const& command) {
     dynamic_cast<pxl::Property<pxl::analysis::IntensityExtremaMsr*>&>(*property).set(&measure);
     hasMeasure = true;
   }
-  executeNamed(*algorithm, command.isQuiet);
-  if (images.output) images.output->save();
+  executeNamed(*algorithm, command.isQuiet, [&images] {
+    if (images.output) images.output->write();
+  });
+  if (images.output) images.output->commit();
   // After all that may fail with a line of its own.
   if (pxl::String const notice = algorithm->getNotice(); !notice.empty()) {
     writeErrorLine(command.operatorName + ": " + notice.str());
