@@ -122,7 +122,7 @@ ImageFile readTiff(InputFile const& file, ReadOptions const& options) {
   if (options.isOnDisk) throw FileError(path, "TIFF data can't be used on disk; only .npy can");
   TiffFile tiff(file);
   ImageHeader const header = readHeader(tiff);
-  checkCompressedVoxels(path, header, options.maxCompressedVoxels);
+  checkBeforeReading(path, header, options);
   std::shared_ptr<pxl::Image> image = makeImage(path, header, options.interpretation);
   unsigned long const cols = header.sizes[pxl::cColumns];
   unsigned long const rows = header.sizes[pxl::cRows];
