@@ -2,20 +2,29 @@
 include(CMakePackageConfigHelpers)
 
 set(installed_libraries pxlworks_object_model pxlworks_pxl pxlworks_pxl_qorn)
-# The libraries find each other where they stand. A TBB outside the system's folders, as the thread sanitizer needs it,
-# is found by its path.
+# The libraries find each other where they stand, installed or not: CMake would make room for other paths by empty ones
+# in the build folder, and an empty one is the working directory. A TBB outside the system's folders is found by its
+# path; that of the thread sanitizer, within the project, isn't among those that CMake adds by itself.
+set(near_paths "")
+if(TBB_DIR MATCHES "^${PROJECT_SOURCE_DIR}/")
+  set(near_paths "$<TARGET_FILE_DIR:TBB::tbb>")
+endif()
 set_target_properties(${installed_libraries} PROPERTIES
-  INSTALL_RPATH "$ORIGIN"
-  INSTALL_RPATH_USE_LINK_PATH ON)
+  INSTALL_RPATH "$ORIGIN;${near_paths}"
+  INSTALL_RPATH_USE_LINK_PATH ON
+  BUILD_WITH_INSTALL_RPATH ON)
 install(TARGETS pxlworks_object_model pxlworks_pxl EXPORT pxlworksTargets
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 # Loaded while running and never linked: no part of the package's targets.
 install(TARGETS pxlworks_pxl_qorn LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 if(TARGET qorn)
   file(RELATIVE_PATH to_libraries "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+  set(library_paths "$ORIGIN/${to_libraries}" "$ORIGIN/../lib")  # as installed, and in the build folder
+  list(REMOVE_DUPLICATES library_paths)
   set_target_properties(qorn PROPERTIES
-    INSTALL_RPATH "$ORIGIN/${to_libraries}"
-    INSTALL_RPATH_USE_LINK_PATH ON)
+    INSTALL_RPATH "${library_paths};${near_paths}"
+    INSTALL_RPATH_USE_LINK_PATH ON
+    BUILD_WITH_INSTALL_RPATH ON)
   install(TARGETS qorn RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
 

@@ -23,4 +23,3 @@ pxlworks_add_plugin(pxlworks_pxl_qorn
   morphology/ErosionLine3d_SSE41.cpp)
 target_include_directories(pxlworks_pxl_qorn PRIVATE ${PROJECT_SOURCE_DIR})
 target_link_libraries(pxlworks_pxl_qorn PRIVATE pxlworks_warnings)
-set_target_properties(pxlworks_pxl_qorn PROPERTIES BUILD_RPATH_USE_ORIGIN ON)

@@ -222,7 +222,8 @@ ExitCodes execute(ElementCommand const& command) {
                                  false};
     io::OutputImage mask(command.output, header, {false, command.isReplacing});
     std::memcpy(mask.getImage()->getVoxels(), element.mask.data(), element.mask.size());
-    mask.save();
+    mask.write();
+    mask.commit();
   }
   writeOutput(command.operatorName + ": " + describe(element) + "\n" +
               (command.output.empty() ? drawElement(element) : std::string()));

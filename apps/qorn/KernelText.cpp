@@ -62,17 +62,20 @@ KernelArray parseArray(std::string const& what, std::string const& text) {
 }
 
 KernelArray readArray(std::string const& what, std::string const& path, int rank) {
-  io::ImageHeader const header = io::readImageHeader(path);
-  if (header.rank != rank) {
-    throw UsageError(
-        what, "the file has " + std::to_string(header.rank) + " dimensions and the kernel " + std::to_string(rank));
-  }
-  if (io::getNbVoxels(header) > cMaxNbTaps) throw UsageError(what, "a kernel has at most 1000000 coefficients");
-  auto const file = io::readImage(path);
+  io::ReadOptions options;
+  options.isPrivate = true;  // few bytes, and no mapping that another process could cut
+  options.check = [&what, rank](io::ImageHeader const& header) {
+    if (header.rank != rank) {
+      throw UsageError(
+          what, "the file has " + std::to_string(header.rank) + " dimensions and the kernel " + std::to_string(rank));
+    }
+    if (io::getNbVoxels(header) > cMaxNbTaps) throw UsageError(what, "a kernel has at most 1000000 coefficients");
+  };
+  io::ImageFile const file = io::readImage(path, options);
   pxl::ImageModel const* const image = file.image.get();
   auto const view = pxl::access::View<double>::New(image, pxl::access::FixedBorderCondition<double>::New(0));
   KernelArray array{static_cast<long>(view->nbPlans), static_cast<long>(view->nbRows),
-                    static_cast<long>(view->nbCols), std::vector<double>(io::getNbVoxels(header))};
+                    static_cast<long>(view->nbCols), std::vector<double>(io::getNbVoxels(file.header))};
   double* target = array.coefficients.data();
   for (long plan = 0; plan < array.plans; ++plan)
     for (long row = 0; row < array.rows; ++row, target += array.cols)

@@ -7,6 +7,7 @@
 #include "pxl/Settings.h"
 #include "pxl/analysis/IntensityExtremaMsr.h"
 #include "qorn/Commands.h"
+#include "qorn/MappedFileGuard.h"
 #include "qorn/MeasureText.h"
 #include "qorn/Operators.h"
 #include "qorn/Scale.h"
@@ -40,7 +41,8 @@ void checkOutputOptions(pxl::BaseAlgorithm const& algorithm, RunCommand const& c
 /** The images of a run, in the order of the operator's properties. */
 struct RunImages {
   std::vector<io::ImageFile> inputs;
-  std::unique_ptr<io::OutputImage> output;  ///< null for operators without an output image
+  std::vector<std::unique_ptr<MappedFileGuard>> guards;  ///< of the inputs
+  std::unique_ptr<io::OutputImage> output;               ///< null for operators without an output image
 };
 
 RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
@@ -52,7 +54,9 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
   for (pxl::PropertyBase* property : algorithm.getProperties()) {
     if (property->getKind() == pxl::PropertyKinds::cInputImage) {
       options.isPrivate = command.isInPlace && images.inputs.empty();
-      images.inputs.push_back(io::readImage(command.images.at(images.inputs.size()), options));
+      std::string const& path = command.images.at(images.inputs.size());
+      images.inputs.push_back(io::readImage(path, options));
+      images.guards.push_back(std::make_unique<MappedFileGuard>(path, *images.inputs.back().image));
       dynamic_cast<pxl::Property<pxl::ImageModel const*>&>(*property).set(images.inputs.back().image.get());
     } else if (property->getKind() == pxl::PropertyKinds::cOutputImage) {
       io::ImageFile const& first = images.inputs.front();
@@ -64,7 +68,7 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
       }
       images.output = std::make_unique<io::OutputImage>(
           command.images.back(), header,
-          io::OutputOptions{command.isOnDisk, command.isReplacing, command.interpretation},
+          io::OutputOptions{command.isOnDisk, command.isReplacing, command.interpretation, isCancelRequested},
           command.isInPlace ? first.image : nullptr);
       dynamic_cast<pxl::Property<pxl::ImageModel*>&>(*property).set(images.output->getImage().get());
     }
@@ -100,8 +104,10 @@ ExitCodes execute(RunCommand const& command) {
     dynamic_cast<pxl::Property<pxl::analysis::IntensityExtremaMsr*>&>(*property).set(&measure);
     hasMeasure = true;
   }
-  executeNamed(*algorithm, command.isQuiet);
-  if (images.output) images.output->save();
+  executeNamed(*algorithm, command.isQuiet, [&images] {
+    if (images.output) images.output->write();
+  });
+  if (images.output) images.output->commit();
   // After all that may fail with a line of its own.
   if (pxl::String const notice = algorithm->getNotice(); !notice.empty()) {
     writeErrorLine(command.operatorName + ": " + notice.str());

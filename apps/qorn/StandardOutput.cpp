@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <string>
 
 #include "qorn/Errors.h"
 
@@ -40,15 +39,16 @@ void writeOutput(std::string_view text) {
   if (fault != 0) throw ProgramError(cFailed, "standard output", std::strerror(fault));
 }
 
-void writeErrorLine(std::string_view message) {
+std::string makeErrorLine(std::string_view message) {
   std::string line = "qorn: ";
   for (char const letter : message) {
     bool const isControl = static_cast<unsigned char>(letter) < 0x20 || letter == 0x7f;
     line += isControl ? ' ' : letter;
   }
-  line += '\n';
-  writeErrorText(line);
+  return line + '\n';
 }
+
+void writeErrorLine(std::string_view message) { writeErrorText(makeErrorLine(message)); }
 
 void writeErrorText(std::string_view text) { static_cast<void>(writeAll(STDERR_FILENO, text)); }
 

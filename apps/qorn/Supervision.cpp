@@ -9,11 +9,13 @@
 #include <cstdio>
 #include <future>
 #include <new>
+#include <string>
 
 #include "pxl/AlgoInfo.h"
 #include "pxl/Exception.h"
 #include "qorn/Errors.h"
 #include "qorn/StandardOutput.h"
+#include "qorn/io/FileError.h"
 
 namespace qorn {
 namespace {
@@ -77,27 +79,41 @@ class ProgressLine : private pxl::Noncopyable {
   std::string m_text;
 };
 
-}  // namespace
-
 void executeSupervised(pxl::BaseAlgorithm& algorithm, std::string const& name, bool isQuiet) {
-  constexpr std::chrono::milliseconds cPeriod(50);
-  SignalGuard const signals;
+  constexpr std::chrono::milliseconds cPeriod(5);  // far below what a user notices, far above what it costs
   std::future<void> run = std::async(std::launch::async, [&algorithm] { algorithm.execute(); });
   {
     ProgressLine line(name, isQuiet);
     while (run.wait_for(cPeriod) != std::future_status::ready) {
       // Again and again: a cancel that comes before the run has begun is ignored.
-      if (s_isCancelRequested.load(std::memory_order_relaxed)) algorithm.cancelExecution();
+      if (isCancelRequested()) algorithm.cancelExecution();
       line.draw(algorithm.getProgress());
     }
   }
   run.get();
 }
 
-void executeNamed(pxl::BaseAlgorithm& algorithm, bool isQuiet) {
+/** The signal may have come too late for the run, or between two steps. */
+void throwIfCancelRequested() {
+  if (isCancelRequested()) throw pxl::ExceptionCancelation();
+}
+
+}  // namespace
+
+bool isCancelRequested() { return s_isCancelRequested.load(std::memory_order_relaxed); }
+
+void executeNamed(pxl::BaseAlgorithm& algorithm, bool isQuiet, std::function<void()> const& write) {
   std::string const name = algorithm.getAlgoInfo()->getName();
   try {
-    executeSupervised(algorithm, name, isQuiet);
+    {
+      SignalGuard const signals;
+      executeSupervised(algorithm, name, isQuiet);
+      throwIfCancelRequested();
+      if (write) write();
+    }
+    throwIfCancelRequested();
+  } catch (io::FileError const&) {
+    throw;
   } catch (pxl::ExceptionCancelation const&) {
     throw ProgramError(cCancelled, name, "cancelled");
   } catch (std::bad_alloc const&) {

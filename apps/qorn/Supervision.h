@@ -1,20 +1,23 @@
 #pragma once
 
-#include <string>
+#include <functional>
 
 #include "pxl/BaseAlgorithm.h"
 
 namespace qorn {
 
 /**
- * Runs an algorithm while this thread watches: an interrupt or termination signal cancels the run, a second one of
- * the same kind ends the process; a progress line is drawn on standard error if that is a terminal.
+ * Runs an algorithm while this thread watches, and then `write`, which may write a result that nobody can see yet. An
+ * interrupt or termination signal cancels either, a second one of the same kind ends the process. On return the
+ * signals have their own effect again, and none has come before. A progress line is drawn on standard error if that
+ * is a terminal.
  *
- * @throws what the run throws; ExceptionCancelation when it was cancelled
+ * @throws ProgramError cCancelled when a signal came; whatever the run throws, with the operator's name; of `write`
+ * FileErrors come through unchanged
  */
-void executeSupervised(pxl::BaseAlgorithm& algorithm, std::string const& name, bool isQuiet);
+void executeNamed(pxl::BaseAlgorithm& algorithm, bool isQuiet, std::function<void()> const& write = nullptr);
 
-/** The same; whatever the run throws becomes a ProgramError that names the operator. */
-void executeNamed(pxl::BaseAlgorithm& algorithm, bool isQuiet);
+/** Whether a signal has asked executeNamed() to end; what writes for long is to look at it. From any thread. */
+bool isCancelRequested();
 
 }  // namespace qorn

@@ -14,6 +14,7 @@ foreach(check layers sources words)
 endforeach()
 add_test(NAME check.plugin COMMAND ${check_by} "${checks}/check_plugin.py" "$<TARGET_FILE:pxlworks_pxl_qorn>"
   ${binary_kind})
+add_test(NAME check.run_paths COMMAND ${check_by} "${checks}/check_run_paths.py" "${CMAKE_BINARY_DIR}")
 add_test(NAME check.checks_can_fail COMMAND ${check_by} "${checks}/checks_can_fail.py" "${PROJECT_SOURCE_DIR}"
   "${CMAKE_BINARY_DIR}/lib" "${CMAKE_CXX_COMPILER}")
 add_test(NAME check.format COMMAND bash "${checks}/format.sh")

@@ -125,11 +125,25 @@ def break_plugin(libraries, compiler, folder):
         yield expect(f"{source} built with {options}", "plugin", name + ".so", finding)
 
 
+def break_run_paths(compiler, folder):
+    for number, (path, finding) in enumerate([
+            ("/usr/lib:$ORIGIN:$ORIGIN/../lib", ""), ("$ORIGIN:", "'' in the run path"), ("::::", "'' in the run path"),
+            ("/usr/lib::$ORIGIN", "'' in the run path"), ("lib", "'lib' in the run path"),
+            ("$ORIGINAL", "'$ORIGINAL' in the run path")]):
+        libraries = os.path.join(folder, f"paths{number}", "lib")
+        os.makedirs(libraries)
+        subprocess.run([compiler, "-shared", "-x", "c++", os.devnull, "-o", os.path.join(libraries, "a.so"),
+                        "-Wl,-rpath," + path], check=True)
+        yield expect(f"a library with the run path {path}", "run_paths", os.path.dirname(libraries), finding)
+    yield expect("nothing", "run_paths", os.path.dirname(os.path.abspath(__file__)), "no binaries found")
+
+
 def main():
     root, libraries, compiler = sys.argv[1:]
     with tempfile.TemporaryDirectory() as folder:
         results = list(break_sources(root, os.path.join(folder, "copy")))
         results += break_plugin(libraries, compiler, folder)
+        results += break_run_paths(compiler, folder)
     print(f"{results.count(True)} of {len(results)} broken or sound inputs were told apart")
     return 0 if all(results) else 1
 

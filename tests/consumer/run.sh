@@ -16,6 +16,8 @@ cp -r "$here" "$work/source"
 "$cmake" -S "$work/source" -B "$work/build" -Dpxlworks_DIR="$prefix/$library_folder/cmake/pxlworks" "$@"
 "$cmake" --build "$work/build"
 
+python3 -B "$here/../checks/check_run_paths.py" "$prefix"
+
 # The package must not lead back into the build folder or the sources.
 if grep -rlF "$build" "$prefix/$library_folder/cmake"; then
   echo "the files above of the package name the build folder"

@@ -1,3 +1,7 @@
+#include <cstdio>
+
+#include "qorn/io/InputFile.h"
+#include "qorn/io/NpyReader.h"
 #include "support/Npy.h"
 #include "support/Reading.h"
 
@@ -133,6 +137,29 @@ TEST(NpyReaderShapes, InterpretationIsGiven) {
     options.interpretation = pxl::cBinary;
     EXPECT_EQ(qorn::io::readImage(path, options).image->getInterpretation(), pxl::cBinary);
   }
+}
+
+TEST(NpyFiles, HeaderAndVoxelsAreOfOneFile) {
+  TempFolder folder;
+  std::string const path = folder / "image.npy", other = folder / "other.npy";
+  auto const values = makeValues<unsigned char>(6);
+  writeFile(path, makeNpy("|u1", "(2, 3)", values));
+  writeFile(other, makeNpy("|u1", "(2, 3)", std::vector<unsigned char>{1, 2, 3, 4, 5, 6}));
+  qorn::io::InputFile const file(path);
+  ASSERT_EQ(std::rename(other.c_str(), path.c_str()), 0);
+  qorn::io::ReadOptions options;
+  for (bool const isOnDisk : {false, true}) {
+    options.isOnDisk = isOnDisk;
+    try {
+      qorn::io::readNpy(file, options);
+      ADD_FAILURE() << "the voxels of another file were taken";
+    } catch (qorn::io::FileError const& error) {
+      EXPECT_EQ(error.what(), path + ": was exchanged while it was read");
+    }
+  }
+  options.isOnDisk = false;
+  options.isPrivate = true;
+  EXPECT_EQ(getVoxelBytes(*qorn::io::readNpy(file, options).image), toBytes(values));
 }
 
 }  // namespace

@@ -96,4 +96,16 @@ TEST_P(SavingSignals, BeingKilledLeavesNothingWhereFilesCanBeUnnamed) {
   }
 }
 
+TEST_P(SavingSignals, AnInputThatIsCutLeavesNothing) {
+  writeFile(image, makeNpyHeader(makeNpyDictionary("|u1", "(4096, 4096)")));
+  resizeFile(image, 128 + (1ul << 24));
+  Program program = start("new.npy");
+  ASSERT_NE(0u, program.waitUntilHandled(SIGINT));
+  program.send(SIGSTOP);  // before the first pass is done, or even begun
+  resizeFile(image, 4096);
+  program.send(SIGCONT);
+  expectFailure(program.wait(), 1, image, "can't be read any more");
+  expectUntouched();
+}
+
 }  // namespace

@@ -121,17 +121,46 @@ TEST_F(TiffReader, ReadsTheShapeInTheDescription) {
   }
 }
 
-TEST_F(TiffReader, RefusesShapesThatDoNotFit) {
+TEST_F(TiffReader, IgnoresShapesThatDoNotFit) {
   for (std::string const shape :
        {"[2, 3, 5, 20, 37]", "[24, 37, 20]", "[24, 20]", "[20, 37]", "[0, 20, 37]", "[37]", "[4294967296, 6, 20, 37]",
-        "[-24, 20, 37]", "[24.0, 20, 37]", "\"24\"", "[[24, 20, 37]]", "[1, 2, 3, 4, 20, 37]",
+        "[-24, 20, 37]", "[24.0, 20, 37]", "\"24\"", "[[24, 20, 37]]", "[24, 20, 37, 1]", "[]",
         "[18446744073709551615, 18446744073709551615, 20, 37]"}) {
     SCOPED_TRACE(shape);
     TiffLayout layout = makeLayout(cAllTypes[0], 24);
     layout.description = "{\"shape\": " + shape + "}";
-    writeTiff(path, layout, std::string(24 * 20 * 37, 'x'));
-    expectHeaderFault(path, shape == "[1, 2, 3, 4, 20, 37]" ? "6 dimensions" : "shape in the description");
+    expectReadsBack(layout, cAllTypes[0], {37, 20, 24, 1, 1}, 3);
   }
+  TiffLayout layout = makeLayout(cAllTypes[0], 24);
+  layout.description = "{\"shape\": [1, 2, 3, 4, 20, 37]}";
+  writeTiff(path, layout, std::string(24 * 20 * 37, 'x'));
+  expectHeaderFault(path, "6 dimensions");
+}
+
+TEST_F(TiffReader, PagesMayBeDescribedOneByOne) {
+  // As by writers that append: each page tells its own shape, or a first stack tells that of its pages alone.
+  TiffLayout layout = makeLayout(cAllTypes[0], 1);
+  std::string const page(20 * 37, 'x');
+  for (unsigned int const nbFirst : {1u, 2u}) {
+    layout.mode = "w";
+    layout.pages = nbFirst;
+    layout.description = nbFirst == 1 ? "{\"shape\": [20, 37]}" : "{\"shape\": [2, 20, 37]}";
+    std::string voxels(nbFirst * page.size(), 'x');
+    writeTiff(path, layout, voxels);
+    layout.mode = "a";
+    layout.pages = 1;
+    layout.description = "{\"shape\": [20, 37]}";
+    for (int i = 0; i < 2; ++i) writeTiff(path, layout, page);
+    auto const read = qorn::io::readImage(path);
+    EXPECT_EQ(read.image->getSizes(), (pxl::ImageSizes{37, 20, nbFirst + 2, 1, 1}));
+    EXPECT_EQ(read.header.rank, 3);
+  }
+}
+
+TEST_F(TiffReader, LastSizesOf1MayBeMissingInThePage) {
+  TiffLayout layout = makeLayout(cAllTypes[0], 1);
+  layout.description = "{\"shape\": [20, 37, 1]}";
+  expectReadsBack(layout, cAllTypes[0], {37, 20, 1, 1, 1}, 2);
 }
 
 TEST_F(TiffReader, ObeysTheLimitOfCompressedVoxels) {

@@ -226,7 +226,8 @@ TEST_F(Writer, AnImageThatIsThereIsSaved) {
   std::memcpy(image->getVoxels(), voxels.data(), voxels.size());
   qorn::io::OutputImage output(folder / "image.tif", makeHeader(cAllTypes[4], {3, 4}), {}, image);
   EXPECT_EQ(output.getImage(), image);
-  output.save();
+  output.write();
+  output.commit();
   expectReadsBack(folder / "image.tif", cAllTypes[4], {3, 4}, voxels);
 }
 

@@ -12,6 +12,8 @@ namespace {
 constexpr unsigned long cBufferBytes = 1ul << 18;
 /** What the library takes at once; its counters have 32 bits. */
 constexpr unsigned long cMaxStepBytes = 1ul << 30;
+/** What is compressed before the next look at a cancel: some ten milliseconds. */
+constexpr unsigned long cCompressedStepBytes = 1ul << 19;
 /** The largest window, with the header and the check sum of gzip. */
 constexpr int cGzipWindow = MAX_WBITS + 16;
 
@@ -101,7 +103,8 @@ void GzipWriter::write(void const* bytes, unsigned long count) {
   // The library's interface isn't const-correct; it only reads them.
   auto* next = static_cast<unsigned char*>(const_cast<void*>(bytes));
   while (count > 0) {
-    unsigned long const part = std::min(count, cMaxStepBytes);
+    m_file.checkIsWanted();
+    unsigned long const part = std::min(count, cCompressedStepBytes);
     m_stream.next_in = next;
     m_stream.avail_in = static_cast<uInt>(part);
     step(Z_NO_FLUSH);

@@ -45,7 +45,7 @@ class GzipWriter : private pxl::Noncopyable {
   explicit GzipWriter(OutputFile const& file);
   ~GzipWriter();
 
-  /** @throws FileError */
+  /** @throws FileError; ExceptionCancelation */
   void write(void const* bytes, unsigned long count);
   /** Writes what is left and the check sum. @throws FileError */
   void finish();

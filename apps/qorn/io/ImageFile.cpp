@@ -39,6 +39,16 @@ std::string getSuffix(std::string const& path) {
   return suffix;
 }
 
+void checkBeforeReading(std::string const& path, ImageHeader const& header, ReadOptions const& options) {
+  unsigned long const nbVoxels = getNbVoxels(header);
+  if (header.isCompressed && nbVoxels > options.maxCompressedVoxels) {
+    throw FileError(path, std::to_string(nbVoxels) + " voxels in compressed form; at most " +
+                              std::to_string(options.maxCompressedVoxels) +
+                              " are read unless --max-voxels allows more");
+  }
+  if (options.check) options.check(header);
+}
+
 ImageHeader readImageHeader(std::string const& path) {
   InputFile const file(path);
   return findFormat(cFormats, path).readHeader(file);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -9,6 +10,8 @@
 /**
  * Reading of image files. The suffix tells the format: .npy, .tif or .tiff, .png, .nii or .nii.gz, in any case.
  * Files of one sample per pixel are read as they are stored: no scaling, no inversion, no rotation.
+ *
+ * A file is opened once, or what is opened again is known to be the same: header and voxels belong together.
  *
  * Files are not trusted: everything a header declares is checked, against the limits and against the size of the
  * file, before memory is taken for voxels.
@@ -20,6 +23,7 @@ struct ReadOptions {
   bool isPrivate = false;  ///< read everything into memory that may be written to
   unsigned long maxCompressedVoxels = cDefaultMaxCompressedVoxels;
   int interpretation = pxl::cGrey;
+  std::function<void(ImageHeader const&)> check;  ///< may throw; called before memory is taken for voxels
 };
 
 /** An image that was read and what its file said. */
@@ -27,6 +31,9 @@ struct ImageFile {
   ImageHeader header;
   std::shared_ptr<pxl::Image> image;
 };
+
+/** What each reader does between header and voxels. @throws FileError more compressed voxels than allowed */
+void checkBeforeReading(std::string const& path, ImageHeader const& header, ReadOptions const& options);
 
 /** What the file says, without reading voxels. @throws FileError */
 ImageHeader readImageHeader(std::string const& path);

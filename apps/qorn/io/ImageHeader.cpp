@@ -44,14 +44,6 @@ unsigned long getNbBytes(ImageHeader const& header) {
   return getNbVoxels(header) * pxl::helper::getSizeOf(header.type);
 }
 
-void checkCompressedVoxels(std::string const& path, ImageHeader const& header, unsigned long maxCompressedVoxels) {
-  unsigned long const nbVoxels = getNbVoxels(header);
-  if (header.isCompressed && nbVoxels > maxCompressedVoxels) {
-    throw FileError(path, std::to_string(nbVoxels) + " voxels in compressed form; at most " +
-                              std::to_string(maxCompressedVoxels) + " are read unless --max-voxels allows more");
-  }
-}
-
 std::shared_ptr<pxl::Image> makeImage(std::string const& path, ImageHeader const& header, int interpretation) {
   try {
     return pxl::Image::New(header.type, header.sizes, interpretation);

@@ -51,9 +51,6 @@ unsigned long getNbVoxels(ImageHeader const& header);
 /** The bytes of its voxels. */
 unsigned long getNbBytes(ImageHeader const& header);
 
-/** @throws FileError a compressed file with more voxels than allowed */
-void checkCompressedVoxels(std::string const& path, ImageHeader const& header, unsigned long maxCompressedVoxels);
-
 /** New voxels in memory for the header. @throws FileError not enough memory */
 std::shared_ptr<pxl::Image> makeImage(std::string const& path, ImageHeader const& header, int interpretation);
 

@@ -8,7 +8,8 @@ class OutputFile;
 
 /**
  * Writers of the formats. `voxels` are packed in C order. Each has a check that is made before a run, so that hours
- * of work never end with an image that its format can't hold.
+ * of work never end with an image that its format can't hold. All throw FileError when the file can't be written, and
+ * ExceptionCancelation soon after it isn't wanted any more.
  */
 
 /** The bytes before the voxels of an .npy file. */

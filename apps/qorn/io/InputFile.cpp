@@ -55,6 +55,12 @@ void InputFile::read(void* bytes, unsigned long count, unsigned long offset) con
   if (fault != 0) throw FileError(m_path, fault < 0 ? "ends too soon" : std::strerror(fault));
 }
 
+bool InputFile::holds(pxl::Image const& image) const {
+  struct stat status;
+  pxl::access::StorageKey const key = image.getSource().storage->getKey();
+  return ::fstat(m_descriptor, &status) == 0 && key.space[0] == status.st_dev && key.space[1] == status.st_ino;
+}
+
 int InputFile::duplicateDescriptor() const {
   int const descriptor = ::fcntl(m_descriptor, F_DUPFD_CLOEXEC, 0);
   if (descriptor < 0) throw FileError(m_path, std::strerror(errno));

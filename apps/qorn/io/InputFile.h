@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "pxl/Image.h"
 #include "pxl/Noncopyable.h"
 
 namespace qorn::io {
@@ -20,6 +21,9 @@ class InputFile : private pxl::Noncopyable {
   void read(void* bytes, unsigned long count, unsigned long offset) const;
   /** The same for callers that exceptions must not cross: 0, or the error number; -1 when the file ends too soon. */
   int tryRead(void* bytes, unsigned long count, unsigned long offset) const noexcept;
+
+  /** Whether the voxels of an image on disk or of a mapped file lie in this very file, whatever has its path now. */
+  bool holds(pxl::Image const& image) const;
 
   /** A second descriptor of the file, which the caller owns. @throws FileError */
   int duplicateDescriptor() const;

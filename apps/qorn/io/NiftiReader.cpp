@@ -81,7 +81,7 @@ ImageFile readNifti(InputFile const& file, ReadOptions const& options) {
   if (options.isOnDisk) throw FileError(path, "NIfTI data can't be used on disk; only .npy can");
   NiftiFile nifti(file);
   ImageHeader const& header = nifti.getHeader();
-  checkCompressedVoxels(path, header, options.maxCompressedVoxels);
+  checkBeforeReading(path, header, options);
   std::shared_ptr<pxl::Image> image = makeImage(path, header, options.interpretation);
   nifti.readVoxels(image->getVoxels());
   return {header, image};

@@ -76,11 +76,15 @@ ImageFile readNpy(InputFile const& file, ReadOptions const& options) {
   std::string const& path = file.getPath();
   NpyHeader const npy = readNpyHeader(file);
   ImageHeader const header = makeCheckedHeader(file, npy);
+  checkBeforeReading(path, header, options);
   if (!npy.isSwapped && !npy.isFortranOrder && !options.isPrivate) {
-    return {header, options.isOnDisk ? pxl::Image::OnDisk(path, pxl::FileModes::cReadOnly, header.type, header.sizes,
-                                                          npy.dataOffset, options.interpretation)
-                                     : pxl::Image::OnMappedFile(path, header.type, header.sizes, npy.dataOffset,
-                                                                options.interpretation)};
+    auto const image = options.isOnDisk ? pxl::Image::OnDisk(path, pxl::FileModes::cReadOnly, header.type,
+                                                             header.sizes, npy.dataOffset, options.interpretation)
+                                        : pxl::Image::OnMappedFile(path, header.type, header.sizes, npy.dataOffset,
+                                                                   options.interpretation);
+    // It was opened by its path once more.
+    if (!file.holds(*image)) throw FileError(path, "was exchanged while it was read");
+    return {header, image};
   }
   if (options.isOnDisk) {
     throw FileError(path, npy.isFortranOrder ? "data in Fortran order can't be used on disk"

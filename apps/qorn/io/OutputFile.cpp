@@ -4,12 +4,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <utility>
 
+#include "pxl/Exception.h"
 #include "qorn/io/FileError.h"
 
 namespace qorn::io {
@@ -55,8 +57,12 @@ int openUnnamed(std::string const& folder) {
 
 }  // namespace
 
-OutputFile::OutputFile(std::string path, bool isReplacing)
-    : m_path(std::move(path)), m_target(followLinks(m_path)), m_isReplacing(isReplacing), m_descriptor(-1) {
+OutputFile::OutputFile(std::string path, bool isReplacing, bool (*isCancelled)())
+    : m_path(std::move(path)),
+      m_target(followLinks(m_path)),
+      m_isReplacing(isReplacing),
+      m_isCancelled(isCancelled),
+      m_descriptor(-1) {
   checkTarget(m_path, m_target, isReplacing);
   m_descriptor = openUnnamed(getFolder(m_target));
   if (m_descriptor < 0) openNamed();
@@ -82,9 +88,18 @@ void OutputFile::reserve(unsigned long bytes) const {
   }
 }
 
+void OutputFile::checkIsWanted() const {
+  if (!isWanted()) throw pxl::ExceptionCancelation();
+}
+
 void OutputFile::write(void const* bytes, unsigned long count, unsigned long offset) const {
-  int const error = tryWrite(bytes, count, offset);
-  if (error != 0) fail(m_path, error);
+  constexpr unsigned long cPieceBytes = 1ul << 24;
+  for (unsigned long done = 0; done < count; done += cPieceBytes) {
+    checkIsWanted();
+    int const error =
+        tryWrite(static_cast<char const*>(bytes) + done, std::min(cPieceBytes, count - done), offset + done);
+    if (error != 0) fail(m_path, error);
+  }
 }
 
 int OutputFile::tryWrite(void const* bytes, unsigned long count, unsigned long offset) const noexcept {

@@ -16,9 +16,10 @@ class OutputFile : private pxl::Noncopyable {
  public:
   /**
    * With `isReplacing` a regular file at the path is replaced by commit(), also behind a symbolic link; without, it
-   * is refused. @throws FileError the folder can't be written, or something that isn't a regular file is in the way
+   * is refused. `isCancelled` is asked between pieces of what is written; it may be null. @throws FileError the
+   * folder can't be written, or something that isn't a regular file is in the way
    */
-  OutputFile(std::string path, bool isReplacing);
+  OutputFile(std::string path, bool isReplacing, bool (*isCancelled)() = nullptr);
   ~OutputFile();
 
   std::string const& getPath() const { return m_path; }
@@ -28,7 +29,12 @@ class OutputFile : private pxl::Noncopyable {
 
   /** Takes the room for a file of this size, which it has then. @throws FileError there is none */
   void reserve(unsigned long bytes) const;
-  /** Writes all bytes. @throws FileError */
+  /** Whether nobody has cancelled the writing. */
+  bool isWanted() const noexcept { return m_isCancelled == nullptr || !m_isCancelled(); }
+  /** @throws ExceptionCancelation the file isn't wanted any more */
+  void checkIsWanted() const;
+
+  /** Writes all bytes. @throws FileError; ExceptionCancelation */
   void write(void const* bytes, unsigned long count, unsigned long offset) const;
   /** The same for callers that exceptions must not cross: 0 or the error number. */
   int tryWrite(void const* bytes, unsigned long count, unsigned long offset) const noexcept;
@@ -45,6 +51,7 @@ class OutputFile : private pxl::Noncopyable {
   std::string m_path;    ///< as it was given
   std::string m_target;  ///< where it leads to
   bool m_isReplacing;
+  bool (*m_isCancelled)();
   int m_descriptor;
   std::unique_ptr<TemporaryName> m_name;  ///< null while the file has none
 };

@@ -47,7 +47,7 @@ OutputImage::OutputImage(std::string const& path, ImageHeader const& header, Out
                          std::shared_ptr<pxl::Image> image)
     : m_suffix(checkFormat(path, header, options.isOnDisk)),
       m_header(header),
-      m_file(path, options.isReplacing),
+      m_file(path, options.isReplacing, options.isCancelled),
       m_isInFile(options.isOnDisk),
       m_image(std::move(image)) {
   if (m_isInFile) {
@@ -57,11 +57,9 @@ OutputImage::OutputImage(std::string const& path, ImageHeader const& header, Out
   }
 }
 
-void OutputImage::save() {
-  if (!m_isInFile) {
-    findFormat(cFormats, m_suffix).write(m_file, m_header, static_cast<pxl::Image const&>(*m_image).getVoxels());
-  }
-  m_file.commit();
+void OutputImage::write() {
+  if (m_isInFile) return;
+  findFormat(cFormats, m_suffix).write(m_file, m_header, static_cast<pxl::Image const&>(*m_image).getVoxels());
 }
 
 }  // namespace qorn::io

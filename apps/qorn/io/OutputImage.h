@@ -13,11 +13,12 @@ struct OutputOptions {
   bool isOnDisk = false;    ///< the voxels are kept in the file from the beginning; for .npy only
   bool isReplacing = true;  ///< a file at the path is replaced
   int interpretation = pxl::cGrey;
+  bool (*isCancelled)() = nullptr;  ///< see OutputFile
 };
 
 /**
  * The result of a run on its way to a file, whose suffix tells the format. Everything that can be refused is refused
- * by the constructor; the file appears under its name with save() and not before.
+ * by the constructor; the file appears under its name with commit() and not before.
  */
 class OutputImage {
  public:
@@ -27,8 +28,10 @@ class OutputImage {
 
   std::shared_ptr<pxl::Image> const& getImage() const { return m_image; }
 
-  /** @throws FileError */
-  void save();
+  /** Writes all that isn't in the file yet. @throws FileError; ExceptionCancelation */
+  void write();
+  /** Gives the file its name. @throws FileError */
+  void commit() { m_file.commit(); }
 
  private:
   std::string m_suffix;

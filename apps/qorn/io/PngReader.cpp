@@ -115,7 +115,7 @@ ImageFile readPng(InputFile const& file, ReadOptions const& options) {
   if (options.isOnDisk) throw FileError(file.getPath(), "PNG data can't be used on disk; only .npy can");
   Decoder decoder(file);
   ImageHeader const header = decoder.readHeader();
-  checkCompressedVoxels(file.getPath(), header, options.maxCompressedVoxels);
+  checkBeforeReading(file.getPath(), header, options);
   std::shared_ptr<pxl::Image> image = makeImage(file.getPath(), header, options.interpretation);
   decoder.readVoxels(static_cast<unsigned char*>(image->getVoxels()),
                      header.sizes[pxl::cColumns] * pxl::helper::getSizeOf(header.type), header.sizes[pxl::cRows]);

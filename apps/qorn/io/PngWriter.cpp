@@ -35,7 +35,8 @@ void onWrite(png_structp png, png_bytep bytes, png_size_t count) {
 }
 
 /** Everything between the setjmp and a longjmp; owns nothing that a jump would leak. */
-bool encode(png_structp png, png_infop info, ImageHeader const& header, unsigned char const* voxels) {
+bool encode(Stream const& stream, png_structp png, png_infop info, ImageHeader const& header,
+            unsigned char const* voxels) {
   if (setjmp(png_jmpbuf(png)) != 0) return false;
   unsigned long const rowBytes = header.sizes[pxl::cColumns] * pxl::helper::getSizeOf(header.type);
   bool const isWide = header.type == pxl::cUnsignedInteger16;
@@ -45,7 +46,10 @@ bool encode(png_structp png, png_infop info, ImageHeader const& header, unsigned
                PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
   png_write_info(png, info);
   if (isWide) png_set_swap(png);
-  for (unsigned long row = 0; row < header.sizes[pxl::cRows]; ++row) png_write_row(png, voxels + row * rowBytes);
+  for (unsigned long row = 0; row < header.sizes[pxl::cRows]; ++row) {
+    if (!stream.file->isWanted()) return false;
+    png_write_row(png, voxels + row * rowBytes);
+  }
   png_write_end(png, info);
   return true;
 }
@@ -68,9 +72,10 @@ void writePng(OutputFile const& file, ImageHeader const& header, void const* vox
   bool isDone = false;
   if (info != nullptr) {
     png_set_write_fn(png, &stream, onWrite, nullptr);
-    isDone = encode(png, info, header, static_cast<unsigned char const*>(voxels));
+    isDone = encode(stream, png, info, header, static_cast<unsigned char const*>(voxels));
   }
   png_destroy_write_struct(&png, &info);
+  if (!isDone) file.checkIsWanted();
   if (!isDone) throw FileError(file.getPath(), std::string("can't be written: ") + stream.message);
 }
 

@@ -18,8 +18,7 @@ static_assert(std::atomic<char const*>::is_always_lock_free, "it is read in a si
 
 /** The signal then does what it would have done, as soon as it is no longer blocked: on return. */
 void onSignal(int signal) {
-  char const* const path = s_path.load();
-  if (path != nullptr) ::unlink(path);
+  TemporaryName::unlinkPresent();
   for (std::size_t i = 0; i < cSignals.size(); ++i) {
     if (cSignals[i] == signal) sigaction(signal, &s_previous[i], nullptr);
   }
@@ -47,6 +46,11 @@ TemporaryName::TemporaryName(std::string const& folder) : m_path(makePath(folder
     // A signal that the caller had ignored stays ignored.
     if (s_previous[i].sa_handler != SIG_IGN) sigaction(cSignals[i], &action, nullptr);
   }
+}
+
+void TemporaryName::unlinkPresent() noexcept {
+  char const* const path = s_path.load();
+  if (path != nullptr) ::unlink(path);
 }
 
 TemporaryName::~TemporaryName() {

@@ -18,6 +18,9 @@ class TemporaryName : private pxl::Noncopyable {
 
   std::string const& getPath() const { return m_path; }
 
+  /** Removes the file with the present name, if there is one. For signal handlers that end the process. */
+  static void unlinkPresent() noexcept;
+
  private:
   std::string m_path;
 };

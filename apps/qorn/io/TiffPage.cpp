@@ -8,9 +8,12 @@
 namespace qorn::io {
 namespace {
 
-/** A strip may be the whole page, which the limits of images bound. A tile needs memory of its own. */
+/** A strip may be the whole page, which the limits of images bound. */
 constexpr unsigned long cMaxStripVoxels = 1ul << 40;
+/** A tile needs memory of its own, whatever part of it lies within the page: a small file could claim much. */
 constexpr unsigned long cMaxTileVoxels = 1ul << 26;
+constexpr unsigned long cMaxTilePages = 4;
+constexpr unsigned long cMaxTileRest = 1ul << 24;  ///< bytes beyond that many times the page
 
 pxl::VoxelTypes getVoxelType(TiffFile const& file) {
   std::uint16_t bits = 1;
@@ -92,14 +95,20 @@ unsigned long getMaxRatio(std::uint16_t compression) {
   }
 }
 
+/** The most voxels that a strip or tile of the page may have. */
+unsigned long getMaxPieceVoxels(TiffPage const& page) {
+  if (!page.pieces.isTiled) return cMaxStripVoxels;
+  unsigned long const pageVoxels = page.cols > cMaxTileVoxels / page.rows ? cMaxTileVoxels : page.cols * page.rows;
+  return std::min(cMaxTileVoxels, cMaxTilePages * pageVoxels + cMaxTileRest / pxl::helper::getSizeOf(page.type));
+}
+
 void checkPieces(TiffFile const& file, TiffPage const& page, std::uint16_t compression) {
   unsigned long const across = (page.cols - 1) / page.pieces.cols + 1;
   unsigned long const down = (page.rows - 1) / page.pieces.rows + 1;
   if (page.pieces.count != across * down) file.fail("the number of strips or tiles doesn't fit the size");
   unsigned long const fileBytes = file.getFile().getSize();
   unsigned long const maxRatio = getMaxRatio(compression);
-  unsigned long const maxVoxels = page.pieces.isTiled ? cMaxTileVoxels : cMaxStripVoxels;
-  if (page.pieces.cols > maxVoxels / page.pieces.rows) file.fail("a strip or tile is too large");
+  if (page.pieces.cols > getMaxPieceVoxels(page) / page.pieces.rows) file.fail("a strip or tile is too large");
   for (unsigned long i = 0; i < page.pieces.count; ++i) {
     unsigned long const bytes = getPieceBytes(page, i);
     unsigned long const offset = TIFFGetStrileOffset(file.get(), static_cast<std::uint32_t>(i));

@@ -15,7 +15,7 @@
 namespace qorn::io {
 namespace {
 
-/** The "shape" in the description of the present page; empty if there is none. */
+/** The "shape" in the description of the present page; empty if there is none, or nothing that could be one. */
 std::vector<unsigned long> readDeclaredShape(TiffFile const& file) {
   constexpr std::size_t cMaxDescriptionBytes = 64 * 1024;
   char const* description = nullptr;
@@ -25,32 +25,30 @@ std::vector<unsigned long> readDeclaredShape(TiffFile const& file) {
   nlohmann::json const json = nlohmann::json::parse(text, nullptr, false);
   if (!json.is_object() || !json.contains("shape")) return {};
   std::vector<unsigned long> shape;
-  if (!json["shape"].is_array()) file.fail("the shape in the description isn't a list");
+  if (!json["shape"].is_array()) return {};
   for (nlohmann::json const& size : json["shape"]) {
-    if (!size.is_number_unsigned()) file.fail("the shape in the description isn't a list of sizes");
+    if (!size.is_number_unsigned()) return {};
     shape.push_back(size.get<unsigned long>());
   }
   return shape;
 }
 
-/** The shape of the array that the pages make. */
-std::vector<unsigned long> getShape(TiffFile const& file, std::vector<unsigned long> const& declared,
-                                    TiffPage const& page, unsigned long nbPages) {
-  if (declared.empty()) {
-    if (nbPages == 1) return {page.rows, page.cols};
-    return {nbPages, page.rows, page.cols};
-  }
+/**
+ * The shape of the array that the pages make. A declared one counts only if it fits all pages: writers that append
+ * pages describe each by itself, and some drop last sizes of 1 from the pages.
+ */
+std::vector<unsigned long> getShape(std::vector<unsigned long> const& declared, TiffPage const& page,
+                                    unsigned long nbPages) {
   unsigned long product = 1;
   bool isFitting = declared.size() >= 2;
   for (std::size_t i = 0; isFitting && i + 2 < declared.size(); ++i) {
     isFitting = declared[i] != 0 && declared[i] <= nbPages / product;
     if (isFitting) product *= declared[i];
   }
-  if (!isFitting || product != nbPages || declared.end()[-2] != page.rows || declared.end()[-1] != page.cols) {
-    file.fail("the shape in the description doesn't fit " + std::to_string(nbPages) + " page(s) of " +
-              std::to_string(page.rows) + " x " + std::to_string(page.cols));
-  }
-  return declared;
+  isFitting = isFitting && product == nbPages && declared.end()[-2] == page.rows && declared.end()[-1] == page.cols;
+  if (isFitting) return declared;
+  if (nbPages == 1) return {page.rows, page.cols};
+  return {nbPages, page.rows, page.cols};
 }
 
 /** Goes over all pages, so that nothing is allocated before all of them are known to be good. */
@@ -74,7 +72,7 @@ ImageHeader readHeader(TiffFile& file) {
     }
     isCompressed = isCompressed || page.isCompressed;
   }
-  return makeHeader(path, "tiff", first.type, getShape(file, declared, first, file.getPage()), isCompressed);
+  return makeHeader(path, "tiff", first.type, getShape(declared, first, file.getPage()), isCompressed);
 }
 
 /** Copies the part of a tile that lies within the page. */
@@ -122,7 +120,7 @@ ImageFile readTiff(InputFile const& file, ReadOptions const& options) {
   if (options.isOnDisk) throw FileError(path, "TIFF data can't be used on disk; only .npy can");
   TiffFile tiff(file);
   ImageHeader const header = readHeader(tiff);
-  checkCompressedVoxels(path, header, options.maxCompressedVoxels);
+  checkBeforeReading(path, header, options);
   std::shared_ptr<pxl::Image> image = makeImage(path, header, options.interpretation);
   unsigned long const cols = header.sizes[pxl::cColumns];
   unsigned long const rows = header.sizes[pxl::cRows];

@@ -16,6 +16,7 @@ namespace qorn::io {
 namespace {
 
 [[noreturn]] void fail(OutputFile const& file) {
+  file.checkIsWanted();
   std::string const error = getTiffSystemError();
   std::string const message = error.empty() ? getTiffMessage() : error;
   throw FileError(file.getPath(), "can't be written" + (message.empty() ? message : ": " + message));
@@ -38,7 +39,8 @@ std::string describeShape(ImageHeader const& header) {
   return nlohmann::json{{"shape", shape}}.dump();
 }
 
-bool writePage(TIFF* tiff, ImageHeader const& header, std::string const& description, char* voxels) {
+bool writePage(OutputFile const& file, TIFF* tiff, ImageHeader const& header, std::string const& description,
+               char* voxels) {
   constexpr unsigned long cStripBytes = 256 * 1024;
   unsigned long const rows = header.sizes[pxl::cRows];
   unsigned long const rowBytes = header.sizes[pxl::cColumns] * pxl::helper::getSizeOf(header.type);
@@ -56,6 +58,7 @@ bool writePage(TIFF* tiff, ImageHeader const& header, std::string const& descrip
   std::uint32_t strip = 0;
   for (unsigned long row = 0; row < rows; row += rowsPerStrip, ++strip) {
     auto const bytes = static_cast<tmsize_t>(std::min(rowsPerStrip, rows - row) * rowBytes);
+    if (!file.isWanted()) return false;
     if (TIFFWriteEncodedStrip(tiff, strip, voxels + row * rowBytes, bytes) != bytes) return false;
   }
   return TIFFWriteDirectory(tiff) != 0;
@@ -94,7 +97,7 @@ void writeTiff(OutputFile const& file, ImageHeader const& header, void const* vo
   // The library's interface isn't const-correct; without a change of byte order it only reads them.
   char* const pages = static_cast<char*>(const_cast<void*>(voxels));
   for (unsigned long i = 0; i < nbPages; ++i) {
-    if (!writePage(tiff.get(), header, i == 0 ? describeShape(header) : std::string(), pages + i * pageBytes))
+    if (!writePage(file, tiff.get(), header, i == 0 ? describeShape(header) : std::string(), pages + i * pageBytes))
       fail(file);
   }
   if (TIFFFlush(tiff.get()) == 0) fail(file);

@@ -50,7 +50,8 @@ inline void saveImage(std::string const& path, TypeNames const& names, Shape con
     ASSERT_EQ(getVoxelBytes(image), std::string(voxels.size(), '\0')) << "a fresh image is zero";
     std::memcpy(image.getVoxels(), voxels.data(), voxels.size());
   }
-  output.save();
+  output.write();
+  output.commit();
 }
 
 /** The text of the error that saving an image raises, without the path; empty if there is none. */
