@@ -10,7 +10,7 @@ namespace pxl::filtering::linear {
 
 /**
  * Correlates the plan of a filter with taps: for each voxel the sum of its neighbours at `offsets` times
- * `coefficients`, of which there are as many. The list must not be empty.
+ * `coefficients`, of which there are at least as many; what is beyond is ignored. The list must not be empty.
  */
 template <class T>
 struct FIR2dToValueSimd {
@@ -21,7 +21,7 @@ struct FIR2dToValueSimd {
     access::IteratorNeighborhood2D_Gen<View, SimdVec::Simd<T>::cNbLanes> input(filter.input, offsets);
     bool const isInPlace = filter.output->getInterface() == filter.input->getInterface();
     walkRows(block, input, filter.output, isInPlace, input.getBorderInfluence(), [&](T* out, long nbVoxels) {
-      WeightedSum<T>::computeRow(input.neighbours.data(), taps.data(), taps.size(), out, nbVoxels);
+      WeightedSum<T>::computeRow(input.neighbours.data(), taps.data(), input.neighbours.size(), out, nbVoxels);
     });
   }
 

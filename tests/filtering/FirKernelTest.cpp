@@ -75,5 +75,33 @@ TYPED_TEST(FirKernel, ComputesRowsOfAnyLengthAndTouchesNothingBeyond) {
     }
 }
 
+/** The voxels that a kernel makes of an image. */
+template <class T, template <class, class, class, class> class Filter, class Kernel>
+std::vector<T> apply(Kernel kernel, oracle::Image<T> const& image) {
+  auto const input = oracle::toHost(image), output = oracle::toHost(oracle::Image<T>(image.sizes));
+  Filter<T, T, pxl::SimdVec::arch_128_tag, Kernel> filter(nullptr, &kernel);
+  filter.setInput(input.get(), pxl::access::MirrorBorderCondition<T>::New());
+  filter.setOutput(output.get(), pxl::access::FixedBorderCondition<T>::New(0));
+  filter.run();
+  T const* const voxels = static_cast<T const*>(output->getVoxels());
+  return std::vector<T>(voxels, voxels + image.voxels.size());
+}
+
+// Of a longer list of coefficients the rest is left alone.
+TYPED_TEST(FirKernel, ReadsAsManyCoefficientsAsThereAreOffsets) {
+  using T = TypeParam;
+  oracle::Random random(732);
+  auto const image = random.image<T>({19, 6, 3, 1, 1});
+  std::vector<T> const exact{T(0.5), T(-2), T(3)};
+  std::vector<T> longer = exact;
+  longer.insert(longer.end(), 100000, T(1e6));
+  FIR2dToValueSimd<T> inPlan{{{0, 0}, {1, -1}, {-2, 0}}, exact}, inPlanLonger{inPlan.offsets, longer};
+  FIR3dToValueSimd<T> inVolume{{{0, 0, 0}, {1, -1, 1}, {-2, 0, 0}}, exact}, inVolumeLonger{inVolume.offsets, longer};
+  EXPECT_EQ((apply<T, pxl::ImageToImageFilter2d>(inPlanLonger, image)),
+            (apply<T, pxl::ImageToImageFilter2d>(inPlan, image)));
+  EXPECT_EQ((apply<T, pxl::ImageToImageFilter3d>(inVolumeLonger, image)),
+            (apply<T, pxl::ImageToImageFilter3d>(inVolume, image)));
+}
+
 }  // namespace
 }  // namespace filtering_test
