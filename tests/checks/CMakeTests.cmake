@@ -18,5 +18,7 @@ add_test(NAME check.run_paths COMMAND ${check_by} "${checks}/check_run_paths.py"
 add_test(NAME check.checks_can_fail COMMAND ${check_by} "${checks}/checks_can_fail.py" "${PROJECT_SOURCE_DIR}"
   "${CMAKE_BINARY_DIR}/lib" "${CMAKE_CXX_COMPILER}")
 add_test(NAME check.format COMMAND bash "${checks}/format.sh")
+# That each mutation still finds its place; mutate.py runs them.
+add_test(NAME check.mutations_apply COMMAND ${check_by} "${checks}/mutate.py" --check)
 # The formatter is no part of what building and testing need.
 set_tests_properties(check.format PROPERTIES SKIP_RETURN_CODE 77)

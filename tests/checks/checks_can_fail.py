@@ -46,6 +46,10 @@ IN_SOURCES = [
     ("words", "README.md", "as the sp" "ec says", "README.md"),
     ("words", "docs/New.md", "see Part" " 3.1", "docs/New.md"),
     ("words", "tests/new.sh", "cd /wo" "rk/main", "tests/new.sh"),
+    ("mutations", PLUGIN, "// argument.second->runChildAlgo(&filter);", "the old text occurs 2 times"),
+    ("mutations", "tests/checks/mutations/analysis.txt", f"@ new {PLUGIN}\n- nowhere\n+ there", "occurs 0 times"),
+    ("mutations", "tests/checks/mutations/analysis.txt", f"@ new {PLUGIN}\n- nowhere\n+ nowhere", "nothing is changed"),
+    ("mutations", "tests/checks/mutations/analysis.txt", f"tests: no_program *\n@ new {PLUGIN}", "program and filter"),
 ]
 REGISTRATION = 'extern "C" { __attribute__((used)) static void* g_autoRegisterRunnable1; }\n'
 LINK = ["-Wl,--no-as-needed", "-lpxlworks_pxl", "-lpxlworks_object_model", "-ltbb"]
@@ -77,7 +81,8 @@ IN_PLUGIN = [
 
 
 def run_check(check, argument):
-    command = [sys.executable, "-B", os.path.join(HERE, f"check_{check}.py"), argument]
+    script = ["mutate.py", "--check", "--root"] if check == "mutations" else [f"check_{check}.py"]
+    command = [sys.executable, "-B", os.path.join(HERE, script[0]), *script[1:], argument]
     result = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
     return result.returncode, result.stdout
 
