@@ -3,6 +3,7 @@
 /** The benchmarks of each operator; main() registers them all. */
 namespace bench {
 
+void addCancel();
 void addErosion();
 void addFir();
 void addIntensityExtrema();

@@ -7,8 +7,8 @@
 namespace pxl::morphology {
 
 /** Walks a block within a pass and writes what foldRow(out, nbVoxels) computes, see walkRows(). */
-template <class In, class Out, class Arch, class Direction, class AnyBlock, class Iterator, class FoldRow>
-void foldBlock(AnyBlock const& block, RecursiveImageContext<In, Out, Arch, Direction>& context, Iterator& input,
+template <class In, class Out, class Arch, class AnyBlock, class Iterator, class FoldRow>
+void foldBlock(AnyBlock const& block, PassContext<In, Out, Arch>& context, Iterator& input,
                AlgoBorderInfluence const& influence, FoldRow const& foldRow) {
   walkRows(block, input, context.output, context.isInPlace(), influence, foldRow);
 }

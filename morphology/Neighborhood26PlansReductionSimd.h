@@ -22,8 +22,8 @@ namespace pxl::morphology {
 template <class Functor, class T, class Arch>
 class Neighborhood26PlansReductionSimd : public RowMemos<T> {
  public:
-  template <class In, class Out, class Direction>
-  void run(access::Block3d const& block, RecursiveImageContext<In, Out, Arch, Direction>& context) const {
+  template <class In, class Out>
+  void run(access::Block3d const& block, PassContext<In, Out, Arch>& context) const {
     auto& inputPlans = context.inputPlanCaches.local();
     if (!inputPlans) inputPlans = context.createInputPlanCache(3);
     auto& outputPlans = context.outputPlanCaches.local();

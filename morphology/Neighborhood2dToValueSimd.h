@@ -16,8 +16,8 @@ class Neighborhood2dToValueSimd;
 template <class Functor>
 class Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_4Tag, access::NoDataType> {
  public:
-  template <class In, class Out, class Arch, class Direction>
-  void run(access::Block2d const& block, RecursiveImageContext<In, Out, Arch, Direction>& context) const {
+  template <class In, class Out, class Arch>
+  void run(access::Block2d const& block, PassContext<In, Out, Arch>& context) const {
     access::IteratorNeighborhood2D_4<access::View<In>, SimdVec::Simd<In>::cNbLanes> input(context.input,
                                                                                           access::NoDataType());
     foldBlock(block, context, input, AlgoBorderInfluence(1, 1, 0, 0, 0),
@@ -48,8 +48,8 @@ class Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_GenTag, std::vec
  public:
   explicit Neighborhood2dToValueSimd(std::vector<kernel::Offset2D> offsetList) : offsets(std::move(offsetList)) {}
 
-  template <class In, class Out, class Arch, class Direction>
-  void run(access::Block2d const& block, RecursiveImageContext<In, Out, Arch, Direction>& context) const {
+  template <class In, class Out, class Arch>
+  void run(access::Block2d const& block, PassContext<In, Out, Arch>& context) const {
     access::IteratorNeighborhood2D_Gen<access::View<In>, SimdVec::Simd<In>::cNbLanes> input(context.input, offsets);
     foldBlock(block, context, input, input.getBorderInfluence(), [&input](Out* out, long nbVoxels) {
       ListFold<Functor>::computeRow(input.neighbours.data(), input.neighbours.size(), out, nbVoxels);

@@ -16,8 +16,8 @@ class Neighborhood3dToValueSimd;
 template <class Functor>
 class Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_6Tag, access::NoDataType> {
  public:
-  template <class In, class Out, class Arch, class Direction>
-  void run(access::Block3d const& block, RecursiveImageContext<In, Out, Arch, Direction>& context) const {
+  template <class In, class Out, class Arch>
+  void run(access::Block3d const& block, PassContext<In, Out, Arch>& context) const {
     access::IteratorNeighborhood3D_6<access::View<In>, SimdVec::Simd<In>::cNbLanes> input(context.input,
                                                                                           access::NoDataType());
     foldBlock(block, context, input, AlgoBorderInfluence(1, 1, 1, 0, 0), [&input](Out* out, long nbVoxels) {
@@ -48,8 +48,8 @@ class Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_6Tag, access::No
 template <class Functor>
 class Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_18Tag, access::NoDataType> {
  public:
-  template <class In, class Out, class Arch, class Direction>
-  void run(access::Block3d const& block, RecursiveImageContext<In, Out, Arch, Direction>& context) const {
+  template <class In, class Out, class Arch>
+  void run(access::Block3d const& block, PassContext<In, Out, Arch>& context) const {
     access::IteratorNeighborhood3D_18<access::View<In>, SimdVec::Simd<In>::cNbLanes> input(context.input,
                                                                                            access::NoDataType());
     foldBlock(block, context, input, AlgoBorderInfluence(1, 1, 1, 0, 0),
@@ -86,8 +86,8 @@ class Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_GenTag, std::vec
  public:
   explicit Neighborhood3dToValueSimd(std::vector<kernel::Offset3D> offsetList) : offsets(std::move(offsetList)) {}
 
-  template <class In, class Out, class Arch, class Direction>
-  void run(access::Block3d const& block, RecursiveImageContext<In, Out, Arch, Direction>& context) const {
+  template <class In, class Out, class Arch>
+  void run(access::Block3d const& block, PassContext<In, Out, Arch>& context) const {
     access::IteratorNeighborhood3D_Gen<access::View<In>, SimdVec::Simd<In>::cNbLanes> input(context.input, offsets);
     foldBlock(block, context, input, input.getBorderInfluence(), [&input](Out* out, long nbVoxels) {
       ListFold<Functor>::computeRow(input.neighbours.data(), input.neighbours.size(), out, nbVoxels);

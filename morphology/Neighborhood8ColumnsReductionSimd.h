@@ -16,8 +16,8 @@ namespace pxl::morphology {
 template <class Functor, class T, class Arch>
 class Neighborhood8ColumnsReductionSimd : public RowMemos<T> {
  public:
-  template <class In, class Out, class Direction>
-  void run(access::Block2d const& block, RecursiveImageContext<In, Out, Arch, Direction>& context) const {
+  template <class In, class Out>
+  void run(access::Block2d const& block, PassContext<In, Out, Arch>& context) const {
     auto& inputRows = context.inputRowCaches.local();
     if (!inputRows) inputRows = context.createInputRowCache(1);
     auto& outputRows = context.outputRowCaches.local();

@@ -45,14 +45,14 @@ class Execution : private Noncopyable {
   explicit Execution(algorithms::ExecutionState& state) : m_state(state) {
     Lock const lock(getFrameLock());
     if (m_state.isExecuting) PXL_RAISE(InvalidCall, "the algorithm is running already");
+    m_state.isCancelRequested = std::make_shared<std::atomic<bool>>(false);
     m_state.isExecuting = true;
-    m_state.isCancelRequested = false;
     m_state.progress = 0;
   }
   ~Execution() {
     Lock const lock(getFrameLock());
     m_state.isExecuting = false;
-    m_state.isCancelRequested = false;
+    *m_state.isCancelRequested = false;
   }
   void finish() {
     Lock const lock(getFrameLock());
@@ -71,7 +71,7 @@ void BaseAlgorithm::execute() {
   Execution execution(*m_execution);
   checkProperties(*this);
   warmTaskScheduler();
-  CurrentRun run(*this);
+  CurrentRun run(*this, m_execution->isCancelRequested);
   chooseRunner(*this)->run(this);
   run.raiseFailure();
   execution.finish();
@@ -79,7 +79,7 @@ void BaseAlgorithm::execute() {
 
 void BaseAlgorithm::cancelExecution() {
   Lock const lock(getFrameLock());
-  m_execution->isCancelRequested = m_execution->isExecuting;
+  *m_execution->isCancelRequested = m_execution->isExecuting;
   for (algorithms::AbstractPrivateImplementation* frame : m_execution->frames) frame->raiseCancel();
 }
 
@@ -99,6 +99,8 @@ void BaseAlgorithm::clearProcessingRegion() {
   m_processingRegion = access::Region();
   m_hasProcessingRegion = false;
 }
+
+RegionUses BaseAlgorithm::getRegionUse() const { return RegionUses::cAnyBox; }
 
 bool BaseAlgorithm::hasProcessingRegion() const { return m_hasProcessingRegion; }
 access::Region const& BaseAlgorithm::getProcessingRegion() const { return m_processingRegion; }

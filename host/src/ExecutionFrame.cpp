@@ -31,7 +31,7 @@ AbstractPrivateImplementation::AbstractPrivateImplementation(BaseAlgorithm* algo
   if (!algorithm) return;
   Lock const lock(getFrameLock());
   algorithm->m_execution->frames.push_back(this);
-  if (algorithm->m_execution->isCancelRequested) m_cancelled.store(true, std::memory_order_relaxed);
+  if (*algorithm->m_execution->isCancelRequested) m_cancelled.store(true, std::memory_order_relaxed);
 }
 
 AbstractPrivateImplementation::~AbstractPrivateImplementation() {

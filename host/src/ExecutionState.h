@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -12,7 +14,8 @@ struct ExecutionState {
   std::vector<AbstractPrivateImplementation*>
       frames;  ///< living frames of the algorithm, in the order of their making
   bool isExecuting = false;
-  bool isCancelRequested = false;
+  /** Of the present run; made anew for each, as views may outlive their run. Read without the lock. */
+  std::shared_ptr<std::atomic<bool>> isCancelRequested = std::make_shared<std::atomic<bool>>(false);
   double progress = 0;
 };
 

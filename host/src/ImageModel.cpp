@@ -24,7 +24,7 @@ access::VoxelSource ImageModel::getSource() const {
   PXL_RAISE(InvalidCall, "this image model has no voxels that the host can reach");
 }
 
-void ImageModel::noteView(bool) const {}
+std::shared_ptr<void> ImageModel::registerView(bool) const { return nullptr; }
 
 void ImageModel::enforceSameCharacteristics(ImageModel const* other, int const& characteristics) {
   if (!other) PXL_RAISE(InvalidCall, "there is no image to take the characteristics of");
@@ -61,7 +61,9 @@ unsigned long ImageModelSizeProxy::getNumOf(Components const& component) const {
 VoxelTypes ImageModelSizeProxy::getVoxelType() const { return m_image->getVoxelType(); }
 int ImageModelSizeProxy::getInterpretation() const { return m_image->getInterpretation(); }
 
-void ImageModelSizeProxy::noteView(bool isWritable) const { m_image->noteView(isWritable); }
+std::shared_ptr<void> ImageModelSizeProxy::registerView(bool isWritable) const {
+  return m_image->registerView(isWritable);
+}
 
 access::VoxelSource ImageModelSizeProxy::getSource() const {
   access::VoxelSource source = m_image->getSource();

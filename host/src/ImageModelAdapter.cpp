@@ -12,10 +12,7 @@ namespace pxl {
 class ImageModelAdapter::Model final : public ImageModel {
  public:
   Model(ImageModel const& image, VoxelTypes type)
-      : m_image(image),
-        m_source(image.getSource()),
-        m_storage(access::AdapterStorage::get(m_source, type)),
-        m_isCollecting(false) {}
+      : m_image(image), m_source(image.getSource()), m_storage(access::AdapterStorage::get(m_source, type)) {}
 
   unsigned long getNumOf(Components const& component) const override { return m_source.size[component]; }
   VoxelTypes getVoxelType() const override { return m_storage->getVoxelType(); }
@@ -27,22 +24,46 @@ class ImageModelAdapter::Model final : public ImageModel {
     return source;
   }
 
-  void noteView(bool isWritable) const override {
-    if (!isWritable)
-      m_storage->noteReader();
-    else if (m_storage->noteWriter())
-      m_isCollecting = true;
+  std::shared_ptr<void> registerView(bool isWritable) const override {
+    auto registration = std::make_shared<Registration>(m_storage, isWritable);
+    if (unsigned long const number = registration->begin()) m_collection = number;
+    return registration;
   }
 
   void endCollection(bool isKept) {
-    if (m_isCollecting) m_storage->endCollection(isKept);
+    if (m_collection != 0) m_storage->endCollection(m_collection, isKept);
   }
 
  private:
+  // Counts a view for as long as it lives.
+  class Registration : private pxl::Noncopyable {
+   public:
+    Registration(std::shared_ptr<access::AdapterStorage> storage, bool isWritable)
+        : m_storage(std::move(storage)), m_isWritable(isWritable) {}
+    ~Registration() {
+      if (m_isCounted) m_storage->removeView(m_isWritable);
+    }
+    /** The number of the collection that this starts, or 0. */
+    unsigned long begin() {
+      unsigned long number = 0;
+      if (m_isWritable)
+        number = m_storage->addWriter();
+      else
+        m_storage->addReader();
+      m_isCounted = true;
+      return number;
+    }
+
+   private:
+    std::shared_ptr<access::AdapterStorage> m_storage;
+    bool m_isWritable;
+    bool m_isCounted = false;
+  };
+
   ImageModel const& m_image;
   access::VoxelSource m_source;
   std::shared_ptr<access::AdapterStorage> m_storage;
-  mutable bool m_isCollecting;  ///< a collection was started by a view on this model
+  mutable unsigned long m_collection = 0;  ///< the last one that a view on this model started
 };
 
 ImageModelAdapter::ImageModelAdapter(ImageModel* image, VoxelTypes type, DataConvertionTypes conversion)

@@ -37,6 +37,7 @@ constexpr WorkingDimension cVoxelByVoxel = WorkingDimension::cVoxelByVoxel;
 
 namespace analysis {
 IntensityExtrema::IntensityExtrema() = default;
+RegionUses IntensityExtrema::getRegionUse() const { return RegionUses::cWholeImage; }
 PXL_RECORD(IntensityExtrema, "analysis", "smallest and largest voxel of an image or of its parts", cVoxelByVoxel)
 }  // namespace analysis
 
@@ -48,6 +49,7 @@ String FiniteImpulseResponseFilter2D::getNotice() const {
   ImageModel const* const image = outputImage.get();
   return image && image->getNumOf(cPlans) > 1 ? "plans above the first are left as they are" : "";
 }
+RegionUses FiniteImpulseResponseFilter2D::getRegionUse() const { return RegionUses::cAnyRectangle; }
 FiniteImpulseResponseFilter3D::FiniteImpulseResponseFilter3D() = default;
 PXL_RECORD(FiniteImpulseResponseFilter3D, "filtering", "correlation with a 3D kernel, mirrored edges", cVolume)
 }  // namespace filtering::linear
@@ -78,6 +80,10 @@ IteratedMorphology::~IteratedMorphology() = default;
 String IteratedMorphology::getNotice() const {
   return numberOfIterations == 0U ? "with 0 iterations the output image is left as it is" : "";
 }
+// Driven in passes: only the sizes of a region count, and the temporary image ends where the region does.
+RegionUses IteratedMorphology::getRegionUse() const {
+  return numberOfIterations > 1U ? RegionUses::cWholeSlices : RegionUses::cFromOrigin;
+}
 RadiusMorphology::RadiusMorphology() = default;
 RadiusMorphology::~RadiusMorphology() = default;
 String RadiusMorphology::getNotice() const {
@@ -90,15 +96,21 @@ String RadiusMorphology::getObjection() const {
     return explainRefusal([this] { kernel::generateSphereOffset3DCollection(radius.get()); });
   return explainRefusal([this] { kernel::generateDiskOffset2DCollection(radius.get()); });
 }
+RegionUses RadiusMorphology::getRegionUse() const {
+  return shapeMode == 0 ? RegionUses::cWholeImage : RegionUses::cFromOrigin;
+}
 OrientedDiskMorphology::OrientedDiskMorphology() = default;
 OrientedDiskMorphology::~OrientedDiskMorphology() = default;
 String OrientedDiskMorphology::getObjection() const {
   if (radius <= cMaxRadius || !BaseAlgorithm::getObjection().empty()) return BaseAlgorithm::getObjection();
   return explainRefusal([this] { kernel::generateDiskOffset3DCollection(secondAngle, firstAngle, radius.get()); });
 }
+RegionUses OrientedDiskMorphology::getRegionUse() const { return RegionUses::cFromOrigin; }
 Line2dMorphology::Line2dMorphology() = default;
+RegionUses Line2dMorphology::getRegionUse() const { return RegionUses::cFromOrigin; }
 Line2dMorphology::~Line2dMorphology() = default;
 Line3dMorphology::Line3dMorphology() = default;
+RegionUses Line3dMorphology::getRegionUse() const { return RegionUses::cFromOrigin; }
 Line3dMorphology::~Line3dMorphology() = default;
 
 Dilation2d::Dilation2d() : IteratedMorphology(1, cNeighborhood2d) {}

@@ -10,7 +10,8 @@ namespace pxl::parallel {
 namespace {
 
 template <class Block>
-void runLeaves(Block const& block, void (*run)(void const*, Block const&), void const* body, tbb::task_group_context& context) {
+void runLeaves(Block const& block, void (*run)(void const*, Block const&), void const* body,
+               tbb::task_group_context& context) {
   tbb::parallel_for(
       block, [run, body](Block const& leaf) { run(body, leaf); }, tbb::auto_partitioner(), context);
 }
@@ -47,7 +48,8 @@ void forEachBlock(access::Block3d const& block, void (*run)(void const*, access:
   runLeaves(block, run, body, context);
 }
 
-void reduceBlocks(access::Block3d const& block, ReductionCalls const& calls, void* body, tbb::task_group_context& context) {
+void reduceBlocks(access::Block3d const& block, ReductionCalls const& calls, void* body,
+                  tbb::task_group_context& context) {
   ReducingBody reducing(calls, body);
   tbb::parallel_reduce(block, reducing, tbb::auto_partitioner(), context);
 }

@@ -23,6 +23,39 @@ void checkSizes(BaseAlgorithm const& algorithm, NamedImage const& first, NamedIm
   }
 }
 
+bool isWhole(access::Region const& region, ImageModel const& image, Components component) {
+  long const counts[] = {region.getNbCols(), region.getNbRows(), region.getNbPlans(), region.getNbSequencePlans(),
+                         region.getNbSpectralSeries()};
+  return static_cast<unsigned long>(counts[component]) == image.getNumOf(component);
+}
+
+// What a region lacks for its result to be that part of the whole result; null if it lacks nothing.
+char const* findLack(BaseAlgorithm const& algorithm, ImageModel const& image) {
+  access::Region const& region = algorithm.getProcessingRegion();
+  bool const isPlaneWhole = isWhole(region, image, cColumns) && isWhole(region, image, cRows);
+  bool const isVolumeWhole = isPlaneWhole && isWhole(region, image, cPlans);
+  if (isVolumeWhole && isWhole(region, image, cSequence) && isWhole(region, image, cSpectralSeries)) return nullptr;
+  bool const isPlanByPlan = algorithm.getAlgoInfo()->getWorkingDimension() == WorkingDimension::cPlanByPlan;
+  bool const isFirstStack = region.sequenceBegin() == 0 && region.spectralSeriesBegin() == 0;
+  bool const isFirstPlan = isFirstStack && region.plansBegin() == 0;
+  bool const isOrigin = isFirstPlan && region.rowsBegin() == 0 && region.colsBegin() == 0;
+  switch (algorithm.getRegionUse()) {
+    case RegionUses::cAnyBox:
+      return isFirstStack ? nullptr : "has to begin at 0 in sequence and spectral series";
+    case RegionUses::cAnyRectangle:
+      return isFirstPlan ? nullptr : "has to begin at 0 in plans, sequence and spectral series";
+    case RegionUses::cFromOrigin:
+      return isOrigin ? nullptr : "has to begin at 0 in every dimension";
+    case RegionUses::cWholeSlices:
+      if (isOrigin && (isPlanByPlan ? isPlaneWhole : isVolumeWhole)) return nullptr;
+      return isPlanByPlan ? "has to begin at 0 and hold whole plans, as there are several passes"
+                          : "has to begin at 0 and hold whole volumes, as there are several passes";
+    case RegionUses::cWholeImage:
+      break;
+  }
+  return "can't be less than the whole image";
+}
+
 void checkRegion(BaseAlgorithm const& algorithm, ImageModel const& image) {
   access::Region const& region = algorithm.getProcessingRegion();
   auto const isWithin = [&image](long begin, long end, Components component) {
@@ -34,6 +67,8 @@ void checkRegion(BaseAlgorithm const& algorithm, ImageModel const& image) {
       !isWithin(region.sequenceBegin(), region.sequenceEnd(), cSequence) ||
       !isWithin(region.spectralSeriesBegin(), region.spectralSeriesEnd(), cSpectralSeries))
     PXL_RAISE(InvalidCall, nameOf(algorithm) + ": the region to process reaches beyond the images");
+  if (char const* const lack = findLack(algorithm, image))
+    PXL_RAISE(InvalidCall, nameOf(algorithm) + ": the region to process " + lack);
 }
 
 }  // namespace

@@ -123,10 +123,18 @@ TYPED_TEST(ExtremaSourcesOf, TheInterpretationPlaysNoPart) {
   this->expectAllMasks(*oracle::toHost(this->m_image, pxl::cBinary), this->m_image);
 }
 
-// Filters have no algorithm of their own and cover their window whole.
+// Filters have no algorithm of their own and cover their window whole. So execute() takes the whole image alone.
 TYPED_TEST(ExtremaSourcesOf, TheRegionOfTheAlgorithmPlaysNoPart) {
+  auto const image = oracle::toHost(this->m_image);
+  this->algorithm.inputImage = image.get();
+  pxl::analysis::IntensityExtremaMsr measure;
+  this->algorithm.outputMeasure = &measure;
   this->algorithm.setProcessingRegion(pxl::access::Region(1, 2, 1, 2, 1, 2, 1, 2, 1, 2));
-  this->expectAllMasks(*oracle::toHost(this->m_image), this->m_image);
+  EXPECT_THROW(this->algorithm.execute(), pxl::InvalidCall);
+  this->algorithm.getAlgoInfo()->getRunners().front()->run(&this->algorithm);
+  auto const expected = oracle::measureExtrema(this->m_image, 0);
+  EXPECT_EQ(measure.minimum(0, 0, 0), expected.minimum[0]);
+  EXPECT_EQ(measure.maximum(0, 0, 0), expected.maximum[0]);
 }
 
 /** Cells further apart than they need be. */

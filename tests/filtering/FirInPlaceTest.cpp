@@ -1,4 +1,6 @@
 // A filter in place gives what it gives on two images, and an image that was not finished stays as it was.
+#include <tbb/task_group.h>
+
 #include <atomic>
 
 #include "support/Runs.h"
@@ -121,6 +123,33 @@ TYPED_TEST(FirInPlace, LeavesTheImageWholeWhenItDoesNotFinish) {
       algorithm->execute();
       EXPECT_TRUE(areEqual(*both, oracle::correlate<T>(image, taps, 3, image)));
     }
+}
+
+// Groups of the caller that are cancelled are no cancel of this run, neither before it nor while its result is stored.
+TEST_F(PluginTest, InPlaceIsFinishedWithinACancelledGroup) {
+  oracle::Random random(712);
+  Taps const taps = makeTaps(random, 2, 9, 2);
+  auto const image = random.image<short>({700, 300, 1, 1, 1});
+  auto const expected = oracle::correlate<short>(image, taps, 2, image);
+  for (bool isCancelledBefore : {true, false}) {
+    auto const both = oracle::toHost(image);
+    auto const algorithm = makeAlgorithm(2, taps, both.get(), both.get());
+    algorithm->setMaximumExtraMemoryUsageInBytes(0);
+    tbb::task_group group;
+    // The result is stored after the last row that the filter writes: from then on the group is cancelled.
+    pxl::instrument::Recorder recorder;
+    recorder.isTracing = false;
+    std::atomic<int> nbRows{0};
+    recorder.onWrite = [&](auto const&) {
+      if (++nbRows == 300) group.cancel();
+      return true;
+    };
+    group.run_and_wait([&] {
+      if (isCancelledBefore) group.cancel();
+      EXPECT_NO_THROW(algorithm->execute());
+    });
+    EXPECT_TRUE(areEqual(*both, expected)) << isCancelledBefore;
+  }
 }
 
 TEST_F(PluginTest, OfTwoPartlyCommonImagesIsRefused) {

@@ -188,16 +188,21 @@ TEST_F(Cancel, OfAnInnerLoopDoesNotStopTheOuterGroup) {
   EXPECT_EQ(nbOuter, 50);
 }
 
-// Kernels look at the cancel only between blocks, and a block of a slow disk can take long.
-TEST_F(Cancel, StopsTheReadsFromDiskWithinABlock) {
+// Kernels look at the cancel between blocks, and a block can take long. They fetch their rows in between.
+TEST_F(Cancel, StopsTheReadsOfABlock) {
   Folder const folder;
   auto const disk = pxl::Image::OnDisk(folder / "image", pxl::FileModes::cCreate, pxl::cFloat, {64, 64, 1, 1, 1});
-  auto const view = makeConstView<float>(disk.get());
+  auto const outside = makeConstView<float>(disk.get());
   long nbReads = 0;
+  std::shared_ptr<pxl::access::View<float> const> view;
   EXPECT_THROW(execute([&](BaseAlgorithm* a) {
+                 view = makeConstView<float>(disk.get());
                  CountingFilter filter(a, 1, [&](long) {
                    for (; nbReads < 1000; ++nbReads) {
                      if (nbReads == 10) a->cancelExecution();
+                     // No view of the run, no cancel.
+                     outside->getBorderCondition();
+                     view->getBorderCondition();
                      readVoxel(*view, {0, nbReads % 64, 0, 0, 0});
                    }
                  });
@@ -205,6 +210,12 @@ TEST_F(Cancel, StopsTheReadsFromDiskWithinABlock) {
                }),
                pxl::ExceptionCancelation);
   EXPECT_EQ(nbReads, 10);
+  // The view outlives its run, and the cancel of it. That of another run is none of its business.
+  EXPECT_NO_THROW(view->getBorderCondition());
+  execute([&](BaseAlgorithm* a) {
+    a->cancelExecution();
+    EXPECT_NO_THROW(view->getBorderCondition());
+  });
 }
 
 }  // namespace

@@ -12,10 +12,10 @@ namespace pxl {
 /**
  * What one pass of a recursive filter gives to its kernel: the views of the pass, and for each thread a slot for each
  * kind of cache, so that a thread makes its caches once for all blocks of the pass. Caches die with the pass: the
- * next one may read another image. `Direction` only tells the two kinds of passes apart.
+ * next one may read another image. Kernels take this type, and are compiled once for both kinds of passes.
  */
-template <class In, class Out, class Arch, class Direction>
-class RecursiveImageContext : private Noncopyable {
+template <class In, class Out, class Arch>
+class PassContext : private Noncopyable {
  public:
   using InputView = access::View<In>;
   using OutputView = access::View<Out>;
@@ -28,7 +28,7 @@ class RecursiveImageContext : private Noncopyable {
       tbb::enumerable_thread_specific<std::shared_ptr<Cache>, tbb::cache_aligned_allocator<std::shared_ptr<Cache>>,
                                       tbb::ets_no_key>;
 
-  RecursiveImageContext(std::shared_ptr<InputView const> inputView, std::shared_ptr<OutputView> outputView)
+  PassContext(std::shared_ptr<InputView const> inputView, std::shared_ptr<OutputView> outputView)
       : input(std::move(inputView)), output(std::move(outputView)) {}
 
   /** Each puts a new cache of `count` slots into the calling thread's slot, whatever stood there, and returns it. */
@@ -56,6 +56,13 @@ class RecursiveImageContext : private Noncopyable {
   PerThread<OutputRowCache> outputRowCaches;
   PerThread<InputPlanCache> inputPlanCaches;
   PerThread<OutputPlanCache> outputPlanCaches;
+};
+
+/** The context of a pass of one kind: `Direction` says which. */
+template <class In, class Out, class Arch, class Direction>
+class RecursiveImageContext final : public PassContext<In, Out, Arch> {
+ public:
+  using PassContext<In, Out, Arch>::PassContext;
 };
 
 }  // namespace pxl

@@ -16,6 +16,15 @@ class AbstractPrivateImplementation;
 struct ExecutionState;
 }  // namespace algorithms
 
+/** Which regions to process give the same part of the whole result. The whole image always does. */
+enum class RegionUses {
+  cAnyBox,        ///< any rows, columns and plans; sequence and spectral positions from 0 on
+  cAnyRectangle,  ///< any rows and columns; plans, sequence and spectral positions from 0 on
+  cFromOrigin,    ///< those that begin at 0 in every dimension
+  cWholeSlices,   ///< the same, of whole plans for an operator that works plan by plan, else of whole volumes
+  cWholeImage     ///< none but the whole image
+};
+
 /**
  * An operator with its parameters, ready to be executed. Derived classes add public properties.
  *
@@ -34,8 +43,8 @@ class PXL_API BaseAlgorithm : private Noncopyable {
    * (the earliest on ties) and runs it.
    *
    * @throws InvalidCall          images missing, of different sizes, overlapping in part, output not writable or with
-   *                              voxels that lie on each other, a region beyond the image, an objection, or a run
-   * going on
+   *                              voxels that lie on each other, a region beyond the image or one that getRegionUse()
+   *                              leaves out, an objection, or a run going on
    * @throws RuntimeError         no runner accepts; the text says why as far as it can be told. Or an adapter could
    *                              not store the result, see ImageModelAdapter. Or the process was forked from one
    *                              that had run an algorithm: its threads are missing
@@ -50,10 +59,19 @@ class PXL_API BaseAlgorithm : private Noncopyable {
   /** What is done of the present or last run, from 0 to 1, never going back within a run. From any thread. */
   double getProgress() const;
 
-  /** Restricts the work of runners to a region of the images, until clearProcessingRegion(). */
+  /**
+   * Restricts the work of runners to a region of the images, until clearProcessingRegion(). Voxels beyond it are read
+   * as neighbours and keep their values. execute() refuses a region whose result would not be that part of the whole
+   * result, see getRegionUse().
+   */
   void setProcessingRegion(access::Region const& region);
   void clearProcessingRegion();
   bool hasProcessingRegion() const;
+  /**
+   * The regions that execute() takes with the present properties. Here cAnyBox, which is what the loops of filters
+   * honour.
+   */
+  virtual RegionUses getRegionUse() const;
   access::Region const& getProcessingRegion() const;
 
   /**

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "pxl/Export.h"
 #include "pxl/Forward.h"
 #include "pxl/Noncopyable.h"
@@ -31,8 +33,11 @@ class PXL_API ImageModel : private Noncopyable {
    */
   virtual void enforceSameCharacteristics(ImageModel const* other, int const& characteristics);
 
-  /** Told by each view that is being made on this image; nothing here. May throw, then there is no view. */
-  virtual void noteView(bool isWritable) const;
+  /**
+   * Called for each view that is being made on this image, which keeps the result as long as it lives; here null. May
+   * throw, then there is no view.
+   */
+  virtual std::shared_ptr<void> registerView(bool isWritable) const;
 
  protected:
   ImageModel();
@@ -58,7 +63,7 @@ class PXL_API ImageModelSizeProxy : public ImageModel {
   VoxelTypes getVoxelType() const override;
   int getInterpretation() const override;
   access::VoxelSource getSource() const override;
-  void noteView(bool isWritable) const override;
+  std::shared_ptr<void> registerView(bool isWritable) const override;
 
  private:
   ImageModelSizeProxy(ImageModel const* image, bool isWritable, unsigned long const (&window)[10]);

@@ -29,12 +29,13 @@ PXL_API void forEachBlock(access::Block3d const& block, void (*run)(void const* 
 /** What a reduction does with its bodies. Each body is used by one thread at a time. */
 struct ReductionCalls {
   void (*run)(void* body, access::Block3d const& leaf);
-  void* (*split)(void* body);            ///< returns a new body without results
+  void* (*split)(void* body);             ///< returns a new body without results
   void (*join)(void* body, void* right);  ///< adds the results of `right`, which takes the blocks after those of body
   void (*destroy)(void* body);            ///< of the bodies that split returned
 };
 
 /** Reduces the leaves of `block` into `body`, which stays the caller's. */
-PXL_API void reduceBlocks(access::Block3d const& block, ReductionCalls const& calls, void* body, tbb::task_group_context& context);
+PXL_API void reduceBlocks(access::Block3d const& block, ReductionCalls const& calls, void* body,
+                          tbb::task_group_context& context);
 
 }  // namespace pxl::parallel

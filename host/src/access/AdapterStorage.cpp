@@ -80,7 +80,6 @@ AdapterStorage::AdapterStorage(VoxelSource const& base, VoxelTypes type)
     : VoxelStorage(type, Sizes(base).values),
       m_base(base, type),
       m_key(makeKey(base)),
-      m_hasReader(false),
       m_collection(nullptr),
       m_others{base.storage} {}
 
@@ -95,20 +94,52 @@ bool AdapterStorage::writeRun(void const* voxels, unsigned long count,
   return collection ? collection->write(voxels, count, position) : m_base.write(voxels, count, position);
 }
 
-bool AdapterStorage::noteWriter() {
-  if (!m_hasReader.load(std::memory_order_relaxed)) return false;
+void AdapterStorage::addReader() {
+  settle(Settling::cNextFilter);
   std::lock_guard<std::mutex> const lock(m_mutex);
-  if (m_owned) return false;
-  m_owned = std::make_unique<Collection>(m_base.getSource(), getVoxelType());
-  m_collection.store(m_owned.get(), std::memory_order_release);
-  return true;
+  ++m_nbReaders;
 }
 
-void AdapterStorage::endCollection(bool isKept) {
+unsigned long AdapterStorage::addWriter() {
   std::lock_guard<std::mutex> const lock(m_mutex);
-  m_collection.store(nullptr, std::memory_order_release);
+  bool const isStart = m_nbReaders != 0 && !m_owned;
+  if (isStart) {
+    m_owned = std::make_unique<Collection>(m_base.getSource(), getVoxelType());
+    ++m_nbCollections;
+    m_collection.store(m_owned.get(), std::memory_order_release);
+  }
+  ++m_nbWriters;
+  return isStart ? m_nbCollections : 0;
+}
+
+void AdapterStorage::removeView(bool isWritable) {
+  std::lock_guard<std::mutex> const lock(m_mutex);
+  --(isWritable ? m_nbWriters : m_nbReaders);
+}
+
+// A pass in place holds back what its neighbours still read, so that it needs no collection once it reads its own
+// results. What a filter has not written yet is not worth an end: it may be about to work in place.
+void AdapterStorage::settle(Settling occasion) {
+  m_base.getSource().storage->settle(occasion);
+  if (!m_collection.load(std::memory_order_acquire)) return;
+  std::lock_guard<std::mutex> const lock(m_mutex);
+  bool const isDue = occasion == Settling::cNextPass || m_nbWriters == 0;
+  if (m_owned && isDue && !m_owned->isEmpty()) finish(true);
+}
+
+void AdapterStorage::endCollection(unsigned long number, bool isKept) {
+  std::lock_guard<std::mutex> const lock(m_mutex);
+  if (m_owned && number == m_nbCollections) finish(isKept);
+}
+
+// Readers that don't take the lock come after the last voxel was stored.
+void AdapterStorage::finish(bool isKept) {
   std::unique_ptr<Collection> const collection = std::move(m_owned);
-  if (collection && isKept) collection->commit();
+  struct Forget {
+    ~Forget() { pointer.store(nullptr, std::memory_order_release); }
+    std::atomic<Collection*>& pointer;
+  } const forget{m_collection};
+  if (isKept) collection->commit();
 }
 
 }  // namespace pxl::access

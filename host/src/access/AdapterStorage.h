@@ -26,27 +26,38 @@ class AdapterStorage final : public VoxelStorage {
   void readRun(void* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) const override;
   bool writeRun(void const* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) override;
 
-  /** A view that reads is being made. */
-  void noteReader() { m_hasReader.store(true, std::memory_order_relaxed); }
+  void settle(Settling occasion) override;
+
   /**
-   * A view that writes is being made. True if that starts a collection, which the caller then has to end.
+   * A view that reads is being made, which sees what filters before it wrote.
+   * @throws RuntimeError what they wrote can't be stored
+   */
+  void addReader();
+  /**
+   * A view that writes is being made. Where a view that reads lives that starts a collection, whose number is
+   * returned for endCollection(); else 0.
    * @throws RuntimeError there is no room for the collection
    */
-  bool noteWriter();
-  /** Stores what was collected, or drops it. Throws RuntimeError when the image can't be written. */
-  void endCollection(bool isKept);
+  unsigned long addWriter();
+  void removeView(bool isWritable);
+  /** Stores what was collected, or drops it, unless that was done before. Throws RuntimeError when it can't. */
+  void endCollection(unsigned long number, bool isKept);
 
  private:
   class Registry;
 
   AdapterStorage(VoxelSource const& base, VoxelTypes type);
 
+  void finish(bool isKept);
+
   ConvertedWindow m_base;
   StorageKey m_key;
-  std::atomic<bool> m_hasReader;
   std::mutex m_mutex;
+  unsigned long m_nbReaders = 0;
+  unsigned long m_nbWriters = 0;
+  unsigned long m_nbCollections = 0;  ///< so far; the last one's number
   std::unique_ptr<Collection> m_owned;
-  std::atomic<Collection*> m_collection;
+  std::atomic<Collection*> m_collection;  ///< null as soon as the place has what was collected
   /** Storages of the same place: its voxels may belong to any of them. */
   std::vector<std::shared_ptr<VoxelStorage>> m_others;
 };

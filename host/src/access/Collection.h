@@ -22,6 +22,9 @@ class Collection : private Noncopyable {
   /** Keeps `count` voxels of one row; false on failure. By many threads at once. */
   bool write(void const* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]);
 
+  /** Whether nothing was written. While nobody writes. */
+  bool isEmpty() const { return m_pieces.empty(); }
+
   /** Stores what was written, on the calling thread alone. @throws RuntimeError the image can't be written */
   void commit();
 

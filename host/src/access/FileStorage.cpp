@@ -1,8 +1,6 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
-#include <tbb/task.h>
-#include <tbb/task_group.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -111,8 +109,6 @@ long FileStorage::offsetOf(unsigned long const (&position)[cNbComponents]) const
 }
 
 void FileStorage::readRun(void* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) const {
-  // A block on disk can take long, and kernels look at the cancel only after it.
-  if (tbb::is_current_task_group_canceling()) throw ExceptionCancelation();
   unsigned long const bytes = count * helper::getSizeOf(getVoxelType());
   if (!transferAll(::pread, m_file, static_cast<char*>(voxels), bytes, offsetOf(position)))
     raiseSystemError(m_path, "can't be read", errno);

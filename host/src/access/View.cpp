@@ -1,6 +1,7 @@
 #include "pxl/access/View.h"
 
 #include "Core/private/Access/RowCache.h"
+#include "CurrentRun.h"
 #include "Raise.h"
 #include "access/CacheLine.h"
 #include "access/HeldBackRows.h"
@@ -44,9 +45,9 @@ std::shared_ptr<View<T, A>> View<T, A>::make(ImageModel const* image, std::share
   PXL_PROBE(onViewNew(image, border.get(), helper::DataTypeToVoxelTypeEnum<T>::cVoxelType));
   VoxelSource source = image->getSource();
   auto viewInterface = getViewInterface<T>(source);
-  image->noteView(isWritable);
-  return std::shared_ptr<View>(
-      new View(std::move(viewInterface), std::move(source.storage), std::move(border), isWritable));
+  auto registration = image->registerView(isWritable);
+  return std::shared_ptr<View>(new View(std::move(viewInterface), std::move(source.storage), std::move(border),
+                                        isWritable, std::move(registration)));
 }
 
 template <class T, class A>
@@ -63,7 +64,7 @@ std::shared_ptr<View<T, A>> View<T, A>::New(ImageModel* image, std::shared_ptr<B
 
 template <class T, class A>
 View<T, A>::View(std::shared_ptr<ViewInterface<T>> viewInterface, std::shared_ptr<VoxelStorage> storage,
-                 std::shared_ptr<BorderCondition<T>> border, bool isWritable)
+                 std::shared_ptr<BorderCondition<T>> border, bool isWritable, std::shared_ptr<void> registration)
     : nbRows(static_cast<unsigned long>(viewInterface->nbRows)),
       nbCols(static_cast<unsigned long>(viewInterface->nbCols)),
       nbPlans(static_cast<unsigned long>(viewInterface->nbPlans)),
@@ -73,6 +74,8 @@ View<T, A>::View(std::shared_ptr<ViewInterface<T>> viewInterface, std::shared_pt
       m_storage(std::move(storage)),
       m_border(std::move(border)),
       m_shares(),
+      m_isCancelled(CurrentRun::getCancelFlag()),
+      m_registration(std::move(registration)),
       m_heldBack(isWritable ? std::make_unique<HeldBackRows<T>>() : nullptr) {}
 
 template <class T, class A>
@@ -94,6 +97,7 @@ VoxelTypes View<T, A>::getVoxelType() const {
 
 template <class T, class A>
 inline std::shared_ptr<BorderCondition<T>> const& View<T, A>::borderOfThread() const {
+  if (__builtin_expect(m_isCancelled->load(std::memory_order_relaxed), 0)) throw ExceptionCancelation();
   std::atomic<BorderShare*>& slot = m_shares[getThreadNumber() % cNbShares];
   BorderShare* const share = slot.load(std::memory_order_acquire);
   return share ? share->share : makeShare(slot)->share;
@@ -123,14 +127,21 @@ ViewInterface<T>* View<T, A>::getInterface() const {
 }
 
 template <class T, class A>
+void View<T, A>::settle() const {
+  if (m_heldBack) m_storage->settle(Settling::cNextPass);
+}
+
+template <class T, class A>
 std::shared_ptr<RowCacheRead<View<T, A>, A>> View<T, A>::createRowCacheRead(unsigned long count) const {
   PXL_PROBE(onCreateCache("createRowCacheRead", count));
+  settle();
   return std::make_shared<RowCacheRead<View, A>>(this, count, 0);
 }
 
 template <class T, class A>
 std::shared_ptr<PlanCacheRead<View<T, A>, A>> View<T, A>::createPlanCacheRead(unsigned long count) const {
   PXL_PROBE(onCreateCache("createPlanCacheRead", count));
+  settle();
   return std::make_shared<PlanCacheRead<View, A>>(this, count);
 }
 

@@ -16,6 +16,7 @@ VoxelStorage::~VoxelStorage() = default;
 VoxelTypes VoxelStorage::getVoxelType() const { return m_type; }
 unsigned long const* VoxelStorage::getSizes() const { return m_sizes; }
 char const* VoxelStorage::getMemory() const { return nullptr; }
+void VoxelStorage::settle(Settling) {}
 unsigned long VoxelStorage::getStoredVoxelSize() const { return helper::getSizeOf(m_type); }
 
 MemoryStorage::MemoryStorage(VoxelTypes type, ImageSizes const& sizes, ImageStrides const& strides, char* voxels,

@@ -33,6 +33,9 @@ class HeldBackRows;
  * Typed access to an image: rows of T, with a rule for reads beyond the edge. An image of another type is converted
  * row by row (see DataConvertionTypes). A view keeps the voxels alive, not the image object; it may outlive the
  * image model, proxy or adapter that it was made on. Reading is thread-safe.
+ *
+ * A view that is made on the thread of a run takes part in its cancellation: each row that is fetched through it
+ * looks at the flag of the run. So a run stops within the time of a row, however large its blocks are.
  */
 template <class T, class A = SimdVec::AlignedAllocator<T, 16>>
 class PXL_API View : private Noncopyable {
@@ -51,14 +54,21 @@ class PXL_API View : private Noncopyable {
   /** The type that the view answers with: T's. */
   VoxelTypes getVoxelType() const;
 
-  /** The border condition given at construction, counted for the calling thread so that threads don't contend. */
+  /**
+   * The border condition given at construction, counted for the calling thread so that threads don't contend. Asked
+   * for with each row that is fetched.
+   * @throws ExceptionCancelation the run that the view was made in is cancelled
+   */
   std::shared_ptr<BorderCondition<T> const> getBorderCondition() const;
   std::shared_ptr<BorderCondition<T>> getBorderCondition();
 
   /** Equal for two views exactly when they show the same voxels as the same T. */
   ViewInterface<T>* getInterface() const;
 
-  /** A cache of `count` rows, or plans of rows, for one thread; it must not outlive the view. */
+  /**
+   * A cache of `count` rows, or plans of rows, for one thread; it must not outlive the view. To read through a view
+   * that writes is to begin a pass: it gives what the last pass left, also where an adapter kept that apart.
+   */
   std::shared_ptr<RowCacheRead<View, A>> createRowCacheRead(unsigned long count) const;
   std::shared_ptr<PlanCacheRead<View, A>> createPlanCacheRead(unsigned long count) const;
   std::shared_ptr<RowCacheReadWrite<View, A>> createRowCacheReadWrite(unsigned long count);
@@ -84,7 +94,8 @@ class PXL_API View : private Noncopyable {
 
  private:
   View(std::shared_ptr<ViewInterface<T>> viewInterface, std::shared_ptr<VoxelStorage> storage,
-       std::shared_ptr<BorderCondition<T>> border, bool isWritable);
+       std::shared_ptr<BorderCondition<T>> border, bool isWritable, std::shared_ptr<void> registration);
+  void settle() const;
   static std::shared_ptr<View> make(ImageModel const* image, std::shared_ptr<BorderCondition<T>> border,
                                     bool isWritable);
   std::shared_ptr<BorderCondition<T>> const& borderOfThread() const;
@@ -98,7 +109,9 @@ class PXL_API View : private Noncopyable {
   std::shared_ptr<VoxelStorage> m_storage;  ///< the image's own: the interface may hold another one of the same place
   std::shared_ptr<BorderCondition<T>> m_border;
   mutable std::array<std::atomic<BorderShare*>, cNbShares> m_shares;
-  std::unique_ptr<HeldBackRows<T>> m_heldBack;  ///< null in a read-only view
+  std::shared_ptr<std::atomic<bool> const> m_isCancelled;  ///< of the run that this was made in
+  std::shared_ptr<void> m_registration;                    ///< with the image model
+  std::unique_ptr<HeldBackRows<T>> m_heldBack;             ///< null in a read-only view
 };
 
 }  // namespace pxl::access

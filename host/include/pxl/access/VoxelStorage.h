@@ -20,6 +20,12 @@ struct StorageKey {
   long strides[cNbComponents];
 };
 
+/** When what a storage keeps apart has to be stored, see VoxelStorage::settle(). */
+enum class Settling {
+  cNextFilter,  ///< a view that reads is being made: what earlier filters wrote, unless a view that writes lives
+  cNextPass     ///< a filter begins to read what it wrote itself
+};
+
 /**
  * Where the voxels of an image are kept. Images, proxies and views share it; it dies with the last of them. Voxels
  * of one row are adjacent, the four outer dimensions may lie at any distance.
@@ -43,6 +49,12 @@ class PXL_API VoxelStorage : private Noncopyable {
   virtual void readRun(void* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) const = 0;
   /** The reverse; false on failure. */
   virtual bool writeRun(void const* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) = 0;
+
+  /**
+   * Makes readable what was written but is kept apart; here there is nothing. By many threads at once, none of which
+   * writes. Throws RuntimeError when it can't be stored.
+   */
+  virtual void settle(Settling occasion);
 
   /** Bytes of a voxel where it is kept; other than the type's when the voxels are presented as another type. */
   virtual unsigned long getStoredVoxelSize() const;

@@ -24,7 +24,11 @@ class PXL_API AbstractPrivateImplementation : private Noncopyable {
   explicit AbstractPrivateImplementation(BaseAlgorithm* algorithm);
   virtual ~AbstractPrivateImplementation();
 
-  /** Asks the run and its present child to end; from any thread. An override must call this one. */
+  /**
+   * Asks the run and its present child to end; from any thread. An override must call this one. It is called for a
+   * child of runChildAlgo(), whose life the host knows. BaseAlgorithm::cancelExecution() sets the flag and the task
+   * group of the algorithm's own frames without it: they may be in their constructors or destructors at that moment.
+   */
   virtual void cancelExecution();
 
   /** Does the work; the base class has none. */

@@ -21,6 +21,7 @@ class PXL_API IntensityExtrema : public BaseAlgorithm {
   ~IntensityExtrema() override;
   static AlgoInfo* getClassInfo();
   AlgoInfo* getAlgoInfo() const override;
+  RegionUses getRegionUse() const override;
 
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to measure"};
   Property<int> analysisDimensions{

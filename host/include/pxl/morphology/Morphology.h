@@ -33,6 +33,7 @@ class PXL_API IteratedMorphology : public BaseAlgorithm {
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
   String getNotice() const override;
+  RegionUses getRegionUse() const override;
 
  protected:
   IteratedMorphology(int defaultNeighborhood, char const* neighborhoodHelp);
@@ -40,8 +41,8 @@ class PXL_API IteratedMorphology : public BaseAlgorithm {
 
 /**
  * Properties of the operators with a round neighbourhood. The fast shape takes `radius` passes, whatever the size of
- * the element, and works on the whole image whatever region is set; the exact one is a single pass in time
- * proportional to the voxels of the element.
+ * the element, and always works on the whole image; the exact one is a single pass in time proportional to the voxels
+ * of the element.
  */
 class PXL_API RadiusMorphology : public BaseAlgorithm {
  public:
@@ -55,6 +56,7 @@ class PXL_API RadiusMorphology : public BaseAlgorithm {
 
   String getNotice() const override;
   String getObjection() const override;
+  RegionUses getRegionUse() const override;
 
  protected:
   RadiusMorphology();
@@ -72,6 +74,7 @@ class PXL_API OrientedDiskMorphology : public BaseAlgorithm {
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
   String getObjection() const override;
+  RegionUses getRegionUse() const override;
 
  protected:
   OrientedDiskMorphology();
@@ -87,6 +90,8 @@ class PXL_API Line2dMorphology : public BaseAlgorithm {
   Property<unsigned int> lineSize{*this, "lineSize", 3, "length in voxels"};
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
+  RegionUses getRegionUse() const override;
+
  protected:
   Line2dMorphology();
 };
@@ -101,6 +106,8 @@ class PXL_API Line3dMorphology : public BaseAlgorithm {
   Property<double> secondAngle{*this, "secondAngle", 0.0, "elevation out of the plan, degrees"};
   Property<unsigned int> lineSize{*this, "lineSize", 3, "length in voxels"};
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
+
+  RegionUses getRegionUse() const override;
 
  protected:
   Line3dMorphology();

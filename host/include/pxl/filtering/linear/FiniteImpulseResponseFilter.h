@@ -17,6 +17,7 @@ class PXL_API FiniteImpulseResponseFilter2D : public BaseAlgorithm {
   static AlgoInfo* getClassInfo();
   AlgoInfo* getAlgoInfo() const override;
   String getNotice() const override;
+  RegionUses getRegionUse() const override;
 
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
   Property<kernel::Kernel2D> kernel{*this, "kernel", "taps, rows x columns"};

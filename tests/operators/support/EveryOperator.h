@@ -1,0 +1,89 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "pxl/AlgoInfo.h"
+#include "pxl/BaseAlgorithm.h"
+#include "pxl/Image.h"
+#include "pxl/Plugins.h"
+#include "pxl/Property.h"
+#include "pxl/analysis/IntensityExtremaMsr.h"
+
+/** Every operator of the host, ready to run on images of its own; made from the descriptions of the properties. */
+namespace operators_test {
+
+struct ReadyRun {
+  std::unique_ptr<pxl::BaseAlgorithm> algorithm;
+  std::vector<std::shared_ptr<pxl::Image>> inputs;
+  std::shared_ptr<pxl::Image> output;  ///< null for an operator that measures
+  std::unique_ptr<pxl::analysis::IntensityExtremaMsr> measure;
+};
+
+template <class T>
+void setProperty(pxl::BaseAlgorithm& algorithm, char const* name, T value) {
+  dynamic_cast<pxl::Property<T>&>(*algorithm.findProperty(name)).set(value);
+}
+
+template <class Kernel, class Offset>
+Kernel makeKernel() {
+  std::vector<Offset> offsets(3);
+  offsets[0].col = -2;
+  offsets[2].row = 1;
+  return Kernel(offsets, {0.25, 0.5, -1.});
+}
+
+inline void setUp(ReadyRun& run, pxl::PropertyBase& property, pxl::VoxelTypes type, pxl::ImageSizes const& sizes) {
+  switch (property.getKind()) {
+    case pxl::PropertyKinds::cInputImage:
+      run.inputs.push_back(pxl::Image::New(type, sizes));
+      return dynamic_cast<pxl::Property<pxl::ImageModel const*>&>(property).set(run.inputs.back().get());
+    case pxl::PropertyKinds::cOutputImage:
+      run.output = pxl::Image::New(type, sizes);
+      return dynamic_cast<pxl::Property<pxl::ImageModel*>&>(property).set(run.output.get());
+    case pxl::PropertyKinds::cKernel2D:
+      return dynamic_cast<pxl::Property<pxl::kernel::Kernel2D>&>(property).set(
+          makeKernel<pxl::kernel::Kernel2D, pxl::kernel::Offset2D>());
+    case pxl::PropertyKinds::cKernel3D:
+      return dynamic_cast<pxl::Property<pxl::kernel::Kernel3D>&>(property).set(
+          makeKernel<pxl::kernel::Kernel3D, pxl::kernel::Offset3D>());
+    case pxl::PropertyKinds::cMeasure:
+      run.measure = std::make_unique<pxl::analysis::IntensityExtremaMsr>();
+      return dynamic_cast<pxl::Property<pxl::analysis::IntensityExtremaMsr*>&>(property).set(run.measure.get());
+    default:
+      if (!property.isSet()) dynamic_cast<pxl::Property<unsigned int>&>(property).set(170);
+  }
+}
+
+inline ReadyRun makeRun(pxl::AlgoInfo const& record, pxl::ImageSizes const& sizes,
+                        pxl::VoxelTypes type = pxl::cUnsignedInteger16) {
+  ReadyRun run;
+  run.algorithm = record.create();
+  for (pxl::PropertyBase* property : run.algorithm->getProperties()) setUp(run, *property, type, sizes);
+  return run;
+}
+
+/** A test for each operator by its name, with the shipped plug-in in the instrumented host. */
+class EveryOperator : public testing::TestWithParam<std::string> {
+ protected:
+  static void SetUpTestSuite() { pxl::plugins::load(PXLWORKS_PLUGIN_PATH); }
+  static ReadyRun makeRun(pxl::ImageSizes const& sizes, pxl::VoxelTypes type = pxl::cUnsignedInteger16) {
+    return operators_test::makeRun(*pxl::AlgoInfo::find(GetParam().c_str()), sizes, type);
+  }
+};
+
+inline std::vector<std::string> getOperatorNames() {
+  std::vector<std::string> names;
+  for (pxl::AlgoInfo const* record : pxl::AlgoInfo::getAll()) names.emplace_back(record->getName());
+  return names;
+}
+
+#define PXLWORKS_FOR_EVERY_OPERATOR(Suite)                                                   \
+  INSTANTIATE_TEST_SUITE_P(Of, Suite, testing::ValuesIn(operators_test::getOperatorNames()), \
+                           [](auto const& name) { return name.param; })
+
+}  // namespace operators_test
