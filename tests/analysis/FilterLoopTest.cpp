@@ -51,6 +51,14 @@ TEST_F(FilterLoop, GivesEachDimensionItsIntervalAndGrain) {
             (std::vector<long>{3, 7, 300}));
 }
 
+// 2^40 + 2^20 voxels: in 32 bits that would be 2^20.
+TEST_F(FilterLoop, CountsMoreVoxelsThan32BitsHold) {
+  probe.grains = {1UL << 40, 1UL << 40, 1UL << 40};
+  run(Region(0, 1L << 20, 0, (1L << 20) + 1, 0, 1, 0, 1, 0, 1));
+  EXPECT_EQ(filter.m_maxProgress, (1UL << 40) + (1UL << 20));
+  EXPECT_EQ(filter.m_progress, (1UL << 40) + (1UL << 20));
+}
+
 // From the begin to the count, not to the end.
 TEST_F(FilterLoop, VisitsPositionsFromBeginToCount) {
   probe.grains = {9, 9, 9};

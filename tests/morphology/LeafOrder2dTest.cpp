@@ -82,6 +82,22 @@ TYPED_TEST(LeafOrder2d, OfSingleRowsDoesNotMatterForListsFarAbove) {
     }
 }
 
+// One voxel on each side that has a neighbour, and nothing else.
+TYPED_TEST(LeafOrder2d, OfCrossAndSquareHoldsBackOneVoxelTowardsEachNeighbour) {
+  Five const sizes{30, 24, 1, 1, 1};
+  Block2d const inner(8, 16, 1, 10, 20, 1, 0, 0, 0), corner(0, 8, 1, 0, 10, 1, 0, 0, 0);
+  for (auto const& [block, nbExpected] : {std::pair{inner, 8 * 6}, {corner, 9 * 7}})
+    for (bool isSquare : {false, true}) {
+      HandRun<TypeParam> pass(oracle::Image<TypeParam>(sizes), true, TypeParam(0));
+      WriteWatch watch(sizes);
+      if (isSquare)
+        Square<DilationFunctor, TypeParam>().run(block, pass.context);
+      else
+        Cross<DilationFunctor>().run(block, pass.context);
+      EXPECT_EQ(watch.countWritten(), nbExpected) << (isSquare ? "square" : "cross");
+    }
+}
+
 // How many voxels of a block lie where a neighbouring block reads.
 TYPED_TEST(LeafOrder2d, HoldsBackNoMoreThanNeighboursRead) {
   Five const sizes{30, 24, 1, 1, 1};

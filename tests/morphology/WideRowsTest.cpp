@@ -96,6 +96,37 @@ TYPED_TEST(WideRows, EqualPlainLoops) {
     }
 }
 
+// However many vectors are folded in one walk: of NaN and of zeros of both signs the second operand is taken.
+TYPED_TEST(WideRows, FoldNansAndZerosInTheOrderOfTheList) {
+  using T = TypeParam;
+  if constexpr (!std::is_floating_point_v<T>) {
+    GTEST_SKIP() << "integers are all alike";
+  } else {
+    constexpr long L = oracle::cLanes<T>;
+    constexpr T cNaN = std::numeric_limits<T>::quiet_NaN();
+    T const special[] = {cNaN, -cNaN, T(0), -T(0), T(0), -T(0), T(1), T(-1)};
+    oracle::Random random(424);
+    for (long cols : {8 * L - 1, 8 * L, 8 * L + 1, 9 * L, 12 * L + 1, 16 * L + 1, 24 * L + 3}) {
+      oracle::Image<T> image({cols, 4, 1, 1, 1});
+      for (T& voxel : image.voxels) voxel = special[random.number(0, 7)];
+      Offsets3d const offsets{{-1, 0, 0}, {2, 1, 0}, {0, 0, 0}, {1, -1, 0}, {0, 1, 0}};
+      Offsets inPlan;
+      for (auto const& offset : offsets) inPlan.push_back({offset.col, offset.row});
+      auto const check = [&](auto functor) {
+        using Functor = decltype(functor);
+        General<Functor> kernel(inPlan);
+        General3d<Functor> kernel3d(offsets);
+        auto const expected = applyListTimes(image, cOperationOf<Functor>, offsets, 1);
+        Way const way{cOperationOf<Functor>};
+        ASSERT_TRUE(areEqual(runKernel<Functor>(way, kernel, image), expected)) << cols;
+        ASSERT_TRUE(areEqual(runKernel3d<Functor>(way, kernel3d, image), expected)) << cols;
+      };
+      check(DilationFunctor());
+      check(ErosionFunctor());
+    }
+  }
+}
+
 TYPED_TEST(WideRows, TakeListsLongerThanAnyElement) {
   using T = TypeParam;
   oracle::Random random(423);

@@ -87,9 +87,9 @@ class IteratorNeighborhood2D_4 : public NeighborhoodWalk2D, private Noncopyable 
 /**
  * Gives one pointer for each offset of a list, in the list's order, in a ring of as many rows as the list spans.
  *
- * In place, where a block is written row by row while it is read, the list needs an offset in the row before the
- * voxel
- * (-1) or in a later one. Otherwise rows are fetched after the block has written them; nothing tells so.
+ * In place a block is written row by row while it is read. The list then needs an offset in the row above the voxel
+ * (-1) or in a later one.
+ * Otherwise rows are fetched after the block has written them, without an error.
  */
 template <class V, long L>
 class IteratorNeighborhood2D_Gen : public NeighborhoodWalk2D, private Noncopyable {

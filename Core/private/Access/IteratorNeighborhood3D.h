@@ -129,7 +129,7 @@ using IteratorNeighborhood3D_18 = FixedNeighborhood3D<V, L, Neighborhood3D_18Tag
 
 /**
  * The walk with any list. In place the list needs an offset in the voxel's own plan or in a later one. Otherwise
- * plans are fetched after the block has written them; nothing tells so.
+ * plans are fetched after the block has written them, without an error.
  */
 template <class V, long L>
 class IteratorNeighborhood3D_Gen : public NeighborhoodWalk3D<V, L, ListedOffsets3D> {

@@ -10,14 +10,14 @@
  *
  * Voxels beyond the image's edge have the lowest finite value of the type for a dilation, the highest for an erosion:
  * they never win against finite voxels. Other reals follow the processor:
- * - An infinity loses to the finite value beyond the edge: a dilation of nothing but -infinity gives the lowest
- * finite value along the edge, an erosion of nothing but infinity the highest.
+ * - An infinity loses to the finite value beyond the edge: a dilation of nothing but -infinity gives the lowest finite
+ *   value along the edge, an erosion of nothing but infinity the highest.
  * - Of two voxels the one that is taken later stays where either is NaN or both are zero. So a NaN may spread or
  *   vanish, and a zero has the sign of the last one, by the fixed order in which an operator takes its neighbours; a
  *   value beyond the edge that comes after a NaN wins.
- * - In an output of integers NaN becomes 0, see ImageModelAdapter for the conversion. Several passes then depend on
- * the extra memory: a temporary keeps NaN from one pass to the next, the output doesn't. Without NaN they don't
- * depend.
+ * - In an output of integers NaN becomes 0, which is not a monotone conversion. The result of several passes on an
+ *   input with NaN then depends on the extra memory: a temporary image keeps NaN from one pass to the next, the
+ *   output doesn't.
  */
 namespace pxl::morphology {
 
