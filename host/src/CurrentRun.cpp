@@ -18,7 +18,8 @@ CurrentRun* CurrentRun::get() { return currentRun; }
 
 std::shared_ptr<std::atomic<bool> const> CurrentRun::getCancelFlag() {
   static std::atomic<bool> const never{false};
-  return currentRun ? currentRun->m_isCancelled : std::shared_ptr<std::atomic<bool> const>(std::shared_ptr<void>(), &never);
+  return currentRun ? currentRun->m_isCancelled
+                    : std::shared_ptr<std::atomic<bool> const>(std::shared_ptr<void>(), &never);
 }
 
 void CurrentRun::noteFailure(std::exception_ptr failure) noexcept {

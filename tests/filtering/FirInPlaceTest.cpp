@@ -125,7 +125,8 @@ TYPED_TEST(FirInPlace, LeavesTheImageWholeWhenItDoesNotFinish) {
     }
 }
 
-// Groups of the caller that are cancelled are no cancel of this run, neither before it nor while its result is stored.
+// Groups of the caller that are cancelled are no cancel of this run, neither before it nor while its result is
+// stored.
 TEST_F(PluginTest, InPlaceIsFinishedWithinACancelledGroup) {
   oracle::Random random(712);
   Taps const taps = makeTaps(random, 2, 9, 2);
