@@ -65,6 +65,12 @@ CLI::Option* addPluginOption(CLI::App& app, std::vector<std::string>& plugins) {
       ->allow_extra_args(false);
 }
 
+// The library's own inverted flags show their value in the help.
+void addNoClobberFlag(CLI::App& app, bool& isReplacing) {
+  app.add_flag_callback(
+      "--no-clobber", [&isReplacing] { isReplacing = false; }, "refuse to replace an existing output file");
+}
+
 std::string describeSettings() {
   std::string text = "Settings:";
   for (pxl::Settings::Description const& known : pxl::Settings::getDescriptions()) {
@@ -103,7 +109,7 @@ void addRun(CLI::App& app, RunCommand& run, RunTexts& texts) {
                "keep the voxels of .npy files on disk and read and write rows as they are needed");
   app.add_flag("--in-place", run.isInPlace,
                "use one image in memory as the first input and as the output; the input file isn't changed");
-  app.add_flag("!--no-clobber", run.isReplacing, "refuse to replace an existing output file");
+  addNoClobberFlag(app, run.isReplacing);
   app.add_flag("--json", run.isJson, "print the result as JSON");
   app.add_flag("--quiet", run.isQuiet, "show no progress");
   app.footer(describeSettings);
@@ -176,7 +182,7 @@ Command parseCommandLine(int argc, char const* const* argv) {
   elementApp
       ->add_option("--output", element.output, "save the element as a mask of 0 and 1, the voxel itself amid it")
       ->type_name("FILE");
-  elementApp->add_flag("!--no-clobber", element.isReplacing, "refuse to replace an existing output file");
+  addNoClobberFlag(*elementApp, element.isReplacing);
   addPluginOption(*elementApp, element.plugins);
 
   if (argc < 2) return TextCommand{app.help(), true};

@@ -112,7 +112,8 @@ ExitCodes execute(RunCommand const& command) {
   if (pxl::String const notice = algorithm->getNotice(); !notice.empty()) {
     writeErrorLine(command.operatorName + ": " + notice.str());
   }
-  if (std::optional<io::ValueScale> const scale = getScale(images)) {
+  std::optional<io::ValueScale> const scale = getScale(images);
+  if (scale) {
     if (isReversedBy(*scale, *algorithm->getAlgoInfo())) {
       writeErrorLine(command.operatorName +
                      ": the file's slope is negative: dilation and erosion change places in scaled values");
@@ -122,7 +123,7 @@ ExitCodes execute(RunCommand const& command) {
       writeErrorLine(command.operatorName + ": " + describeScale(*scale));
     }
   }
-  if (hasMeasure) writeOutput(command.isJson ? toJson(measure) : toTable(measure, *algorithm));
+  if (hasMeasure) writeOutput(command.isJson ? toJson(measure, scale) : toTable(measure, *algorithm));
   return cDone;
 }
 
