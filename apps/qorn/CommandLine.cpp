@@ -108,7 +108,8 @@ void addRun(CLI::App& app, RunCommand& run, RunTexts& texts) {
   app.add_flag("--on-disk", run.isOnDisk,
                "keep the voxels of .npy files on disk and read and write rows as they are needed");
   app.add_flag("--in-place", run.isInPlace,
-               "use one image in memory as the first input and as the output; the input file isn't changed");
+               "use one image as the first input and as the output, in memory or, with --on-disk, in the output's "
+               "file; the input file isn't changed");
   addNoClobberFlag(app, run.isReplacing);
   app.add_flag("--json", run.isJson, "print the result as JSON");
   app.add_flag("--quiet", run.isQuiet, "show no progress");
@@ -131,7 +132,6 @@ void finishRun(RunCommand& run, RunTexts const& texts) {
     run.interpretation = *texts.interpretation == "grey" ? pxl::cGrey : pxl::cBinary;
   }
   if (texts.outputType) run.outputType = parseVoxelType("--output-type " + *texts.outputType, *texts.outputType);
-  if (run.isInPlace && run.isOnDisk) throw UsageError("--in-place", "works in memory; leave --on-disk out");
   if (texts.nbThreads) {
     std::string const what = "--threads " + *texts.nbThreads;
     run.nbThreads = parseNumberOrThrow<unsigned int>(what, *texts.nbThreads, "unsigned integer");

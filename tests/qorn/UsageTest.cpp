@@ -73,7 +73,6 @@ TEST_F(Usage, OptionsOfOutputImages) {
   for (std::string const type : {"uint64", "UINT8", "float", "double", "complex64", "0", "uint8 "}) {
     expectUsage({"run", "Dilation2d", image, output, "--output-type=" + type}, "--output-type " + type, known);
   }
-  expectUsage({"run", "Dilation2d", image, output, "--in-place", "--on-disk"}, "--in-place", "leave --on-disk out");
   expectUsage({"run", "Dilation2d", image, output, "--in-place", "--output-type=int8"}, "--in-place",
               "the output has the input's type, uint8");
   EXPECT_FALSE(exists(output));
