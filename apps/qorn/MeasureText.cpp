@@ -74,11 +74,16 @@ std::string toTable(pxl::analysis::IntensityExtremaMsr const& measure, pxl::Base
   return table.toText();
 }
 
-std::string toJson(pxl::analysis::IntensityExtremaMsr const& measure) {
+std::string toJson(pxl::analysis::IntensityExtremaMsr const& measure, std::optional<io::ValueScale> const& scale) {
   std::string text = "{\"minimum\": ";
   appendJson(text, measure.minimum);
   text += ", \"maximum\": ";
   appendJson(text, measure.maximum);
+  // As they were used: a float in the shortest form would read back as another real.
+  if (scale) {
+    text += ", \"slope\": " + toText(static_cast<double>(scale->slope)) +
+            ", \"intercept\": " + toText(static_cast<double>(scale->intercept));
+  }
   text += "}\n";
   return text;
 }

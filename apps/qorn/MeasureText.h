@@ -1,9 +1,11 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "pxl/BaseAlgorithm.h"
 #include "pxl/analysis/IntensityExtremaMsr.h"
+#include "qorn/io/ImageHeader.h"
 
 namespace qorn {
 
@@ -15,8 +17,9 @@ std::string toTable(pxl::analysis::IntensityExtremaMsr const& measure, pxl::Base
 
 /**
  * {"minimum": [[[...]]], "maximum": [[[...]]]}, indexed by plan, sequence and spectral position. Infinities and NaN
- * are the texts "inf", "-inf" and "nan".
+ * are the texts "inf", "-inf" and "nan". The keys "slope" and "intercept" tell the scale of the values, if there is
+ * one.
  */
-std::string toJson(pxl::analysis::IntensityExtremaMsr const& measure);
+std::string toJson(pxl::analysis::IntensityExtremaMsr const& measure, std::optional<io::ValueScale> const& scale);
 
 }  // namespace qorn

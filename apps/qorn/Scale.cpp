@@ -31,7 +31,7 @@ void applyScale(io::ValueScale const& scale, pxl::analysis::IntensityExtremaMsr&
 
 std::string describeScale(io::ValueScale const& scale) {
   return "values are scaled by " + toText(scale.slope) + " and shifted by " + toText(scale.intercept) +
-         " as the file says";
+         " as the file says: slope * voxel + intercept, not voxels as they are stored";
 }
 
 bool isReversedBy(io::ValueScale const& scale, pxl::AlgoInfo const& record) {

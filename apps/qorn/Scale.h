@@ -12,7 +12,7 @@ namespace qorn {
 /** Every cell gets the value that its voxel stands for; a negative slope exchanges smallest and largest. */
 void applyScale(io::ValueScale const& scale, pxl::analysis::IntensityExtremaMsr& measure);
 
-/** "values are scaled by 2 and shifted by -3 as the file says" */
+/** Which values are printed: "values are scaled by 2 and shifted by -3 as the file says: ..." */
 std::string describeScale(io::ValueScale const& scale);
 
 /** Whether the operator's result on voxels isn't what its name says of the values that they stand for. */

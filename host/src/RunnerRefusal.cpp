@@ -153,11 +153,13 @@ std::string explainRefusal(BaseAlgorithm const& algorithm, std::vector<Runnable*
     return text.str();
   }
   text << "none of " << runners.size() << " registered runner(s) accepts";
+  char const* separator = " ";
   for (PropertyKinds kind : {PropertyKinds::cInputImage, PropertyKinds::cOutputImage})
     for (NamedImage const& named : getNamedImages(algorithm, kind)) {
       VoxelTypes const type = named.image->getVoxelType();
-      text << ' ' << named.name << " of " << helper::getNameOf(type)
+      text << separator << named.name << " of " << helper::getNameOf(type)
            << (named.image->getInterpretation() == cBinary ? " (binary)" : "");
+      separator = ", ";
     }
   constexpr int cSSE41Level = 80;
   int const level = devices::Cpu::getDevice()->getSSELevel();
