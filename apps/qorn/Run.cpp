@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "pxl/Settings.h"
-#include "pxl/analysis/IntensityExtremaMsr.h"
+#include "pxl/analysis/Measure.h"
 #include "qorn/Commands.h"
 #include "qorn/MappedFileGuard.h"
 #include "qorn/MeasureText.h"
@@ -102,12 +102,9 @@ ExitCodes execute(RunCommand const& command) {
   std::optional<tbb::global_control> threads;
   if (command.nbThreads) threads.emplace(tbb::global_control::max_allowed_parallelism, *command.nbThreads);
   RunImages images = openImages(*algorithm, command);
-  pxl::analysis::IntensityExtremaMsr measure;
-  bool hasMeasure = false;
+  std::vector<std::unique_ptr<pxl::analysis::Measure>> measures;
   for (pxl::PropertyBase* property : algorithm->getProperties()) {
-    if (property->getKind() != pxl::PropertyKinds::cMeasure) continue;
-    dynamic_cast<pxl::Property<pxl::analysis::IntensityExtremaMsr*>&>(*property).set(&measure);
-    hasMeasure = true;
+    if (auto measure = property->makeMeasure()) measures.push_back(std::move(measure));
   }
   executeNamed(*algorithm, command.isQuiet, [&images] {
     if (images.output) images.output->write();
@@ -123,12 +120,12 @@ ExitCodes execute(RunCommand const& command) {
       writeErrorLine(command.operatorName +
                      ": the file's slope is negative: dilation and erosion change places in scaled values");
     }
-    if (hasMeasure) {
-      applyScale(*scale, measure);
-      writeErrorLine(command.operatorName + ": " + describeScale(*scale));
-    }
+    for (auto const& measure : measures) measure->scale(scale->slope, scale->intercept);
+    if (!measures.empty()) writeErrorLine(command.operatorName + ": " + describeScale(*scale));
   }
-  if (hasMeasure) writeOutput(command.isJson ? toJson(measure, scale) : toTable(measure, *algorithm));
+  for (auto const& measure : measures) {
+    writeOutput(command.isJson ? toJson(*measure, scale) : toTable(*measure, *algorithm));
+  }
   return cDone;
 }
 
