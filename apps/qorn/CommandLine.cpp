@@ -65,6 +65,12 @@ CLI::Option* addPluginOption(CLI::App& app, std::vector<std::string>& plugins) {
       ->allow_extra_args(false);
 }
 
+// The library's own inverted flags show their value in the help.
+void addNoClobberFlag(CLI::App& app, bool& isReplacing) {
+  app.add_flag_callback(
+      "--no-clobber", [&isReplacing] { isReplacing = false; }, "refuse to replace an existing output file");
+}
+
 std::string describeSettings() {
   std::string text = "Settings:";
   for (pxl::Settings::Description const& known : pxl::Settings::getDescriptions()) {
@@ -102,8 +108,9 @@ void addRun(CLI::App& app, RunCommand& run, RunTexts& texts) {
   app.add_flag("--on-disk", run.isOnDisk,
                "keep the voxels of .npy files on disk and read and write rows as they are needed");
   app.add_flag("--in-place", run.isInPlace,
-               "use one image in memory as the first input and as the output; the input file isn't changed");
-  app.add_flag("!--no-clobber", run.isReplacing, "refuse to replace an existing output file");
+               "use one image as the first input and as the output, in memory or, with --on-disk, in the output's "
+               "file; the input file isn't changed");
+  addNoClobberFlag(app, run.isReplacing);
   app.add_flag("--json", run.isJson, "print the result as JSON");
   app.add_flag("--quiet", run.isQuiet, "show no progress");
   app.footer(describeSettings);
@@ -125,7 +132,6 @@ void finishRun(RunCommand& run, RunTexts const& texts) {
     run.interpretation = *texts.interpretation == "grey" ? pxl::cGrey : pxl::cBinary;
   }
   if (texts.outputType) run.outputType = parseVoxelType("--output-type " + *texts.outputType, *texts.outputType);
-  if (run.isInPlace && run.isOnDisk) throw UsageError("--in-place", "works in memory; leave --on-disk out");
   if (texts.nbThreads) {
     std::string const what = "--threads " + *texts.nbThreads;
     run.nbThreads = parseNumberOrThrow<unsigned int>(what, *texts.nbThreads, "unsigned integer");
@@ -176,7 +182,7 @@ Command parseCommandLine(int argc, char const* const* argv) {
   elementApp
       ->add_option("--output", element.output, "save the element as a mask of 0 and 1, the voxel itself amid it")
       ->type_name("FILE");
-  elementApp->add_flag("!--no-clobber", element.isReplacing, "refuse to replace an existing output file");
+  addNoClobberFlag(*elementApp, element.isReplacing);
   addPluginOption(*elementApp, element.plugins);
 
   if (argc < 2) return TextCommand{app.help(), true};

@@ -1,8 +1,6 @@
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstring>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,7 +9,6 @@
 #include "pxl/AlgoInfo.h"
 #include "pxl/Image.h"
 #include "pxl/Property.h"
-#include "pxl/morphology/Morphology.h"
 #include "qorn/Commands.h"
 #include "qorn/Operators.h"
 #include "qorn/StandardOutput.h"
@@ -46,38 +43,12 @@ bool isVolume(pxl::BaseAlgorithm const& algorithm) {
   return algorithm.getAlgoInfo()->getWorkingDimension() == pxl::WorkingDimension::cVolume;
 }
 
-constexpr double cMaxElement = 1e6;  // The host makes no larger ones, and says so better.
-
-/** A long line holds as many rows or plans in memory as it spans, each longer than the line. */
-double countLineSteps(unsigned int size, unsigned int maxSize) {
-  bool const isTooLong = size > maxSize && size <= cMaxElement;
-  return isTooLong ? std::numeric_limits<double>::infinity() : std::min<double>(cMaxElement, size);
-}
-
-/** About how many steps the operator does for each voxel: passes, or voxels of its element. */
-double countSteps(pxl::BaseAlgorithm const& algorithm) {
-  using namespace pxl::morphology;
-  if (auto const* const line = dynamic_cast<Line2dMorphology const*>(&algorithm))
-    return countLineSteps(line->lineSize, 4096);
-  if (auto const* const line = dynamic_cast<Line3dMorphology const*>(&algorithm))
-    return countLineSteps(line->lineSize, 256);
-  if (auto const* const disk = dynamic_cast<OrientedDiskMorphology const*>(&algorithm)) {
-    return std::min(cMaxElement, 4.0 * std::pow(disk->radius.get(), 2));
-  }
-  if (auto const* const round = dynamic_cast<RadiusMorphology const*>(&algorithm)) {
-    if (round->shapeMode == 0) return round->radius;
-    return std::min(cMaxElement, isVolume(algorithm) ? 5.0 * std::pow(round->radius.get(), 3)
-                                                     : 4.0 * std::pow(round->radius.get(), 2));
-  }
-  return dynamic_cast<IteratedMorphology const&>(algorithm).numberOfIterations;
-}
-
 /** @throws ProgramError a run on so many voxels would take more than seconds, or much memory */
 void checkEffort(pxl::BaseAlgorithm const& algorithm, std::size_t nbVoxels) {
   constexpr std::size_t cMaxVoxels = 1ul << 25;
   constexpr double cMaxSteps = 1ul << 40;
   constexpr double cMaxStepsForOne = 1ul << 20;  // Even without voxels a pass takes time.
-  double const nbSteps = countSteps(algorithm);
+  double const nbSteps = algorithm.estimateSteps();
   if (nbVoxels > cMaxVoxels || nbSteps * static_cast<double>(nbVoxels) > cMaxSteps || nbSteps > cMaxStepsForOne) {
     throw ProgramError(cFailed, algorithm.getAlgoInfo()->getName(), "the element is too large to be shown");
   }

@@ -45,27 +45,27 @@ void appendJson(std::string& text, MeasureArray const& array) {
 
 }  // namespace
 
-std::string toTable(pxl::analysis::IntensityExtremaMsr const& measure, pxl::BaseAlgorithm const& algorithm) {
-  MeasureArray const& minimum = measure.minimum;
-  MeasureArray const& maximum = measure.maximum;
-  bool const hasPositions = minimum.getSize(0) * minimum.getSize(1) * minimum.getSize(2) > 1;
+std::string toTable(pxl::analysis::Measure const& measure, pxl::BaseAlgorithm const& algorithm) {
+  auto const entries = measure.getEntries();
+  MeasureArray const& first = *entries.front().array;
+  bool const hasPositions = first.getSize(0) * first.getSize(1) * first.getSize(2) > 1;
   std::vector<int> shown;
   for (int i = 0; i < 3 && hasPositions; ++i) {
     if (getAskedBits(algorithm) & cDimensions[i].bit) shown.push_back(i);
   }
-  Table table(std::string(shown.size() + 2, 'r'));
+  Table table(std::string(shown.size() + entries.size(), 'r'));
   std::vector<std::string> cells;
   for (int const i : shown) cells.emplace_back(cDimensions[i].name);
-  cells.insert(cells.end(), {"minimum", "maximum"});
+  for (auto const& entry : entries) cells.emplace_back(entry.name);
   table.addRow(cells);
   unsigned long index[3];
-  for (index[0] = 0; index[0] < minimum.getSize(0); ++index[0]) {
-    for (index[1] = 0; index[1] < minimum.getSize(1); ++index[1]) {
-      for (index[2] = 0; index[2] < minimum.getSize(2); ++index[2]) {
+  for (index[0] = 0; index[0] < first.getSize(0); ++index[0]) {
+    for (index[1] = 0; index[1] < first.getSize(1); ++index[1]) {
+      for (index[2] = 0; index[2] < first.getSize(2); ++index[2]) {
         cells.clear();
         for (int const i : shown) cells.push_back(std::to_string(index[i]));
-        for (MeasureArray const* array : {&minimum, &maximum}) {
-          cells.push_back(toText(array->getValue(index[0], index[1], index[2])));
+        for (auto const& entry : entries) {
+          cells.push_back(toText(entry.array->getValue(index[0], index[1], index[2])));
         }
         table.addRow(cells);
       }
@@ -74,11 +74,17 @@ std::string toTable(pxl::analysis::IntensityExtremaMsr const& measure, pxl::Base
   return table.toText();
 }
 
-std::string toJson(pxl::analysis::IntensityExtremaMsr const& measure) {
-  std::string text = "{\"minimum\": ";
-  appendJson(text, measure.minimum);
-  text += ", \"maximum\": ";
-  appendJson(text, measure.maximum);
+std::string toJson(pxl::analysis::Measure const& measure, std::optional<io::ValueScale> const& scale) {
+  std::string text;
+  for (auto const& entry : measure.getEntries()) {
+    text += std::string(text.empty() ? "{" : ", ") + '"' + entry.name + "\": ";
+    appendJson(text, *entry.array);
+  }
+  // As they were used: a float in the shortest form would read back as another real.
+  if (scale) {
+    text += ", \"slope\": " + toText(static_cast<double>(scale->slope)) +
+            ", \"intercept\": " + toText(static_cast<double>(scale->intercept));
+  }
   text += "}\n";
   return text;
 }

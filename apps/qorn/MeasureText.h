@@ -1,9 +1,11 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "pxl/BaseAlgorithm.h"
-#include "pxl/analysis/IntensityExtremaMsr.h"
+#include "pxl/analysis/Measure.h"
+#include "qorn/io/ImageHeader.h"
 
 namespace qorn {
 
@@ -11,12 +13,13 @@ namespace qorn {
  * A table of the cells of a measure, with a column for the position in each dimension that was asked for when there
  * is more than one cell. Numbers read back exactly.
  */
-std::string toTable(pxl::analysis::IntensityExtremaMsr const& measure, pxl::BaseAlgorithm const& algorithm);
+std::string toTable(pxl::analysis::Measure const& measure, pxl::BaseAlgorithm const& algorithm);
 
 /**
- * {"minimum": [[[...]]], "maximum": [[[...]]]}, indexed by plan, sequence and spectral position. Infinities and NaN
- * are the texts "inf", "-inf" and "nan".
+ * An object with an array for each result, {"minimum": [[[...]]], "maximum": [[[...]]]}, indexed by plan, sequence
+ * and spectral position. Infinities and NaN are the texts "inf", "-inf" and "nan". The keys "slope" and "intercept"
+ * tell the scale of the values, if there is one.
  */
-std::string toJson(pxl::analysis::IntensityExtremaMsr const& measure);
+std::string toJson(pxl::analysis::Measure const& measure, std::optional<io::ValueScale> const& scale);
 
 }  // namespace qorn

@@ -8,6 +8,7 @@
 #include "pxl/Plugins.h"
 #include "qorn/Errors.h"
 #include "qorn/KernelText.h"
+#include "qorn/NearestName.h"
 #include "qorn/NumberText.h"
 
 namespace qorn {
@@ -40,7 +41,11 @@ void setValue(pxl::PropertyBase& property, std::string const& value, std::option
 
 pxl::AlgoInfo& findOperator(std::string const& name) {
   pxl::AlgoInfo* const record = pxl::AlgoInfo::find(name.c_str());
-  if (record == nullptr) throw UsageError(name, "no such operator; \"qorn operators\" lists them");
+  if (record == nullptr) {
+    std::vector<std::string> known;
+    for (pxl::AlgoInfo const* info : pxl::AlgoInfo::getAll()) known.emplace_back(info->getName());
+    throw UsageError(name, suggestName("no such operator; \"qorn operators\" lists them", name, known));
+  }
   return *record;
 }
 
@@ -103,7 +108,12 @@ void setProperties(pxl::BaseAlgorithm& algorithm, std::vector<std::pair<std::str
   for (auto const& [name, value] : values) {
     pxl::PropertyBase* const property = algorithm.findProperty(name.c_str());
     if (property == nullptr) {
-      throw UsageError(name, "no such property; \"qorn operators " + operatorName + "\" lists them");
+      std::vector<std::string> known;
+      for (pxl::PropertyBase const* own : algorithm.getProperties()) {
+        if (isGivenByName(*own)) known.emplace_back(own->getName());
+      }
+      throw UsageError(
+          name, suggestName("no such property; \"qorn operators " + operatorName + "\" lists them", name, known));
     }
     if (!isGivenByName(*property)) {
       throw UsageError(name, property->getKind() == pxl::PropertyKinds::cMeasure

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "pxl/Settings.h"
-#include "pxl/analysis/IntensityExtremaMsr.h"
+#include "pxl/analysis/Measure.h"
 #include "qorn/Commands.h"
 #include "qorn/MappedFileGuard.h"
 #include "qorn/MeasureText.h"
@@ -51,13 +51,16 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
   options.maxCompressedVoxels = command.maxVoxels;
   options.interpretation = command.interpretation;
   RunImages images;
+  pxl::Property<pxl::ImageModel const*>* firstInput = nullptr;
   for (pxl::PropertyBase* property : algorithm.getProperties()) {
     if (property->getKind() == pxl::PropertyKinds::cInputImage) {
-      options.isPrivate = command.isInPlace && images.inputs.empty();
+      options.isPrivate = command.isInPlace && !command.isOnDisk && images.inputs.empty();
       std::string const& path = command.images.at(images.inputs.size());
       images.inputs.push_back(io::readImage(path, options));
       images.guards.push_back(std::make_unique<MappedFileGuard>(path, *images.inputs.back().image));
-      dynamic_cast<pxl::Property<pxl::ImageModel const*>&>(*property).set(images.inputs.back().image.get());
+      auto& input = dynamic_cast<pxl::Property<pxl::ImageModel const*>&>(*property);
+      input.set(images.inputs.back().image.get());
+      if (firstInput == nullptr) firstInput = &input;
     } else if (property->getKind() == pxl::PropertyKinds::cOutputImage) {
       io::ImageFile const& first = images.inputs.front();
       io::ImageHeader header = first.header;
@@ -71,6 +74,8 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
           io::OutputOptions{command.isOnDisk, command.isReplacing, command.interpretation, isCancelRequested},
           command.isInPlace ? first.image : nullptr);
       dynamic_cast<pxl::Property<pxl::ImageModel*>&>(*property).set(images.output->getImage().get());
+      // On disk it is a copy of the first input.
+      if (command.isInPlace) firstInput->set(images.output->getImage().get());
     }
   }
   return images;
@@ -97,12 +102,9 @@ ExitCodes execute(RunCommand const& command) {
   std::optional<tbb::global_control> threads;
   if (command.nbThreads) threads.emplace(tbb::global_control::max_allowed_parallelism, *command.nbThreads);
   RunImages images = openImages(*algorithm, command);
-  pxl::analysis::IntensityExtremaMsr measure;
-  bool hasMeasure = false;
+  std::vector<std::unique_ptr<pxl::analysis::Measure>> measures;
   for (pxl::PropertyBase* property : algorithm->getProperties()) {
-    if (property->getKind() != pxl::PropertyKinds::cMeasure) continue;
-    dynamic_cast<pxl::Property<pxl::analysis::IntensityExtremaMsr*>&>(*property).set(&measure);
-    hasMeasure = true;
+    if (auto measure = property->makeMeasure()) measures.push_back(std::move(measure));
   }
   executeNamed(*algorithm, command.isQuiet, [&images] {
     if (images.output) images.output->write();
@@ -112,17 +114,18 @@ ExitCodes execute(RunCommand const& command) {
   if (pxl::String const notice = algorithm->getNotice(); !notice.empty()) {
     writeErrorLine(command.operatorName + ": " + notice.str());
   }
-  if (std::optional<io::ValueScale> const scale = getScale(images)) {
+  std::optional<io::ValueScale> const scale = getScale(images);
+  if (scale) {
     if (isReversedBy(*scale, *algorithm->getAlgoInfo())) {
       writeErrorLine(command.operatorName +
                      ": the file's slope is negative: dilation and erosion change places in scaled values");
     }
-    if (hasMeasure) {
-      applyScale(*scale, measure);
-      writeErrorLine(command.operatorName + ": " + describeScale(*scale));
-    }
+    for (auto const& measure : measures) measure->scale(scale->slope, scale->intercept);
+    if (!measures.empty()) writeErrorLine(command.operatorName + ": " + describeScale(*scale));
   }
-  if (hasMeasure) writeOutput(command.isJson ? toJson(measure) : toTable(measure, *algorithm));
+  for (auto const& measure : measures) {
+    writeOutput(command.isJson ? toJson(*measure, scale) : toTable(*measure, *algorithm));
+  }
   return cDone;
 }
 

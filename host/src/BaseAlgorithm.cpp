@@ -115,6 +115,8 @@ String BaseAlgorithm::getObjection() const {
   return String();
 }
 
+double BaseAlgorithm::estimateSteps() const { return 1; }
+
 bool BaseAlgorithm::hasPropertyImageOnDisk() const {
   bool isOnDisk = false;
   for (ImageModel const* image : getImages(*this, PropertyKinds::cInputImage))

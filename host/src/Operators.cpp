@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <limits>
+
 #include "instrument/Instrument.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/Exception.h"
@@ -60,6 +63,13 @@ namespace {
 constexpr char cNeighborhood2d[] = "0 the 4 neighbours, else all 8";
 constexpr char cNeighborhood3d[] = "0 the 6 neighbours, 1 the 18, else all 26";
 constexpr unsigned int cMaxRadius = 2147483647;
+constexpr double cMaxElement = 1e6;  // no larger list is made
+
+// A long line keeps as many rows or plans in memory as it spans, each longer than the line.
+double estimateLineSteps(unsigned int size, unsigned int maxSize) {
+  bool const isTooLong = size > maxSize && size <= cMaxElement;
+  return isTooLong ? std::numeric_limits<double>::infinity() : std::min<double>(cMaxElement, size);
+}
 
 // Why an element can't be made; nothing of the size of such an element is computed for that.
 template <class Generate>
@@ -84,6 +94,7 @@ String IteratedMorphology::getNotice() const {
 RegionUses IteratedMorphology::getRegionUse() const {
   return numberOfIterations > 1U ? RegionUses::cWholeSlices : RegionUses::cFromOrigin;
 }
+double IteratedMorphology::estimateSteps() const { return numberOfIterations; }
 RadiusMorphology::RadiusMorphology() = default;
 RadiusMorphology::~RadiusMorphology() = default;
 String RadiusMorphology::getNotice() const {
@@ -99,6 +110,12 @@ String RadiusMorphology::getObjection() const {
 RegionUses RadiusMorphology::getRegionUse() const {
   return shapeMode == 0 ? RegionUses::cWholeImage : RegionUses::cFromOrigin;
 }
+double RadiusMorphology::estimateSteps() const {
+  double const r = radius;
+  if (shapeMode == 0) return r;
+  bool const isBall = getAlgoInfo()->getWorkingDimension() == cVolume;
+  return std::min(cMaxElement, isBall ? 5 * r * r * r : 4 * r * r);
+}
 OrientedDiskMorphology::OrientedDiskMorphology() = default;
 OrientedDiskMorphology::~OrientedDiskMorphology() = default;
 String OrientedDiskMorphology::getObjection() const {
@@ -106,11 +123,17 @@ String OrientedDiskMorphology::getObjection() const {
   return explainRefusal([this] { kernel::generateDiskOffset3DCollection(secondAngle, firstAngle, radius.get()); });
 }
 RegionUses OrientedDiskMorphology::getRegionUse() const { return RegionUses::cFromOrigin; }
+double OrientedDiskMorphology::estimateSteps() const {
+  double const r = radius;
+  return std::min(cMaxElement, 4 * r * r);
+}
 Line2dMorphology::Line2dMorphology() = default;
 RegionUses Line2dMorphology::getRegionUse() const { return RegionUses::cFromOrigin; }
+double Line2dMorphology::estimateSteps() const { return estimateLineSteps(lineSize, 4096); }
 Line2dMorphology::~Line2dMorphology() = default;
 Line3dMorphology::Line3dMorphology() = default;
 RegionUses Line3dMorphology::getRegionUse() const { return RegionUses::cFromOrigin; }
+double Line3dMorphology::estimateSteps() const { return estimateLineSteps(lineSize, 256); }
 Line3dMorphology::~Line3dMorphology() = default;
 
 Dilation2d::Dilation2d() : IteratedMorphology(1, cNeighborhood2d) {}

@@ -1,7 +1,9 @@
 #include "pxl/Property.h"
 
+#include "Raise.h"
 #include "instrument/Instrument.h"
 #include "pxl/BaseAlgorithm.h"
+#include "pxl/analysis/IntensityExtremaMsr.h"
 
 namespace pxl {
 namespace {
@@ -120,6 +122,23 @@ T Property<T>::getDefault() const {
 template <class T>
 bool Property<T>::isSet() const {
   return m_isSet;
+}
+
+template <class T>
+void Property<T>::assign(PropertyBase const& other) {
+  auto const* const same = dynamic_cast<Property const*>(&other);
+  if (!same) PXL_RAISE(InvalidCall, std::string(getName()) + " has another type than " + other.getName());
+  set(same->get());
+}
+
+template <class T>
+std::unique_ptr<analysis::Measure> Property<T>::makeMeasure() {
+  if constexpr (KindOf<T>::value == PropertyKinds::cMeasure) {
+    auto measure = std::make_unique<std::remove_pointer_t<T>>();
+    set(measure.get());
+    return measure;
+  }
+  return nullptr;
 }
 
 template class Property<ImageModel const*>;

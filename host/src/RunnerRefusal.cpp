@@ -32,11 +32,6 @@ class StandIn final : public ImageModel {
   ImageModel const& m_image;
 };
 
-template <class T>
-void copyValue(PropertyBase const& from, PropertyBase& to) {
-  static_cast<Property<T>&>(to).set(static_cast<Property<T> const&>(from).get());
-}
-
 // A copy of an algorithm on stand-ins of its images, to be changed and asked about.
 class Trial {
  public:
@@ -66,18 +61,8 @@ class Trial {
       case PropertyKinds::cOutputImage:
         outputs.push_back(std::make_unique<StandIn>(*static_cast<Property<ImageModel*> const&>(from).get()));
         return static_cast<Property<ImageModel*>&>(to).set(outputs.back().get());
-      case PropertyKinds::cInteger:
-        return copyValue<int>(from, to);
-      case PropertyKinds::cUnsignedInteger:
-        return copyValue<unsigned int>(from, to);
-      case PropertyKinds::cReal:
-        return copyValue<double>(from, to);
-      case PropertyKinds::cKernel2D:
-        return copyValue<kernel::Kernel2D>(from, to);
-      case PropertyKinds::cKernel3D:
-        return copyValue<kernel::Kernel3D>(from, to);
-      case PropertyKinds::cMeasure:
-        return copyValue<analysis::IntensityExtremaMsr*>(from, to);
+      default:
+        return to.assign(from);
     }
   }
 
@@ -153,11 +138,13 @@ std::string explainRefusal(BaseAlgorithm const& algorithm, std::vector<Runnable*
     return text.str();
   }
   text << "none of " << runners.size() << " registered runner(s) accepts";
+  char const* separator = " ";
   for (PropertyKinds kind : {PropertyKinds::cInputImage, PropertyKinds::cOutputImage})
     for (NamedImage const& named : getNamedImages(algorithm, kind)) {
       VoxelTypes const type = named.image->getVoxelType();
-      text << ' ' << named.name << " of " << helper::getNameOf(type)
+      text << separator << named.name << " of " << helper::getNameOf(type)
            << (named.image->getInterpretation() == cBinary ? " (binary)" : "");
+      separator = ", ";
     }
   constexpr int cSSE41Level = 80;
   int const level = devices::Cpu::getDevice()->getSSELevel();

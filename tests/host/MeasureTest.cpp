@@ -94,4 +94,30 @@ TEST(IntensityExtremaMeasure, HasArraysOfItsOwnOrOfTheCaller) {
   EXPECT_EQ(minimum.strides[1], 3u);
 }
 
+// A program prints and scales a measure without knowing whose it is.
+TEST(IntensityExtremaMeasure, NamesAndScalesItsArrays) {
+  IntensityExtremaMsr extrema;
+  extrema.minimum.resize(makeShape(1, 2, 1));
+  extrema.maximum.resize(makeShape(1, 2, 1));
+  extrema.minimum.values[0] = 4;
+  extrema.maximum.values[0] = 9;
+  extrema.minimum.values[1] = -1;
+  extrema.maximum.values[1] = 0;
+  pxl::analysis::Measure& measure = extrema;
+  auto const entries = measure.getEntries();
+  ASSERT_EQ(entries.size(), 2u);
+  EXPECT_STREQ(entries[0].name, "minimum");
+  EXPECT_EQ(entries[0].array, &extrema.minimum);
+  EXPECT_STREQ(entries[1].name, "maximum");
+  EXPECT_EQ(entries[1].array, &extrema.maximum);
+  measure.scale(2, 1);
+  EXPECT_EQ(extrema.minimum.getValue(0, 0, 0), 9);
+  EXPECT_EQ(extrema.maximum.getValue(0, 0, 0), 19);
+  measure.scale(-1, 0);
+  EXPECT_EQ(extrema.minimum.getValue(0, 0, 0), -19);
+  EXPECT_EQ(extrema.maximum.getValue(0, 0, 0), -9);
+  EXPECT_EQ(extrema.minimum.getValue(0, 1, 0), -1);
+  EXPECT_EQ(extrema.maximum.getValue(0, 1, 0), 1);
+}
+
 }  // namespace

@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <type_traits>
 
 #include "pxl/AlgoInfo.h"
+#include "pxl/Exception.h"
 #include "pxl/analysis/IntensityExtrema.h"
 #include "pxl/filtering/linear/FiniteImpulseResponseFilter.h"
 #include "pxl/morphology/Morphology.h"
@@ -230,6 +232,53 @@ TEST(Operators, Logic) {
       .hasNoDefault("value", value.value, PropertyKinds::cUnsignedInteger)
       .number("logicalOperator", value.logicalOperator, 0)
       .output(value.outputImage);
+}
+
+TEST(Operators, EstimateTheirSteps) {
+  EXPECT_EQ(IntensityExtrema().estimateSteps(), 1);
+  Erosion3d iterated;
+  iterated.numberOfIterations = 7;
+  EXPECT_EQ(iterated.estimateSteps(), 7);
+  DilationDisk2d disk;
+  disk.radius = 10;
+  EXPECT_EQ(disk.estimateSteps(), 10);
+  disk.shapeMode = 1;
+  EXPECT_NEAR(disk.estimateSteps(), 317, 100);
+  ErosionBall3d ball;
+  ball.radius = 10;
+  ball.shapeMode = 1;
+  EXPECT_NEAR(ball.estimateSteps(), 4169, 1000);
+  ball.radius = 4000000000U;
+  EXPECT_EQ(ball.estimateSteps(), 1e6);
+  DilationDisk3d flat;
+  flat.radius = 10;
+  EXPECT_NEAR(flat.estimateSteps(), 317, 100);
+  ErosionLine2d line;
+  line.lineSize = 4096;
+  EXPECT_EQ(line.estimateSteps(), 4096);
+  line.lineSize = 4097;
+  EXPECT_TRUE(std::isinf(line.estimateSteps()));
+  DilationLine3d steep;
+  steep.lineSize = 257;
+  EXPECT_TRUE(std::isinf(steep.estimateSteps()));
+}
+
+// Programs copy values and make measures without knowing their types.
+TEST(Properties, AssignAndMakeMeasuresByThemselves) {
+  Dilation2d from, to;
+  from.numberOfIterations = 9;
+  to.findProperty("numberOfIterations")->assign(*from.findProperty("numberOfIterations"));
+  EXPECT_EQ(to.numberOfIterations, 9U);
+  EXPECT_THROW(to.findProperty("neighborhood")->assign(*from.findProperty("numberOfIterations")), InvalidCall);
+  IntensityExtrema extrema, copy;
+  for (PropertyBase* property : extrema.getProperties()) {
+    auto const measure = property->makeMeasure();
+    EXPECT_EQ(measure != nullptr, property->getKind() == PropertyKinds::cMeasure);
+    if (!measure) continue;
+    EXPECT_EQ(extrema.outputMeasure.get(), measure.get());
+    copy.findProperty("outputMeasure")->assign(*property);
+    EXPECT_EQ(copy.outputMeasure.get(), measure.get());
+  }
 }
 
 }  // namespace

@@ -79,7 +79,7 @@ TEST_F(Refusal, TellsWhenOnlyTheTypesOfInputAndOutputDiffer) {
     return asked.inputImage.get()->getVoxelType() == asked.outputImage.get()->getVoxelType();
   });
   EXPECT_TRUE(contains(explain(),
-                       "inputImage of uint16 (binary) outputImage of float32; accepted would be "
+                       "inputImage of uint16 (binary), outputImage of float32; accepted would be "
                        "images of the same type, uint8 uint16 uint32 int8 int16 int32 float32 float64"))
       << explain();
 }

@@ -57,7 +57,8 @@ TEST_F(BadInput, NoRegularFile) {
     expectRefusedBytes("empty" + suffix, "", "is empty");
     expectRefusedBytes("short" + suffix, "x", "file");
   }
-  expectFailure(runQorn({"run", "IntensityExtrema", ""}), 1, "", "No such file");
+  expectFailure(runQorn({"run", "IntensityExtrema", ""}), 1, "empty path", "No such file");
+  expectFailure(runQorn({"info", ""}), 1, "empty path", "No such file");
 }
 
 TEST_F(BadInput, WrongSuffix) {

@@ -141,6 +141,7 @@ TEST_F(Nifti, ExtremaAreScaled) {
   for (Case const& one : {Case{2, -3, "-203       57", "scaled by 2 and shifted by -3"},
                           {-2, -3, "-63      197", "scaled by -2 and shifted by -3"},
                           {0.5f, 0, "-50       15", "scaled by 0.5 and shifted by 0"},
+                          {0.1f, 0, "3.000000", "scaled by 0.1 and shifted by 0"},
                           {1, 1000, "900     1030", "scaled by 1 and shifted by 1000"}}) {
     NiftiStart start({3, 2}, 4, 16);
     start.put(cNiftiSlope, one.slope).put(cNiftiIntercept, one.intercept);
@@ -148,13 +149,16 @@ TEST_F(Nifti, ExtremaAreScaled) {
     Outcome outcome = run({"IntensityExtrema", folder / "a.nii"});
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_NE(outcome.out.find(one.table), std::string::npos) << outcome.out;
-    EXPECT_EQ(outcome.err, std::string("qorn: IntensityExtrema: values are ") + one.notice + " as the file says\n");
+    EXPECT_EQ(outcome.err, std::string("qorn: IntensityExtrema: values are ") + one.notice +
+                               " as the file says: slope * voxel + intercept, not voxels as they are stored\n");
     std::string const notice = outcome.err;
     outcome = run({"IntensityExtrema", folder / "a.nii", "--json"});
     ::Json const json = ::Json::parse(outcome.out);
     double const ends[2] = {one.slope * -100.0 + one.intercept, one.slope * 30.0 + one.intercept};
     EXPECT_EQ(json["minimum"][0][0][0], std::min(ends[0], ends[1]));
     EXPECT_EQ(json["maximum"][0][0][0], std::max(ends[0], ends[1]));
+    EXPECT_EQ(json["slope"], static_cast<double>(one.slope));
+    EXPECT_EQ(json["intercept"], static_cast<double>(one.intercept));
     EXPECT_EQ(outcome.err, notice);
   }
 }
@@ -184,6 +188,8 @@ TEST_F(Nifti, ExtremaWithoutAScaleAreThoseOfVoxels) {
     Outcome const outcome = run({"IntensityExtrema", folder / "a.nii"});
     EXPECT_EQ(outcome.out, "minimum  maximum\n   -100       30\n");
     EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(run({"IntensityExtrema", folder / "a.nii", "--json"}).out,
+              "{\"minimum\": [[[-100]]], \"maximum\": [[[30]]]}\n");
   }
 }
 

@@ -73,7 +73,6 @@ TEST_F(Usage, OptionsOfOutputImages) {
   for (std::string const type : {"uint64", "UINT8", "float", "double", "complex64", "0", "uint8 "}) {
     expectUsage({"run", "Dilation2d", image, output, "--output-type=" + type}, "--output-type " + type, known);
   }
-  expectUsage({"run", "Dilation2d", image, output, "--in-place", "--on-disk"}, "--in-place", "leave --on-disk out");
   expectUsage({"run", "Dilation2d", image, output, "--in-place", "--output-type=int8"}, "--in-place",
               "the output has the input's type, uint8");
   EXPECT_FALSE(exists(output));
@@ -205,6 +204,31 @@ TEST_F(Usage, ImagesWhoseNamesLookLikeProperties) {
   expectFailure(runQorn({"run", "IntensityExtrema", "run"}, options), 1, "run", "suffix");
   writeFile(folder / "-b.npy", bytes);
   EXPECT_EQ(runQorn({"run", "IntensityExtrema", "--", "-b.npy"}, options).exitCode, 0);
+}
+
+TEST_F(Usage, NearestNames) {
+  std::string const output = folder / "output.npy";
+  expectUsage({"run", "Dilatoin2d", image, output}, "Dilatoin2d", "lists them; the nearest is Dilation2d\n");
+  expectUsage({"operators", "erosionball"}, "erosionball", "lists them; the nearest is ErosionBall3d\n");
+  expectUsage({"element", "IntensityExtremes"}, "IntensityExtremes", "; the nearest is IntensityExtrema\n");
+  for (std::string const& far : {std::string("NoSuchOperator"), std::string(), std::string(100000, 'x')}) {
+    Outcome const outcome = runQorn({"run", far, image});
+    EXPECT_EQ(outcome.exitCode, 2) << far;
+    EXPECT_EQ(outcome.err.find("nearest"), std::string::npos) << outcome.err;
+  }
+  expectRunUsage({"analysisdimension=1"}, "analysisdimension", "; the nearest is analysisDimensions\n");
+  expectUsage({"run", "Dilation2d", image, output, "neighbourhood=0"}, "neighbourhood", "nearest is neighborhood\n");
+  // Images have no name to be given by.
+  expectUsage({"run", "Dilation2d", image, output, "inputImages=0"}, "inputImages",
+              "\"qorn operators Dilation2d\" lists them\n");
+}
+
+TEST_F(Usage, HelpOfFlagsShowsNoValues) {
+  for (char const* const command : {"run", "element"}) {
+    std::string const help = runQorn({command, "--help"}).out;
+    EXPECT_NE(help.find("--no-clobber "), std::string::npos) << help;
+    EXPECT_EQ(help.find("{"), std::string::npos) << help;
+  }
 }
 
 }  // namespace

@@ -22,7 +22,11 @@ struct OutputOptions {
  */
 class OutputImage {
  public:
-  /** `image` is saved, or a new one, all zero, where it is null. @throws FileError */
+  /**
+   * `image` is saved, or a new one, all zero, where it is null. On disk the image is one of its own, with the voxels
+   * of `image`, which is read piece by piece.
+   * @throws FileError; RuntimeError the image can't be read
+   */
   OutputImage(std::string const& path, ImageHeader const& header, OutputOptions const& options,
               std::shared_ptr<pxl::Image> image = nullptr);
 

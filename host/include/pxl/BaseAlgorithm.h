@@ -86,6 +86,12 @@ class PXL_API BaseAlgorithm : private Noncopyable {
    */
   virtual String getObjection() const;
 
+  /**
+   * About how many steps a run with the present properties takes for each voxel: passes, or voxels of an element. For
+   * programs that ask before they run. Infinite where a run needs much more memory than its images. Here 1.
+   */
+  virtual double estimateSteps() const;
+
   /** Whether any image property lives on disk, also through proxies and adapters. */
   bool hasPropertyImageOnDisk() const;
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "pxl/Export.h"
 #include "pxl/Forward.h"
 #include "pxl/Noncopyable.h"
@@ -8,6 +10,9 @@
 namespace pxl {
 
 class BaseAlgorithm;
+namespace analysis {
+class Measure;
+}
 
 /** What kind of value a property holds, for programs that set properties by name. */
 enum class PropertyKinds {
@@ -32,6 +37,11 @@ class PXL_API PropertyBase : private Noncopyable {
   bool hasDefault() const;
   /** Whether a value was given: by default, or by set() with something other than a null pointer or empty kernel. */
   virtual bool isSet() const = 0;
+
+  /** Takes the value of a property of the same type. @throws InvalidCall the types differ */
+  virtual void assign(PropertyBase const& other) = 0;
+  /** Of a property that holds a measure: makes one, sets the property to it and returns it. Of any other null. */
+  virtual std::unique_ptr<analysis::Measure> makeMeasure() = 0;
 
  protected:
   PropertyBase(BaseAlgorithm& owner, PropertyKinds kind, char const* name, char const* help, bool hasDefault);
@@ -63,6 +73,8 @@ class PXL_API Property final : public PropertyBase {
 
   T getDefault() const;
   bool isSet() const override;
+  void assign(PropertyBase const& other) override;
+  std::unique_ptr<analysis::Measure> makeMeasure() override;
 
  private:
   T m_value;

@@ -3,47 +3,14 @@
 #include <memory>
 #include <vector>
 
-#include "object_model/Tuple.h"
 #include "pxl/Export.h"
 #include "pxl/Forward.h"
-#include "pxl/Noncopyable.h"
+#include "pxl/analysis/Measure.h"
 
 namespace pxl::analysis {
 
-/**
- * An array of measured values with three dimensions. The cell (i0, i1, i2) stands at i0 + strides[1] * i1 +
- * strides[2] * i2 of `values`.
- */
-class PXL_API MeasureArray : private Noncopyable {
- public:
-  MeasureArray();
-  virtual ~MeasureArray();
-
-  /**
-   * Gives the array the shape of the tuple, packed, every cell NaN: a cell that isn't reached stays visible.
-   * @throws InvalidCall other than three dimensions, or more cells than can be counted
-   */
-  virtual void resize(object_model::Tuple const& shape);
-
-  /** The length in dimension 0, 1 or 2; 0 before the first resize(). */
-  unsigned long getSize(unsigned int dimension) const;
-  double getValue(unsigned long i0, unsigned long i1, unsigned long i2) const;
-
-  double* values;
-  unsigned long* strides;
-
- protected:
-  /** Storage of `count` cells, NaN, for the given shape and strides. */
-  void allocate(object_model::Tuple const& shape, unsigned long stride1, unsigned long stride2, unsigned long count);
-
- private:
-  std::vector<double> m_values;
-  unsigned long m_shape[3];
-  unsigned long m_strides[3];
-};
-
 /** What IntensityExtrema measures. */
-class PXL_API IntensityExtremaMsr : private Noncopyable {
+class PXL_API IntensityExtremaMsr final : public Measure {
  private:
   std::unique_ptr<MeasureArray> m_ownMinimum;
   std::unique_ptr<MeasureArray> m_ownMaximum;
@@ -53,7 +20,12 @@ class PXL_API IntensityExtremaMsr : private Noncopyable {
   IntensityExtremaMsr();
   /** Arrays of the caller, which must outlive the measure. */
   IntensityExtremaMsr(MeasureArray& minimumArray, MeasureArray& maximumArray);
-  ~IntensityExtremaMsr();
+  ~IntensityExtremaMsr() override;
+
+  /** "minimum" and "maximum". */
+  std::vector<Entry> getEntries() const override;
+  /** A negative slope exchanges smallest and largest. */
+  void scale(double slope, double intercept) override;
 
   MeasureArray& minimum;
   MeasureArray& maximum;

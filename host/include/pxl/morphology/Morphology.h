@@ -10,8 +10,8 @@
  *
  * Voxels beyond the image's edge have the lowest finite value of the type for a dilation, the highest for an erosion:
  * they never win against finite voxels. Other reals follow the processor:
- * - An infinity loses to the finite value beyond the edge: a dilation of nothing but -infinity gives the lowest finite
- *   value along the edge, an erosion of nothing but infinity the highest.
+ * - An infinity loses to the finite value beyond the edge: a dilation of nothing but -infinity gives the lowest
+ * finite value along the edge, an erosion of nothing but infinity the highest.
  * - Of two voxels the one that is taken later stays where either is NaN or both are zero. So a NaN may spread or
  *   vanish, and a zero has the sign of the last one, by the fixed order in which an operator takes its neighbours; a
  *   value beyond the edge that comes after a NaN wins.
@@ -34,6 +34,7 @@ class PXL_API IteratedMorphology : public BaseAlgorithm {
 
   String getNotice() const override;
   RegionUses getRegionUse() const override;
+  double estimateSteps() const override;
 
  protected:
   IteratedMorphology(int defaultNeighborhood, char const* neighborhoodHelp);
@@ -50,13 +51,16 @@ class PXL_API RadiusMorphology : public BaseAlgorithm {
 
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
   Property<unsigned int> radius{*this, "radius", 1, "radius in voxels"};
-  Property<int> shapeMode{*this, "shapeMode", 0,
-                          "0 a fast polygon, else the exact shape; fast with radius 0 leaves the output untouched"};
+  Property<int> shapeMode{
+      *this, "shapeMode", 0,
+      "0 a fast polygon or polyhedron, else the exact shape; fast with radius 0 leaves the output "
+      "untouched"};
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
   String getNotice() const override;
   String getObjection() const override;
   RegionUses getRegionUse() const override;
+  double estimateSteps() const override;
 
  protected:
   RadiusMorphology();
@@ -75,6 +79,7 @@ class PXL_API OrientedDiskMorphology : public BaseAlgorithm {
 
   String getObjection() const override;
   RegionUses getRegionUse() const override;
+  double estimateSteps() const override;
 
  protected:
   OrientedDiskMorphology();
@@ -91,6 +96,7 @@ class PXL_API Line2dMorphology : public BaseAlgorithm {
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
   RegionUses getRegionUse() const override;
+  double estimateSteps() const override;
 
  protected:
   Line2dMorphology();
@@ -108,6 +114,7 @@ class PXL_API Line3dMorphology : public BaseAlgorithm {
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
   RegionUses getRegionUse() const override;
+  double estimateSteps() const override;
 
  protected:
   Line3dMorphology();
