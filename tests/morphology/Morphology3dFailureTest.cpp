@@ -1,7 +1,9 @@
 #include <atomic>
 #include <thread>
 
+#include "pxl/AlgoInfo.h"
 #include "pxl/Exception.h"
+#include "pxl/Runnable.h"
 #include "support/FailureTest.h"
 #include "support/Kernels3d.h"
 
