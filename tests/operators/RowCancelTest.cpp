@@ -29,5 +29,23 @@ TEST_P(RowCancel, StopsBeforeTheNextRowIsRead) {
   });
 }
 
+// A volume operator fetches whole plans and computes many rows from them: what it writes counts, too.
+TEST_P(RowCancel, StopsBeforeTheNextRowIsWritten) {
+  pxl::instrument::withThreads(1, [] {
+    auto const run = makeRun({20, 40, 3, 1, 1});
+    if (!run.output) return;
+    pxl::instrument::Recorder recorder;
+    recorder.isTracing = false;
+    recorder.grains = pxl::AbstractPartitionerPolicy::PartitionerGrainSizes{1 << 20, 1 << 20, 1 << 20};
+    int nbWrites = 0;
+    recorder.onWrite = [&](pxl::instrument::Event const&) {
+      if (++nbWrites == 7) run.algorithm->cancelExecution();
+      return true;
+    };
+    EXPECT_THROW(run.algorithm->execute(), pxl::ExceptionCancelation);
+    EXPECT_EQ(nbWrites, 7);
+  });
+}
+
 }  // namespace
 }  // namespace operators_test

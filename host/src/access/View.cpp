@@ -22,6 +22,11 @@ std::size_t getThreadNumber() {
   return number;
 }
 
+// Called for each row that is read or written.
+inline void throwIfSet(std::atomic<bool> const& isCancelled) {
+  if (__builtin_expect(isCancelled.load(std::memory_order_relaxed), 0)) throw ExceptionCancelation();
+}
+
 }  // namespace
 
 // The count of a share changes with every row: it has cache lines of its own, which no other thread reads.
@@ -97,7 +102,7 @@ VoxelTypes View<T, A>::getVoxelType() const {
 
 template <class T, class A>
 inline std::shared_ptr<BorderCondition<T>> const& View<T, A>::borderOfThread() const {
-  if (__builtin_expect(m_isCancelled->load(std::memory_order_relaxed), 0)) throw ExceptionCancelation();
+  throwIfSet(*m_isCancelled);
   std::atomic<BorderShare*>& slot = m_shares[getThreadNumber() % cNbShares];
   BorderShare* const share = slot.load(std::memory_order_acquire);
   return share ? share->share : makeShare(slot)->share;
@@ -123,6 +128,7 @@ std::shared_ptr<BorderCondition<T>> View<T, A>::getBorderCondition() {
 
 template <class T, class A>
 ViewInterface<T>* View<T, A>::getInterface() const {
+  throwIfSet(*m_isCancelled);
   return m_interface.get();
 }
 

@@ -34,8 +34,8 @@ class HeldBackRows;
  * row by row (see DataConvertionTypes). A view keeps the voxels alive, not the image object; it may outlive the
  * image model, proxy or adapter that it was made on. Reading is thread-safe.
  *
- * A view that is made on the thread of a run takes part in its cancellation: each row that is fetched through it
- * looks at the flag of the run. So a run stops within the time of a row, however large its blocks are.
+ * A view that is made on the thread of a run takes part in its cancellation: each row that is read or written
+ * through it looks at the flag of the run. So a run stops within the time of a row, however large its blocks are.
  */
 template <class T, class A = SimdVec::AlignedAllocator<T, 16>>
 class PXL_API View : private Noncopyable {
@@ -62,7 +62,7 @@ class PXL_API View : private Noncopyable {
   std::shared_ptr<BorderCondition<T> const> getBorderCondition() const;
   std::shared_ptr<BorderCondition<T>> getBorderCondition();
 
-  /** Equal for two views exactly when they show the same voxels as the same T. */
+  /** Equal for two views exactly when they show the same voxels as the same T. Asked for with each row written. */
   ViewInterface<T>* getInterface() const;
 
   /**
