@@ -2,6 +2,8 @@
 #include <map>
 #include <thread>
 
+#include "pxl/AlgoInfo.h"
+#include "pxl/Runnable.h"
 #include "support/Runs.h"
 
 namespace filtering_test {
@@ -133,7 +135,9 @@ TEST_F(FirCalls, LookForACancelBetweenBlocksOnly) {
     return true;
   };
   recorder.clear();
-  withThreads(1, [&] { EXPECT_THROW(algorithm->execute(), pxl::ExceptionCancelation); });
+  // By the runner alone: within execute() the block ends at its next row.
+  auto const runner = algorithm->getAlgoInfo()->getRunners().front();
+  withThreads(1, [&] { EXPECT_THROW(runner->run(algorithm.get()), pxl::ExceptionCancelation); });
   // The block goes on to its last row; no other one begins.
   long const nbWritten = static_cast<long>(recorder.count("writeRowAt"));
   EXPECT_GE(nbWritten, 2);
