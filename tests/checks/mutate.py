@@ -125,7 +125,11 @@ def run(arguments, mutations):
     work = os.path.realpath(arguments.work or os.path.join(arguments.build, "mutants"))
     os.makedirs(work, exist_ok=True)
     with open(os.path.join(work, "lock"), "w", encoding="utf-8") as lock:
-        fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        try:
+            fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        except BlockingIOError:
+            print(f"{work} is in use")
+            return 2
         builder = MutantBuild(arguments.root, arguments.build, work, arguments.compiler, deadline)
         controls = Controls(builder, mutations)
         results = []

@@ -167,6 +167,16 @@ TEST_F(Adapter, SharesTheInterfaceWithAdaptersOfTheSamePlaceAlone) {
   EXPECT_NE(makeConstView<float>(constOf(*asDouble))->getInterface(), views[0]->getInterface());
 }
 
+TEST_F(Adapter, OfAWindowIsApartFromThoseOfItsSizeElsewhere) {
+  pxl::ImageModelSizeProxy lower(static_cast<ImageModel*>(image.get()), 0, 9, 0, 5, 0, 1, 0, 2, 0, 1);
+  pxl::ImageModelSizeProxy upper(static_cast<ImageModel*>(image.get()), 0, 9, 0, 5, 1, 1, 0, 2, 0, 1);
+  auto const ofLower = adapt(&lower, pxl::cFloat), ofUpper = adapt(&upper, pxl::cFloat);
+  auto const lowerView = makeConstView<float>(constOf(*ofLower)), upperView = makeConstView<float>(constOf(*ofUpper));
+  EXPECT_NE(lowerView->getInterface(), upperView->getInterface());
+  EXPECT_EQ(readVoxel(*lowerView, {1, 2, 0, 0, 0}), 21.f);
+  EXPECT_EQ(readVoxel(*upperView, {1, 2, 0, 0, 0}), 71.f);
+}
+
 TEST_F(Adapter, OfTheWriterStoresAlsoWhenAnotherOneReads) {
   auto const other =
       Image::OnMemory(image->getVoxels(), pxl::cUnsignedInteger8, {9, 5, 3, 2, 1}, image->getStrides());

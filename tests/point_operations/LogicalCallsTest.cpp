@@ -225,5 +225,30 @@ TEST_F(LogicalCalls, ReachTheWholeProgress) {
   EXPECT_EQ(algorithm.getProgress(), 1);
 }
 
+// Polled in each read: of 20 rows that are blocks, one more is done each time.
+TEST_F(LogicalCalls, TellTheirProgressWithinARun) {
+  auto const image = pxl::Image::New(pxl::cUnsignedInteger8, {16, 5, 4, 1, 1});
+  recorder.grains = {16, 1, 1};
+  recorder.isTracing = false;
+  auto const run = [&](pxl::BaseAlgorithm& algorithm, long nbReadsOfARow) {
+    long nbReads = 0;
+    recorder.onRead = [&](Event const&) {
+      EXPECT_DOUBLE_EQ(algorithm.getProgress(), static_cast<double>(nbReads++ / nbReadsOfARow) / 20);
+    };
+    pxl::instrument::withThreads(1, [&] { algorithm.execute(); });
+    EXPECT_EQ(nbReads, 20 * nbReadsOfARow);
+  };
+  LogicalOperationWithImage withImage;
+  withImage.inputImage1 = image.get();
+  withImage.inputImage2 = image.get();
+  withImage.outputImage = image.get();
+  run(withImage, 2);
+  LogicalOperationWithValue withValue;
+  withValue.inputImage = image.get();
+  withValue.value = 1;
+  withValue.outputImage = image.get();
+  run(withValue, 1);
+}
+
 }  // namespace
 }  // namespace point_test
