@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <thread>
 
+#include "host/support/PluginLoading.h"
 #include "instrument/Recorder.h"
 #include "operators/support/EveryOperator.h"
 #include "operators/support/LateWorkers.h"
@@ -27,7 +28,7 @@ TEST(Unload, RightAfterARunIsSafe) {
   recorder.grains = pxl::AbstractPartitionerPolicy::PartitionerGrainSizes{64, 2, 1};
   char const* const names[] = {"LogicalOperationWithValue", "IntensityExtrema", "Dilation2d", "Dilation3d"};
   for (int cycle = 0; cycle < getNbCycles(); ++cycle) {
-    pxl::plugins::load(PXLWORKS_PLUGIN_PATH);
+    host_test::loadPlugin(PXLWORKS_PLUGIN_PATH);
     auto const run = makeRun(*pxl::AlgoInfo::find(names[cycle % 4]), {64, 16, 4, 1, 1});
     run.algorithm->execute();
     pxl::plugins::unload(PXLWORKS_PLUGIN_PATH);
