@@ -1,5 +1,6 @@
 // What a run asks of the host, in which order and on which thread.
 #include <map>
+#include <set>
 #include <thread>
 
 #include "pxl/AlgoInfo.h"
@@ -26,6 +27,13 @@ class FirCalls : public PluginTest {
       if (std::find(kept.begin(), kept.end(), event.name) != kept.end()) steps.push_back(event.name);
     }
     return steps;
+  }
+
+  // The positions of all held-back rows: the rows by 2, the plans by 3.
+  std::set<long> listHeldBack(std::size_t number) const {
+    std::set<long> positions;
+    for (Event const& event : recorder.getTrace("temporizeRowWriting")) positions.insert(event.values[number]);
+    return positions;
   }
 
   pxl::instrument::Recorder recorder;
@@ -123,8 +131,23 @@ TEST_F(FirCalls, HoldBackInPlaceWhatNeighboursRead) {
   recorder.grains = {100, 5, 1};
   recorder.clear();
   withThreads(1, [&] { run(2, {{0, -1, 0, 1.}, {0, 2, 0, 1.}}, input.get(), input.get()); });
-  EXPECT_GT(recorder.count("temporizeRowWriting"), 0u);
   EXPECT_EQ(recorder.count("writeRowAt"), 9u);
+  // Blocks of four rows and of five.
+  EXPECT_EQ(listHeldBack(2), (std::set<long>{3, 4, 5}));
+  recorder.grains = {100, 100, 2};
+  recorder.clear();
+  withThreads(1, [&] { run(3, {{0, 0, -1, 1.}, {0, 0, 2, 1.}}, input.get(), input.get()); });
+  EXPECT_EQ(listHeldBack(3), (std::set<long>{1, 2, 3}));
+}
+
+TEST_F(FirCalls, ReadTheKernelOnce) {
+  for (int dimension : {2, 3}) {
+    auto const algorithm = makeAlgorithm(dimension, {{0, 0, 0, 1.}}, input.get(), output.get());
+    recorder.clear();
+    algorithm->getAlgoInfo()->getRunners().front()->run(algorithm.get());
+    auto const reads = recorder.getTrace("propertyRead");
+    EXPECT_EQ(std::count_if(reads.begin(), reads.end(), [](Event const& read) { return read.text == "kernel"; }), 1);
+  }
 }
 
 TEST_F(FirCalls, LookForACancelBetweenBlocksOnly) {

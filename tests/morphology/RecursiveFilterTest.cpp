@@ -49,6 +49,16 @@ TEST_F(RecursiveFilter, LeavesAChosenRegionAlone) {
   EXPECT_EQ(filter.m_processingRegion.colsBegin(), 1);
 }
 
+// The loop of a cancelled task group ends without an exception.
+TEST_F(RecursiveFilter, TellsOfACancelBeforeItsFirstBlock) {
+  setImages({5, 4, 3, 2, 1}, {5, 4, 3, 2, 1});
+  WatchingFilter filter(algorithm.get(), &kernel);
+  prepare(filter, 1);
+  filter.cancelExecution();
+  EXPECT_THROW(filter.run(), pxl::ExceptionCancelation);
+  EXPECT_EQ(filter.m_progress, 0U);
+}
+
 TEST_F(RecursiveFilter, WorksFromZeroToTheSizesOfARegion) {
   oracle::Random random(291);
   auto const image = random.image<short>({19, 8, 3, 1, 1});
