@@ -28,15 +28,16 @@ if(TARGET qorn)
   install(TARGETS qorn RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
 
-# Plug-ins are written with the contract and with the header-only building blocks behind it.
+# Plug-ins are written with the contract and with the building blocks behind it, whose bodies they compile.
 install(DIRECTORY host/include/ DESTINATION include/pxlworks FILES_MATCHING PATTERN "*.h")
 install(DIRECTORY Core/private DESTINATION include/pxlworks/Core
-  FILES_MATCHING PATTERN "*.h" PATTERN "*.impl")
+  FILES_MATCHING PATTERN "*.h" PATTERN "*.impl" PATTERN "*.cpp")
 
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/pxlworks")
 install(EXPORT pxlworksTargets NAMESPACE pxlworks:: DESTINATION "${package_folder}")
+set(PXLWORKS_INCLUDE_FOLDER include/pxlworks)
 configure_package_config_file(cmake/pxlworksConfig.cmake.in "${CMAKE_BINARY_DIR}/package/pxlworksConfig.cmake"
-  INSTALL_DESTINATION "${package_folder}")
+  INSTALL_DESTINATION "${package_folder}" PATH_VARS PXLWORKS_INCLUDE_FOLDER)
 write_basic_package_version_file("${CMAKE_BINARY_DIR}/package/pxlworksConfigVersion.cmake"
   COMPATIBILITY SameMinorVersion)
 install(FILES

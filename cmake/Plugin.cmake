@@ -1,7 +1,16 @@
 # The plug-in.
 include(cmake/PxlworksPlugin.cmake)
 
+# What several operators share, compiled once; the tests of kernels are linked with it too.
+add_library(pxlworks_qorn_passes OBJECT
+  morphology/Passes2d.cpp
+  morphology/Passes3d.cpp
+  morphology/RowMemos.cpp
+  morphology/RunOnOffsets.cpp)
+pxlworks_compile_as_plugin(pxlworks_qorn_passes)
+
 pxlworks_add_plugin(pxlworks_pxl_qorn
+  $<TARGET_OBJECTS:pxlworks_qorn_passes>
   PointOperations/src/LogicalOperationWithImage_SSE41.cpp
   PointOperations/src/LogicalOperationWithValue_SSE41.cpp
   analysis/IntensityExtrema_SSE41.cpp
@@ -21,5 +30,7 @@ pxlworks_add_plugin(pxlworks_pxl_qorn
   morphology/ErosionDisk3d_SSE41.cpp
   morphology/ErosionLine2d_SSE41.cpp
   morphology/ErosionLine3d_SSE41.cpp)
-target_include_directories(pxlworks_pxl_qorn PRIVATE ${PROJECT_SOURCE_DIR})
-target_link_libraries(pxlworks_pxl_qorn PRIVATE pxlworks_warnings)
+foreach(target pxlworks_pxl_qorn pxlworks_qorn_passes pxlworks_plugin_bodies)
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${target} PRIVATE pxlworks_warnings)
+endforeach()

@@ -14,23 +14,45 @@ set(PXLWORKS_PLUGIN_COMPILE_OPTIONS
   ${PXLWORKS_PLUGIN_OPTIMISATION} -msse4.1 -ffp-contract=off $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>
   CACHE INTERNAL "Compile options of plug-ins")
 
+# What every plug-in compiles once, whatever the number of its operators: the bodies of Core/private for the eight voxel
+# types. Headers declare them `extern template`.
+set(PXLWORKS_PLUGIN_BODIES
+  Access/IteratorBodies.cpp Access/RowBodies.cpp Filters/ContextBodies.cpp Filters/FilterBodies.cpp)
+if(EXISTS "${CMAKE_CURRENT_LIST_DIR}/../Core/private")
+  list(TRANSFORM PXLWORKS_PLUGIN_BODIES PREPEND "${CMAKE_CURRENT_LIST_DIR}/../Core/private/")
+else()
+  list(TRANSFORM PXLWORKS_PLUGIN_BODIES PREPEND "${PXLWORKS_INCLUDE_FOLDER}/Core/private/")
+endif()
+set(PXLWORKS_PLUGIN_BODIES ${PXLWORKS_PLUGIN_BODIES} CACHE INTERNAL "Units of each plug-in")
+
+# pxlworks_compile_as_plugin(TARGET)
+# Gives a target the compile options and libraries of a plug-in.
+function(pxlworks_compile_as_plugin name)
+  target_compile_features(${name} PRIVATE cxx_std_17)
+  target_compile_options(${name} PRIVATE ${PXLWORKS_PLUGIN_COMPILE_OPTIONS})
+  target_link_libraries(${name} PRIVATE pxlworks::pxl pxlworks::object_model TBB::tbb)
+  set_target_properties(${name} PROPERTIES
+    POSITION_INDEPENDENT_CODE ON
+    CXX_EXTENSIONS OFF
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON)
+endfunction()
+
 # pxlworks_add_plugin(NAME sources...)
 # Makes the target NAME, a library libNAME.so that exports nothing: the host takes note of its runners by their
 # constructors. Beside the host's libraries it is found by itself if NAME begins with pxlworks_pxl_.
 function(pxlworks_add_plugin name)
-  add_library(${name} MODULE ${ARGN})
-  target_compile_features(${name} PRIVATE cxx_std_17)
-  target_compile_options(${name} PRIVATE ${PXLWORKS_PLUGIN_COMPILE_OPTIONS})
-  target_link_libraries(${name} PRIVATE pxlworks::pxl pxlworks::object_model TBB::tbb)
+  if(NOT TARGET pxlworks_plugin_bodies)
+    add_library(pxlworks_plugin_bodies OBJECT ${PXLWORKS_PLUGIN_BODIES})
+    pxlworks_compile_as_plugin(pxlworks_plugin_bodies)
+  endif()
+  add_library(${name} MODULE ${ARGN} $<TARGET_OBJECTS:pxlworks_plugin_bodies>)
+  pxlworks_compile_as_plugin(${name})
   set(map "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/plugin.map")
   target_link_options(${name} PRIVATE "LINKER:--version-script=${map}")
   # Clang leaves the functions of its sanitizers to the program; elsewhere what is missing shows at build time.
   if(NOT (CMAKE_CXX_COMPILER_ID MATCHES "Clang" AND CMAKE_CXX_FLAGS MATCHES "-fsanitize"))
     target_link_options(${name} PRIVATE "LINKER:--no-undefined")
   endif()
-  set_target_properties(${name} PROPERTIES
-    LINK_DEPENDS "${map}"
-    CXX_EXTENSIONS OFF
-    CXX_VISIBILITY_PRESET hidden
-    VISIBILITY_INLINES_HIDDEN ON)
+  set_target_properties(${name} PROPERTIES LINK_DEPENDS "${map}")
 endfunction()

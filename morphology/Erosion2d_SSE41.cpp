@@ -1,8 +1,6 @@
 #include "Core/private/Helper/AutoRegisterRunnable.h"
 #include "morphology/MorphologyRules.h"
-#include "morphology/Neighborhood2dToValueSimd.h"
-#include "morphology/Neighborhood8ColumnsReductionSimd.h"
-#include "morphology/RunRecursive.h"
+#include "morphology/Passes2d.h"
 
 namespace pxl::morphology {
 
@@ -12,10 +10,10 @@ struct Erosion2dSSE41Dispatcher {
   template <class T>
   static void run(Erosion2d* algorithm) {
     if (algorithm->neighborhood == 0) {
-      Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_4Tag, access::NoDataType> cross;
+      CrossKernel<Functor> cross;
       runRecursive<Filter2dTag, Functor, T>(algorithm, cross, algorithm->numberOfIterations);
     } else {
-      Neighborhood8ColumnsReductionSimd<Functor, T, SimdVec::arch_128_tag> square;
+      SquareKernel<Functor, T> square;
       runRecursive<Filter2dTag, Functor, T>(algorithm, square, algorithm->numberOfIterations);
     }
   }

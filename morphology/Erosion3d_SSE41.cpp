@@ -1,8 +1,6 @@
 #include "Core/private/Helper/AutoRegisterRunnable.h"
 #include "morphology/MorphologyRules.h"
-#include "morphology/Neighborhood26PlansReductionSimd.h"
-#include "morphology/Neighborhood3dToValueSimd.h"
-#include "morphology/RunRecursive.h"
+#include "morphology/Passes3d.h"
 
 namespace pxl::morphology {
 
@@ -13,15 +11,15 @@ struct Erosion3dSSE41Dispatcher {
   static void run(Erosion3d* algorithm) {
     switch (algorithm->neighborhood.get()) {
       case 0: {
-        Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_6Tag, access::NoDataType> faces;
+        FacesKernel<Functor> faces;
         return runRecursive<Filter3dTag, Functor, T>(algorithm, faces, algorithm->numberOfIterations);
       }
       case 1: {
-        Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_18Tag, access::NoDataType> edges;
+        EdgesKernel<Functor> edges;
         return runRecursive<Filter3dTag, Functor, T>(algorithm, edges, algorithm->numberOfIterations);
       }
       default: {
-        Neighborhood26PlansReductionSimd<Functor, T, SimdVec::arch_128_tag> cube;
+        CubeKernel<Functor, T> cube;
         return runRecursive<Filter3dTag, Functor, T>(algorithm, cube, algorithm->numberOfIterations);
       }
     }

@@ -1,8 +1,6 @@
 #pragma once
 
-#include "morphology/Neighborhood26PlansReductionSimd.h"
-#include "morphology/Neighborhood3dToValueSimd.h"
-#include "morphology/RunRecursive.h"
+#include "morphology/Passes3d.h"
 #include "pxl/algorithms/AbstractPrivateImplementation.h"
 
 namespace pxl::morphology::details {
@@ -32,11 +30,11 @@ void FastMorphoBall3DSimd(BaseAlgorithm* algorithm, ImageModel const* input, uns
   algorithms::AbstractPrivateImplementation parent(algorithm);
   parent.setNumberOfSteps(1UL + (nbFaces != 0) + (nbEdges != 0));
   if (nbFaces != 0) {
-    Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_6Tag, access::NoDataType> faces;
+    FacesKernel<Functor> faces;
     runStage<Filter3dTag, Functor, T>(parent, faces, input, output, nbFaces);
   }
   if (nbEdges != 0) {
-    Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_18Tag, access::NoDataType> edges;
+    EdgesKernel<Functor> edges;
     runStage<Filter3dTag, Functor, T>(parent, edges, nbFaces != 0 ? output : input, output, nbEdges);
   }
   Neighborhood26PlansReductionSimd<Functor, T, Arch> cube;

@@ -1,8 +1,6 @@
 #pragma once
 
-#include "morphology/Neighborhood2dToValueSimd.h"
-#include "morphology/Neighborhood8ColumnsReductionSimd.h"
-#include "morphology/RunRecursive.h"
+#include "morphology/Passes2d.h"
 #include "pxl/algorithms/AbstractPrivateImplementation.h"
 
 namespace pxl::morphology::details {
@@ -23,7 +21,7 @@ void FastMorphoDisk2DSimd(BaseAlgorithm* algorithm, ImageModel const* input, uns
     Neighborhood8ColumnsReductionSimd<Functor, T, Arch> square;
     runStage<Filter2dTag, Functor, T>(parent, square, input, output, nbSquares);
   }
-  Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_4Tag, access::NoDataType> cross;
+  CrossKernel<Functor> cross;
   runStage<Filter2dTag, Functor, T>(parent, cross, nbSquares != 0 ? output : input, output, radius - nbSquares);
 }
 

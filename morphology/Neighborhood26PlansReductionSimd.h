@@ -1,15 +1,11 @@
 #pragma once
 
-#include <tbb/enumerable_thread_specific.h>
 #include <tbb/task_group.h>
 
-#include <array>
-#include <memory>
 #include <utility>
-#include <vector>
 
 #include "Core/private/Filters/RecursiveImageContext.h"
-#include "morphology/MinMaxFunctors.h"
+#include "Core/private/Morphology/MinMaxFunctors.h"
 #include "morphology/RowMemos.h"
 
 namespace pxl::morphology {
@@ -34,7 +30,7 @@ class Neighborhood26PlansReductionSimd : public RowMemos<T> {
     long const width = block.getNbCols(), height = block.getNbRows();
     unsigned long const nbCols = static_cast<unsigned long>(width), nbRows = static_cast<unsigned long>(height);
     auto [older, newer] = this->get(nbCols);
-    RowStarts& starts = m_starts->local();
+    auto& starts = m_starts.get();
     auto const fetch = [&](unsigned long slot, long plan) {
       inputPlans->fetchPlanInBlock(slot, nbCols + 2, nbRows + 2, block, -1, -1, plan, 0, 0)
           ->listRowStarts(starts[slot]);
@@ -73,11 +69,6 @@ class Neighborhood26PlansReductionSimd : public RowMemos<T> {
   using Vec = SimdVec::Simd<T>;
   static constexpr long L = Vec::cNbLanes;
 
-  /** Where the rows of the three source plans start, by their slots. */
-  using RowStarts = std::array<std::vector<T const*>, 3>;
-  using StartsOfThreads =
-      tbb::enumerable_thread_specific<RowStarts, tbb::cache_aligned_allocator<RowStarts>, tbb::ets_no_key>;
-
   /** One row of each of the three plans, from one column before the block. */
   struct SourceRows {
     T const* before;
@@ -113,8 +104,7 @@ class Neighborhood26PlansReductionSimd : public RowMemos<T> {
     }
   }
 
-  // Of each thread, kept like the memos: their memory serves all blocks.
-  std::shared_ptr<StartsOfThreads> m_starts = std::make_shared<StartsOfThreads>();
+  PlanStarts<T> m_starts;
 };
 
 }  // namespace pxl::morphology

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "Core/private/Filters/RecursiveImageContext.h"
-#include "morphology/MinMaxFunctors.h"
+#include "Core/private/Morphology/MinMaxFunctors.h"
 #include "morphology/RowMemos.h"
 
 namespace pxl::morphology {

@@ -2,10 +2,12 @@
 
 #include <tbb/enumerable_thread_specific.h>
 
+#include <array>
 #include <memory>
 #include <vector>
 
 #include "Core/private/Access/simd/AlignedAllocator.h"
+#include "pxl/VoxelTypes.h"
 
 namespace pxl::morphology {
 
@@ -19,20 +21,34 @@ struct RowMemos {
     T* newer;
   };
 
-  /** Those of the calling thread, for rows of at least `nbCols` voxels and the rest of a vector. */
-  Pair get(unsigned long nbCols) const {
-    Memo& first = firstMemos->local();
-    Memo& second = secondMemos->local();
-    // The second one is asked: where its growth failed, the first one is large already.
-    if (nbCols > second.size()) {
-      first.resize(nbCols);
-      second.resize(nbCols);
-    }
-    return {first.data(), second.data()};
-  }
+  RowMemos();
+  ~RowMemos();
 
-  std::shared_ptr<Memos> firstMemos = std::make_shared<Memos>();
-  std::shared_ptr<Memos> secondMemos = std::make_shared<Memos>();
+  /** Those of the calling thread, for rows of at least `nbCols` voxels and the rest of a vector. */
+  Pair get(unsigned long nbCols) const;
+
+  std::shared_ptr<Memos> firstMemos;
+  std::shared_ptr<Memos> secondMemos;
 };
+
+/** Where the rows of three plans start, by their slots, for each thread; kept like the memos. */
+template <class T>
+struct PlanStarts {
+  using Starts = std::array<std::vector<T const*>, 3>;
+  using OfThreads = tbb::enumerable_thread_specific<Starts, tbb::cache_aligned_allocator<Starts>, tbb::ets_no_key>;
+
+  PlanStarts();
+  ~PlanStarts();
+
+  Starts& get() const;
+
+  std::shared_ptr<OfThreads> starts;
+};
+
+#define PXL_COMPILED_ONCE(T)          \
+  extern template struct RowMemos<T>; \
+  extern template struct PlanStarts<T>;
+PXL_FOR_EACH_VOXEL_TYPE(PXL_COMPILED_ONCE)
+#undef PXL_COMPILED_ONCE
 
 }  // namespace pxl::morphology

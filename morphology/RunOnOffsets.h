@@ -3,26 +3,37 @@
 #include <utility>
 #include <vector>
 
-#include "morphology/Neighborhood2dToValueSimd.h"
-#include "morphology/Neighborhood3dToValueSimd.h"
-#include "morphology/RunRecursive.h"
+#include "Core/private/Morphology/Neighborhood2dToValueSimd.h"
+#include "Core/private/Morphology/Neighborhood3dToValueSimd.h"
+#include "Core/private/Morphology/RunRecursive.h"
 
 namespace pxl::morphology {
 
 /** One pass over the images of an algorithm with a list of offsets, plan by plan. */
 template <class Functor, class T, class Algo>
 void runOnOffsets(Algo* algorithm, std::vector<kernel::Offset2D> offsets) {
-  Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_GenTag, std::vector<kernel::Offset2D>> element(
-      std::move(offsets));
+  ListKernel2d<Functor> element(std::move(offsets));
   runRecursive<Filter2dTag, Functor, T>(algorithm, element, 1);
 }
 
 /** The same in the volume. */
 template <class Functor, class T, class Algo>
 void runOnOffsets(Algo* algorithm, std::vector<kernel::Offset3D> offsets) {
-  Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_GenTag, std::vector<kernel::Offset3D>> element(
-      std::move(offsets));
+  ListKernel3d<Functor> element(std::move(offsets));
   runRecursive<Filter3dTag, Functor, T>(algorithm, element, 1);
 }
+
+// Compiled once for the operators that share them, in RunOnOffsets.cpp.
+#define PXL_COMPILED_ONCE(T)                                                        \
+  extern template struct MorphologyFilter<Filter2dTag, details::DilationFunctor, T, \
+                                          ListKernel2d<details::DilationFunctor>>;  \
+  extern template struct MorphologyFilter<Filter2dTag, details::ErosionFunctor, T,  \
+                                          ListKernel2d<details::ErosionFunctor>>;   \
+  extern template struct MorphologyFilter<Filter3dTag, details::DilationFunctor, T, \
+                                          ListKernel3d<details::DilationFunctor>>;  \
+  extern template struct MorphologyFilter<Filter3dTag, details::ErosionFunctor, T,  \
+                                          ListKernel3d<details::ErosionFunctor>>;
+PXL_FOR_EACH_VOXEL_TYPE(PXL_COMPILED_ONCE)
+#undef PXL_COMPILED_ONCE
 
 }  // namespace pxl::morphology

@@ -46,14 +46,11 @@ class RecursiveDriverOf : public testing::Test {
     algorithm->setMaximumExtraMemoryUsageInBytes(extraMemory);
     if (region) algorithm->setProcessingRegion(*region);
     CountingKernel kernel;
-    Outcome outcome{};
     recorder.reset();
-    pxl::morphology::withRecursiveFilter<Tag, DilationFunctor, T>(
-        algorithm.get(), kernel, input.get(), output.get(), nbIterations, [&](auto& filter) {
-          withThreads(1, [&] { filter.run(); });
-          outcome = {kernel.nbVoxels, filter.m_progress, filter.m_maxProgress, kernel.positions};
-        });
-    return outcome;
+    pxl::morphology::MorphologyFilter<Tag, DilationFunctor, T, CountingKernel> passes(
+        algorithm.get(), kernel, input.get(), output.get(), nbIterations);
+    withThreads(1, [&] { passes.run(); });
+    return {kernel.nbVoxels, passes.filter.m_progress, passes.filter.m_maxProgress, kernel.positions};
   }
 
   template <class Tag>

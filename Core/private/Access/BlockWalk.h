@@ -4,6 +4,10 @@
 
 namespace pxl::access {
 
+/** The voxels in 128 bits. The iterators of this width are compiled once for each plug-in, see CompiledOnce.cpp. */
+template <class T>
+inline constexpr long cNbLanes128 = 16 / static_cast<long>(sizeof(T));
+
 /** Where an iterator stands in its block. Coordinates are relative to the block's first voxel. */
 template <class T>
 struct BlockWalk {

@@ -40,8 +40,8 @@ struct NeighborhoodWalk2D {
 template <class V, long L>
 class IteratorNeighborhood2D_4 : public NeighborhoodWalk2D, private Noncopyable {
  public:
-  IteratorNeighborhood2D_4(std::shared_ptr<V const> inputView, NoDataType)
-      : m_view(std::move(inputView)), m_cache(m_view->createRowCacheRead(3)) {}
+  IteratorNeighborhood2D_4(std::shared_ptr<V const> inputView, NoDataType);
+  ~IteratorNeighborhood2D_4();
 
   void init(Block2d const& block);
 
@@ -70,10 +70,7 @@ class IteratorNeighborhood2D_4 : public NeighborhoodWalk2D, private Noncopyable 
  private:
   using Row = InputRow<V, typename V::Allocator>;
 
-  Row* fetch(unsigned long slot, long rowOffset) {
-    unsigned long const nbVoxels = static_cast<unsigned long>(m_block.getNbCols()) + 2;
-    return m_cache->fetchRowInBlock(slot, nbVoxels, m_block, -1, rowOffset, 0, 0, 0);
-  }
+  Row* fetch(unsigned long slot, long rowOffset);
   void pointToRowStart();
 
   std::shared_ptr<V const> m_view;
@@ -96,6 +93,7 @@ class IteratorNeighborhood2D_Gen : public NeighborhoodWalk2D, private Noncopyabl
  public:
   /** The list must not be empty. */
   IteratorNeighborhood2D_Gen(std::shared_ptr<V const> inputView, std::vector<kernel::Offset2D> offsetList);
+  ~IteratorNeighborhood2D_Gen();
 
   void init(Block2d const& block);
 
@@ -117,9 +115,7 @@ class IteratorNeighborhood2D_Gen : public NeighborhoodWalk2D, private Noncopyabl
  private:
   using Row = InputRow<V, typename V::Allocator>;
 
-  Row* fetch(unsigned long slot, long rowOffset) {
-    return m_cache->fetchRowInBlock(slot, m_rowLength, m_block, m_minCol, rowOffset, 0, 0, 0);
-  }
+  Row* fetch(unsigned long slot, long rowOffset);
   void pointToRowStart();
 
   std::shared_ptr<V const> m_view;

@@ -63,6 +63,37 @@ struct ListedOffsets3D {
   std::vector<kernel::Offset3D> list;
 };
 
+/** The plans that a walk has read, of which the lowest is first. */
+template <class V>
+class PlanRing {
+ public:
+  PlanRing(std::shared_ptr<V const> inputView, NeighborhoodReach3D const& reach);
+  ~PlanRing();
+
+  /** Reads all plans around the block's first one. */
+  void init(Block3d const& block);
+  /** Replaces the lowest plan by the one after the highest, where `plan` is the walk's next one. */
+  void advance(long plan);
+
+  /** Where the rows of a plan start, both counted from the first that was read. */
+  typename V::VoxelType const* const* getRows(long plan) const { return m_plans.data()[plan].rows.data(); }
+
+ private:
+  /** A plan that was read; `rows` are the starts of its rows, at hand for the pointers of each row. */
+  struct RingPlan {
+    unsigned long slot;
+    std::vector<typename V::VoxelType const*> rows;
+  };
+
+  void fetch(RingPlan& plan, long planOffset) const;
+
+  NeighborhoodReach3D m_reach;
+  std::shared_ptr<V const> m_view;
+  std::shared_ptr<PlanCacheRead<V, typename V::Allocator>> m_cache;
+  Block3d m_block;
+  std::vector<RingPlan> m_plans;
+};
+
 /**
  * Gives one pointer for each offset of a neighbourhood, in its order, to the vectors around the current one. A ring
  * of as many plans as the neighbourhood spans is read, each a margin larger than the block, so that a step to the
@@ -71,6 +102,8 @@ struct ListedOffsets3D {
 template <class V, long L, class Offsets>
 class NeighborhoodWalk3D : private Noncopyable {
  public:
+  ~NeighborhoodWalk3D();
+
   void init(Block3d const& block);
 
   void advance() {
@@ -100,19 +133,9 @@ class NeighborhoodWalk3D : private Noncopyable {
   NeighborhoodReach3D m_reach;
 
  private:
-  /** A plan that was read; `rows` are the starts of its rows, at hand for the pointers of each row. */
-  struct RingPlan {
-    unsigned long slot;
-    std::vector<typename V::VoxelType const*> rows;
-  };
-
-  void fetch(RingPlan& plan, long planOffset) const;
   void pointToRowStart();
 
-  std::shared_ptr<V const> m_view;
-  std::shared_ptr<PlanCacheRead<V, typename V::Allocator>> m_cache;
-  Block3d m_block;
-  std::vector<RingPlan> m_ring;  ///< lowest plan first
+  PlanRing<V> m_ring;
 };
 
 template <class V, long L, class Tag>

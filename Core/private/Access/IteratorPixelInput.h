@@ -14,15 +14,15 @@ namespace pxl::access {
 template <class V, long L>
 class IteratorPixelInput : public BlockWalk<typename V::VoxelType>, private Noncopyable {
  public:
-  IteratorPixelInput(std::shared_ptr<V const> inputView, OverlapBorder overlap)
-      : m_view(std::move(inputView)), m_cache(m_view->createRowCacheRead(1)), m_overlap(overlap) {}
+  IteratorPixelInput(std::shared_ptr<V const> inputView, OverlapBorder overlap);
+  ~IteratorPixelInput();
 
   /**
    * Stands at the first vector of the block. With `roundRowToVector` each row is read up to whole vectors, so that
    * the surplus lanes of its last one hold voxels too: those next to the block, or the border's.
    */
-  void init(Block2d const& block, bool roundRowToVector) { initAny(block, roundRowToVector); }
-  void init(Block3d const& block, bool roundRowToVector) { initAny(block, roundRowToVector); }
+  void init(Block2d const& block, bool roundRowToVector);
+  void init(Block3d const& block, bool roundRowToVector);
 
   /** One vector further. At the end of the block the iterator holds still. */
   void advance() {
@@ -35,36 +35,14 @@ class IteratorPixelInput : public BlockWalk<typename V::VoxelType>, private Nonc
   }
 
   /** On to the first vector of the next row, from any vector of a row. */
-  void advanceRow() {
-    if (this->row < this->lastRow) {
-      ++this->row;
-    } else {
-      if (this->plan++ >= this->lastPlan) return;
-      this->row = 0;
-    }
-    this->col = 0;
-    this->current = fetch();
-  }
+  void advanceRow();
 
  private:
   using T = typename V::VoxelType;
 
   template <class AnyBlock>
-  void initAny(AnyBlock const& block, bool roundRowToVector) {
-    m_block.init(block);
-    long const nbCols = block.getNbCols();
-    m_nbVoxelsPerRow = static_cast<unsigned long>(roundRowToVector ? (nbCols + L - 1) / L * L : nbCols);
-    this->row = 0;
-    this->plan = 0;
-    this->start(block, L, fetch());
-  }
-
-  T* fetch() {
-    m_row = m_block.visit([this](auto const& block) {
-      return m_cache->fetchRowInBlock(0, m_nbVoxelsPerRow, block, 0, this->row, this->plan, 0, 0);
-    });
-    return m_row->voxels.data();
-  }
+  void initAny(AnyBlock const& block, bool roundRowToVector);
+  T* fetch();
 
   std::shared_ptr<V const> m_view;
   std::shared_ptr<RowCacheRead<V, typename V::Allocator>> m_cache;
@@ -75,3 +53,5 @@ class IteratorPixelInput : public BlockWalk<typename V::VoxelType>, private Nonc
 };
 
 }  // namespace pxl::access
+
+#include "Core/private/Access/IteratorPixelInput.impl"

@@ -15,14 +15,11 @@ template <class V, long L>
 class IteratorPixelOutput : public BlockWalk<typename V::VoxelType>, private Noncopyable {
  public:
   /** With `readOldValues` each row starts with the image's voxels, else with whatever the buffer holds. */
-  IteratorPixelOutput(std::shared_ptr<V> outputView, bool readOldValues, OverlapBorder overlap)
-      : m_view(std::move(outputView)),
-        m_cache(m_view->createRowCacheReadWrite(1)),
-        m_readOldValues(readOldValues),
-        m_overlap(overlap) {}
+  IteratorPixelOutput(std::shared_ptr<V> outputView, bool readOldValues, OverlapBorder overlap);
+  ~IteratorPixelOutput();
 
-  void init(Block2d const& block) { initAny(block); }
-  void init(Block3d const& block) { initAny(block); }
+  void init(Block2d const& block);
+  void init(Block3d const& block);
 
   void advance() {
     if (this->col < this->lastCol) {
@@ -34,37 +31,14 @@ class IteratorPixelOutput : public BlockWalk<typename V::VoxelType>, private Non
   }
 
   /** Writes the finished row and goes on to the next, from any vector of it. */
-  void advanceRow() {
-    m_block.visit([this](auto const& block) { m_row->writeRow(block, m_overlap); });
-    if (this->row < this->lastRow) {
-      ++this->row;
-    } else {
-      if (this->plan++ >= this->lastPlan) return;
-      this->row = 0;
-    }
-    this->col = 0;
-    this->current = getRow();
-  }
+  void advanceRow();
 
  private:
   using T = typename V::VoxelType;
 
   template <class AnyBlock>
-  void initAny(AnyBlock const& block) {
-    m_block.init(block);
-    m_nbVoxelsPerRow = static_cast<unsigned long>(block.getNbCols());
-    this->row = 0;
-    this->plan = 0;
-    this->start(block, L, getRow());
-  }
-
-  T* getRow() {
-    m_row = m_block.visit([this](auto const& block) {
-      return m_readOldValues ? m_cache->fetchRowInBlock(0, m_nbVoxelsPerRow, block, 0, this->row, this->plan, 0, 0)
-                             : m_cache->getRowInBlock(0, m_nbVoxelsPerRow, block, 0, this->row, this->plan, 0, 0);
-    });
-    return m_row->voxels.data();
-  }
+  void initAny(AnyBlock const& block);
+  T* getRow();
 
   std::shared_ptr<V> m_view;
   std::shared_ptr<RowCacheReadWrite<V, typename V::Allocator>> m_cache;
@@ -76,3 +50,5 @@ class IteratorPixelOutput : public BlockWalk<typename V::VoxelType>, private Non
 };
 
 }  // namespace pxl::access
+
+#include "Core/private/Access/IteratorPixelOutput.impl"

@@ -24,9 +24,10 @@ class RowCacheRead : private Noncopyable {
 
   /** `count` slots with empty buffers; `planSlot` is the slot of this cache in a plan cache. */
   RowCacheRead(V const* sourceView, unsigned long count, unsigned long planSlot);
+  ~RowCacheRead();
 
   /** Makes the row of a slot anew, as those that the constructor made. */
-  void makeRow(unsigned long slot) { rows[slot] = std::make_shared<Row>(slot); }
+  void makeRow(unsigned long slot);
 
   /** Fills the row of a slot with the voxels at that place. */
   template <class AnyBlock>
@@ -34,10 +35,7 @@ class RowCacheRead : private Noncopyable {
                        long rowOffset, long planOffset, long sequenceOffset, long spectralOffset) const;
 
   /** The addresses of the first voxels of all rows in use, side by side: the rows lie all over the memory. */
-  void listRowStarts(std::vector<typename V::VoxelType const*>& starts) const {
-    starts.resize(nbRowsInUse);
-    for (unsigned long i = 0; i < nbRowsInUse; ++i) starts[i] = rows[i]->voxels.data();
-  }
+  void listRowStarts(std::vector<typename V::VoxelType const*>& starts) const;
 
   std::vector<std::shared_ptr<Row>> rows;
   unsigned long nbRowsInUse;
@@ -53,8 +51,9 @@ class RowCacheReadWrite : private Noncopyable {
   using Row = OuputRow<V, A>;
 
   RowCacheReadWrite(V* targetView, unsigned long count, unsigned long planSlot);
+  ~RowCacheReadWrite();
 
-  void makeRow(unsigned long slot) { rows[slot] = std::make_shared<Row>(slot, view); }
+  void makeRow(unsigned long slot);
 
   /** Places the row of a slot; its voxels are whatever they were. */
   template <class AnyBlock>
@@ -79,6 +78,7 @@ class PlanCacheRead : private Noncopyable {
   using Plan = RowCacheRead<V, A>;
 
   PlanCacheRead(V const* sourceView, unsigned long count);
+  ~PlanCacheRead();
 
   /** Fills rows 0 to `nbRows` - 1 of the plan of a slot; row i is at `rowOffset` + i. */
   template <class AnyBlock>
@@ -97,6 +97,7 @@ class PlanCacheReadWrite : private Noncopyable {
   using Plan = RowCacheReadWrite<V, A>;
 
   PlanCacheReadWrite(V* targetView, unsigned long count);
+  ~PlanCacheReadWrite();
 
   /** Places rows 0 to `nbRows` - 1 of the plan of a slot; nothing is read. */
   template <class AnyBlock>

@@ -28,22 +28,14 @@ class PassContext : private Noncopyable {
       tbb::enumerable_thread_specific<std::shared_ptr<Cache>, tbb::cache_aligned_allocator<std::shared_ptr<Cache>>,
                                       tbb::ets_no_key>;
 
-  PassContext(std::shared_ptr<InputView const> inputView, std::shared_ptr<OutputView> outputView)
-      : input(std::move(inputView)), output(std::move(outputView)) {}
+  PassContext(std::shared_ptr<InputView const> inputView, std::shared_ptr<OutputView> outputView);
+  ~PassContext();
 
   /** Each puts a new cache of `count` slots into the calling thread's slot, whatever stood there, and returns it. */
-  std::shared_ptr<InputRowCache> createInputRowCache(unsigned long count) {
-    return inputRowCaches.local() = input->createRowCacheRead(count);
-  }
-  std::shared_ptr<OutputRowCache> createOuputRowCache(unsigned long count) {
-    return outputRowCaches.local() = output->createRowCacheReadWrite(count);
-  }
-  std::shared_ptr<InputPlanCache> createInputPlanCache(unsigned long count) {
-    return inputPlanCaches.local() = input->createPlanCacheRead(count);
-  }
-  std::shared_ptr<OutputPlanCache> createOuputPlanCache(unsigned long count) {
-    return outputPlanCaches.local() = output->createPlanCacheReadWrite(count);
-  }
+  std::shared_ptr<InputRowCache> createInputRowCache(unsigned long count);
+  std::shared_ptr<OutputRowCache> createOuputRowCache(unsigned long count);
+  std::shared_ptr<InputPlanCache> createInputPlanCache(unsigned long count);
+  std::shared_ptr<OutputPlanCache> createOuputPlanCache(unsigned long count);
 
   /** Whether the pass reads and writes one image. */
   bool isInPlace() const {
@@ -66,3 +58,5 @@ class RecursiveImageContext final : public PassContext<In, Out, Arch> {
 };
 
 }  // namespace pxl
+
+#include "Core/private/Filters/RecursiveImageContext.impl"

@@ -3,10 +3,10 @@
 
 #include <new>
 
+#include "Core/private/Morphology/Neighborhood2dToValueSimd.h"
+#include "Core/private/Morphology/RunRecursive.h"
 #include "access/memory/MallocHook.h"
-#include "morphology/Neighborhood2dToValueSimd.h"
 #include "morphology/Neighborhood8ColumnsReductionSimd.h"
-#include "morphology/RunRecursive.h"
 #include "morphology/support/MorphologyOracle.h"
 #include "oracle/HostImages.h"
 #include "oracle/VoxelTypeTests.h"

@@ -3,9 +3,8 @@
 #include <memory>
 #include <vector>
 
-#include "morphology/Neighborhood2dToValueSimd.h"
-#include "morphology/Neighborhood8ColumnsReductionSimd.h"
-#include "morphology/RunRecursive.h"
+#include "morphology/Passes2d.h"
+#include "morphology/RunOnOffsets.h"
 #include "support/Runs.h"
 
 /** The kernels of plans as a test holds them, without the plug-in. */
@@ -19,12 +18,11 @@ using pxl::morphology::details::DilationFunctor;
 using pxl::morphology::details::ErosionFunctor;
 
 template <class Functor>
-using Cross =
-    pxl::morphology::Neighborhood2dToValueSimd<Functor, pxl::access::Neighborhood2D_4Tag, pxl::access::NoDataType>;
+using Cross = pxl::morphology::CrossKernel<Functor>;
 template <class Functor>
-using General = pxl::morphology::Neighborhood2dToValueSimd<Functor, pxl::access::Neighborhood2D_GenTag, Offsets>;
+using General = pxl::morphology::ListKernel2d<Functor>;
 template <class Functor, class T>
-using Square = pxl::morphology::Neighborhood8ColumnsReductionSimd<Functor, T, Arch>;
+using Square = pxl::morphology::SquareKernel<Functor, T>;
 
 template <class Functor>
 constexpr Operation cOperationOf =

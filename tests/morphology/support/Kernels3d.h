@@ -2,8 +2,7 @@
 
 #include <vector>
 
-#include "morphology/Neighborhood26PlansReductionSimd.h"
-#include "morphology/Neighborhood3dToValueSimd.h"
+#include "morphology/Passes3d.h"
 #include "support/Kernels2d.h"
 
 /** The kernels of volumes as a test holds them, without the plug-in. */
@@ -13,15 +12,13 @@ using pxl::access::Block3d;
 using Offsets3d = std::vector<pxl::kernel::Offset3D>;
 
 template <class Functor>
-using Faces =
-    pxl::morphology::Neighborhood3dToValueSimd<Functor, pxl::access::Neighborhood3D_6Tag, pxl::access::NoDataType>;
+using Faces = pxl::morphology::FacesKernel<Functor>;
 template <class Functor>
-using Edges =
-    pxl::morphology::Neighborhood3dToValueSimd<Functor, pxl::access::Neighborhood3D_18Tag, pxl::access::NoDataType>;
+using Edges = pxl::morphology::EdgesKernel<Functor>;
 template <class Functor>
-using General3d = pxl::morphology::Neighborhood3dToValueSimd<Functor, pxl::access::Neighborhood3D_GenTag, Offsets3d>;
+using General3d = pxl::morphology::ListKernel3d<Functor>;
 template <class Functor, class T>
-using Cube = pxl::morphology::Neighborhood26PlansReductionSimd<Functor, T, Arch>;
+using Cube = pxl::morphology::CubeKernel<Functor, T>;
 
 /** The oracle's result of a list, `count` times. */
 template <class T>

@@ -3,8 +3,8 @@
 #include <vector>
 
 #include "Core/private/Access/IteratorNeighborhood3D.h"
-#include "morphology/FoldNeighbours.h"
-#include "morphology/MinMaxFunctors.h"
+#include "Core/private/Morphology/FoldNeighbours.h"
+#include "Core/private/Morphology/MinMaxFunctors.h"
 
 namespace pxl::morphology {
 
@@ -96,5 +96,12 @@ class Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_GenTag, std::vec
 
   std::vector<kernel::Offset3D> offsets;
 };
+
+template <class Functor>
+using FacesKernel = Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_6Tag, access::NoDataType>;
+template <class Functor>
+using EdgesKernel = Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_18Tag, access::NoDataType>;
+template <class Functor>
+using ListKernel3d = Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_GenTag, std::vector<kernel::Offset3D>>;
 
 }  // namespace pxl::morphology

@@ -3,8 +3,8 @@
 #include <vector>
 
 #include "Core/private/Access/IteratorNeighborhood2D.h"
-#include "morphology/FoldNeighbours.h"
-#include "morphology/MinMaxFunctors.h"
+#include "Core/private/Morphology/FoldNeighbours.h"
+#include "Core/private/Morphology/MinMaxFunctors.h"
 
 namespace pxl::morphology {
 
@@ -58,5 +58,10 @@ class Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_GenTag, std::vec
 
   std::vector<kernel::Offset2D> offsets;
 };
+
+template <class Functor>
+using CrossKernel = Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_4Tag, access::NoDataType>;
+template <class Functor>
+using ListKernel2d = Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_GenTag, std::vector<kernel::Offset2D>>;
 
 }  // namespace pxl::morphology
