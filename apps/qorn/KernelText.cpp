@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "pxl/Exception.h"
+#include "pxl/Limits.h"
 #include "pxl/access/View.h"
 #include "qorn/Errors.h"
 #include "qorn/NumberText.h"
@@ -12,8 +13,6 @@
 
 namespace qorn {
 namespace {
-
-constexpr unsigned long cMaxNbTaps = 1000000;
 
 struct KernelArray {
   long plans;
@@ -69,7 +68,9 @@ KernelArray readArray(std::string const& what, std::string const& path, int rank
       throw UsageError(
           what, "the file has " + std::to_string(header.rank) + " dimensions and the kernel " + std::to_string(rank));
     }
-    if (io::getNbVoxels(header) > cMaxNbTaps) throw UsageError(what, "a kernel has at most 1000000 coefficients");
+    if (io::getNbVoxels(header) > pxl::limits::cMaxNbOffsets) {
+      throw UsageError(what, "a kernel has at most " + std::to_string(pxl::limits::cMaxNbOffsets) + " coefficients");
+    }
   };
   io::ImageFile const file = io::readImage(path, options);
   pxl::ImageModel const* const image = file.image.get();
@@ -95,27 +96,38 @@ std::vector<long> parseOrigin(std::string const& text, int rank) {
   return origin;
 }
 
-}  // namespace
-
-void setKernel(pxl::PropertyBase& property, std::string const& value, std::optional<std::string> const& origin) {
+template <class Kernel>
+void setKernelOfRank(pxl::Property<Kernel>& property, std::string const& value,
+                     std::optional<std::string> const& origin) {
+  constexpr int rank = std::is_same_v<Kernel, pxl::kernel::Kernel2D> ? 2 : 3;
+  if (value.empty()) throw UsageError(property.getName(), "has no value");
   std::string const what = std::string(property.getName()) + "=" + value;
-  int const rank = property.getKind() == pxl::PropertyKinds::cKernel2D ? 2 : 3;
   KernelArray const array = io::getSuffix(value) == ".npy" ? readArray(what, value, rank) : parseArray(what, value);
   if (rank == 2 && array.plans != 1) throw UsageError(what, "a 2-D kernel has no plans");
   std::vector<long> const at =
       origin ? parseOrigin(*origin, rank) : std::vector<long>{array.cols / 2, array.rows / 2, array.plans / 2};
   double const* const coefficients = array.coefficients.data();
   try {
-    if (rank == 2) {
-      dynamic_cast<pxl::Property<pxl::kernel::Kernel2D>&>(property).set(
-          pxl::kernel::Kernel2D(coefficients, array.rows, array.cols, at[1], at[0]));
+    if constexpr (rank == 2) {
+      property.set(Kernel(coefficients, array.rows, array.cols, at[1], at[0]));
     } else {
-      dynamic_cast<pxl::Property<pxl::kernel::Kernel3D>&>(property).set(
-          pxl::kernel::Kernel3D(coefficients, array.plans, array.rows, array.cols, at[2], at[1], at[0]));
+      property.set(Kernel(coefficients, array.plans, array.rows, array.cols, at[2], at[1], at[0]));
     }
   } catch (pxl::InvalidCall const& error) {
     throw UsageError(property.getName(), error.what());
   }
+}
+
+}  // namespace
+
+void setKernel(pxl::Property<pxl::kernel::Kernel2D>& property, std::string const& value,
+               std::optional<std::string> const& origin) {
+  setKernelOfRank(property, value, origin);
+}
+
+void setKernel(pxl::Property<pxl::kernel::Kernel3D>& property, std::string const& value,
+               std::optional<std::string> const& origin) {
+  setKernelOfRank(property, value, origin);
 }
 
 }  // namespace qorn

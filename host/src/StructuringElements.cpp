@@ -7,11 +7,13 @@
 #include <string>
 
 #include "Raise.h"
+#include "pxl/Limits.h"
 
 namespace pxl::kernel {
 namespace {
 
-constexpr unsigned long cMaxNbVoxels = 1000000;
+using limits::cMaxNbOffsets;
+
 // Beyond it every round element is too large, so that its voxels needn't be counted one by one.
 constexpr unsigned long cMaxCountedRadius = 1000;
 constexpr double cPi = 3.14159265358979323846;
@@ -19,11 +21,12 @@ constexpr double cPi = 3.14159265358979323846;
 constexpr double cTolerance = 1e-9;
 
 [[noreturn]] void refuse(std::string const& nbVoxels) {
-  PXL_RAISE(InvalidCall, "a structuring element has at most 1000000 voxels, this one would need " + nbVoxels);
+  PXL_RAISE(InvalidCall, "a structuring element has at most " + std::to_string(cMaxNbOffsets) +
+                             " voxels, this one would need " + nbVoxels);
 }
 
 void checkNbVoxels(unsigned long nbVoxels) {
-  if (nbVoxels > cMaxNbVoxels) refuse(std::to_string(nbVoxels));
+  if (nbVoxels > cMaxNbOffsets) refuse(std::to_string(nbVoxels));
 }
 
 /** @param nbVoxels an estimate for large radii */

@@ -4,9 +4,14 @@
 #include "pxl/Property.h"
 
 /**
- * Grey-scale dilation (largest voxel of a neighbourhood) and erosion (smallest). Input and output have the same
- * sizes; they may be the same image. See Serra, Image Analysis and Mathematical Morphology, 1982, and Soille,
- * Morphological Image Analysis, 2003.
+ * Grey-scale dilation (largest voxel of a neighbourhood) and erosion (smallest):
+ *
+ *   dilation  out(p) = max { in(p + b) : b in B }
+ *   erosion   out(p) = min { in(p + b) : b in B }
+ *
+ * The structuring element B holds the voxel itself, b = 0. kernel/StructuringElements.h makes those of the exact
+ * shapes. Input and output have the same sizes; they may be the same image. See Serra, Image Analysis and
+ * Mathematical Morphology, 1982, and Soille, Morphological Image Analysis, 2003.
  *
  * Voxels beyond the image's edge have the lowest finite value of the type for a dilation, the highest for an erosion:
  * they never win against finite voxels. Other reals follow the processor:
@@ -21,6 +26,39 @@
  */
 namespace pxl::morphology {
 
+/**
+ * The neighbourhoods in a plan, each with the voxel itself, O. Any other number counts as cSquare.
+ *
+ *   cCross  . # .   cSquare  # # #
+ *           # O #            # O #
+ *           . # .            # # #
+ */
+enum Neighborhoods2d : int { cCross = 0, cSquare = 1 };
+
+/**
+ * The neighbourhoods in a volume, each with the voxel itself, O; the plans before and after, and the voxel's own. Any
+ * other number counts as cCube.
+ *
+ *   cFaces  . . .  . # .   cEdges  . # .  # # #   cCube  # # #  # # #
+ *           . # .  # O #           # # #  # O #          # # #  # O #
+ *           . . .  . # .           . # .  # # #          # # #  # # #
+ */
+enum Neighborhoods3d : int { cFaces = 0, cEdges = 1, cCube = 2 };
+
+/** How exact a disk or ball is. Any other number counts as cExactShape. */
+enum ShapeModes : int { cFastShape = 0, cExactShape = 1 };
+
+inline constexpr Choice cNeighborhood2dNames[] = {{"cross", cCross, "the 4 neighbours that share an edge"},
+                                                  {"square", cSquare, "all 8; so does any other number"}};
+
+inline constexpr Choice cNeighborhood3dNames[] = {{"faces", cFaces, "the 6 neighbours that share a face"},
+                                                  {"edges", cEdges, "the 18 that share a face or an edge"},
+                                                  {"cube", cCube, "all 26; so does any other number"}};
+
+inline constexpr Choice cShapeModeNames[] = {
+    {"fast", cFastShape, "an octagon or polyhedron; with radius 0 the output stays untouched"},
+    {"exact", cExactShape, "all voxels within the radius; so does any other number"}};
+
 /** Properties of the operators that repeat an elementary step. */
 class PXL_API IteratedMorphology : public BaseAlgorithm {
  public:
@@ -29,6 +67,7 @@ class PXL_API IteratedMorphology : public BaseAlgorithm {
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
   Property<unsigned int> numberOfIterations{*this, "numberOfIterations", 1,
                                             "how often the step is repeated; with 0 the output stays untouched"};
+  /** Neighborhoods2d or Neighborhoods3d. */
   Property<int> neighborhood;
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
@@ -37,7 +76,7 @@ class PXL_API IteratedMorphology : public BaseAlgorithm {
   double estimateSteps() const override;
 
  protected:
-  IteratedMorphology(int defaultNeighborhood, char const* neighborhoodHelp);
+  IteratedMorphology(int defaultNeighborhood, Choices const& neighborhoods);
 };
 
 /**
@@ -51,10 +90,8 @@ class PXL_API RadiusMorphology : public BaseAlgorithm {
 
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
   Property<unsigned int> radius{*this, "radius", 1, "radius in voxels"};
-  Property<int> shapeMode{
-      *this, "shapeMode", 0,
-      "0 a fast polygon or polyhedron, else the exact shape; fast with radius 0 leaves the output "
-      "untouched"};
+  /** ShapeModes */
+  Property<int> shapeMode{*this, "shapeMode", cFastShape, cShapeModeNames, "how the shape is made"};
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
   String getNotice() const override;
@@ -120,30 +157,131 @@ class PXL_API Line3dMorphology : public BaseAlgorithm {
   Line3dMorphology();
 };
 
-#define PXL_MORPHOLOGY_OPERATOR(Name, Base) \
-  class PXL_API Name : public Base {        \
-   public:                                  \
-    Name();                                 \
-    ~Name() override;                       \
-    static AlgoInfo* getClassInfo();        \
-    AlgoInfo* getAlgoInfo() const override; \
-  };
+/** Largest neighbour in each plan: numberOfIterations times out(p) = max in(p + b), b in a cross or square. */
+class PXL_API Dilation2d : public IteratedMorphology {
+ public:
+  Dilation2d();
+  ~Dilation2d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
 
-PXL_MORPHOLOGY_OPERATOR(Dilation2d, IteratedMorphology)
-PXL_MORPHOLOGY_OPERATOR(Dilation3d, IteratedMorphology)
-PXL_MORPHOLOGY_OPERATOR(DilationBall3d, RadiusMorphology)
-PXL_MORPHOLOGY_OPERATOR(DilationDisk2d, RadiusMorphology)
-PXL_MORPHOLOGY_OPERATOR(DilationDisk3d, OrientedDiskMorphology)
-PXL_MORPHOLOGY_OPERATOR(DilationLine2d, Line2dMorphology)
-PXL_MORPHOLOGY_OPERATOR(DilationLine3d, Line3dMorphology)
-PXL_MORPHOLOGY_OPERATOR(Erosion2d, IteratedMorphology)
-PXL_MORPHOLOGY_OPERATOR(Erosion3d, IteratedMorphology)
-PXL_MORPHOLOGY_OPERATOR(ErosionBall3d, RadiusMorphology)
-PXL_MORPHOLOGY_OPERATOR(ErosionDisk2d, RadiusMorphology)
-PXL_MORPHOLOGY_OPERATOR(ErosionDisk3d, OrientedDiskMorphology)
-PXL_MORPHOLOGY_OPERATOR(ErosionLine2d, Line2dMorphology)
-PXL_MORPHOLOGY_OPERATOR(ErosionLine3d, Line3dMorphology)
+/** Largest neighbour in the volume: numberOfIterations times out(p) = max in(p + b), b in one of Neighborhoods3d. */
+class PXL_API Dilation3d : public IteratedMorphology {
+ public:
+  Dilation3d();
+  ~Dilation3d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
 
-#undef PXL_MORPHOLOGY_OPERATOR
+/** Largest voxel of a ball: out(p) = max in(p + b), |b| <= radius, or b in the polyhedron of fast steps. */
+class PXL_API DilationBall3d : public RadiusMorphology {
+ public:
+  DilationBall3d();
+  ~DilationBall3d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Largest voxel of a disk in each plan: out(p) = max in(p + b), |b| <= radius, or b in the octagon of fast steps. */
+class PXL_API DilationDisk2d : public RadiusMorphology {
+ public:
+  DilationDisk2d();
+  ~DilationDisk2d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Largest voxel of a flat disk in the volume: out(p) = max in(p + b), b in a digital plane, |b| <= radius. */
+class PXL_API DilationDisk3d : public OrientedDiskMorphology {
+ public:
+  DilationDisk3d();
+  ~DilationDisk3d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Largest voxel of a line in each plan: out(p) = max in(p + b), b on a digital line of lineSize voxels. */
+class PXL_API DilationLine2d : public Line2dMorphology {
+ public:
+  DilationLine2d();
+  ~DilationLine2d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Largest voxel of a line in the volume: out(p) = max in(p + b), b on a digital line of lineSize voxels. */
+class PXL_API DilationLine3d : public Line3dMorphology {
+ public:
+  DilationLine3d();
+  ~DilationLine3d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Smallest neighbour in each plan: numberOfIterations times out(p) = min in(p + b), b in a cross or square. */
+class PXL_API Erosion2d : public IteratedMorphology {
+ public:
+  Erosion2d();
+  ~Erosion2d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Smallest neighbour in the volume: numberOfIterations times out(p) = min in(p + b), b in one of Neighborhoods3d. */
+class PXL_API Erosion3d : public IteratedMorphology {
+ public:
+  Erosion3d();
+  ~Erosion3d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Smallest voxel of a ball: out(p) = min in(p + b), |b| <= radius, or b in the polyhedron of fast steps. */
+class PXL_API ErosionBall3d : public RadiusMorphology {
+ public:
+  ErosionBall3d();
+  ~ErosionBall3d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Smallest voxel of a disk in each plan: out(p) = min in(p + b), |b| <= radius, or b in the octagon of fast steps.
+ */
+class PXL_API ErosionDisk2d : public RadiusMorphology {
+ public:
+  ErosionDisk2d();
+  ~ErosionDisk2d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Smallest voxel of a flat disk in the volume: out(p) = min in(p + b), b in a digital plane, |b| <= radius. */
+class PXL_API ErosionDisk3d : public OrientedDiskMorphology {
+ public:
+  ErosionDisk3d();
+  ~ErosionDisk3d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Smallest voxel of a line in each plan: out(p) = min in(p + b), b on a digital line of lineSize voxels. */
+class PXL_API ErosionLine2d : public Line2dMorphology {
+ public:
+  ErosionLine2d();
+  ~ErosionLine2d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Smallest voxel of a line in the volume: out(p) = min in(p + b), b on a digital line of lineSize voxels. */
+class PXL_API ErosionLine3d : public Line3dMorphology {
+ public:
+  ErosionLine3d();
+  ~ErosionLine3d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
 
 }  // namespace pxl::morphology
