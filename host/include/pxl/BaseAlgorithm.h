@@ -6,6 +6,7 @@
 #include "pxl/Noncopyable.h"
 #include "pxl/String.h"
 #include "pxl/access/Region.h"
+#include "pxl/kernel/Margins.h"
 
 namespace pxl {
 
@@ -73,6 +74,16 @@ class PXL_API BaseAlgorithm : private Noncopyable {
    */
   virtual RegionUses getRegionUse() const;
   access::Region const& getProcessingRegion() const;
+
+  /**
+   * What a window has to have around itself so that a run on the window with these margins, clamped to the image,
+   * gives its inside the bits of the whole result, with the present properties. Here nothing for an operator that
+   * works voxel by voxel, and for any other one more than an image has.
+   * @throws InvalidCall an element that can't be made, as execute()
+   */
+  virtual kernel::Margins getMargins() const;
+  /** How many plans of each stack a run writes, from 0 on; the others are left as they are. Here all. */
+  virtual unsigned long getMaxNumOfWrittenPlans() const;
 
   /**
    * What a user may not expect of a run with the present properties, such as an output that stays as it is; one line

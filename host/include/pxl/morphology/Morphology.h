@@ -34,6 +34,7 @@ class PXL_API IteratedMorphology : public BaseAlgorithm {
 
   String getNotice() const override;
   RegionUses getRegionUse() const override;
+  kernel::Margins getMargins() const override;
   double estimateSteps() const override;
 
  protected:
@@ -60,6 +61,7 @@ class PXL_API RadiusMorphology : public BaseAlgorithm {
   String getNotice() const override;
   String getObjection() const override;
   RegionUses getRegionUse() const override;
+  kernel::Margins getMargins() const override;
   double estimateSteps() const override;
 
  protected:
@@ -79,6 +81,7 @@ class PXL_API OrientedDiskMorphology : public BaseAlgorithm {
 
   String getObjection() const override;
   RegionUses getRegionUse() const override;
+  kernel::Margins getMargins() const override;
   double estimateSteps() const override;
 
  protected:
@@ -96,6 +99,7 @@ class PXL_API Line2dMorphology : public BaseAlgorithm {
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
   RegionUses getRegionUse() const override;
+  kernel::Margins getMargins() const override;
   double estimateSteps() const override;
 
  protected:
@@ -114,6 +118,7 @@ class PXL_API Line3dMorphology : public BaseAlgorithm {
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
   RegionUses getRegionUse() const override;
+  kernel::Margins getMargins() const override;
   double estimateSteps() const override;
 
  protected:
