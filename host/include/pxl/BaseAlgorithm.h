@@ -12,6 +12,7 @@ namespace pxl {
 
 class AlgoInfo;
 class PropertyBase;
+class WindowRun;
 namespace algorithms {
 class AbstractPrivateImplementation;
 struct ExecutionState;
@@ -53,6 +54,23 @@ class PXL_API BaseAlgorithm : private Noncopyable {
    * Everything a runner throws comes through unchanged.
    */
   void execute();
+
+  /**
+   * Computes a part of the whole result, with the same bits: that of a run on whole images, whatever the part. An
+   * operator that measures measures the window. Only the window and getMargins() around it are read.
+   *
+   * The output has the size of the inputs, and its voxels outside the window keep their values, or the size of the
+   * window. Input and output may be one image: the window is then computed from the voxels as they are at the call,
+   * so further windows would read what this one wrote, and together they are not the whole result unless the operator
+   * has no margins. Where there are margins, the window with its margins is computed into a temporary image: on disk
+   * if an image is, or if it is not smaller than the extra memory.
+   *
+   * @throws InvalidCall          an empty window, one that reaches beyond the images, an output of neither size, a
+   *                              region to process; and all that execute() refuses
+   * @throws RuntimeError         the temporary image can't be made; and as execute() does
+   * @throws ExceptionCancelation as execute() does
+   */
+  void executeOnWindow(access::Region const& window);
 
   /** Asks the present run to end as soon as it can; without a run nothing happens. From any thread, never waits. */
   void cancelExecution();
@@ -120,6 +138,7 @@ class PXL_API BaseAlgorithm : private Noncopyable {
 
  private:
   friend class PropertyBase;
+  friend class WindowRun;
   friend class algorithms::AbstractPrivateImplementation;
 
   std::vector<PropertyBase*> m_properties;
