@@ -13,6 +13,8 @@
 #include "qorn/Scale.h"
 #include "qorn/StandardOutput.h"
 #include "qorn/Supervision.h"
+#include "qorn/io/CroppedHeader.h"
+#include "qorn/io/ExistingOutput.h"
 #include "qorn/io/ImageFile.h"
 #include "qorn/io/OutputImage.h"
 
@@ -34,6 +36,7 @@ void checkOutputOptions(pxl::BaseAlgorithm const& algorithm, RunCommand const& c
   char const* const option = command.isInPlace      ? "--in-place"
                              : command.outputType   ? "--output-type"
                              : !command.isReplacing ? "--no-clobber"
+                             : command.window       ? "--window"
                                                     : nullptr;
   if (option != nullptr) throw UsageError(option, command.operatorName + " has no output image");
 }
@@ -43,7 +46,15 @@ struct RunImages {
   std::vector<io::ImageFile> inputs;
   std::vector<std::unique_ptr<MappedFileGuard>> guards;  ///< of the inputs
   std::unique_ptr<io::OutputImage> output;               ///< null for operators without an output image
+  std::shared_ptr<pxl::Image> existing;                  ///< instead of it, for a window
+  std::optional<pxl::access::Region> region;             ///< what is computed; without, everything
 };
+
+/** The part of the result that a command asks for. */
+std::optional<pxl::access::Region> getRegion(RunCommand const& command, io::ImageHeader const& input) {
+  if (!command.crop && !command.window) return std::nullopt;
+  return makeRegion(command.crop ? *command.crop : *command.window, input.sizes);
+}
 
 RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
   io::ReadOptions options;
@@ -51,6 +62,9 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
   options.maxCompressedVoxels = command.maxVoxels;
   options.interpretation = command.interpretation;
   RunImages images;
+  options.check = [&](io::ImageHeader const& header) {
+    if (!images.region) images.region = getRegion(command, header);  // of the first: the others must be as large
+  };
   pxl::Property<pxl::ImageModel const*>* firstInput = nullptr;
   for (pxl::PropertyBase* property : algorithm.getProperties()) {
     if (property->getKind() == pxl::PropertyKinds::cInputImage) {
@@ -64,7 +78,13 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
     } else if (property->getKind() == pxl::PropertyKinds::cOutputImage) {
       io::ImageFile const& first = images.inputs.front();
       io::ImageHeader header = first.header;
+      if (command.window) {
+        images.existing = io::openExistingOutput(command.images.back(), header, command.outputType);
+        dynamic_cast<pxl::Property<pxl::ImageModel*>&>(*property).set(images.existing.get());
+        continue;
+      }
       header.type = command.outputType.value_or(header.type);
+      if (images.region) header = io::cropHeader(header, *images.region);
       if (command.isInPlace && header.type != first.header.type) {
         throw UsageError("--in-place", std::string("the output has the input's type, ") +
                                            pxl::helper::getNameOf(first.header.type));
@@ -106,11 +126,17 @@ ExitCodes execute(RunCommand const& command) {
   for (pxl::PropertyBase* property : algorithm->getProperties()) {
     if (auto measure = property->makeMeasure()) measures.push_back(std::move(measure));
   }
-  executeNamed(*algorithm, command.isQuiet, [&images] {
-    if (images.output) images.output->write();
-  });
+  executeNamed(
+      *algorithm, command.isQuiet,
+      [&images] {
+        if (images.output) images.output->write();
+      },
+      images.region);
   if (images.output) images.output->commit();
   // After all that may fail with a line of its own.
+  if (images.region && images.region->plansBegin() >= static_cast<long>(algorithm->getMaxNumOfWrittenPlans())) {
+    writeErrorLine(command.operatorName + ": writes no plan of this part");
+  }
   if (pxl::String const notice = algorithm->getNotice(); !notice.empty()) {
     writeErrorLine(command.operatorName + ": " + notice.str());
   }

@@ -79,9 +79,12 @@ class ProgressLine : private pxl::Noncopyable {
   std::string m_text;
 };
 
-void executeSupervised(pxl::BaseAlgorithm& algorithm, std::string const& name, bool isQuiet) {
+void executeSupervised(pxl::BaseAlgorithm& algorithm, std::optional<pxl::access::Region> const& window,
+                       std::string const& name, bool isQuiet) {
   constexpr std::chrono::milliseconds cPeriod(5);  // far below what a user notices, far above what it costs
-  std::future<void> run = std::async(std::launch::async, [&algorithm] { algorithm.execute(); });
+  std::future<void> run = std::async(std::launch::async, [&algorithm, &window] {
+    window ? algorithm.executeOnWindow(*window) : algorithm.execute();
+  });
   {
     ProgressLine line(name, isQuiet);
     while (run.wait_for(cPeriod) != std::future_status::ready) {
@@ -102,12 +105,13 @@ void throwIfCancelRequested() {
 
 bool isCancelRequested() { return s_isCancelRequested.load(std::memory_order_relaxed); }
 
-void executeNamed(pxl::BaseAlgorithm& algorithm, bool isQuiet, std::function<void()> const& write) {
+void executeNamed(pxl::BaseAlgorithm& algorithm, bool isQuiet, std::function<void()> const& write,
+                  std::optional<pxl::access::Region> const& window) {
   std::string const name = algorithm.getAlgoInfo()->getName();
   try {
     {
       SignalGuard const signals;
-      executeSupervised(algorithm, name, isQuiet);
+      executeSupervised(algorithm, window, name, isQuiet);
       throwIfCancelRequested();
       if (write) write();
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 
 #include "pxl/BaseAlgorithm.h"
 
@@ -12,10 +13,12 @@ namespace qorn {
  * signals have their own effect again, and none has come before. A progress line is drawn on standard error if that
  * is a terminal.
  *
+ * @param window  the part that is computed; without, the whole result
  * @throws ProgramError cCancelled when a signal came; whatever the run throws, with the operator's name; of `write`
  * FileErrors come through unchanged
  */
-void executeNamed(pxl::BaseAlgorithm& algorithm, bool isQuiet, std::function<void()> const& write = nullptr);
+void executeNamed(pxl::BaseAlgorithm& algorithm, bool isQuiet, std::function<void()> const& write = nullptr,
+                  std::optional<pxl::access::Region> const& window = std::nullopt);
 
 /** Whether a signal has asked executeNamed() to end; what writes for long is to look at it. From any thread. */
 bool isCancelRequested();
