@@ -13,6 +13,7 @@
 #include "qorn/Scale.h"
 #include "qorn/StandardOutput.h"
 #include "qorn/Supervision.h"
+#include "qorn/WindowedRun.h"
 #include "qorn/io/CroppedHeader.h"
 #include "qorn/io/ExistingOutput.h"
 #include "qorn/io/ImageFile.h"
@@ -37,6 +38,7 @@ void checkOutputOptions(pxl::BaseAlgorithm const& algorithm, RunCommand const& c
                              : command.outputType   ? "--output-type"
                              : !command.isReplacing ? "--no-clobber"
                              : command.window       ? "--window"
+                             : command.memory       ? "--memory"
                                                     : nullptr;
   if (option != nullptr) throw UsageError(option, command.operatorName + " has no output image");
 }
@@ -50,12 +52,6 @@ struct RunImages {
   std::optional<pxl::access::Region> region;             ///< what is computed; without, everything
 };
 
-/** The part of the result that a command asks for. */
-std::optional<pxl::access::Region> getRegion(RunCommand const& command, io::ImageHeader const& input) {
-  if (!command.crop && !command.window) return std::nullopt;
-  return makeRegion(command.crop ? *command.crop : *command.window, input.sizes);
-}
-
 RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
   io::ReadOptions options;
   options.isOnDisk = command.isOnDisk;
@@ -63,7 +59,9 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
   options.interpretation = command.interpretation;
   RunImages images;
   options.check = [&](io::ImageHeader const& header) {
-    if (!images.region) images.region = getRegion(command, header);  // of the first: the others must be as large
+    if (!images.region)
+      images.region =
+          getRegion(command.crop, command.window, header.sizes);  // of the first: the others must be as large
   };
   pxl::Property<pxl::ImageModel const*>* firstInput = nullptr;
   for (pxl::PropertyBase* property : algorithm.getProperties()) {
@@ -106,6 +104,28 @@ std::optional<io::ValueScale> getScale(RunImages const& images) {
   return images.inputs.empty() ? std::nullopt : images.inputs.front().header.scale;
 }
 
+/** Says what a user may not expect of a finished run. */
+void writeNotices(pxl::BaseAlgorithm const& algorithm, std::optional<pxl::access::Region> const& region,
+                  std::optional<io::ValueScale> const& scale) {
+  std::string const name = algorithm.getAlgoInfo()->getName();
+  if (region && region->plansBegin() >= static_cast<long>(algorithm.getMaxNumOfWrittenPlans())) {
+    writeErrorLine(name + ": writes no plan of this part");
+  }
+  if (pxl::String const notice = algorithm.getNotice(); !notice.empty()) writeErrorLine(name + ": " + notice.str());
+  if (scale && isReversedBy(*scale, *algorithm.getAlgoInfo())) {
+    writeErrorLine(name + ": the file's slope is negative: dilation and erosion change places in scaled values");
+  }
+}
+
+ExitCodes executeInWindows(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
+  WindowedRun run(algorithm, command);
+  executeNamed(algorithm, {[&run] { run.execute(); }, [&run] { return run.getProgress(); }}, command.isQuiet,
+               [&run] { run.write(); });
+  run.commit();
+  writeNotices(algorithm, run.getRegion(), run.getHeader().scale);
+  return cDone;
+}
+
 }  // namespace
 
 ExitCodes execute(RunCommand const& command) {
@@ -121,6 +141,7 @@ ExitCodes execute(RunCommand const& command) {
 
   std::optional<tbb::global_control> threads;
   if (command.nbThreads) threads.emplace(tbb::global_control::max_allowed_parallelism, *command.nbThreads);
+  if (command.memory) return executeInWindows(*algorithm, command);
   RunImages images = openImages(*algorithm, command);
   std::vector<std::unique_ptr<pxl::analysis::Measure>> measures;
   for (pxl::PropertyBase* property : algorithm->getProperties()) {
@@ -134,18 +155,9 @@ ExitCodes execute(RunCommand const& command) {
       images.region);
   if (images.output) images.output->commit();
   // After all that may fail with a line of its own.
-  if (images.region && images.region->plansBegin() >= static_cast<long>(algorithm->getMaxNumOfWrittenPlans())) {
-    writeErrorLine(command.operatorName + ": writes no plan of this part");
-  }
-  if (pxl::String const notice = algorithm->getNotice(); !notice.empty()) {
-    writeErrorLine(command.operatorName + ": " + notice.str());
-  }
   std::optional<io::ValueScale> const scale = getScale(images);
+  writeNotices(*algorithm, images.region, scale);
   if (scale) {
-    if (isReversedBy(*scale, *algorithm->getAlgoInfo())) {
-      writeErrorLine(command.operatorName +
-                     ": the file's slope is negative: dilation and erosion change places in scaled values");
-    }
     for (auto const& measure : measures) measure->scale(scale->slope, scale->intercept);
     if (!measures.empty()) writeErrorLine(command.operatorName + ": " + describeScale(*scale));
   }

@@ -20,6 +20,15 @@ namespace qorn {
 void executeNamed(pxl::BaseAlgorithm& algorithm, bool isQuiet, std::function<void()> const& write = nullptr,
                   std::optional<pxl::access::Region> const& window = std::nullopt);
 
+/** What executeNamed() runs in place of an algorithm alone. */
+struct SupervisedTask {
+  std::function<void()> run;            ///< runs the algorithm, maybe several times, and looks at isCancelRequested()
+  std::function<double()> getProgress;  ///< from 0 to 1; from any thread
+};
+/** The same for a task that runs `algorithm`, which is cancelled and gives its name. */
+void executeNamed(pxl::BaseAlgorithm& algorithm, SupervisedTask const& task, bool isQuiet,
+                  std::function<void()> const& write);
+
 /** Whether a signal has asked executeNamed() to end; what writes for long is to look at it. From any thread. */
 bool isCancelRequested();
 

@@ -54,4 +54,10 @@ pxl::access::Region makeRegion(WindowText const& window, pxl::ImageSizes const& 
   return {begin[1], end[1], begin[0], end[0], begin[2], end[2], begin[3], end[3], begin[4], end[4]};
 }
 
+std::optional<pxl::access::Region> getRegion(std::optional<WindowText> const& crop,
+                                             std::optional<WindowText> const& window, pxl::ImageSizes const& sizes) {
+  if (!crop && !window) return std::nullopt;
+  return makeRegion(crop ? *crop : *window, sizes);
+}
+
 }  // namespace qorn

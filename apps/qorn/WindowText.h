@@ -31,4 +31,8 @@ WindowText parseWindow(std::string const& name, std::string const& text);
 /** The part of an image of these sizes. @throws UsageError it is empty or reaches beyond the image */
 pxl::access::Region makeRegion(WindowText const& window, pxl::ImageSizes const& sizes);
 
+/** The part of an image that --crop or --window asks for; nothing without them. @throws UsageError */
+std::optional<pxl::access::Region> getRegion(std::optional<WindowText> const& crop,
+                                             std::optional<WindowText> const& window, pxl::ImageSizes const& sizes);
+
 }  // namespace qorn
