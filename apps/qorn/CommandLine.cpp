@@ -58,6 +58,9 @@ struct RunTexts {
   std::optional<std::string> nbThreads;
   std::optional<std::string> maxExtraMemory;
   std::optional<std::string> maxVoxels;
+  std::optional<std::string> memory;
+  std::optional<std::string> crop;
+  std::optional<std::string> window;
 };
 
 CLI::Option* addPluginOption(CLI::App& app, std::vector<std::string>& plugins) {
@@ -102,6 +105,18 @@ void addRun(CLI::App& app, RunCommand& run, RunTexts& texts) {
       ->type_name("SIZE");
   app.add_option("--max-voxels", texts.maxVoxels, "read compressed files of up to this many voxels; default 2^30")
       ->type_name("N");
+  app.add_option("--memory", texts.memory,
+                 "work through images that are larger than memory in windows that take about this much: bytes, or "
+                 "with K, M, G of 1024. Inputs are .npy, uncompressed TIFF or .nii; the result is the same")
+      ->type_name("SIZE");
+  app.add_option("--crop", texts.crop,
+                 "compute and write this part of the result alone: ranges of columns, rows, plans, sequence and "
+                 "spectral series, from 0, ends excluded; ':' and missing ranges are whole axes")
+      ->type_name("X0:X1,Y0:Y1,...");
+  app.add_option("--window", texts.window,
+                 "compute this part of the result and write it into an existing .npy file; other voxels keep their "
+                 "values. Several runs may write different parts of one file at the same time")
+      ->type_name("X0:X1,Y0:Y1,...");
   app.add_option("--setting", texts.settings, "set one of the settings below; may be repeated")
       ->type_name("NAME=VALUE")
       ->allow_extra_args(false);
@@ -115,6 +130,18 @@ void addRun(CLI::App& app, RunCommand& run, RunTexts& texts) {
   app.add_flag("--json", run.isJson, "print the result as JSON");
   app.add_flag("--quiet", run.isQuiet, "show no progress");
   app.footer(describeSettings);
+}
+
+/** A window is written into a file that is there and stays there. */
+void checkWindowOptions(RunCommand const& run) {
+  if (run.crop && run.isInPlace) throw UsageError("--crop", "can't be used with --in-place");
+  if (run.memory && run.isInPlace) throw UsageError("--memory", "can't be used with --in-place");
+  if (run.memory && run.isOnDisk) throw UsageError("--memory", "can't be used with --on-disk");
+  if (run.memory && run.window) throw UsageError("--memory", "can't be used with --window");
+  if (!run.window) return;
+  if (run.crop) throw UsageError("--window", "can't be used with --crop");
+  if (run.isInPlace) throw UsageError("--window", "can't be used with --in-place");
+  if (!run.isReplacing) throw UsageError("--window", "writes into an existing file; leave out --no-clobber");
 }
 
 void finishRun(RunCommand& run, RunTexts const& texts) {
@@ -143,6 +170,10 @@ void finishRun(RunCommand& run, RunTexts const& texts) {
   if (texts.maxExtraMemory) {
     run.maxExtraMemory = parseBytesOrThrow("--max-extra-memory " + *texts.maxExtraMemory, *texts.maxExtraMemory);
   }
+  if (texts.memory) run.memory = parseBytesOrThrow("--memory " + *texts.memory, *texts.memory);
+  if (texts.crop) run.crop = parseWindow("--crop", *texts.crop);
+  if (texts.window) run.window = parseWindow("--window", *texts.window);
+  checkWindowOptions(run);
   if (texts.maxVoxels) {
     std::string const what = "--max-voxels " + *texts.maxVoxels;
     run.maxVoxels = parseNumberOrThrow<unsigned long>(what, *texts.maxVoxels, "unsigned integer");

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "qorn/Errors.h"
+#include "qorn/WindowText.h"
 #include "qorn/io/ImageHeader.h"
 
 namespace qorn {
@@ -24,6 +25,9 @@ struct RunCommand {
   unsigned long maxVoxels = io::cDefaultMaxCompressedVoxels;
   int interpretation = pxl::cGrey;
   std::optional<pxl::VoxelTypes> outputType;  ///< that of the first input unless given
+  std::optional<unsigned long> memory;        ///< for windows that the image is worked through in
+  std::optional<WindowText> crop;             ///< the part that the output is
+  std::optional<WindowText> window;           ///< the part of an existing output that is written
   bool isOnDisk = false;
   bool isInPlace = false;
   bool isReplacing = true;

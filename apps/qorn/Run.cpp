@@ -13,6 +13,9 @@
 #include "qorn/Scale.h"
 #include "qorn/StandardOutput.h"
 #include "qorn/Supervision.h"
+#include "qorn/WindowedRun.h"
+#include "qorn/io/CroppedHeader.h"
+#include "qorn/io/ExistingOutput.h"
 #include "qorn/io/ImageFile.h"
 #include "qorn/io/OutputImage.h"
 
@@ -34,6 +37,8 @@ void checkOutputOptions(pxl::BaseAlgorithm const& algorithm, RunCommand const& c
   char const* const option = command.isInPlace      ? "--in-place"
                              : command.outputType   ? "--output-type"
                              : !command.isReplacing ? "--no-clobber"
+                             : command.window       ? "--window"
+                             : command.memory       ? "--memory"
                                                     : nullptr;
   if (option != nullptr) throw UsageError(option, command.operatorName + " has no output image");
 }
@@ -43,6 +48,8 @@ struct RunImages {
   std::vector<io::ImageFile> inputs;
   std::vector<std::unique_ptr<MappedFileGuard>> guards;  ///< of the inputs
   std::unique_ptr<io::OutputImage> output;               ///< null for operators without an output image
+  std::shared_ptr<pxl::Image> existing;                  ///< instead of it, for a window
+  std::optional<pxl::access::Region> region;             ///< what is computed; without, everything
 };
 
 RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
@@ -51,6 +58,11 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
   options.maxCompressedVoxels = command.maxVoxels;
   options.interpretation = command.interpretation;
   RunImages images;
+  options.check = [&](io::ImageHeader const& header) {
+    if (!images.region)
+      images.region =
+          getRegion(command.crop, command.window, header.sizes);  // of the first: the others must be as large
+  };
   pxl::Property<pxl::ImageModel const*>* firstInput = nullptr;
   for (pxl::PropertyBase* property : algorithm.getProperties()) {
     if (auto* const input = pxl::asProperty<pxl::ImageModel const*>(*property)) {
@@ -63,7 +75,13 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
     } else if (auto* const output = pxl::asProperty<pxl::ImageModel*>(*property)) {
       io::ImageFile const& first = images.inputs.front();
       io::ImageHeader header = first.header;
+      if (command.window) {
+        images.existing = io::openExistingOutput(command.images.back(), header, command.outputType);
+        dynamic_cast<pxl::Property<pxl::ImageModel*>&>(*property).set(images.existing.get());
+        continue;
+      }
       header.type = command.outputType.value_or(header.type);
+      if (images.region) header = io::cropHeader(header, *images.region);
       if (command.isInPlace && header.type != first.header.type) {
         throw UsageError("--in-place", std::string("the output has the input's type, ") +
                                            pxl::helper::getNameOf(first.header.type));
@@ -85,6 +103,28 @@ std::optional<io::ValueScale> getScale(RunImages const& images) {
   return images.inputs.empty() ? std::nullopt : images.inputs.front().header.scale;
 }
 
+/** Says what a user may not expect of a finished run. */
+void writeNotices(pxl::BaseAlgorithm const& algorithm, std::optional<pxl::access::Region> const& region,
+                  std::optional<io::ValueScale> const& scale) {
+  std::string const name = algorithm.getAlgoInfo()->getName();
+  if (region && region->plansBegin() >= static_cast<long>(algorithm.getMaxNumOfWrittenPlans())) {
+    writeErrorLine(name + ": writes no plan of this part");
+  }
+  if (pxl::String const notice = algorithm.getNotice(); !notice.empty()) writeErrorLine(name + ": " + notice.str());
+  if (scale && isReversedBy(*scale, *algorithm.getAlgoInfo())) {
+    writeErrorLine(name + ": the file's slope is negative: dilation and erosion change places in scaled values");
+  }
+}
+
+ExitCodes executeInWindows(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
+  WindowedRun run(algorithm, command);
+  executeNamed(algorithm, {[&run] { run.execute(); }, [&run] { return run.getProgress(); }}, command.isQuiet,
+               [&run] { run.write(); });
+  run.commit();
+  writeNotices(algorithm, run.getRegion(), run.getHeader().scale);
+  return cDone;
+}
+
 }  // namespace
 
 ExitCodes execute(RunCommand const& command) {
@@ -100,6 +140,7 @@ ExitCodes execute(RunCommand const& command) {
 
   std::optional<tbb::global_control> threads;
   if (command.nbThreads) threads.emplace(tbb::global_control::max_allowed_parallelism, *command.nbThreads);
+  if (command.memory) return executeInWindows(*algorithm, command);
   RunImages images = openImages(*algorithm, command);
   std::vector<std::unique_ptr<pxl::analysis::Measure>> measures;
   for (pxl::PropertyBase* property : algorithm->getProperties()) {
@@ -108,20 +149,17 @@ ExitCodes execute(RunCommand const& command) {
                                                   },
                                                   [](pxl::PropertyBase&) {}});
   }
-  executeNamed(*algorithm, command.isQuiet, [&images] {
-    if (images.output) images.output->write();
-  });
+  executeNamed(
+      *algorithm, command.isQuiet,
+      [&images] {
+        if (images.output) images.output->write();
+      },
+      images.region);
   if (images.output) images.output->commit();
   // After all that may fail with a line of its own.
-  if (pxl::String const notice = algorithm->getNotice(); !notice.empty()) {
-    writeErrorLine(command.operatorName + ": " + notice.str());
-  }
   std::optional<io::ValueScale> const scale = getScale(images);
+  writeNotices(*algorithm, images.region, scale);
   if (scale) {
-    if (isReversedBy(*scale, *algorithm->getAlgoInfo())) {
-      writeErrorLine(command.operatorName +
-                     ": the file's slope is negative: dilation and erosion change places in scaled values");
-    }
     for (auto const& measure : measures) measure->scale(scale->slope, scale->intercept);
     if (!measures.empty()) writeErrorLine(command.operatorName + ": " + describeScale(*scale));
   }

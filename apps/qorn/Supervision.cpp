@@ -79,15 +79,16 @@ class ProgressLine : private pxl::Noncopyable {
   std::string m_text;
 };
 
-void executeSupervised(pxl::BaseAlgorithm& algorithm, std::string const& name, bool isQuiet) {
+void executeSupervised(pxl::BaseAlgorithm& algorithm, SupervisedTask const& task, std::string const& name,
+                       bool isQuiet) {
   constexpr std::chrono::milliseconds cPeriod(5);  // far below what a user notices, far above what it costs
-  std::future<void> run = std::async(std::launch::async, [&algorithm] { algorithm.execute(); });
+  std::future<void> run = std::async(std::launch::async, task.run);
   {
     ProgressLine line(name, isQuiet);
     while (run.wait_for(cPeriod) != std::future_status::ready) {
       // Again and again: a cancel that comes before the run has begun is ignored.
       if (isCancelRequested()) algorithm.cancelExecution();
-      line.draw(algorithm.getProgress());
+      line.draw(task.getProgress());
     }
   }
   run.get();
@@ -102,12 +103,21 @@ void throwIfCancelRequested() {
 
 bool isCancelRequested() { return s_isCancelRequested.load(std::memory_order_relaxed); }
 
-void executeNamed(pxl::BaseAlgorithm& algorithm, bool isQuiet, std::function<void()> const& write) {
+void executeNamed(pxl::BaseAlgorithm& algorithm, bool isQuiet, std::function<void()> const& write,
+                  std::optional<pxl::access::Region> const& window) {
+  SupervisedTask const task{
+      [&algorithm, &window] { window ? algorithm.executeOnWindow(*window) : algorithm.execute(); },
+      [&algorithm] { return algorithm.getProgress(); }};
+  executeNamed(algorithm, task, isQuiet, write);
+}
+
+void executeNamed(pxl::BaseAlgorithm& algorithm, SupervisedTask const& task, bool isQuiet,
+                  std::function<void()> const& write) {
   std::string const name = algorithm.getAlgoInfo()->getName();
   try {
     {
       SignalGuard const signals;
-      executeSupervised(algorithm, name, isQuiet);
+      executeSupervised(algorithm, task, name, isQuiet);
       throwIfCancelRequested();
       if (write) write();
     }

@@ -15,6 +15,7 @@
 #include "Raise.h"
 #include "RunGuard.h"
 #include "RunnerChoice.h"
+#include "WindowRun.h"
 #include "instrument/Instrument.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/ImageModel.h"
@@ -74,6 +75,21 @@ void BaseAlgorithm::execute() {
   CurrentRun run(*this, m_execution->isCancelRequested);
   chooseRunner(*this)->run(this);
   run.raiseFailure();
+  execution.finish();
+}
+
+void BaseAlgorithm::executeOnWindow(access::Region const& window) {
+  checkForkAndNoteUse();
+  Execution execution(*m_execution);
+  WindowRun windowRun(*this, window);
+  warmTaskScheduler();
+  CurrentRun run(*this, m_execution->isCancelRequested);
+  if (windowRun.hasWork()) {
+    chooseRunner(*this)->run(this);
+    run.raiseFailure();
+    windowRun.store();
+    run.raiseFailure();
+  }
   execution.finish();
 }
 

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <vector>
 
+#include "qorn/io/ByteOrder.h"
 #include "qorn/io/FileError.h"
 #include "qorn/io/InputFile.h"
 #include "qorn/io/NpyHeader.h"
@@ -19,10 +20,6 @@ ImageHeader makeCheckedHeader(InputFile const& file, NpyHeader const& npy) {
                                         std::to_string(present));
   }
   return header;
-}
-
-void swapBytes(char* voxels, unsigned long count, unsigned long voxelBytes) {
-  for (unsigned long i = 0; i < count; ++i, voxels += voxelBytes) std::reverse(voxels, voxels + voxelBytes);
 }
 
 /**

@@ -41,6 +41,8 @@ class OutputFile : private pxl::Noncopyable {
 
   /** Gives the file its name. @throws FileError */
   void commit();
+  /** Makes it a file that vanishes with this object; there is no commit() then. */
+  void renounceName() { m_name.reset(); }
 
  private:
   void openNamed();

@@ -11,6 +11,7 @@ namespace qorn::io {
 TiffFile::TiffFile(InputFile const& file) : m_file(file), m_tiff(nullptr), m_page(1) {
   captureTiffMessages();
   int const descriptor = file.duplicateDescriptor();
+  ::lseek(descriptor, 0, SEEK_SET);  // it shares its place with those that were opened before
   m_tiff = TIFFFdOpen(descriptor, file.getPath().c_str(), "rm");
   if (m_tiff == nullptr) {
     ::close(descriptor);

@@ -6,11 +6,13 @@
 #include "pxl/Noncopyable.h"
 #include "pxl/String.h"
 #include "pxl/access/Region.h"
+#include "pxl/kernel/Margins.h"
 
 namespace pxl {
 
 class AlgoInfo;
 class PropertyBase;
+class WindowRun;
 namespace algorithms {
 class AbstractPrivateImplementation;
 struct ExecutionState;
@@ -53,6 +55,23 @@ class PXL_API BaseAlgorithm : private Noncopyable {
    */
   void execute();
 
+  /**
+   * Computes a part of the whole result, with the same bits: that of a run on whole images, whatever the part. An
+   * operator that measures measures the window. Only the window and getMargins() around it are read.
+   *
+   * The output has the size of the inputs, and its voxels outside the window keep their values, or the size of the
+   * window. Input and output may be one image: the window is then computed from the voxels as they are at the call,
+   * so further windows would read what this one wrote, and together they are not the whole result unless the operator
+   * has no margins. Where there are margins, the window with its margins is computed into a temporary image: on disk
+   * if an image is, or if it is not smaller than the extra memory.
+   *
+   * @throws InvalidCall          an empty window, one that reaches beyond the images, an output of neither size, a
+   *                              region to process; and all that execute() refuses
+   * @throws RuntimeError         the temporary image can't be made; and as execute() does
+   * @throws ExceptionCancelation as execute() does
+   */
+  void executeOnWindow(access::Region const& window);
+
   /** Asks the present run to end as soon as it can; without a run nothing happens. From any thread, never waits. */
   void cancelExecution();
 
@@ -73,6 +92,16 @@ class PXL_API BaseAlgorithm : private Noncopyable {
    */
   virtual RegionUses getRegionUse() const;
   access::Region const& getProcessingRegion() const;
+
+  /**
+   * What a window has to have around itself so that a run on the window with these margins, clamped to the image,
+   * gives its inside the bits of the whole result, with the present properties. Here nothing for an operator that
+   * works voxel by voxel, and for any other one more than an image has.
+   * @throws InvalidCall an element that can't be made, as execute()
+   */
+  virtual kernel::Margins getMargins() const;
+  /** How many plans of each stack a run writes, from 0 on; the others are left as they are. Here all. */
+  virtual unsigned long getMaxNumOfWrittenPlans() const;
 
   /**
    * What a user may not expect of a run with the present properties, such as an output that stays as it is; one line
@@ -109,6 +138,7 @@ class PXL_API BaseAlgorithm : private Noncopyable {
 
  private:
   friend class PropertyBase;
+  friend class WindowRun;
   friend class algorithms::AbstractPrivateImplementation;
 
   std::vector<PropertyBase*> m_properties;

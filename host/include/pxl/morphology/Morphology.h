@@ -73,6 +73,7 @@ class PXL_API IteratedMorphology : public BaseAlgorithm {
 
   String getNotice() const override;
   RegionUses getRegionUse() const override;
+  kernel::Margins getMargins() const override;
   double estimateSteps() const override;
 
  protected:
@@ -97,6 +98,7 @@ class PXL_API RadiusMorphology : public BaseAlgorithm {
   String getNotice() const override;
   String getObjection() const override;
   RegionUses getRegionUse() const override;
+  kernel::Margins getMargins() const override;
   double estimateSteps() const override;
 
  protected:
@@ -116,6 +118,7 @@ class PXL_API OrientedDiskMorphology : public BaseAlgorithm {
 
   String getObjection() const override;
   RegionUses getRegionUse() const override;
+  kernel::Margins getMargins() const override;
   double estimateSteps() const override;
 
  protected:
@@ -133,6 +136,7 @@ class PXL_API Line2dMorphology : public BaseAlgorithm {
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
   RegionUses getRegionUse() const override;
+  kernel::Margins getMargins() const override;
   double estimateSteps() const override;
 
  protected:
@@ -151,6 +155,7 @@ class PXL_API Line3dMorphology : public BaseAlgorithm {
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
   RegionUses getRegionUse() const override;
+  kernel::Margins getMargins() const override;
   double estimateSteps() const override;
 
  protected:
