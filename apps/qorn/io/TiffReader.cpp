@@ -41,11 +41,11 @@ std::vector<unsigned long> readDeclaredShape(TiffFile const& file) {
 std::vector<unsigned long> getShape(std::vector<unsigned long> declared, TiffPage const& page,
                                     unsigned long nbPages) {
   if (unsigned long const nbSamples = getNbSamples(page.picture); nbSamples > 1) {
-    auto const place = declared.end() - (page.picture.isPlanar ? 3 : 1);
-    if (declared.size() < 3 || *place != nbSamples) {
+    std::size_t const fromEnd = page.picture.isPlanar ? 3 : 1;
+    if (declared.size() < 3 || declared[declared.size() - fromEnd] != nbSamples) {
       declared.clear();
     } else {
-      declared.erase(place);
+      declared.erase(declared.end() - static_cast<std::ptrdiff_t>(fromEnd));
     }
   }
   unsigned long product = 1;
