@@ -45,6 +45,7 @@ class Execution : private Noncopyable {
   explicit Execution(algorithms::ExecutionState& state) : m_state(state) {
     Lock const lock(getFrameLock());
     if (m_state.isExecuting) PXL_RAISE(InvalidCall, "the algorithm is running already");
+    if (m_state.isEachCancelled) throw ExceptionCancelation();
     m_state.isCancelRequested = std::make_shared<std::atomic<bool>>(false);
     m_state.isExecuting = true;
     m_state.progress = 0;

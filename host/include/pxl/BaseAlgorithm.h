@@ -53,7 +53,10 @@ class PXL_API BaseAlgorithm : private Noncopyable {
    */
   void execute();
 
-  /** Asks the present run to end as soon as it can; without a run nothing happens. From any thread, never waits. */
+  /**
+   * Asks the present run to end as soon as it can; without a run nothing happens. From any thread, never waits. A
+   * RunInBackground can be cancelled before it begins.
+   */
   void cancelExecution();
 
   /** What is done of the present or last run, from 0 to 1, never going back within a run. From any thread. */
@@ -109,6 +112,7 @@ class PXL_API BaseAlgorithm : private Noncopyable {
 
  private:
   friend class PropertyBase;
+  friend class RunInBackground;
   friend class algorithms::AbstractPrivateImplementation;
 
   std::vector<PropertyBase*> m_properties;
