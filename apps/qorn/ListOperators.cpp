@@ -17,24 +17,32 @@ using Json = nlohmann::ordered_json;
 /** The default of a property as a number, or null. */
 Json getDefault(pxl::PropertyBase const& property) {
   if (!property.hasDefault()) return nullptr;
-  switch (property.getKind()) {
-    case pxl::PropertyKinds::cInteger:
-      return dynamic_cast<pxl::Property<int> const&>(property).getDefault();
-    case pxl::PropertyKinds::cUnsignedInteger:
-      return dynamic_cast<pxl::Property<unsigned int> const&>(property).getDefault();
-    case pxl::PropertyKinds::cReal:
-      return dynamic_cast<pxl::Property<double> const&>(property).getDefault();
-    default:
-      return nullptr;
-  }
+  return pxl::visitProperty(
+      property, pxl::Overloaded{[](pxl::Property<int> const& number) -> Json { return number.getDefault(); },
+                                [](pxl::Property<unsigned int> const& number) -> Json { return number.getDefault(); },
+                                [](pxl::Property<double> const& number) -> Json { return number.getDefault(); },
+                                [](pxl::PropertyBase const&) -> Json { return nullptr; }});
 }
 
 /** What a user must know about giving the property: its default, or that there is none. */
 std::string describeDefault(pxl::PropertyBase const& property) {
   if (property.getKind() == pxl::PropertyKinds::cMeasure) return "printed";
   Json const value = getDefault(property);
+  if (value.is_number_integer()) {
+    if (pxl::String const name = property.getChoices().getText(value.get<int>()); !name.empty()) return name.str();
+  }
   if (value.is_null()) return "required";
   return value.is_number_float() ? toText(value.get<double>()) : value.dump();
+}
+
+void describeChoices(Json& description, pxl::Choices const& choices) {
+  if (choices.isEmpty()) return;
+  Json names = Json::array();
+  for (pxl::Choice const& choice : choices) {
+    names.push_back({{"name", choice.name}, {"value", choice.value}, {"help", choice.help}});
+  }
+  description["choices"] = names;
+  description["combinable"] = choices.getKind() == pxl::ChoiceKinds::cSum;
 }
 
 Json describe(pxl::AlgoInfo const& record) {
@@ -44,9 +52,10 @@ Json describe(pxl::AlgoInfo const& record) {
   auto const algorithm = record.create();
   for (pxl::PropertyBase const* property : algorithm->getProperties()) {
     properties.push_back({{"name", property->getName()},
-                          {"type", getKindName(property->getKind())},
+                          {"type", getTypeName(*property)},
                           {"default", getDefault(*property)},
                           {"help", property->getHelp()}});
+    describeChoices(properties.back(), property->getChoices());
   }
   return {{"name", record.getName()},  {"subject", record.getSubject()}, {"help", record.getHelp()},
           {"runners", runners.size()}, {"optimisations", runners},       {"properties", properties}};
@@ -64,8 +73,12 @@ std::string toText(pxl::AlgoInfo const& record) {
   table.addRow({"PROPERTY", "TYPE", "DEFAULT", "MEANING"});
   auto const algorithm = record.create();
   for (pxl::PropertyBase const* property : algorithm->getProperties()) {
-    table.addRow(
-        {property->getName(), getKindName(property->getKind()), describeDefault(*property), property->getHelp()});
+    table.addRow({property->getName(), getTypeName(*property), describeDefault(*property), property->getHelp()});
+    pxl::Choices const& choices = property->getChoices();
+    for (pxl::Choice const& choice : choices) {
+      table.addRow({std::string("  =") + choice.name, std::to_string(choice.value), "", choice.help});
+    }
+    if (choices.getKind() == pxl::ChoiceKinds::cSum) table.addRow({"", "", "", "several with commas between them"});
   }
   return text + table.toText();
 }
