@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <sstream>
 
+#include "pxl/Limits.h"
 #include "pxl/Settings.h"
 #include "qorn/NumberText.h"
 
@@ -145,7 +146,8 @@ void finishRun(RunCommand& run, RunTexts const& texts) {
   if (texts.maxVoxels) {
     std::string const what = "--max-voxels " + *texts.maxVoxels;
     run.maxVoxels = parseNumberOrThrow<unsigned long>(what, *texts.maxVoxels, "unsigned integer");
-    if (run.maxVoxels < 1 || run.maxVoxels > io::cMaxVoxels) throw UsageError(what, "must be from 1 to 2^40");
+    if (run.maxVoxels < 1 || run.maxVoxels > pxl::limits::cMaxNbVoxels)
+      throw UsageError(what, "must be from 1 to 2^40");
   }
 }
 

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "pxl/Exception.h"
+#include "pxl/Limits.h"
 #include "pxl/access/View.h"
 #include "qorn/Errors.h"
 #include "qorn/NumberText.h"
@@ -12,8 +13,6 @@
 
 namespace qorn {
 namespace {
-
-constexpr unsigned long cMaxNbTaps = 1000000;
 
 struct KernelArray {
   long plans;
@@ -69,7 +68,9 @@ KernelArray readArray(std::string const& what, std::string const& path, int rank
       throw UsageError(
           what, "the file has " + std::to_string(header.rank) + " dimensions and the kernel " + std::to_string(rank));
     }
-    if (io::getNbVoxels(header) > cMaxNbTaps) throw UsageError(what, "a kernel has at most 1000000 coefficients");
+    if (io::getNbVoxels(header) > pxl::limits::cMaxNbOffsets) {
+      throw UsageError(what, "a kernel has at most " + std::to_string(pxl::limits::cMaxNbOffsets) + " coefficients");
+    }
   };
   io::ImageFile const file = io::readImage(path, options);
   pxl::ImageModel const* const image = file.image.get();

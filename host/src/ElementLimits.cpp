@@ -4,21 +4,22 @@
 #include <string>
 
 #include "Raise.h"
+#include "pxl/Limits.h"
 
 namespace pxl::kernel {
 namespace {
 
-constexpr unsigned long cMaxNbVoxels = 1000000;
 constexpr double cMaxCountedRadius = 1000;
 
 [[noreturn]] void refuse(std::string const& nbVoxels) {
-  PXL_RAISE(InvalidCall, "a structuring element has at most 1000000 voxels, this one would need " + nbVoxels);
+  PXL_RAISE(InvalidCall, "a structuring element has at most " + std::to_string(limits::cMaxNbOffsets) +
+                             " voxels, this one would need " + nbVoxels);
 }
 
 }  // namespace
 
 void checkNbVoxels(unsigned long nbVoxels) {
-  if (nbVoxels > cMaxNbVoxels) refuse(std::to_string(nbVoxels));
+  if (nbVoxels > limits::cMaxNbOffsets) refuse(std::to_string(nbVoxels));
 }
 
 void refuseElement(double nbVoxels) {

@@ -1,15 +1,17 @@
 #include "pxl/kernel/Kernel.h"
 
 #include <initializer_list>
+#include <string>
 #include <utility>
 
 #include "Raise.h"
+#include "pxl/Limits.h"
 
 namespace pxl::kernel {
 namespace {
 
-constexpr unsigned long cMaxNbTaps = 1000000;
-constexpr long cMaxOffset = 1L << 31;
+using limits::cMaxNbOffsets;
+using limits::cMaxOffset;
 
 template <class Offset>
 class TapList final : public RefImpl {
@@ -28,7 +30,8 @@ bool isNear(Offset3D const& offset) { return isNear(offset.col) && isNear(offset
 template <class Offset>
 RefImpl* makeTaps(std::vector<Offset> offsets, std::vector<double> coefficients) {
   if (offsets.size() != coefficients.size()) PXL_RAISE(InvalidCall, "a kernel needs as many coefficients as offsets");
-  if (offsets.size() > cMaxNbTaps) PXL_RAISE(InvalidCall, "a kernel has at most 1000000 taps");
+  if (offsets.size() > cMaxNbOffsets)
+    PXL_RAISE(InvalidCall, "a kernel has at most " + std::to_string(cMaxNbOffsets) + " taps");
   for (Offset const& offset : offsets)
     if (!isNear(offset)) PXL_RAISE(InvalidCall, "a kernel offset lies beyond 2^31 voxels");
   return new TapList<Offset>(std::move(offsets), std::move(coefficients));
@@ -38,12 +41,12 @@ void checkArray(double const* coefficients, long plans, long rows, long cols, st
   if (!coefficients) PXL_RAISE(InvalidCall, "a kernel needs the address of its coefficients");
   for (long position : origin)
     if (!isNear(position)) PXL_RAISE(InvalidCall, "the origin of a kernel lies beyond 2^31 voxels");
-  for (long size : {plans, rows, cols})
-    if (size < 1 || static_cast<unsigned long>(size) > cMaxNbTaps)
-      PXL_RAISE(InvalidCall, "a kernel array needs 1 to 1000000 taps");
-  if (static_cast<unsigned long>(plans * rows) > cMaxNbTaps ||
-      static_cast<unsigned long>(plans * rows * cols) > cMaxNbTaps)
-    PXL_RAISE(InvalidCall, "a kernel array needs 1 to 1000000 taps");
+  unsigned long nbTaps = 1;
+  for (long size : {plans, rows, cols}) {
+    if (size < 1 || static_cast<unsigned long>(size) > cMaxNbOffsets / nbTaps)
+      PXL_RAISE(InvalidCall, "a kernel array needs 1 to " + std::to_string(cMaxNbOffsets) + " taps");
+    nbTaps *= static_cast<unsigned long>(size);
+  }
 }
 
 RefImpl* makeTaps2D(double const* coefficients, long rows, long cols, long originRow, long originCol) {

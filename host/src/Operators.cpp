@@ -5,6 +5,7 @@
 #include "pxl/AlgoInfo.h"
 #include "pxl/Exception.h"
 #include "pxl/ImageModel.h"
+#include "pxl/Limits.h"
 #include "pxl/analysis/IntensityExtrema.h"
 #include "pxl/filtering/linear/FiniteImpulseResponseFilter.h"
 #include "pxl/kernel/StructuringElements.h"
@@ -60,8 +61,7 @@ PXL_RECORD(FiniteImpulseResponseFilter3D, "filtering", "correlation with a 3D ke
 namespace morphology {
 namespace {
 
-constexpr unsigned int cMaxRadius = 2147483647;
-constexpr double cMaxElement = 1e6;  // no larger list is made
+constexpr double cMaxElement = limits::cMaxNbOffsets;  // no larger list is made
 
 // A long line keeps as many rows or plans in memory as it spans, each longer than the line.
 double estimateLineSteps(unsigned int size, unsigned int maxSize) {
@@ -100,8 +100,8 @@ String RadiusMorphology::getNotice() const {
                                                  : "";
 }
 String RadiusMorphology::getObjection() const {
-  if (radius <= cMaxRadius) return BaseAlgorithm::getObjection();
-  if (shapeMode == cFastShape) return "a radius is at most 2147483647";
+  if (radius <= limits::cMaxSize) return BaseAlgorithm::getObjection();
+  if (shapeMode == cFastShape) return "a radius is at most " + std::to_string(limits::cMaxSize);
   if (getAlgoInfo()->getWorkingDimension() == cVolume)
     return explainRefusal([this] { kernel::generateSphereOffset3DCollection(radius.get()); });
   return explainRefusal([this] { kernel::generateDiskOffset2DCollection(radius.get()); });
@@ -118,7 +118,7 @@ double RadiusMorphology::estimateSteps() const {
 OrientedDiskMorphology::OrientedDiskMorphology() = default;
 OrientedDiskMorphology::~OrientedDiskMorphology() = default;
 String OrientedDiskMorphology::getObjection() const {
-  if (radius <= cMaxRadius || !BaseAlgorithm::getObjection().empty()) return BaseAlgorithm::getObjection();
+  if (radius <= limits::cMaxSize || !BaseAlgorithm::getObjection().empty()) return BaseAlgorithm::getObjection();
   return explainRefusal([this] { kernel::generateDiskOffset3DCollection(secondAngle, firstAngle, radius.get()); });
 }
 RegionUses OrientedDiskMorphology::getRegionUse() const { return RegionUses::cFromOrigin; }

@@ -3,15 +3,10 @@
 #include <algorithm>
 #include <new>
 
+#include "pxl/Limits.h"
 #include "qorn/io/FileError.h"
 
 namespace qorn::io {
-namespace {
-
-constexpr unsigned long cMaxSize = (1ul << 31) - 1;
-
-}  // namespace
-
 ImageHeader makeHeader(std::string const& path, char const* format, pxl::VoxelTypes type,
                        std::vector<unsigned long> const& shape, bool isCompressed) {
   unsigned long const rank = shape.size();
@@ -25,10 +20,11 @@ ImageHeader makeHeader(std::string const& path, char const* format, pxl::VoxelTy
   unsigned long nbVoxels = 1;
   for (unsigned long i = 0; i < rank; ++i) {
     unsigned long const size = shape[rank - 1 - i];
-    if (size > cMaxSize) {
-      throw FileError(path, std::to_string(size) + " " + cAxisNames[i] + "; at most 2147483647 are possible");
+    if (size > pxl::limits::cMaxSize) {
+      throw FileError(path, std::to_string(size) + " " + cAxisNames[i] + "; at most " +
+                                std::to_string(pxl::limits::cMaxSize) + " are possible");
     }
-    if (size > cMaxVoxels / nbVoxels) throw FileError(path, "more than 2^40 voxels");
+    if (size > pxl::limits::cMaxNbVoxels / nbVoxels) throw FileError(path, "more than 2^40 voxels");
     nbVoxels *= size;
     header.sizes[i] = size;
   }

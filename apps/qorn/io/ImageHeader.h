@@ -16,8 +16,6 @@ constexpr char const* cAxisNames[pxl::cNbComponents] = {"columns", "rows", "plan
 
 /** Compressed files may declare this many voxels unless the caller allows more: a small file can claim anything. */
 constexpr unsigned long cDefaultMaxCompressedVoxels = 1ul << 30;
-/** No image has more voxels. */
-constexpr unsigned long cMaxVoxels = 1ul << 40;
 
 struct NiftiHeader;
 

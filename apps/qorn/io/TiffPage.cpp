@@ -4,13 +4,14 @@
 #include <cstdint>
 #include <vector>
 
+#include "pxl/Limits.h"
 #include "qorn/io/InputFile.h"
 
 namespace qorn::io {
 namespace {
 
 /** A strip may be the whole page, which the limits of images bound. */
-constexpr unsigned long cMaxStripVoxels = 1ul << 40;
+constexpr unsigned long cMaxStripVoxels = pxl::limits::cMaxNbVoxels;
 /** A tile needs memory of its own, whatever part of it lies within the page: a small file could claim much. */
 constexpr unsigned long cMaxTileVoxels = 1ul << 26;
 constexpr unsigned long cMaxTilePages = 4;

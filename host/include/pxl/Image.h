@@ -23,8 +23,12 @@ enum class FileModes {
 /**
  * An image with voxels of its own: in memory, on the memory of somebody else, or in a file.
  *
- * Limits, checked before anything is allocated: each size at most 2^31 - 1, at most 2^40 voxels, byte size without
- * overflow. A size of 0 is allowed in memory and makes an image without voxels.
+ * Limits, checked before anything is allocated: each size at most limits::cMaxSize, at most limits::cMaxNbVoxels
+ * voxels, byte size without overflow. A size of 0 is allowed in memory and makes an image without voxels.
+ *
+ * Threads: any number may make views, read voxels, and run algorithms that read the image. Any number may write
+ * voxels that no other thread reads or writes meanwhile. setInterpretation() and enforceSameCharacteristics() need
+ * the image for themselves.
  */
 class PXL_API Image : public ImageModel {
  public:

@@ -4,6 +4,7 @@
 
 #include "Raise.h"
 #include "access/Storages.h"
+#include "pxl/Limits.h"
 
 namespace pxl::access {
 
@@ -57,19 +58,19 @@ void setKeyStrides(StorageKey& key, ImageSizes const& sizes, ImageStrides const&
 }
 
 unsigned long checkLimits(VoxelTypes type, ImageSizes const& sizes) {
-  constexpr unsigned long cMaxSize = (1UL << 31) - 1;
-  constexpr unsigned long cMaxNbVoxels = 1UL << 40;
   if (!helper::isImageType(type))
     PXL_RAISE(InvalidCall, std::string("there are no images of type ") + helper::getNameOf(type));
   bool isEmpty = false;
   for (unsigned long size : sizes) {
-    if (size > cMaxSize) PXL_RAISE(InvalidCall, "an image has at most 2147483647 voxels in each dimension");
+    if (size > limits::cMaxSize)
+      PXL_RAISE(InvalidCall,
+                "an image has at most " + std::to_string(limits::cMaxSize) + " voxels in each dimension");
     isEmpty = isEmpty || size == 0;
   }
   if (isEmpty) return 0;
   unsigned long nbVoxels = 1;
   for (unsigned long size : sizes) {
-    if (nbVoxels > cMaxNbVoxels / size) PXL_RAISE(InvalidCall, "an image has at most 2^40 voxels");
+    if (nbVoxels > limits::cMaxNbVoxels / size) PXL_RAISE(InvalidCall, "an image has at most 2^40 voxels");
     nbVoxels *= size;
   }
   return nbVoxels * helper::getSizeOf(type);

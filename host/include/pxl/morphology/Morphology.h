@@ -4,9 +4,14 @@
 #include "pxl/Property.h"
 
 /**
- * Grey-scale dilation (largest voxel of a neighbourhood) and erosion (smallest). Input and output have the same
- * sizes; they may be the same image. See Serra, Image Analysis and Mathematical Morphology, 1982, and Soille,
- * Morphological Image Analysis, 2003.
+ * Grey-scale dilation (largest voxel of a neighbourhood) and erosion (smallest):
+ *
+ *   dilation  out(p) = max { in(p + b) : b in B }
+ *   erosion   out(p) = min { in(p + b) : b in B }
+ *
+ * The structuring element B holds the voxel itself, b = 0. kernel/StructuringElements.h makes those of the exact
+ * shapes. Input and output have the same sizes; they may be the same image. See Serra, Image Analysis and
+ * Mathematical Morphology, 1982, and Soille, Morphological Image Analysis, 2003.
  *
  * Voxels beyond the image's edge have the lowest finite value of the type for a dilation, the highest for an erosion:
  * they never win against finite voxels. Other reals follow the processor:
@@ -21,10 +26,23 @@
  */
 namespace pxl::morphology {
 
-/** The neighbourhoods in a plan, each with the voxel itself. Any other number counts as cSquare. */
+/**
+ * The neighbourhoods in a plan, each with the voxel itself, O. Any other number counts as cSquare.
+ *
+ *   cCross  . # .   cSquare  # # #
+ *           # O #            # O #
+ *           . # .            # # #
+ */
 enum Neighborhoods2d : int { cCross = 0, cSquare = 1 };
 
-/** The neighbourhoods in a volume, each with the voxel itself. Any other number counts as cCube. */
+/**
+ * The neighbourhoods in a volume, each with the voxel itself, O; the plans before and after, and the voxel's own. Any
+ * other number counts as cCube.
+ *
+ *   cFaces  . . .  . # .   cEdges  . # .  # # #   cCube  # # #  # # #
+ *           . # .  # O #           # # #  # O #          # # #  # O #
+ *           . . .  . # .           . # .  # # #          # # #  # # #
+ */
 enum Neighborhoods3d : int { cFaces = 0, cEdges = 1, cCube = 2 };
 
 /** How exact a disk or ball is. Any other number counts as cExactShape. */
@@ -139,30 +157,131 @@ class PXL_API Line3dMorphology : public BaseAlgorithm {
   Line3dMorphology();
 };
 
-#define PXL_MORPHOLOGY_OPERATOR(Name, Base) \
-  class PXL_API Name : public Base {        \
-   public:                                  \
-    Name();                                 \
-    ~Name() override;                       \
-    static AlgoInfo* getClassInfo();        \
-    AlgoInfo* getAlgoInfo() const override; \
-  };
+/** Largest neighbour in each plan: numberOfIterations times out(p) = max in(p + b), b in a cross or square. */
+class PXL_API Dilation2d : public IteratedMorphology {
+ public:
+  Dilation2d();
+  ~Dilation2d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
 
-PXL_MORPHOLOGY_OPERATOR(Dilation2d, IteratedMorphology)
-PXL_MORPHOLOGY_OPERATOR(Dilation3d, IteratedMorphology)
-PXL_MORPHOLOGY_OPERATOR(DilationBall3d, RadiusMorphology)
-PXL_MORPHOLOGY_OPERATOR(DilationDisk2d, RadiusMorphology)
-PXL_MORPHOLOGY_OPERATOR(DilationDisk3d, OrientedDiskMorphology)
-PXL_MORPHOLOGY_OPERATOR(DilationLine2d, Line2dMorphology)
-PXL_MORPHOLOGY_OPERATOR(DilationLine3d, Line3dMorphology)
-PXL_MORPHOLOGY_OPERATOR(Erosion2d, IteratedMorphology)
-PXL_MORPHOLOGY_OPERATOR(Erosion3d, IteratedMorphology)
-PXL_MORPHOLOGY_OPERATOR(ErosionBall3d, RadiusMorphology)
-PXL_MORPHOLOGY_OPERATOR(ErosionDisk2d, RadiusMorphology)
-PXL_MORPHOLOGY_OPERATOR(ErosionDisk3d, OrientedDiskMorphology)
-PXL_MORPHOLOGY_OPERATOR(ErosionLine2d, Line2dMorphology)
-PXL_MORPHOLOGY_OPERATOR(ErosionLine3d, Line3dMorphology)
+/** Largest neighbour in the volume: numberOfIterations times out(p) = max in(p + b), b in one of Neighborhoods3d. */
+class PXL_API Dilation3d : public IteratedMorphology {
+ public:
+  Dilation3d();
+  ~Dilation3d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
 
-#undef PXL_MORPHOLOGY_OPERATOR
+/** Largest voxel of a ball: out(p) = max in(p + b), |b| <= radius, or b in the polyhedron of fast steps. */
+class PXL_API DilationBall3d : public RadiusMorphology {
+ public:
+  DilationBall3d();
+  ~DilationBall3d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Largest voxel of a disk in each plan: out(p) = max in(p + b), |b| <= radius, or b in the octagon of fast steps. */
+class PXL_API DilationDisk2d : public RadiusMorphology {
+ public:
+  DilationDisk2d();
+  ~DilationDisk2d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Largest voxel of a flat disk in the volume: out(p) = max in(p + b), b in a digital plane, |b| <= radius. */
+class PXL_API DilationDisk3d : public OrientedDiskMorphology {
+ public:
+  DilationDisk3d();
+  ~DilationDisk3d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Largest voxel of a line in each plan: out(p) = max in(p + b), b on a digital line of lineSize voxels. */
+class PXL_API DilationLine2d : public Line2dMorphology {
+ public:
+  DilationLine2d();
+  ~DilationLine2d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Largest voxel of a line in the volume: out(p) = max in(p + b), b on a digital line of lineSize voxels. */
+class PXL_API DilationLine3d : public Line3dMorphology {
+ public:
+  DilationLine3d();
+  ~DilationLine3d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Smallest neighbour in each plan: numberOfIterations times out(p) = min in(p + b), b in a cross or square. */
+class PXL_API Erosion2d : public IteratedMorphology {
+ public:
+  Erosion2d();
+  ~Erosion2d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Smallest neighbour in the volume: numberOfIterations times out(p) = min in(p + b), b in one of Neighborhoods3d. */
+class PXL_API Erosion3d : public IteratedMorphology {
+ public:
+  Erosion3d();
+  ~Erosion3d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Smallest voxel of a ball: out(p) = min in(p + b), |b| <= radius, or b in the polyhedron of fast steps. */
+class PXL_API ErosionBall3d : public RadiusMorphology {
+ public:
+  ErosionBall3d();
+  ~ErosionBall3d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Smallest voxel of a disk in each plan: out(p) = min in(p + b), |b| <= radius, or b in the octagon of fast steps.
+ */
+class PXL_API ErosionDisk2d : public RadiusMorphology {
+ public:
+  ErosionDisk2d();
+  ~ErosionDisk2d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Smallest voxel of a flat disk in the volume: out(p) = min in(p + b), b in a digital plane, |b| <= radius. */
+class PXL_API ErosionDisk3d : public OrientedDiskMorphology {
+ public:
+  ErosionDisk3d();
+  ~ErosionDisk3d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Smallest voxel of a line in each plan: out(p) = min in(p + b), b on a digital line of lineSize voxels. */
+class PXL_API ErosionLine2d : public Line2dMorphology {
+ public:
+  ErosionLine2d();
+  ~ErosionLine2d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
+
+/** Smallest voxel of a line in the volume: out(p) = min in(p + b), b on a digital line of lineSize voxels. */
+class PXL_API ErosionLine3d : public Line3dMorphology {
+ public:
+  ErosionLine3d();
+  ~ErosionLine3d() override;
+  static AlgoInfo* getClassInfo();
+  AlgoInfo* getAlgoInfo() const override;
+};
 
 }  // namespace pxl::morphology
