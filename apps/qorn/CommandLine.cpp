@@ -204,7 +204,7 @@ Command parseCommandLine(int argc, char const* const* argv) {
   addPluginOption(*operatorsApp, operators.plugins);
   operatorsApp->add_flag("--json", operators.isJson, "print JSON");
 
-  CLI::App* const infoApp = app.add_subcommand("info", "tell type, sizes and format of images");
+  CLI::App* const infoApp = app.add_subcommand("info", "tell type, sizes, samples and format of images");
   infoApp->add_option("IMAGE", info.images, "files of type .npy, .tif, .tiff, .png, .nii or .nii.gz")->required();
   infoApp->add_flag("--json", info.isJson, "print JSON");
 

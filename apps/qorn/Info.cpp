@@ -12,11 +12,21 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+std::string join(std::vector<std::string> const& names) {
+  constexpr std::size_t cMaxShown = 8;
+  std::string text;
+  for (std::size_t i = 0; i < names.size() && i < cMaxShown; ++i) text += (i == 0 ? "" : ", ") + names[i];
+  return names.size() > cMaxShown ? text + ", ..." : text;
+}
+
 std::string toLine(std::string const& path, io::ImageHeader const& header) {
   std::string line = path + ": " + pxl::helper::getNameOf(header.type);
   for (int i = 0; i < header.rank; ++i) {
     line += std::string(", ") + io::cAxisNames[i] + ' ' + std::to_string(header.sizes[static_cast<std::size_t>(i)]);
   }
+  if (io::getNbSamples(header.picture) > 1) line += " (" + join(io::getSampleNames(header.picture)) + ")";
+  if (header.picture.isOneBit) line += ", one bit";
+  if (header.picture.isWhiteZero) line += ", white is 0";
   for (std::size_t i = 0; i < header.spacing.size(); ++i) {
     line += (i == 0 ? ", spacing " : " x ") + toText(header.spacing[i]);
   }
@@ -35,6 +45,9 @@ Json toJson(std::string const& path, io::ImageHeader const& header) {
             {"sizes", sizes}};
   // Keys of their own: only some files tell these.
   for (std::size_t i = 0; i < header.spacing.size(); ++i) json["spacing"][io::cAxisNames[i]] = header.spacing[i];
+  if (io::getNbSamples(header.picture) > 1) json["samples"] = io::getSampleNames(header.picture);
+  if (header.picture.isOneBit) json["bits"] = 1;
+  if (header.picture.isWhiteZero) json["white"] = 0;
   if (header.scale) json["scale"] = {{"slope", header.scale->slope}, {"intercept", header.scale->intercept}};
   return json;
 }

@@ -4,15 +4,14 @@
 
 #include <array>
 #include <atomic>
-#include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <future>
 #include <new>
 #include <string>
 
 #include "pxl/AlgoInfo.h"
 #include "pxl/Exception.h"
+#include "pxl/RunInBackground.h"
 #include "qorn/Errors.h"
 #include "qorn/StandardOutput.h"
 #include "qorn/io/FileError.h"
@@ -81,13 +80,13 @@ class ProgressLine : private pxl::Noncopyable {
 
 void executeSupervised(pxl::BaseAlgorithm& algorithm, SupervisedTask const& task, std::string const& name,
                        bool isQuiet) {
-  constexpr std::chrono::milliseconds cPeriod(5);  // far below what a user notices, far above what it costs
-  std::future<void> run = std::async(std::launch::async, task.run);
+  constexpr unsigned long cPeriodInMilliseconds = 5;  // far below what a user notices, far above what it costs
+  pxl::RunInBackground run(algorithm);
+  run.start(task.run);
   {
     ProgressLine line(name, isQuiet);
-    while (run.wait_for(cPeriod) != std::future_status::ready) {
-      // Again and again: a cancel that comes before the run has begun is ignored.
-      if (isCancelRequested()) algorithm.cancelExecution();
+    while (!run.waitFor(cPeriodInMilliseconds)) {
+      if (isCancelRequested()) run.cancel();
       line.draw(task.getProgress());
     }
   }

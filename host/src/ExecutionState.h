@@ -17,6 +17,8 @@ struct ExecutionState {
   /** Of the present run; made anew for each, as views may outlive their run. Read without the lock. */
   std::shared_ptr<std::atomic<bool>> isCancelRequested = std::make_shared<std::atomic<bool>>(false);
   double progress = 0;
+  bool isInBackground = false;   ///< a RunInBackground goes on, though the algorithm may not be executing yet
+  bool isEachCancelled = false;  ///< it was cancelled, and so is each execution until its end
 };
 
 /**

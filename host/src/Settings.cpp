@@ -58,6 +58,8 @@ std::vector<Settings::Description> const& Settings::getDescriptions() {
   static auto const& descriptions = *new std::vector<Description>{
       {"PXL_MAX_EXTRA_MEMORY", "bytes",
        "memory that a run may take beyond its images, unless set for the run; default half of what is free"},
+      {"PXL_MAX_KEPT_MEMORY", "bytes",
+       "a temporary image's memory is kept for the next one up to this size; default 1 GiB, 0 keeps none"},
       {"PXL_RECURSIVITY_TMP_DISK_IMAGE", "boolean",
        "whether repeated steps on images on disk take turns with a temporary image on disk; default true"}};
   return descriptions;

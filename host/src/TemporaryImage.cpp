@@ -14,6 +14,7 @@
 #include "access/Storages.h"
 #include "instrument/Instrument.h"
 #include "pxl/Image.h"
+#include "pxl/Settings.h"
 
 namespace pxl::io {
 namespace {
@@ -32,8 +33,17 @@ class MemoryPool {
     return std::shared_ptr<void>(block.memory.get(), [this, block](void*) { giveBack(block); });
   }
 
+  unsigned long release() {
+    Block block;
+    {
+      std::lock_guard<std::mutex> lock(m_mutex);
+      std::swap(block, m_kept);
+    }
+    return block.bytes;
+  }
+
  private:
-  static constexpr unsigned long cMaxKept = 1UL << 30;
+  static constexpr unsigned long cDefaultMaxKept = 1UL << 30;
 
   struct Block {
     std::shared_ptr<void> memory;
@@ -46,8 +56,17 @@ class MemoryPool {
     return kept.bytes >= bytes && kept.bytes / 2 <= bytes ? kept : Block();
   }
 
+  // In a destructor: where there is no memory left to read the setting, there is none to keep either.
+  static unsigned long getMaxKept() noexcept {
+    try {
+      return globalSettings().getValueAsUnsignedLong("PXL_MAX_KEPT_MEMORY", cDefaultMaxKept);
+    } catch (std::bad_alloc const&) {
+      return 0;
+    }
+  }
+
   void giveBack(Block const& block) {
-    if (block.bytes > cMaxKept) return;
+    if (block.bytes > getMaxKept()) return;
     std::lock_guard<std::mutex> lock(m_mutex);
     m_kept = block;
   }
@@ -122,3 +141,9 @@ bool TemporaryImage::reserve(VoxelTypes const& type, unsigned long cols, unsigne
 ImageModel* TemporaryImage::getImageModel() const { return m_image.get(); }
 
 }  // namespace pxl::io
+
+namespace pxl {
+
+unsigned long releaseTemporaries() { return io::MemoryPool::get().release(); }
+
+}  // namespace pxl

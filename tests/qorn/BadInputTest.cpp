@@ -106,7 +106,8 @@ TEST_F(BadInput, HostilePng) {
   expectRefusedBytes("huge.png", makePngStart(0x7fffffff, 0x7fffffff, 16), "");
   expectRefusedBytes("huge.png", makePngStart(1 << 20, 1 << 20, 8) + makePngChunk("IDAT", "x"), "is too short");
   expectRefusedBytes("wide.png", makePngStart(0x7fffffff, 1, 8) + makePngChunk("IDAT", "x"), "is too short");
-  expectRefusedBytes("rgb.png", makePngStart(4, 4, 8, 2) + makePngChunk("IDAT", "x"), "colour");
+  expectRefusedBytes("rgb.png", makePngStart(1 << 20, 1 << 18, 8, 2) + makePngChunk("IDAT", "x"), "is too short");
+  expectRefusedBytes("bits.png", makePngStart(1 << 20, 1 << 18, 1) + makePngChunk("IDAT", "x"), "is too short");
   isRunOnly = true;
   writePng(folder / "cut.png", 64, 64, 8, 0, std::string(4096, 'x'));
   std::string const bytes = readFile(folder / "cut.png");

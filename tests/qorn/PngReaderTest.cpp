@@ -33,16 +33,10 @@ TEST_F(PngReader, ReadsGreyOf8And16Bits) {
   }
 }
 
-TEST_F(PngReader, RefusesColourPaletteAlphaAndFewBits) {
-  std::string const bytes(64, '\1');
-  for (int const colour : {2, 3, 4, 6}) {
-    std::size_t const samples = colour == 2 ? 3 : colour == 4 ? 2 : colour == 6 ? 4 : 1;
-    writePng(path, 2, 2, 8, colour, bytes.substr(0, 4 * samples));
-    expectHeaderFault(path, "colour, a palette or alpha");
-  }
-  for (int const bits : {1, 2, 4}) {
-    writePng(path, 2, 2, bits, 0, bytes.substr(0, 2));
-    expectHeaderFault(path, "has " + std::to_string(bits) + " bits per pixel");
+TEST_F(PngReader, RefusesTwoAndFourBits) {
+  for (int const bits : {2, 4}) {
+    writePng(path, 2, 2, bits, 0, "\1\1");
+    expectHeaderFault(path, "has " + std::to_string(bits) + " bits per pixel; only 1, 8 and 16 are read");
   }
 }
 

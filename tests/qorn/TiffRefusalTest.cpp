@@ -24,23 +24,19 @@ TiffLayout makeLayout(int compression = 1) {
   return layout;
 }
 
-TEST_F(TiffRefusal, ColourPaletteAndAlpha) {
+TEST_F(TiffRefusal, PalettesAndOtherColours) {
   TiffLayout layout = makeLayout();
-  layout.samples = 3;
-  layout.photometric = 2;
-  writeTiff(path, layout, std::string(768, 'x'));
-  expectHeaderFault(path, "3 samples per pixel");
-  layout.samples = 2;
-  layout.photometric = 1;
-  writeTiff(path, layout, std::string(512, 'x'));
-  expectHeaderFault(path, "2 samples per pixel");
-  layout.samples = 1;
   layout.photometric = 3;
   writeTiff(path, layout, std::string(256, 'x'));
-  expectHeaderFault(path, "palette");
+  expectHeaderFault(path, "has a palette: what it stores are numbers of colours, not values; save it as grey or RGB");
+  layout.samples = 2;
+  layout.photometric = 2;
+  writeTiff(path, layout, std::string(512, 'x'));
+  expectHeaderFault(path, "has 2 samples per pixel, which is too few for RGB and 0 more");
+  layout.samples = 3;
   layout.photometric = 8;
-  writeTiff(path, layout, std::string(256, 'x'));
-  expectHeaderFault(path, "photometric interpretation 8 isn't grey");
+  writeTiff(path, layout, std::string(768, 'x'));
+  expectHeaderFault(path, "photometric interpretation 8 isn't grey or RGB");
 }
 
 TEST_F(TiffRefusal, OtherSampleTypes) {
@@ -50,9 +46,9 @@ TEST_F(TiffRefusal, OtherSampleTypes) {
     char const* what;
   };
   for (Case const& refused :
-       {Case{1, 1, "unsigned integer type with 1 bits"}, Case{64, 1, "unsigned integer type with 64 bits"},
-        Case{64, 2, "integer type with 64 bits"}, Case{16, 3, "floating point type with 16 bits"},
-        Case{64, 6, "complex type with 64 bits"}}) {
+       {Case{4, 1, "unsigned integer type with 4 bits"}, Case{1, 2, "integer type with 1 bits"},
+        Case{64, 1, "unsigned integer type with 64 bits"}, Case{64, 2, "integer type with 64 bits"},
+        Case{16, 3, "floating point type with 16 bits"}, Case{64, 6, "complex type with 64 bits"}}) {
     SCOPED_TRACE(refused.what);
     TiffLayout layout = makeLayout();
     layout.bits = refused.bits;

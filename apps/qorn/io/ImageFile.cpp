@@ -49,13 +49,30 @@ void checkBeforeReading(std::string const& path, ImageHeader const& header, Read
   if (options.check) options.check(header);
 }
 
+namespace {
+
+/** People have these; whatever a file is called, it is told what it is. */
+void checkIsNoJpeg(InputFile const& file) {
+  unsigned char start[3] = {};
+  if (file.getSize() >= sizeof start) file.read(start, sizeof start, 0);
+  if (start[0] == 0xff && start[1] == 0xd8 && start[2] == 0xff) {
+    throw FileError(file.getPath(),
+                    "is a JPEG file, which isn't read: its compression has changed the values that "
+                    "were recorded; save it as PNG or TIFF to go on with those it has");
+  }
+}
+
+}  // namespace
+
 ImageHeader readImageHeader(std::string const& path) {
   InputFile const file(path);
+  checkIsNoJpeg(file);
   return findFormat(cFormats, path).readHeader(file);
 }
 
 ImageFile readImage(std::string const& path, ReadOptions const& options) {
   InputFile const file(path);
+  checkIsNoJpeg(file);
   return findFormat(cFormats, path).read(file, options);
 }
 

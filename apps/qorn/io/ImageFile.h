@@ -9,7 +9,8 @@
 
 /**
  * Reading of image files. The suffix tells the format: .npy, .tif or .tiff, .png, .nii or .nii.gz, in any case.
- * Files of one sample per pixel are read as they are stored: no scaling, no inversion, no rotation.
+ * Voxels are read as they are stored: no scaling, no inversion, no rotation. The samples of a pixel become the
+ * spectral series, and one-bit masks voxels 0 and 1.
  *
  * A file is opened once, or what is opened again is known to be the same: header and voxels belong together.
  *

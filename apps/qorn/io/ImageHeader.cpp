@@ -1,5 +1,6 @@
 #include "qorn/io/ImageHeader.h"
 
+#include <algorithm>
 #include <new>
 
 #include "pxl/Limits.h"
@@ -28,6 +29,23 @@ ImageHeader makeHeader(std::string const& path, char const* format, pxl::VoxelTy
     header.sizes[i] = size;
   }
   return header;
+}
+
+ImageHeader makeHeader(std::string const& path, char const* format, pxl::VoxelTypes type,
+                       std::vector<unsigned long> shape, bool isCompressed, Picture const& picture) {
+  if (unsigned long const nbSamples = getNbSamples(picture); nbSamples > 1) {
+    if (shape.size() < pxl::cSpectralSeries) shape.insert(shape.begin(), pxl::cSpectralSeries - shape.size(), 1);
+    shape.insert(shape.begin(), nbSamples);
+  }
+  ImageHeader header = makeHeader(path, format, type, shape, isCompressed);
+  header.picture = picture;
+  return header;
+}
+
+bool isMask(ImageHeader const& header, void const* voxels) {
+  if (!header.picture.isOneBit || header.type != pxl::cUnsignedInteger8) return false;
+  auto const* const first = static_cast<unsigned char const*>(voxels);
+  return std::all_of(first, first + getNbVoxels(header), [](unsigned char voxel) { return voxel <= 1; });
 }
 
 unsigned long getNbVoxels(ImageHeader const& header) {

@@ -7,6 +7,7 @@
 
 #include "pxl/Image.h"
 #include "pxl/VoxelTypes.h"
+#include "qorn/io/Picture.h"
 
 namespace qorn::io {
 
@@ -34,6 +35,7 @@ struct ImageHeader {
   std::vector<float> spacing = {};                 ///< of the dimensions of the file; empty: the file doesn't tell
   std::optional<ValueScale> scale = std::nullopt;  ///< what voxels mean; they are never changed by it
   std::shared_ptr<NiftiHeader const> nifti = nullptr;  ///< the whole header of a NIfTI file
+  Picture picture = {};                                ///< of PNG and TIFF; other files have pixels of one sample
 };
 
 /**
@@ -43,6 +45,13 @@ struct ImageHeader {
  */
 ImageHeader makeHeader(std::string const& path, char const* format, pxl::VoxelTypes type,
                        std::vector<unsigned long> const& shape, bool isCompressed);
+
+/** The same for a picture; `shape` is that of one sample. Several samples become the spectral series. */
+ImageHeader makeHeader(std::string const& path, char const* format, pxl::VoxelTypes type,
+                       std::vector<unsigned long> shape, bool isCompressed, Picture const& picture);
+
+/** Whether a picture is to be written with one bit for each pixel: its file had one, and all voxels are 0 and 1. */
+bool isMask(ImageHeader const& header, void const* voxels);
 
 /** The number of voxels of a header that makeHeader() made. */
 unsigned long getNbVoxels(ImageHeader const& header);

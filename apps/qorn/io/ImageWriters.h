@@ -22,10 +22,10 @@ constexpr unsigned long cMaxTiffPages = 1ul << 20;
 void checkTiff(std::string const& path, ImageHeader const& header);
 /** Whether the offsets of the classic format, of 32 bits, might not reach; a margin is for what pages need. */
 bool needsBigTiff(ImageHeader const& header);
-/** One page for each plan, in strips, uncompressed; a BigTIFF where the data needs it. */
+/** One page for each plan with all its samples, in strips, uncompressed; a BigTIFF where the data needs it. */
 void writeTiff(OutputFile const& file, ImageHeader const& header, void const* voxels);
 
-/** @throws FileError PNG holds one plan of uint8 or uint16 */
+/** @throws FileError PNG holds one plan of uint8 or uint16, of grey or RGB, with or without alpha */
 void checkPng(std::string const& path, ImageHeader const& header);
 void writePng(OutputFile const& file, ImageHeader const& header, void const* voxels);
 

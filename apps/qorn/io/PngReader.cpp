@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "qorn/io/FileError.h"
 #include "qorn/io/GzipFile.h"
@@ -65,37 +66,67 @@ class Decoder : private pxl::Noncopyable {
     });
     std::string const& path = m_stream.file->getPath();
     int const bits = png_get_bit_depth(m_png, m_info);
-    if (png_get_color_type(m_png, m_info) != PNG_COLOR_TYPE_GRAY) {
-      throw FileError(path, "has colour, a palette or alpha; only one grey sample per pixel is read");
+    int const colours = png_get_color_type(m_png, m_info);
+    if (colours == PNG_COLOR_TYPE_PALETTE) throw FileError(path, cPaletteAdvice);
+    if (bits != 1 && bits != 8 && bits != 16) {
+      throw FileError(path, "has " + std::to_string(bits) + " bits per pixel; only 1, 8 and 16 are read");
     }
-    if (bits != 8 && bits != 16) {
-      throw FileError(path, "has " + std::to_string(bits) + " bits per pixel; only 8 and 16 are read");
-    }
+    Picture picture;
+    picture.isColour = (colours & PNG_COLOR_MASK_COLOR) != 0;
+    if ((colours & PNG_COLOR_MASK_ALPHA) != 0) picture.extra = {ExtraSamples::cAlpha};
+    picture.isOneBit = bits == 1;
     ImageHeader const header =
-        makeHeader(path, "png", bits == 8 ? pxl::cUnsignedInteger8 : pxl::cUnsignedInteger16,
-                   {png_get_image_height(m_png, m_info), png_get_image_width(m_png, m_info)}, true);
-    if (getNbBytes(header) / cMaxDeflateRatio > m_stream.file->getSize()) {
+        makeHeader(path, "png", bits == 16 ? pxl::cUnsignedInteger16 : pxl::cUnsignedInteger8,
+                   {png_get_image_height(m_png, m_info), png_get_image_width(m_png, m_info)}, true, picture);
+    unsigned long const nbBytes = bits == 1 ? getNbBytes(header) / 8 : getNbBytes(header);
+    if (nbBytes / cMaxDeflateRatio > m_stream.file->getSize()) {
       throw FileError(path, "is too short for the " + std::to_string(getNbVoxels(header)) + " voxels it declares");
     }
     return header;
   }
 
-  /** After readHeader(). `rowBytes` is the size of a packed row. */
-  void readVoxels(unsigned char* voxels, unsigned long rowBytes, unsigned long nbRows) {
+  /** After readHeader(), to packed voxels of all samples. */
+  void readVoxels(ImageHeader const& header, char* voxels) {
     png_structp const png = m_png;
     png_infop const info = m_info;
-    guard([png, info, voxels, rowBytes, nbRows] {
+    int nbPasses = 1;
+    guard([png, info, &nbPasses] {
       if (png_get_bit_depth(png, info) == 16) png_set_swap(png);
-      int const nbPasses = png_set_interlace_handling(png);
+      if (png_get_bit_depth(png, info) == 1) png_set_packing(png);
+      nbPasses = png_set_interlace_handling(png);
       png_read_update_info(png, info);
-      for (int pass = 0; pass < nbPasses; ++pass) {
-        for (unsigned long row = 0; row < nbRows; ++row) png_read_row(png, voxels + row * rowBytes, nullptr);
-      }
-      png_read_end(png, nullptr);
     });
+    unsigned long const nbSamples = getNbSamples(header.picture);
+    unsigned long const voxelBytes = pxl::helper::getSizeOf(header.type);
+    unsigned long const nbCols = header.sizes[pxl::cColumns];
+    unsigned long const nbRows = header.sizes[pxl::cRows];
+    unsigned long const rowBytes = nbCols * voxelBytes;
+    if (nbSamples == 1) {
+      for (int pass = 0; pass < nbPasses; ++pass) readRows(voxels, rowBytes, nbRows);
+    } else {
+      // Each pass adds to what those before have left of a row, so that interlaced pixels are needed all at once.
+      unsigned long const nbAtOnce = nbPasses > 1 ? nbRows : 1;
+      std::vector<char> pixels(nbAtOnce * rowBytes * nbSamples);
+      std::vector<char*> planes;
+      for (unsigned long s = 0; s < nbSamples; ++s) planes.push_back(voxels + s * nbRows * rowBytes);
+      for (unsigned long row = 0; row < nbRows; row += nbAtOnce) {
+        for (int pass = 0; pass < nbPasses; ++pass) readRows(pixels.data(), rowBytes * nbSamples, nbAtOnce);
+        separateSamples(pixels.data(), nbAtOnce * nbCols, planes, voxelBytes);
+        for (char*& plane : planes) plane += nbAtOnce * rowBytes;
+      }
+    }
+    guard([png] { png_read_end(png, nullptr); });
   }
 
  private:
+  void readRows(char* rows, unsigned long rowBytes, unsigned long count) {
+    png_structp const png = m_png;
+    auto* const first = reinterpret_cast<unsigned char*>(rows);
+    guard([png, first, rowBytes, count] {
+      for (unsigned long row = 0; row < count; ++row) png_read_row(png, first + row * rowBytes, nullptr);
+    });
+  }
+
   template <class Step>
   void guard(Step const& step) {
     if (setjmp(png_jmpbuf(m_png)) != 0) throw FileError(m_stream.file->getPath(), m_stream.message);
@@ -117,8 +148,7 @@ ImageFile readPng(InputFile const& file, ReadOptions const& options) {
   ImageHeader const header = decoder.readHeader();
   checkBeforeReading(file.getPath(), header, options);
   std::shared_ptr<pxl::Image> image = makeImage(file.getPath(), header, options.interpretation);
-  decoder.readVoxels(static_cast<unsigned char*>(image->getVoxels()),
-                     header.sizes[pxl::cColumns] * pxl::helper::getSizeOf(header.type), header.sizes[pxl::cRows]);
+  decoder.readVoxels(header, static_cast<char*>(image->getVoxels()));
   return {header, image};
 }
 

@@ -6,7 +6,7 @@ namespace qorn::io {
 
 class InputFile;
 
-/** @throws FileError also for anything but greyscale of 8 or 16 bits */
+/** @throws FileError also for palettes, and for 2 or 4 bits */
 ImageHeader readPngImageHeader(InputFile const& file);
 
 /** Reads into memory. @throws FileError */

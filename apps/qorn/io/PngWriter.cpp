@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "qorn/io/FileError.h"
 #include "qorn/io/ImageWriters.h"
@@ -34,21 +35,62 @@ void onWrite(png_structp png, png_bytep bytes, png_size_t count) {
   stream->offset += count;
 }
 
+int getColourType(Picture const& picture) {
+  return (picture.isColour ? PNG_COLOR_MASK_COLOR : 0) | (picture.extra.empty() ? 0 : PNG_COLOR_MASK_ALPHA);
+}
+
+/** The rows of a picture, one by one as its file has them. */
+class Rows : private pxl::Noncopyable {
+ public:
+  Rows(ImageHeader const& header, void const* voxels)
+      : m_header(header),
+        m_voxels(static_cast<char const*>(voxels)),
+        m_nbCols(header.sizes[pxl::cColumns]),
+        m_voxelBytes(pxl::helper::getSizeOf(header.type)),
+        m_isMask(isMask(header, voxels)),
+        m_planes(getNbSamples(header.picture)),
+        m_row(m_isMask              ? (m_nbCols + 7) / 8
+              : m_planes.size() > 1 ? m_nbCols * m_planes.size() * m_voxelBytes
+                                    : 0) {}
+
+  int getBits() const { return m_isMask ? 1 : static_cast<int>(8 * m_voxelBytes); }
+
+  unsigned char const* get(unsigned long row) {
+    char const* const voxels = m_voxels + row * m_nbCols * m_voxelBytes;
+    if (m_row.empty()) return reinterpret_cast<unsigned char const*>(voxels);
+    auto* const bytes = reinterpret_cast<unsigned char*>(m_row.data());
+    if (m_isMask) {
+      packBits(reinterpret_cast<unsigned char const*>(voxels), m_nbCols, bytes);
+    } else {
+      unsigned long const planeBytes = m_header.sizes[pxl::cRows] * m_nbCols * m_voxelBytes;
+      for (std::size_t s = 0; s < m_planes.size(); ++s) m_planes[s] = voxels + s * planeBytes;
+      joinSamples(m_planes, m_nbCols, m_voxelBytes, m_row.data());
+    }
+    return bytes;
+  }
+
+ private:
+  ImageHeader const& m_header;
+  char const* m_voxels;
+  unsigned long m_nbCols;
+  unsigned long m_voxelBytes;
+  bool m_isMask;
+  std::vector<char const*> m_planes;
+  std::vector<char> m_row;  ///< empty where voxels are the row
+};
+
 /** Everything between the setjmp and a longjmp; owns nothing that a jump would leak. */
-bool encode(Stream const& stream, png_structp png, png_infop info, ImageHeader const& header,
-            unsigned char const* voxels) {
+bool encode(Stream const& stream, png_structp png, png_infop info, ImageHeader const& header, Rows& rows) {
   if (setjmp(png_jmpbuf(png)) != 0) return false;
-  unsigned long const rowBytes = header.sizes[pxl::cColumns] * pxl::helper::getSizeOf(header.type);
-  bool const isWide = header.type == pxl::cUnsignedInteger16;
   png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);  // the program has limits of its own
   png_set_IHDR(png, info, static_cast<png_uint_32>(header.sizes[pxl::cColumns]),
-               static_cast<png_uint_32>(header.sizes[pxl::cRows]), isWide ? 16 : 8, PNG_COLOR_TYPE_GRAY,
+               static_cast<png_uint_32>(header.sizes[pxl::cRows]), rows.getBits(), getColourType(header.picture),
                PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
   png_write_info(png, info);
-  if (isWide) png_set_swap(png);
+  if (rows.getBits() == 16) png_set_swap(png);
   for (unsigned long row = 0; row < header.sizes[pxl::cRows]; ++row) {
     if (!stream.file->isWanted()) return false;
-    png_write_row(png, voxels + row * rowBytes);
+    png_write_row(png, rows.get(row));
   }
   png_write_end(png, info);
   return true;
@@ -57,22 +99,30 @@ bool encode(Stream const& stream, png_structp png, png_infop info, ImageHeader c
 }  // namespace
 
 void checkPng(std::string const& path, ImageHeader const& header) {
-  bool const isOnePlan = header.rank == 2;
+  bool const isOnePlan = header.rank == 2 || (getNbSamples(header.picture) > 1 && header.sizes[pxl::cPlans] == 1 &&
+                                              header.sizes[pxl::cSequence] == 1);
   bool const hasType = header.type == pxl::cUnsignedInteger8 || header.type == pxl::cUnsignedInteger16;
   if (!isOnePlan || !hasType) {
     throw FileError(path, std::string("PNG holds 2-D images of uint8 and uint16, this one is ") +
                               std::to_string(header.rank) + "-D of " + pxl::helper::getNameOf(header.type));
   }
+  std::vector<ExtraSamples> const& extra = header.picture.extra;
+  if (extra.size() > 1 || (extra.size() == 1 && extra.front() != ExtraSamples::cAlpha)) {
+    std::string samples;
+    for (std::string const& name : getSampleNames(header.picture)) samples += (samples.empty() ? "" : ", ") + name;
+    throw FileError(path, "PNG holds grey or RGB, with or without alpha, this picture has " + samples);
+  }
 }
 
 void writePng(OutputFile const& file, ImageHeader const& header, void const* voxels) {
+  Rows rows(header, voxels);
   Stream stream{&file, 0, "not enough memory"};
   png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &stream, onError, onWarning);
   png_infop info = png == nullptr ? nullptr : png_create_info_struct(png);
   bool isDone = false;
   if (info != nullptr) {
     png_set_write_fn(png, &stream, onWrite, nullptr);
-    isDone = encode(stream, png, info, header, static_cast<unsigned char const*>(voxels));
+    isDone = encode(stream, png, info, header, rows);
   }
   png_destroy_write_struct(&png, &info);
   if (!isDone) file.checkIsWanted();

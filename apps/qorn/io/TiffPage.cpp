@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <vector>
 
 #include "pxl/Limits.h"
 #include "qorn/io/InputFile.h"
@@ -16,7 +17,8 @@ constexpr unsigned long cMaxTileVoxels = 1ul << 26;
 constexpr unsigned long cMaxTilePages = 4;
 constexpr unsigned long cMaxTileRest = 1ul << 24;  ///< bytes beyond that many times the page
 
-pxl::VoxelTypes getVoxelType(TiffFile const& file) {
+pxl::VoxelTypes getVoxelType(TiffFile const& file, Picture const& picture) {
+  if (picture.isOneBit) return pxl::cUnsignedInteger8;
   std::uint16_t bits = 1;
   std::uint16_t format = SAMPLEFORMAT_UINT;
   TIFFGetFieldDefaulted(file.get(), TIFFTAG_BITSPERSAMPLE, &bits);
@@ -44,41 +46,65 @@ pxl::VoxelTypes getVoxelType(TiffFile const& file) {
   file.fail(std::string("samples of ") + kind + " type with " + std::to_string(bits) + " bits aren't read");
 }
 
-void checkIsGrey(TiffFile const& file) {
+Picture readPicture(TiffFile const& file) {
   std::uint16_t photometric = PHOTOMETRIC_MINISBLACK;
   std::uint16_t samples = 1;
   std::uint16_t extraSamples = 0;
   std::uint16_t* extraTypes = nullptr;
   std::uint32_t depth = 1;
+  std::uint16_t planar = PLANARCONFIG_CONTIG;
+  std::uint16_t bits = 1;
+  std::uint16_t format = SAMPLEFORMAT_UINT;
   TIFFGetField(file.get(), TIFFTAG_PHOTOMETRIC, &photometric);
   TIFFGetFieldDefaulted(file.get(), TIFFTAG_SAMPLESPERPIXEL, &samples);
   TIFFGetFieldDefaulted(file.get(), TIFFTAG_EXTRASAMPLES, &extraSamples, &extraTypes);
   TIFFGetFieldDefaulted(file.get(), TIFFTAG_IMAGEDEPTH, &depth);
-  if (photometric == PHOTOMETRIC_PALETTE) file.fail("has a palette; only one grey sample per pixel is read");
-  if (samples != 1 || extraSamples != 0) {
-    file.fail("has " + std::to_string(samples) + " samples per pixel, as of colour or alpha; only one is read");
-  }
+  TIFFGetFieldDefaulted(file.get(), TIFFTAG_PLANARCONFIG, &planar);
+  TIFFGetFieldDefaulted(file.get(), TIFFTAG_BITSPERSAMPLE, &bits);
+  TIFFGetFieldDefaulted(file.get(), TIFFTAG_SAMPLEFORMAT, &format);
+  if (photometric == PHOTOMETRIC_PALETTE) file.fail(cPaletteAdvice);
+  Picture picture;
+  picture.isColour = photometric == PHOTOMETRIC_RGB;
   // Stored values are kept, so white on black and black on white are read alike.
-  if (photometric != PHOTOMETRIC_MINISBLACK && photometric != PHOTOMETRIC_MINISWHITE) {
-    file.fail("photometric interpretation " + std::to_string(photometric) + " isn't grey");
+  picture.isWhiteZero = photometric == PHOTOMETRIC_MINISWHITE;
+  if (!picture.isColour && !picture.isWhiteZero && photometric != PHOTOMETRIC_MINISBLACK) {
+    file.fail("photometric interpretation " + std::to_string(photometric) + " isn't grey or RGB");
   }
+  unsigned int const nbColours = picture.isColour ? 3 : 1;
+  if (samples < nbColours + extraSamples) {
+    file.fail("has " + std::to_string(samples) + " samples per pixel, which is too few for " +
+              (picture.isColour ? "RGB" : "grey") + " and " + std::to_string(extraSamples) + " more");
+  }
+  // Some writers don't tell what the samples after the colour are.
+  picture.extra.assign(samples - nbColours, ExtraSamples::cUnknown);
+  for (unsigned int i = 0; i < extraSamples; ++i) {
+    bool const isKnown = extraTypes[i] == EXTRASAMPLE_ASSOCALPHA || extraTypes[i] == EXTRASAMPLE_UNASSALPHA;
+    if (isKnown) picture.extra[picture.extra.size() - extraSamples + i] = static_cast<ExtraSamples>(extraTypes[i]);
+  }
+  picture.isPlanar = samples > 1 && planar == PLANARCONFIG_SEPARATE;
+  picture.isOneBit = samples == 1 && bits == 1 && (format == SAMPLEFORMAT_UINT || format == SAMPLEFORMAT_VOID);
   if (depth != 1) file.fail("volumes within a page aren't read");
+  return picture;
 }
 
-TiffPieces getPieces(TiffFile const& file, unsigned long cols, unsigned long rows) {
+TiffPieces getPieces(TiffFile const& file, unsigned long cols, unsigned long rows, Picture const& picture) {
   TIFF* const tiff = file.get();
+  unsigned long const nbSamples = getNbSamples(picture);
+  unsigned long const nbPlanes = picture.isPlanar ? nbSamples : 1;
   if (TIFFIsTiled(tiff) != 0) {
     std::uint32_t tileCols = 0;
     std::uint32_t tileRows = 0;
     TIFFGetField(tiff, TIFFTAG_TILEWIDTH, &tileCols);
     TIFFGetField(tiff, TIFFTAG_TILELENGTH, &tileRows);
     if (tileCols == 0 || tileRows == 0) file.fail("tiles without a size");
-    return {true, TIFFNumberOfTiles(tiff), tileCols, tileRows};
+    unsigned long const count = TIFFNumberOfTiles(tiff);
+    return {true, count, count / nbPlanes, nbSamples / nbPlanes, tileCols, tileRows};
   }
   std::uint32_t stripRows = 0;
   TIFFGetFieldDefaulted(tiff, TIFFTAG_ROWSPERSTRIP, &stripRows);
   if (stripRows == 0) file.fail("strips without rows");
-  return {false, TIFFNumberOfStrips(tiff), cols, std::min<unsigned long>(stripRows, rows)};
+  unsigned long const count = TIFFNumberOfStrips(tiff);
+  return {false, count, count / nbPlanes, nbSamples / nbPlanes, cols, std::min<unsigned long>(stripRows, rows)};
 }
 
 /** How many bytes a compressed byte can become at most; 0 where there is no useful bound. */
@@ -96,20 +122,24 @@ unsigned long getMaxRatio(std::uint16_t compression) {
   }
 }
 
-/** The most voxels that a strip or tile of the page may have. */
+/** The most voxels, of all samples, that a strip or tile of the page may have. */
 unsigned long getMaxPieceVoxels(TiffPage const& page) {
   if (!page.pieces.isTiled) return cMaxStripVoxels;
-  unsigned long const pageVoxels = page.cols > cMaxTileVoxels / page.rows ? cMaxTileVoxels : page.cols * page.rows;
+  unsigned long const rowVoxels = page.cols * page.pieces.nbSamples;
+  unsigned long const pageVoxels = rowVoxels > cMaxTileVoxels / page.rows ? cMaxTileVoxels : rowVoxels * page.rows;
   return std::min(cMaxTileVoxels, cMaxTilePages * pageVoxels + cMaxTileRest / pxl::helper::getSizeOf(page.type));
 }
 
 void checkPieces(TiffFile const& file, TiffPage const& page, std::uint16_t compression) {
   unsigned long const across = (page.cols - 1) / page.pieces.cols + 1;
   unsigned long const down = (page.rows - 1) / page.pieces.rows + 1;
-  if (page.pieces.count != across * down) file.fail("the number of strips or tiles doesn't fit the size");
+  unsigned long const nbPlanes = getNbSamples(page.picture) / page.pieces.nbSamples;
+  bool const isWhole = page.pieces.count % nbPlanes == 0 && page.pieces.countPerPlane == across * down;
+  if (!isWhole) file.fail("the number of strips or tiles doesn't fit the size");
   unsigned long const fileBytes = file.getFile().getSize();
   unsigned long const maxRatio = getMaxRatio(compression);
-  if (page.pieces.cols > getMaxPieceVoxels(page) / page.pieces.rows) file.fail("a strip or tile is too large");
+  if (page.pieces.cols * page.pieces.nbSamples > getMaxPieceVoxels(page) / page.pieces.rows)
+    file.fail("a strip or tile is too large");
   for (unsigned long i = 0; i < page.pieces.count; ++i) {
     unsigned long const bytes = getPieceBytes(page, i);
     unsigned long const offset = TIFFGetStrileOffset(file.get(), static_cast<std::uint32_t>(i));
@@ -133,21 +163,34 @@ TiffPage readTiffPage(TiffFile const& file) {
   TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &cols);
   TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &rows);
   if (cols == 0 || rows == 0) file.fail("has no voxels");
-  checkIsGrey(file);
+  Picture const picture = readPicture(file);
   std::uint16_t compression = COMPRESSION_NONE;
   TIFFGetFieldDefaulted(tiff, TIFFTAG_COMPRESSION, &compression);
   if (TIFFIsCODECConfigured(compression) == 0) {
     file.fail("compression method " + std::to_string(compression) + " isn't known");
   }
-  TiffPage const page{cols, rows, getVoxelType(file), compression != COMPRESSION_NONE, getPieces(file, cols, rows)};
+  TiffPage const page{cols,
+                      rows,
+                      getVoxelType(file, picture),
+                      picture,
+                      compression != COMPRESSION_NONE,
+                      getPieces(file, cols, rows, picture)};
   checkPieces(file, page, compression);
   return page;
 }
 
+unsigned long getPieceRows(TiffPage const& page, unsigned long index) {
+  if (page.pieces.isTiled) return page.pieces.rows;
+  return std::min(page.pieces.rows, page.rows - index % page.pieces.countPerPlane * page.pieces.rows);
+}
+
+unsigned long getPieceRowBytes(TiffPage const& page) {
+  if (page.picture.isOneBit) return (page.pieces.cols + 7) / 8;
+  return page.pieces.cols * page.pieces.nbSamples * pxl::helper::getSizeOf(page.type);
+}
+
 unsigned long getPieceBytes(TiffPage const& page, unsigned long index) {
-  unsigned long const rows =
-      page.pieces.isTiled ? page.pieces.rows : std::min(page.pieces.rows, page.rows - index * page.pieces.rows);
-  return page.pieces.cols * rows * pxl::helper::getSizeOf(page.type);
+  return getPieceRows(page, index) * getPieceRowBytes(page);
 }
 
 }  // namespace qorn::io

@@ -34,11 +34,20 @@ std::vector<unsigned long> readDeclaredShape(TiffFile const& file) {
 }
 
 /**
- * The shape of the array that the pages make. A declared one counts only if it fits all pages: writers that append
- * pages describe each by itself, and some drop last sizes of 1 from the pages.
+ * The shape of the array that the pages make, for one sample. A declared one counts only if it fits all pages:
+ * writers that append pages describe each by itself, and some drop last sizes of 1 from the pages. It counts several
+ * samples, too, where the pages have them.
  */
-std::vector<unsigned long> getShape(std::vector<unsigned long> const& declared, TiffPage const& page,
+std::vector<unsigned long> getShape(std::vector<unsigned long> declared, TiffPage const& page,
                                     unsigned long nbPages) {
+  if (unsigned long const nbSamples = getNbSamples(page.picture); nbSamples > 1) {
+    std::size_t const fromEnd = page.picture.isPlanar ? 3 : 1;
+    if (declared.size() < 3 || declared[declared.size() - fromEnd] != nbSamples) {
+      declared.clear();
+    } else {
+      declared.erase(declared.end() - static_cast<std::ptrdiff_t>(fromEnd));
+    }
+  }
   unsigned long product = 1;
   bool isFitting = declared.size() >= 2;
   for (std::size_t i = 0; isFitting && i + 2 < declared.size(); ++i) {
@@ -49,6 +58,11 @@ std::vector<unsigned long> getShape(std::vector<unsigned long> const& declared, 
   if (isFitting) return declared;
   if (nbPages == 1) return {page.rows, page.cols};
   return {nbPages, page.rows, page.cols};
+}
+
+bool isLike(TiffPage const& page, unsigned long cols, unsigned long rows, pxl::VoxelTypes type,
+            Picture const& picture) {
+  return page.cols == cols && page.rows == rows && page.type == type && haveSameSamples(page.picture, picture);
 }
 
 /** Goes over all pages, so that nothing is allocated before all of them are known to be good. */
@@ -67,44 +81,56 @@ ImageHeader readHeader(TiffFile& file) {
     }
     if (!file.nextPage()) break;
     page = readTiffPage(file);
-    if (page.cols != first.cols || page.rows != first.rows || page.type != first.type) {
-      file.fail("has another size or voxel type than the first page");
+    if (!isLike(page, first.cols, first.rows, first.type, first.picture)) {
+      file.fail("has another size or voxel type than the first page, or other samples");
     }
     isCompressed = isCompressed || page.isCompressed;
   }
-  return makeHeader(path, "tiff", first.type, getShape(declared, first, file.getPage()), isCompressed);
+  return makeHeader(path, "tiff", first.type, getShape(declared, first, file.getPage()), isCompressed, first.picture);
 }
 
-/** Copies the part of a tile that lies within the page. */
-void copyTile(TiffPage const& page, unsigned long index, char const* tile, char* voxels) {
+/** Copies the part of a piece that lies within the page to the planes of its samples. */
+void copyPiece(TiffPage const& page, unsigned long index, char const* piece, std::vector<char*> const& planes) {
   unsigned long const voxelBytes = pxl::helper::getSizeOf(page.type);
   unsigned long const across = (page.cols - 1) / page.pieces.cols + 1;
-  unsigned long const col = index % across * page.pieces.cols;
-  unsigned long const row = index / across * page.pieces.rows;
+  unsigned long const plane = index / page.pieces.countPerPlane;
+  unsigned long const col = index % page.pieces.countPerPlane % across * page.pieces.cols;
+  unsigned long const row = index % page.pieces.countPerPlane / across * page.pieces.rows;
   unsigned long const cols = std::min(page.pieces.cols, page.cols - col);
-  unsigned long const rows = std::min(page.pieces.rows, page.rows - row);
-  for (unsigned long r = 0; r < rows; ++r) {
-    std::memcpy(voxels + ((row + r) * page.cols + col) * voxelBytes, tile + r * page.pieces.cols * voxelBytes,
-                cols * voxelBytes);
+  unsigned long const rows = std::min(getPieceRows(page, index), page.rows - row);
+  std::vector<char*> targets(planes.begin() + static_cast<std::ptrdiff_t>(plane),
+                             planes.begin() + static_cast<std::ptrdiff_t>(plane + page.pieces.nbSamples));
+  for (char*& target : targets) target += (row * page.cols + col) * voxelBytes;
+  for (unsigned long r = 0; r < rows; ++r, piece += getPieceRowBytes(page)) {
+    if (page.picture.isOneBit) {
+      unpackBits(reinterpret_cast<unsigned char const*>(piece), cols,
+                 reinterpret_cast<unsigned char*>(targets.front()));
+    } else if (targets.size() > 1) {
+      separateSamples(piece, cols, targets, voxelBytes);
+    } else {
+      std::memcpy(targets.front(), piece, cols * voxelBytes);
+    }
+    for (char*& target : targets) target += page.cols * voxelBytes;
   }
 }
 
-/** Decodes the present page to packed rows. */
-void readPage(TiffFile const& file, TiffPage const& page, std::vector<char>& tile, char* voxels) {
+/** Decodes the present page to packed rows, each sample to a plane of its own. `buffer` is used again and again. */
+void readPage(TiffFile const& file, TiffPage const& page, std::vector<char>& buffer,
+              std::vector<char*> const& planes) {
+  // Strips of one sample have the bytes of the image.
+  bool const isDirect = !page.pieces.isTiled && page.pieces.nbSamples == 1 && !page.picture.isOneBit;
   for (unsigned long i = 0; i < page.pieces.count; ++i) {
     auto const bytes = static_cast<tmsize_t>(getPieceBytes(page, i));
     auto const index = static_cast<std::uint32_t>(i);
-    tmsize_t got = 0;
-    if (page.pieces.isTiled) {
-      tile.resize(static_cast<std::size_t>(bytes));
-      got = TIFFReadEncodedTile(file.get(), index, tile.data(), bytes);
-      if (got == bytes) copyTile(page, i, tile.data(), voxels);
-    } else {
-      char* const target = voxels + i * getPieceBytes(page, 0);
-      got = TIFFReadEncodedStrip(file.get(), index, target, bytes);
-    }
+    unsigned long const inPlane = i % page.pieces.countPerPlane;
+    if (!isDirect) buffer.resize(std::max(buffer.size(), static_cast<std::size_t>(bytes)));
+    char* const target =
+        isDirect ? planes[i / page.pieces.countPerPlane] + inPlane * getPieceBytes(page, 0) : buffer.data();
+    tmsize_t const got = page.pieces.isTiled ? TIFFReadEncodedTile(file.get(), index, target, bytes)
+                                             : TIFFReadEncodedStrip(file.get(), index, target, bytes);
     if (got != bytes)
       file.fail("broken data in " + std::string(page.pieces.isTiled ? "tile " : "strip ") + std::to_string(i));
+    if (!isDirect) copyPiece(page, i, target, planes);
   }
 }
 
@@ -126,17 +152,19 @@ ImageFile readTiff(InputFile const& file, ReadOptions const& options) {
   unsigned long const rows = header.sizes[pxl::cRows];
   unsigned long const planBytes = cols * rows * pxl::helper::getSizeOf(header.type);
   char* const voxels = static_cast<char*>(image->getVoxels());
-  std::vector<char> tile;
+  std::vector<char> buffer;
   unsigned long const nbPages = tiff.getPage();
+  std::vector<char*> planes(getNbSamples(header.picture));
   tiff.firstPage();
   for (unsigned long i = 0; i < nbPages; ++i) {
     // The pages are read a second time here: a file that is written meanwhile must not reach beyond the image.
     if (i > 0 && !tiff.nextPage()) tiff.fail("the file was changed while it was read");
     TiffPage const page = readTiffPage(tiff);
-    if (page.cols != cols || page.rows != rows || page.type != header.type) {
+    if (!isLike(page, cols, rows, header.type, header.picture)) {
       tiff.fail("the file was changed while it was read");
     }
-    readPage(tiff, page, tile, voxels + i * planBytes);
+    for (std::size_t s = 0; s < planes.size(); ++s) planes[s] = voxels + (s * nbPages + i) * planBytes;
+    readPage(tiff, page, buffer, planes);
   }
   return {header, image};
 }

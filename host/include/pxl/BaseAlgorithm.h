@@ -72,7 +72,10 @@ class PXL_API BaseAlgorithm : private Noncopyable {
    */
   void executeOnWindow(access::Region const& window);
 
-  /** Asks the present run to end as soon as it can; without a run nothing happens. From any thread, never waits. */
+  /**
+   * Asks the present run to end as soon as it can; without a run nothing happens. From any thread, never waits. A
+   * RunInBackground can be cancelled before it begins.
+   */
   void cancelExecution();
 
   /** What is done of the present or last run, from 0 to 1, never going back within a run. From any thread. */
@@ -139,7 +142,10 @@ class PXL_API BaseAlgorithm : private Noncopyable {
  private:
   friend class PropertyBase;
   friend class WindowRun;
+  friend class RunInBackground;
   friend class algorithms::AbstractPrivateImplementation;
+
+  void executeWithin(BaseAlgorithm& parent);
 
   std::vector<PropertyBase*> m_properties;
   access::Region m_processingRegion;

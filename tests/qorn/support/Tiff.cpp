@@ -10,27 +10,38 @@
 namespace test {
 namespace {
 
-void writePage(TIFF* tiff, TiffLayout const& layout, std::string const& voxels) {
-  std::size_t const pixelBytes = static_cast<std::size_t>(layout.samples) * static_cast<std::size_t>(layout.bits) / 8;
-  std::size_t const rowBytes = std::max<std::size_t>(layout.cols * pixelBytes, 1);
+/** Writes all samples of a page, or those of one plane. */
+void writePlane(TIFF* tiff, TiffLayout const& layout, std::string const& voxels, unsigned short plane) {
+  auto const samples = static_cast<std::size_t>(layout.isPlanar ? 1 : layout.samples);
+  std::size_t const pixelBits = samples * static_cast<std::size_t>(layout.bits);
+  auto const toBytes = [pixelBits](std::size_t pixels) { return (pixels * pixelBits + 7) / 8; };
+  std::size_t const rowBytes = toBytes(layout.cols);
   if (layout.tile == 0) {
     std::string row;
     for (unsigned int r = 0; r < layout.rows; ++r) {
       row = voxels.substr(r * rowBytes, rowBytes);
-      if (TIFFWriteScanline(tiff, row.data(), r, 0) != 1) throw std::runtime_error("can't write a row");
+      if (TIFFWriteScanline(tiff, row.data(), r, plane) != 1) throw std::runtime_error("can't write a row");
     }
     return;
   }
   for (unsigned int row = 0; row < layout.rows; row += layout.tile) {
     for (unsigned int col = 0; col < layout.cols; col += layout.tile) {
-      std::string tile(layout.tile * layout.tile * pixelBytes, '\x7f');  // the part beyond the edge isn't zero
-      std::size_t const bytes = std::min(layout.tile, layout.cols - col) * pixelBytes;
+      std::string tile(layout.tile * toBytes(layout.tile), '\x7f');  // the part beyond the edge isn't zero
+      std::size_t const bytes = toBytes(std::min(layout.tile, layout.cols - col));
       for (unsigned int r = 0; r < std::min(layout.tile, layout.rows - row); ++r) {
-        tile.replace(r * layout.tile * pixelBytes, bytes,
-                     voxels.substr((row + r) * rowBytes + col * pixelBytes, bytes));
+        tile.replace(r * toBytes(layout.tile), bytes, voxels.substr((row + r) * rowBytes + toBytes(col), bytes));
       }
-      if (TIFFWriteTile(tiff, tile.data(), col, row, 0, 0) < 0) throw std::runtime_error("can't write a tile");
+      if (TIFFWriteTile(tiff, tile.data(), col, row, 0, plane) < 0) throw std::runtime_error("can't write a tile");
     }
+  }
+}
+
+void writePage(TIFF* tiff, TiffLayout const& layout, std::string const& voxels) {
+  int const nbPlanes = layout.isPlanar ? layout.samples : 1;
+  std::size_t const planeBytes = voxels.size() / static_cast<std::size_t>(nbPlanes);
+  for (int plane = 0; plane < nbPlanes; ++plane) {
+    writePlane(tiff, layout, voxels.substr(static_cast<std::size_t>(plane) * planeBytes, planeBytes),
+               static_cast<unsigned short>(plane));
   }
 }
 
@@ -47,7 +58,11 @@ void writeTiff(std::string const& path, TiffLayout const& layout, std::string co
     TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT, layout.format);
     TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, layout.samples);
     TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, layout.photometric);
-    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, layout.isPlanar ? PLANARCONFIG_SEPARATE : PLANARCONFIG_CONTIG);
+    TIFFSetField(tiff, TIFFTAG_FILLORDER, layout.fillOrder);
+    if (!layout.extra.empty()) {
+      TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, static_cast<int>(layout.extra.size()), layout.extra.data());
+    }
     TIFFSetField(tiff, TIFFTAG_COMPRESSION, layout.compression);
     if (layout.predictor != 1) TIFFSetField(tiff, TIFFTAG_PREDICTOR, layout.predictor);
     std::vector<unsigned short> colours(256, 0);
@@ -72,7 +87,8 @@ void writeTiff(std::string const& path, TiffLayout const& layout, std::string co
 namespace {
 
 TiffLayout readLayout(TIFF* tiff) {
-  unsigned short bits = 0, format = 0, samples = 0, photometric = 0, compression = 0;
+  unsigned short bits = 0, format = 0, samples = 0, photometric = 0, compression = 0, planar = 0, nbExtra = 0;
+  unsigned short* extra = nullptr;
   char const* description = nullptr;
   TiffLayout layout;
   TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &layout.cols);
@@ -84,6 +100,9 @@ TiffLayout readLayout(TIFF* tiff) {
   TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric);
   TIFFGetField(tiff, TIFFTAG_COMPRESSION, &compression);
   if (TIFFGetField(tiff, TIFFTAG_IMAGEDESCRIPTION, &description) == 1) layout.description = description;
+  TIFFGetField(tiff, TIFFTAG_PLANARCONFIG, &planar);
+  if (TIFFGetField(tiff, TIFFTAG_EXTRASAMPLES, &nbExtra, &extra) == 1) layout.extra.assign(extra, extra + nbExtra);
+  layout.isPlanar = planar == PLANARCONFIG_SEPARATE;
   layout.bits = bits;
   layout.format = format;
   layout.samples = samples;
@@ -94,7 +113,8 @@ TiffLayout readLayout(TIFF* tiff) {
 
 bool areAlike(TiffLayout const& a, TiffLayout const& b) {
   return a.cols == b.cols && a.rows == b.rows && a.bits == b.bits && a.format == b.format && a.samples == b.samples &&
-         a.photometric == b.photometric && a.compression == b.compression;
+         a.extra == b.extra && a.isPlanar == b.isPlanar && a.photometric == b.photometric &&
+         a.compression == b.compression;
 }
 
 }  // namespace
@@ -110,9 +130,13 @@ TiffContent readTiff(std::string const& path) {
                       (content.layout.pages == 0 || layout.description.empty());
     ++content.layout.pages;
     std::string row(static_cast<std::size_t>(TIFFScanlineSize(tiff)), '\0');
-    for (unsigned int r = 0; r < layout.rows; ++r) {
-      if (TIFFReadScanline(tiff, row.data(), r, 0) != 1) throw std::runtime_error("can't read a row");
-      content.voxels += row;
+    for (int plane = 0; plane < (layout.isPlanar ? layout.samples : 1); ++plane) {
+      for (unsigned int r = 0; r < layout.rows; ++r) {
+        if (TIFFReadScanline(tiff, row.data(), r, static_cast<unsigned short>(plane)) != 1) {
+          throw std::runtime_error("can't read a row");
+        }
+        content.voxels += row;
+      }
     }
   } while (TIFFReadDirectory(tiff) == 1);
   TIFFClose(tiff);

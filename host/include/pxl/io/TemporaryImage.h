@@ -7,7 +7,15 @@
 
 namespace pxl {
 class Image;
-}
+
+/**
+ * Gives the memory that is kept for the next temporary image back to the system: that of the last one, unless it was
+ * larger than the setting PXL_MAX_KEPT_MEMORY in bytes, by default 1 GiB. Temporaries in use are left alone. From any
+ * thread. @return the bytes that were kept
+ */
+PXL_API unsigned long releaseTemporaries();
+
+}  // namespace pxl
 
 namespace pxl::io {
 
@@ -32,7 +40,8 @@ class PXL_API TemporaryImageReference {
 };
 
 /**
- * An image for the length of a computation. In memory its pages are reused from one temporary to the next; on disk it
+ * An image for the length of a computation. In memory its pages are reused from one temporary to the next, and kept
+ * until releaseTemporaries() or until one of another size is made; on disk it
  * is a file without a name in the folder of temporaries (PXLWORKS_TMPDIR, ignored in set-uid programs, else
  * /var/tmp), whose space is reserved before it is used. New voxels have any value.
  */

@@ -1,0 +1,35 @@
+#include "ElementLimits.h"
+
+#include <cstdio>
+#include <string>
+
+#include "Raise.h"
+#include "pxl/Limits.h"
+
+namespace pxl::kernel {
+namespace {
+
+constexpr double cMaxCountedRadius = 1000;
+
+[[noreturn]] void refuse(std::string const& nbVoxels) {
+  PXL_RAISE(InvalidCall, "a structuring element has at most " + std::to_string(limits::cMaxNbOffsets) +
+                             " voxels, this one would need " + nbVoxels);
+}
+
+}  // namespace
+
+void checkNbVoxels(unsigned long nbVoxels) {
+  if (nbVoxels > limits::cMaxNbOffsets) refuse(std::to_string(nbVoxels));
+}
+
+void refuseElement(double nbVoxels) {
+  char text[32];
+  std::snprintf(text, sizeof text, "about %.3g", nbVoxels);
+  refuse(text);
+}
+
+void checkRadius(double radius, double nbVoxels) {
+  if (radius > cMaxCountedRadius) refuseElement(nbVoxels);
+}
+
+}  // namespace pxl::kernel
