@@ -54,6 +54,15 @@ void checkEffort(pxl::BaseAlgorithm const& algorithm, std::size_t nbVoxels) {
   }
 }
 
+void setImages(pxl::BaseAlgorithm& algorithm, pxl::ImageModel const* input, pxl::ImageModel* output) {
+  for (pxl::PropertyBase* property : algorithm.getProperties()) {
+    pxl::visitProperty(*property,
+                       pxl::Overloaded{[input](pxl::Property<pxl::ImageModel const*>& image) { image.set(input); },
+                                       [output](pxl::Property<pxl::ImageModel*>& image) { image.set(output); },
+                                       [](pxl::PropertyBase&) {}});
+  }
+}
+
 /** Which voxels of an image a single voxel that differs from the background reaches. */
 Element probe(pxl::BaseAlgorithm& algorithm, std::array<unsigned long, 3> const& reach, unsigned char background) {
   Element element = makeElement(reach);
@@ -67,13 +76,9 @@ Element probe(pxl::BaseAlgorithm& algorithm, std::array<unsigned long, 3> const&
   std::memset(voxels, background, count);
   std::memset(result, background, count);
   voxels[count / 2] = static_cast<unsigned char>(~background);
-  auto& inputImage = dynamic_cast<pxl::Property<pxl::ImageModel const*>&>(*algorithm.findProperty("inputImage"));
-  auto& outputImage = dynamic_cast<pxl::Property<pxl::ImageModel*>&>(*algorithm.findProperty("outputImage"));
-  inputImage.set(input.get());
-  outputImage.set(output.get());
+  setImages(algorithm, input.get(), output.get());
   executeNamed(algorithm, true);
-  inputImage.set(nullptr);
-  outputImage.set(nullptr);
+  setImages(algorithm, nullptr, nullptr);
   // A voxel reads the one that differs where that one lies within its element: the answer is the element mirrored.
   for (std::size_t i = 0; i < count; ++i) element.mask[count - 1 - i] = result[i] != background;
   return element;

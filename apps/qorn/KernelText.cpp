@@ -95,27 +95,38 @@ std::vector<long> parseOrigin(std::string const& text, int rank) {
   return origin;
 }
 
-}  // namespace
-
-void setKernel(pxl::PropertyBase& property, std::string const& value, std::optional<std::string> const& origin) {
+template <class Kernel>
+void setKernelOfRank(pxl::Property<Kernel>& property, std::string const& value,
+                     std::optional<std::string> const& origin) {
+  constexpr int rank = std::is_same_v<Kernel, pxl::kernel::Kernel2D> ? 2 : 3;
+  if (value.empty()) throw UsageError(property.getName(), "has no value");
   std::string const what = std::string(property.getName()) + "=" + value;
-  int const rank = property.getKind() == pxl::PropertyKinds::cKernel2D ? 2 : 3;
   KernelArray const array = io::getSuffix(value) == ".npy" ? readArray(what, value, rank) : parseArray(what, value);
   if (rank == 2 && array.plans != 1) throw UsageError(what, "a 2-D kernel has no plans");
   std::vector<long> const at =
       origin ? parseOrigin(*origin, rank) : std::vector<long>{array.cols / 2, array.rows / 2, array.plans / 2};
   double const* const coefficients = array.coefficients.data();
   try {
-    if (rank == 2) {
-      dynamic_cast<pxl::Property<pxl::kernel::Kernel2D>&>(property).set(
-          pxl::kernel::Kernel2D(coefficients, array.rows, array.cols, at[1], at[0]));
+    if constexpr (rank == 2) {
+      property.set(Kernel(coefficients, array.rows, array.cols, at[1], at[0]));
     } else {
-      dynamic_cast<pxl::Property<pxl::kernel::Kernel3D>&>(property).set(
-          pxl::kernel::Kernel3D(coefficients, array.plans, array.rows, array.cols, at[2], at[1], at[0]));
+      property.set(Kernel(coefficients, array.plans, array.rows, array.cols, at[2], at[1], at[0]));
     }
   } catch (pxl::InvalidCall const& error) {
     throw UsageError(property.getName(), error.what());
   }
+}
+
+}  // namespace
+
+void setKernel(pxl::Property<pxl::kernel::Kernel2D>& property, std::string const& value,
+               std::optional<std::string> const& origin) {
+  setKernelOfRank(property, value, origin);
+}
+
+void setKernel(pxl::Property<pxl::kernel::Kernel3D>& property, std::string const& value,
+               std::optional<std::string> const& origin) {
+  setKernelOfRank(property, value, origin);
 }
 
 }  // namespace qorn

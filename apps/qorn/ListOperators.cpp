@@ -17,16 +17,11 @@ using Json = nlohmann::ordered_json;
 /** The default of a property as a number, or null. */
 Json getDefault(pxl::PropertyBase const& property) {
   if (!property.hasDefault()) return nullptr;
-  switch (property.getKind()) {
-    case pxl::PropertyKinds::cInteger:
-      return dynamic_cast<pxl::Property<int> const&>(property).getDefault();
-    case pxl::PropertyKinds::cUnsignedInteger:
-      return dynamic_cast<pxl::Property<unsigned int> const&>(property).getDefault();
-    case pxl::PropertyKinds::cReal:
-      return dynamic_cast<pxl::Property<double> const&>(property).getDefault();
-    default:
-      return nullptr;
-  }
+  return pxl::visitProperty(
+      property, pxl::Overloaded{[](pxl::Property<int> const& number) -> Json { return number.getDefault(); },
+                                [](pxl::Property<unsigned int> const& number) -> Json { return number.getDefault(); },
+                                [](pxl::Property<double> const& number) -> Json { return number.getDefault(); },
+                                [](pxl::PropertyBase const&) -> Json { return nullptr; }});
 }
 
 /** What a user must know about giving the property: its default, or that there is none. */
@@ -44,7 +39,7 @@ Json describe(pxl::AlgoInfo const& record) {
   auto const algorithm = record.create();
   for (pxl::PropertyBase const* property : algorithm->getProperties()) {
     properties.push_back({{"name", property->getName()},
-                          {"type", getKindName(property->getKind())},
+                          {"type", getTypeName(*property)},
                           {"default", getDefault(*property)},
                           {"help", property->getHelp()}});
   }
@@ -64,8 +59,7 @@ std::string toText(pxl::AlgoInfo const& record) {
   table.addRow({"PROPERTY", "TYPE", "DEFAULT", "MEANING"});
   auto const algorithm = record.create();
   for (pxl::PropertyBase const* property : algorithm->getProperties()) {
-    table.addRow(
-        {property->getName(), getKindName(property->getKind()), describeDefault(*property), property->getHelp()});
+    table.addRow({property->getName(), getTypeName(*property), describeDefault(*property), property->getHelp()});
   }
   return text + table.toText();
 }

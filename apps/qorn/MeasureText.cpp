@@ -21,8 +21,9 @@ constexpr Dimension cDimensions[3] = {{"plan", 1}, {"sequence", 4}, {"spectral",
 
 /** What the algorithm was asked to keep apart. */
 int getAskedBits(pxl::BaseAlgorithm const& algorithm) {
-  auto const* const property = dynamic_cast<pxl::Property<int> const*>(algorithm.findProperty("analysisDimensions"));
-  return property == nullptr ? 0 : property->get();
+  pxl::PropertyBase const* const property = algorithm.findProperty("analysisDimensions");
+  auto const* const bits = property == nullptr ? nullptr : pxl::asProperty<int>(*property);
+  return bits == nullptr ? 0 : bits->get();
 }
 
 void appendJson(std::string& text, MeasureArray const& array) {

@@ -14,28 +14,45 @@
 namespace qorn {
 namespace {
 
-template <class T>
-void setNumber(pxl::PropertyBase& property, std::string const& value) {
-  std::string const what = std::string(property.getName()) + "=" + value;
-  dynamic_cast<pxl::Property<T>&>(property).set(parseNumberOrThrow<T>(what, value, getKindName(property.getKind())));
-}
+/** What a user is told of a property of each type. */
+struct TypeNames {
+  char const* operator()(pxl::Property<pxl::ImageModel const*> const&) const { return "input image"; }
+  char const* operator()(pxl::Property<pxl::ImageModel*> const&) const { return "output image"; }
+  char const* operator()(pxl::Property<int> const&) const { return "integer"; }
+  char const* operator()(pxl::Property<unsigned int> const&) const { return "unsigned integer"; }
+  char const* operator()(pxl::Property<double> const&) const { return "real"; }
+  char const* operator()(pxl::Property<pxl::kernel::Kernel2D> const&) const { return "2-D kernel"; }
+  char const* operator()(pxl::Property<pxl::kernel::Kernel3D> const&) const { return "3-D kernel"; }
+  char const* operator()(pxl::MeasureProperty const&) const { return "measure"; }
+};
 
-void setValue(pxl::PropertyBase& property, std::string const& value, std::optional<std::string> const& kernelOrigin) {
-  switch (property.getKind()) {
-    case pxl::PropertyKinds::cInteger:
-      return setNumber<int>(property, value);
-    case pxl::PropertyKinds::cUnsignedInteger:
-      return setNumber<unsigned int>(property, value);
-    case pxl::PropertyKinds::cReal:
-      return setNumber<double>(property, value);
-    case pxl::PropertyKinds::cKernel2D:
-    case pxl::PropertyKinds::cKernel3D:
-      if (value.empty()) throw UsageError(property.getName(), "has no value");
-      return setKernel(property, value, kernelOrigin);
-    default:
-      break;  // not given by name
+/** Sets a property from the text behind its name; one that isn't given by name stays. */
+class ValueSetter {
+ public:
+  ValueSetter(std::string const& value, std::optional<std::string> const& kernelOrigin)
+      : m_value(value), m_kernelOrigin(kernelOrigin) {}
+
+  void operator()(pxl::PropertyBase&) const {}
+  void operator()(pxl::Property<int>& property) const { setNumber(property); }
+  void operator()(pxl::Property<unsigned int>& property) const { setNumber(property); }
+  void operator()(pxl::Property<double>& property) const { setNumber(property); }
+  void operator()(pxl::Property<pxl::kernel::Kernel2D>& property) const {
+    setKernel(property, m_value, m_kernelOrigin);
   }
-}
+  void operator()(pxl::Property<pxl::kernel::Kernel3D>& property) const {
+    setKernel(property, m_value, m_kernelOrigin);
+  }
+
+ private:
+  template <class T>
+  void setNumber(pxl::Property<T>& property) const {
+    std::string const what = std::string(property.getName()) + "=" + m_value;
+    property.set(parseNumberOrThrow<T>(what, m_value, TypeNames()(property)));
+  }
+
+  std::string const& m_value;
+  std::optional<std::string> const& m_kernelOrigin;
+};
 
 }  // namespace
 
@@ -58,37 +75,14 @@ void loadPlugins(std::vector<std::string> const& paths) {
   }
 }
 
-char const* getKindName(pxl::PropertyKinds kind) {
-  switch (kind) {
-    case pxl::PropertyKinds::cInputImage:
-      return "input image";
-    case pxl::PropertyKinds::cOutputImage:
-      return "output image";
-    case pxl::PropertyKinds::cInteger:
-      return "integer";
-    case pxl::PropertyKinds::cUnsignedInteger:
-      return "unsigned integer";
-    case pxl::PropertyKinds::cReal:
-      return "real";
-    case pxl::PropertyKinds::cKernel2D:
-      return "2-D kernel";
-    case pxl::PropertyKinds::cKernel3D:
-      return "3-D kernel";
-    case pxl::PropertyKinds::cMeasure:
-      return "measure";
-  }
-  return "unknown";
-}
+char const* getTypeName(pxl::PropertyBase const& property) { return pxl::visitProperty(property, TypeNames()); }
 
 bool isGivenByName(pxl::PropertyBase const& property) {
-  switch (property.getKind()) {
-    case pxl::PropertyKinds::cInputImage:
-    case pxl::PropertyKinds::cOutputImage:
-    case pxl::PropertyKinds::cMeasure:
-      return false;
-    default:
-      return true;
-  }
+  return pxl::visitProperty(property,
+                            pxl::Overloaded{[](pxl::Property<pxl::ImageModel const*> const&) { return false; },
+                                            [](pxl::Property<pxl::ImageModel*> const&) { return false; },
+                                            [](pxl::MeasureProperty const&) { return false; },
+                                            [](pxl::PropertyBase const&) { return true; }});
 }
 
 std::size_t countProperties(pxl::BaseAlgorithm const& algorithm, pxl::PropertyKinds kind) {
@@ -121,7 +115,7 @@ void setProperties(pxl::BaseAlgorithm& algorithm, std::vector<std::pair<std::str
                                  : "is an image, which is given by its path alone");
     }
     if (!given.insert(name).second) throw UsageError(name, "is given twice");
-    setValue(*property, value, kernelOrigin);
+    pxl::visitProperty(*property, ValueSetter(value, kernelOrigin));
   }
   for (pxl::PropertyBase const* property : algorithm.getProperties()) {
     if (isGivenByName(*property) && !property->hasDefault() && given.count(property->getName()) == 0) {

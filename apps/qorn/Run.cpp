@@ -53,15 +53,14 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
   RunImages images;
   pxl::Property<pxl::ImageModel const*>* firstInput = nullptr;
   for (pxl::PropertyBase* property : algorithm.getProperties()) {
-    if (property->getKind() == pxl::PropertyKinds::cInputImage) {
+    if (auto* const input = pxl::asProperty<pxl::ImageModel const*>(*property)) {
       options.isPrivate = command.isInPlace && !command.isOnDisk && images.inputs.empty();
       std::string const& path = command.images.at(images.inputs.size());
       images.inputs.push_back(io::readImage(path, options));
       images.guards.push_back(std::make_unique<MappedFileGuard>(path, *images.inputs.back().image));
-      auto& input = dynamic_cast<pxl::Property<pxl::ImageModel const*>&>(*property);
-      input.set(images.inputs.back().image.get());
-      if (firstInput == nullptr) firstInput = &input;
-    } else if (property->getKind() == pxl::PropertyKinds::cOutputImage) {
+      input->set(images.inputs.back().image.get());
+      if (firstInput == nullptr) firstInput = input;
+    } else if (auto* const output = pxl::asProperty<pxl::ImageModel*>(*property)) {
       io::ImageFile const& first = images.inputs.front();
       io::ImageHeader header = first.header;
       header.type = command.outputType.value_or(header.type);
@@ -73,7 +72,7 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
           command.images.back(), header,
           io::OutputOptions{command.isOnDisk, command.isReplacing, command.interpretation, isCancelRequested},
           command.isInPlace ? first.image : nullptr);
-      dynamic_cast<pxl::Property<pxl::ImageModel*>&>(*property).set(images.output->getImage().get());
+      output->set(images.output->getImage().get());
       // On disk it is a copy of the first input.
       if (command.isInPlace) firstInput->set(images.output->getImage().get());
     }
@@ -104,7 +103,10 @@ ExitCodes execute(RunCommand const& command) {
   RunImages images = openImages(*algorithm, command);
   std::vector<std::unique_ptr<pxl::analysis::Measure>> measures;
   for (pxl::PropertyBase* property : algorithm->getProperties()) {
-    if (auto measure = property->makeMeasure()) measures.push_back(std::move(measure));
+    pxl::visitProperty(*property, pxl::Overloaded{[&measures](pxl::MeasureProperty& measure) {
+                                                    measures.push_back(measure.makeMeasure());
+                                                  },
+                                                  [](pxl::PropertyBase&) {}});
   }
   executeNamed(*algorithm, command.isQuiet, [&images] {
     if (images.output) images.output->write();

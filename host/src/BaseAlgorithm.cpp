@@ -109,8 +109,7 @@ String BaseAlgorithm::getNotice() const { return String(); }
 
 String BaseAlgorithm::getObjection() const {
   for (PropertyBase const* property : m_properties)
-    if (property->getKind() == PropertyKinds::cReal &&
-        !std::isfinite(static_cast<Property<double> const*>(property)->get()))
+    if (auto const* const real = asProperty<double>(*property); real && !std::isfinite(real->get()))
       return std::string(property->getName()) + " isn't finite";
   return String();
 }

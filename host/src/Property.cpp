@@ -9,39 +9,24 @@ namespace pxl {
 namespace {
 
 template <class T>
-struct KindOf;
+constexpr bool cIsMeasure = std::is_same_v<typename PropertyParent<T>::Type, MeasureProperty>;
+
+template <class T>
+constexpr std::enable_if_t<cIsMeasure<T>, PropertyKinds> cKindOf = PropertyKinds::cMeasure;
 template <>
-struct KindOf<ImageModel const*> {
-  static constexpr PropertyKinds value = PropertyKinds::cInputImage;
-};
+constexpr PropertyKinds cKindOf<ImageModel const*> = PropertyKinds::cInputImage;
 template <>
-struct KindOf<ImageModel*> {
-  static constexpr PropertyKinds value = PropertyKinds::cOutputImage;
-};
+constexpr PropertyKinds cKindOf<ImageModel*> = PropertyKinds::cOutputImage;
 template <>
-struct KindOf<int> {
-  static constexpr PropertyKinds value = PropertyKinds::cInteger;
-};
+constexpr PropertyKinds cKindOf<int> = PropertyKinds::cInteger;
 template <>
-struct KindOf<unsigned int> {
-  static constexpr PropertyKinds value = PropertyKinds::cUnsignedInteger;
-};
+constexpr PropertyKinds cKindOf<unsigned int> = PropertyKinds::cUnsignedInteger;
 template <>
-struct KindOf<double> {
-  static constexpr PropertyKinds value = PropertyKinds::cReal;
-};
+constexpr PropertyKinds cKindOf<double> = PropertyKinds::cReal;
 template <>
-struct KindOf<kernel::Kernel2D> {
-  static constexpr PropertyKinds value = PropertyKinds::cKernel2D;
-};
+constexpr PropertyKinds cKindOf<kernel::Kernel2D> = PropertyKinds::cKernel2D;
 template <>
-struct KindOf<kernel::Kernel3D> {
-  static constexpr PropertyKinds value = PropertyKinds::cKernel3D;
-};
-template <>
-struct KindOf<analysis::IntensityExtremaMsr*> {
-  static constexpr PropertyKinds value = PropertyKinds::cMeasure;
-};
+constexpr PropertyKinds cKindOf<kernel::Kernel3D> = PropertyKinds::cKernel3D;
 
 // Whether a value that was set counts as one: pointers must point, kernels must have taps.
 template <class T>
@@ -76,13 +61,15 @@ char const* PropertyBase::getHelp() const { return m_help; }
 PropertyKinds PropertyBase::getKind() const { return m_kind; }
 bool PropertyBase::hasDefault() const { return m_hasDefault; }
 
+MeasureProperty::~MeasureProperty() = default;
+
 template <class T>
 Property<T>::Property(BaseAlgorithm& owner, char const* name, char const* help)
-    : PropertyBase(owner, KindOf<T>::value, name, help, false), m_value(), m_default(), m_isSet(false) {}
+    : PropertyParent<T>::Type(owner, cKindOf<T>, name, help, false), m_value(), m_default(), m_isSet(false) {}
 
 template <class T>
 Property<T>::Property(BaseAlgorithm& owner, char const* name, T const& defaultValue, char const* help)
-    : PropertyBase(owner, KindOf<T>::value, name, help, true),
+    : PropertyParent<T>::Type(owner, cKindOf<T>, name, help, true),
       m_value(defaultValue),
       m_default(defaultValue),
       m_isSet(true) {}
@@ -127,13 +114,13 @@ bool Property<T>::isSet() const {
 template <class T>
 void Property<T>::assign(PropertyBase const& other) {
   auto const* const same = dynamic_cast<Property const*>(&other);
-  if (!same) PXL_RAISE(InvalidCall, std::string(getName()) + " has another type than " + other.getName());
+  if (!same) PXL_RAISE(InvalidCall, std::string(this->getName()) + " has another type than " + other.getName());
   set(same->get());
 }
 
 template <class T>
 std::unique_ptr<analysis::Measure> Property<T>::makeMeasure() {
-  if constexpr (KindOf<T>::value == PropertyKinds::cMeasure) {
+  if constexpr (cIsMeasure<T>) {
     auto measure = std::make_unique<std::remove_pointer_t<T>>();
     set(measure.get());
     return measure;

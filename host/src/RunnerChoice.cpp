@@ -77,10 +77,10 @@ std::vector<NamedImage> getNamedImages(BaseAlgorithm const& algorithm, PropertyK
   std::vector<NamedImage> images;
   for (PropertyBase const* property : algorithm.getProperties()) {
     if (property->getKind() != kind) continue;
-    if (kind == PropertyKinds::cInputImage)
-      images.push_back({static_cast<Property<ImageModel const*> const*>(property)->get(), property->getName()});
-    else
-      images.push_back({static_cast<Property<ImageModel*> const*>(property)->get(), property->getName()});
+    auto const add = [&images, property](ImageModel const* image) { images.push_back({image, property->getName()}); };
+    visitProperty(*property, Overloaded{[add](Property<ImageModel const*> const& image) { add(image.get()); },
+                                        [add](Property<ImageModel*> const& image) { add(image.get()); },
+                                        [](PropertyBase const&) {}});
   }
   return images;
 }

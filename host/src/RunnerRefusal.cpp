@@ -39,7 +39,10 @@ class Trial {
       : m_copy(algorithm.getAlgoInfo()->create()), m_runners(runners) {
     auto const& from = algorithm.getProperties();
     auto const& to = m_copy->getProperties();
-    for (std::size_t i = 0; i < from.size(); ++i) copyProperty(*from[i], *to[i]);
+    for (std::size_t i = 0; i < from.size(); ++i) {
+      to[i]->assign(*from[i]);
+      replaceImage(*to[i]);
+    }
   }
 
   bool isAccepted() {
@@ -53,17 +56,16 @@ class Trial {
   std::vector<std::unique_ptr<StandIn>> outputs;
 
  private:
-  void copyProperty(PropertyBase const& from, PropertyBase& to) {
-    switch (from.getKind()) {
-      case PropertyKinds::cInputImage:
-        inputs.push_back(std::make_unique<StandIn>(*static_cast<Property<ImageModel const*> const&>(from).get()));
-        return static_cast<Property<ImageModel const*>&>(to).set(inputs.back().get());
-      case PropertyKinds::cOutputImage:
-        outputs.push_back(std::make_unique<StandIn>(*static_cast<Property<ImageModel*> const&>(from).get()));
-        return static_cast<Property<ImageModel*>&>(to).set(outputs.back().get());
-      default:
-        return to.assign(from);
-    }
+  void replaceImage(PropertyBase& property) {
+    visitProperty(property, Overloaded{[this](Property<ImageModel const*>& image) {
+                                         inputs.push_back(std::make_unique<StandIn>(*image.get()));
+                                         image.set(inputs.back().get());
+                                       },
+                                       [this](Property<ImageModel*>& image) {
+                                         outputs.push_back(std::make_unique<StandIn>(*image.get()));
+                                         image.set(outputs.back().get());
+                                       },
+                                       [](PropertyBase&) {}});
   }
 
   std::unique_ptr<BaseAlgorithm> m_copy;
@@ -73,8 +75,9 @@ class Trial {
 // A number that would be accepted if it were smaller.
 void explainTooLarge(Trial& trial, std::ostringstream& text) {
   for (PropertyBase* property : trial.getProperties()) {
-    if (property->getKind() != PropertyKinds::cUnsignedInteger) continue;
-    auto& number = static_cast<Property<unsigned int>&>(*property);
+    auto* const asked = asProperty<unsigned int>(*property);
+    if (!asked) continue;
+    Property<unsigned int>& number = *asked;
     unsigned int const given = number;
     unsigned int accepted = 0, refused = given;
     number = 0;
@@ -90,8 +93,9 @@ void explainTooLarge(Trial& trial, std::ostringstream& text) {
     text << "; with a binary image " << number.getName() << " can be at most " << accepted;
     char const* separator = " (";
     for (PropertyBase const* other : trial.getProperties()) {
-      if (other->getKind() != PropertyKinds::cInteger) continue;
-      text << separator << other->getName() << '=' << static_cast<Property<int> const&>(*other).get();
+      auto const* const choice = asProperty<int>(*other);
+      if (!choice) continue;
+      text << separator << choice->getName() << '=' << choice->get();
       separator = ", ";
     }
     if (*separator == ',') text << ')';

@@ -4,7 +4,6 @@
 #include <type_traits>
 
 #include "pxl/AlgoInfo.h"
-#include "pxl/Exception.h"
 #include "pxl/analysis/IntensityExtrema.h"
 #include "pxl/filtering/linear/FiniteImpulseResponseFilter.h"
 #include "pxl/morphology/Morphology.h"
@@ -261,24 +260,6 @@ TEST(Operators, EstimateTheirSteps) {
   DilationLine3d steep;
   steep.lineSize = 257;
   EXPECT_TRUE(std::isinf(steep.estimateSteps()));
-}
-
-// Programs copy values and make measures without knowing their types.
-TEST(Properties, AssignAndMakeMeasuresByThemselves) {
-  Dilation2d from, to;
-  from.numberOfIterations = 9;
-  to.findProperty("numberOfIterations")->assign(*from.findProperty("numberOfIterations"));
-  EXPECT_EQ(to.numberOfIterations, 9U);
-  EXPECT_THROW(to.findProperty("neighborhood")->assign(*from.findProperty("numberOfIterations")), InvalidCall);
-  IntensityExtrema extrema, copy;
-  for (PropertyBase* property : extrema.getProperties()) {
-    auto const measure = property->makeMeasure();
-    EXPECT_EQ(measure != nullptr, property->getKind() == PropertyKinds::cMeasure);
-    if (!measure) continue;
-    EXPECT_EQ(extrema.outputMeasure.get(), measure.get());
-    copy.findProperty("outputMeasure")->assign(*property);
-    EXPECT_EQ(copy.outputMeasure.get(), measure.get());
-  }
 }
 
 }  // namespace

@@ -41,8 +41,7 @@ TEST_P(RegionToProcess, IsHonouredOrRefused) {
     bool const isInPlace = run.output && random.number(0, 1) == 1;
     if (run.output && !isInPlace) fill(*run.output, random);
     if (isInPlace) {
-      auto& property = *run.algorithm->getProperties().front();
-      dynamic_cast<pxl::Property<pxl::ImageModel const*>&>(property).set(run.output.get());
+      pxl::asProperty<pxl::ImageModel const*>(*run.algorithm->getProperties().front())->set(run.output.get());
       std::memcpy(run.output->getVoxels(), run.inputs.front()->getVoxels(), 9 * 8 * 4 * 3 * 2 * 2);
     }
     if (run.algorithm->findProperty("numberOfIterations"))

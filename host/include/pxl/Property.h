@@ -1,6 +1,8 @@
 #pragma once
 
 #include <memory>
+#include <type_traits>
+#include <utility>
 
 #include "pxl/Export.h"
 #include "pxl/Forward.h"
@@ -14,7 +16,7 @@ namespace analysis {
 class Measure;
 }
 
-/** What kind of value a property holds, for programs that set properties by name. */
+/** What kind of value a property holds; visitProperty() gives the property in its own type. */
 enum class PropertyKinds {
   cInputImage,
   cOutputImage,
@@ -40,11 +42,11 @@ class PXL_API PropertyBase : private Noncopyable {
 
   /** Takes the value of a property of the same type. @throws InvalidCall the types differ */
   virtual void assign(PropertyBase const& other) = 0;
-  /** Of a property that holds a measure: makes one, sets the property to it and returns it. Of any other null. */
-  virtual std::unique_ptr<analysis::Measure> makeMeasure() = 0;
 
  protected:
   PropertyBase(BaseAlgorithm& owner, PropertyKinds kind, char const* name, char const* help, bool hasDefault);
+  /** Null unless this is a MeasureProperty. */
+  virtual std::unique_ptr<analysis::Measure> makeMeasure() = 0;
 
  private:
   char const* m_name;
@@ -53,12 +55,33 @@ class PXL_API PropertyBase : private Noncopyable {
   bool m_hasDefault;
 };
 
+/** A property that holds a measure of some type. */
+class PXL_API MeasureProperty : public PropertyBase {
+ public:
+  ~MeasureProperty() override;
+  /** Makes a measure of the property's type, sets the property to it and returns it. */
+  using PropertyBase::makeMeasure;
+
+ protected:
+  using PropertyBase::PropertyBase;
+};
+
+/** The base of Property<T>. Each type of measure has a specialisation. */
+template <class T>
+struct PropertyParent {
+  using Type = PropertyBase;
+};
+template <>
+struct PropertyParent<analysis::IntensityExtremaMsr*> {
+  using Type = MeasureProperty;
+};
+
 /**
  * A parameter of an operator. The description (name, default, one line of help) stands in the operator's class and
  * nowhere else. Not synchronised: properties are set before a run and only read during it.
  */
 template <class T>
-class PXL_API Property final : public PropertyBase {
+class PXL_API Property final : public PropertyParent<T>::Type {
  public:
   /** A property that must be given. */
   Property(BaseAlgorithm& owner, char const* name, char const* help);
@@ -74,9 +97,10 @@ class PXL_API Property final : public PropertyBase {
   T getDefault() const;
   bool isSet() const override;
   void assign(PropertyBase const& other) override;
-  std::unique_ptr<analysis::Measure> makeMeasure() override;
 
  private:
+  std::unique_ptr<analysis::Measure> makeMeasure() override;
+
   T m_value;
   T m_default;
   bool m_isSet;
@@ -90,5 +114,53 @@ extern template class Property<double>;
 extern template class Property<kernel::Kernel2D>;
 extern template class Property<kernel::Kernel3D>;
 extern template class Property<analysis::IntensityExtremaMsr*>;
+
+/** A visitor made of lambdas. One that takes a PropertyBase serves all the types that the others don't take. */
+template <class... Lambdas>
+struct Overloaded : Lambdas... {
+  explicit Overloaded(Lambdas... lambdas) : Lambdas(std::move(lambdas))... {}
+  using Lambdas::operator()...;
+};
+
+/** `Derived` or, for a `Base` that is const, `Derived const`. */
+template <class Derived, class Base>
+using WithConstOf = std::conditional_t<std::is_const_v<Base>, Derived const, Derived>;
+
+/**
+ * Calls `visitor` with the property in its own type: a Property<T>&, or a MeasureProperty& for any measure. Returns
+ * what the visitor returns, which must be of one type. The only place where a kind becomes a type.
+ *
+ * @param property  a PropertyBase, const or not
+ */
+template <class Base, class Visitor>
+decltype(auto) visitProperty(Base& property, Visitor&& visitor) {
+  switch (property.getKind()) {
+    case PropertyKinds::cInputImage:
+      return visitor(static_cast<WithConstOf<Property<ImageModel const*>, Base>&>(property));
+    case PropertyKinds::cOutputImage:
+      return visitor(static_cast<WithConstOf<Property<ImageModel*>, Base>&>(property));
+    case PropertyKinds::cInteger:
+      return visitor(static_cast<WithConstOf<Property<int>, Base>&>(property));
+    case PropertyKinds::cUnsignedInteger:
+      return visitor(static_cast<WithConstOf<Property<unsigned int>, Base>&>(property));
+    case PropertyKinds::cReal:
+      return visitor(static_cast<WithConstOf<Property<double>, Base>&>(property));
+    case PropertyKinds::cKernel2D:
+      return visitor(static_cast<WithConstOf<Property<kernel::Kernel2D>, Base>&>(property));
+    case PropertyKinds::cKernel3D:
+      return visitor(static_cast<WithConstOf<Property<kernel::Kernel3D>, Base>&>(property));
+    case PropertyKinds::cMeasure:
+      break;
+  }
+  return visitor(static_cast<WithConstOf<MeasureProperty, Base>&>(property));
+}
+
+/** The property in its own type if it holds a T, else null. */
+template <class T, class Base>
+auto asProperty(Base& property) {
+  using Typed = WithConstOf<Property<T>, Base>;
+  return visitProperty(
+      property, Overloaded{[](Typed& typed) -> Typed* { return &typed; }, [](Base&) -> Typed* { return nullptr; }});
+}
 
 }  // namespace pxl

@@ -12,7 +12,7 @@
 #include "pxl/Image.h"
 #include "pxl/Plugins.h"
 #include "pxl/Property.h"
-#include "pxl/analysis/IntensityExtremaMsr.h"
+#include "pxl/analysis/Measure.h"
 
 /** Every operator of the host, ready to run on images of its own; made from the descriptions of the properties. */
 namespace operators_test {
@@ -21,7 +21,7 @@ struct ReadyRun {
   std::unique_ptr<pxl::BaseAlgorithm> algorithm;
   std::vector<std::shared_ptr<pxl::Image>> inputs;
   std::shared_ptr<pxl::Image> output;  ///< null for an operator that measures
-  std::unique_ptr<pxl::analysis::IntensityExtremaMsr> measure;
+  std::vector<std::unique_ptr<pxl::analysis::Measure>> measures;
 };
 
 template <class T>
@@ -38,25 +38,28 @@ Kernel makeKernel() {
 }
 
 inline void setUp(ReadyRun& run, pxl::PropertyBase& property, pxl::VoxelTypes type, pxl::ImageSizes const& sizes) {
-  switch (property.getKind()) {
-    case pxl::PropertyKinds::cInputImage:
-      run.inputs.push_back(pxl::Image::New(type, sizes));
-      return dynamic_cast<pxl::Property<pxl::ImageModel const*>&>(property).set(run.inputs.back().get());
-    case pxl::PropertyKinds::cOutputImage:
-      run.output = pxl::Image::New(type, sizes);
-      return dynamic_cast<pxl::Property<pxl::ImageModel*>&>(property).set(run.output.get());
-    case pxl::PropertyKinds::cKernel2D:
-      return dynamic_cast<pxl::Property<pxl::kernel::Kernel2D>&>(property).set(
-          makeKernel<pxl::kernel::Kernel2D, pxl::kernel::Offset2D>());
-    case pxl::PropertyKinds::cKernel3D:
-      return dynamic_cast<pxl::Property<pxl::kernel::Kernel3D>&>(property).set(
-          makeKernel<pxl::kernel::Kernel3D, pxl::kernel::Offset3D>());
-    case pxl::PropertyKinds::cMeasure:
-      run.measure = std::make_unique<pxl::analysis::IntensityExtremaMsr>();
-      return dynamic_cast<pxl::Property<pxl::analysis::IntensityExtremaMsr*>&>(property).set(run.measure.get());
-    default:
-      if (!property.isSet()) dynamic_cast<pxl::Property<unsigned int>&>(property).set(170);
-  }
+  pxl::visitProperty(property,
+                     pxl::Overloaded{
+                         [&](pxl::Property<pxl::ImageModel const*>& input) {
+                           run.inputs.push_back(pxl::Image::New(type, sizes));
+                           input.set(run.inputs.back().get());
+                         },
+                         [&](pxl::Property<pxl::ImageModel*>& output) {
+                           run.output = pxl::Image::New(type, sizes);
+                           output.set(run.output.get());
+                         },
+                         [](pxl::Property<pxl::kernel::Kernel2D>& kernel) {
+                           kernel.set(makeKernel<pxl::kernel::Kernel2D, pxl::kernel::Offset2D>());
+                         },
+                         [](pxl::Property<pxl::kernel::Kernel3D>& kernel) {
+                           kernel.set(makeKernel<pxl::kernel::Kernel3D, pxl::kernel::Offset3D>());
+                         },
+                         [&](pxl::MeasureProperty& measure) { run.measures.push_back(measure.makeMeasure()); },
+                         [](pxl::Property<unsigned int>& number) {
+                           if (!number.isSet()) number.set(170);
+                         },
+                         [](pxl::PropertyBase& other) { EXPECT_TRUE(other.isSet()) << other.getName(); },
+                     });
 }
 
 inline ReadyRun makeRun(pxl::AlgoInfo const& record, pxl::ImageSizes const& sizes,
