@@ -28,8 +28,21 @@ Json getDefault(pxl::PropertyBase const& property) {
 std::string describeDefault(pxl::PropertyBase const& property) {
   if (property.getKind() == pxl::PropertyKinds::cMeasure) return "printed";
   Json const value = getDefault(property);
+  if (value.is_number_integer()) {
+    if (pxl::String const name = property.getChoices().getText(value.get<int>()); !name.empty()) return name.str();
+  }
   if (value.is_null()) return "required";
   return value.is_number_float() ? toText(value.get<double>()) : value.dump();
+}
+
+void describeChoices(Json& description, pxl::Choices const& choices) {
+  if (choices.isEmpty()) return;
+  Json names = Json::array();
+  for (pxl::Choice const& choice : choices) {
+    names.push_back({{"name", choice.name}, {"value", choice.value}, {"help", choice.help}});
+  }
+  description["choices"] = names;
+  description["combinable"] = choices.getKind() == pxl::ChoiceKinds::cSum;
 }
 
 Json describe(pxl::AlgoInfo const& record) {
@@ -42,6 +55,7 @@ Json describe(pxl::AlgoInfo const& record) {
                           {"type", getTypeName(*property)},
                           {"default", getDefault(*property)},
                           {"help", property->getHelp()}});
+    describeChoices(properties.back(), property->getChoices());
   }
   return {{"name", record.getName()},  {"subject", record.getSubject()}, {"help", record.getHelp()},
           {"runners", runners.size()}, {"optimisations", runners},       {"properties", properties}};
@@ -60,6 +74,11 @@ std::string toText(pxl::AlgoInfo const& record) {
   auto const algorithm = record.create();
   for (pxl::PropertyBase const* property : algorithm->getProperties()) {
     table.addRow({property->getName(), getTypeName(*property), describeDefault(*property), property->getHelp()});
+    pxl::Choices const& choices = property->getChoices();
+    for (pxl::Choice const& choice : choices) {
+      table.addRow({std::string("  =") + choice.name, std::to_string(choice.value), "", choice.help});
+    }
+    if (choices.getKind() == pxl::ChoiceKinds::cSum) table.addRow({"", "", "", "several with commas between them"});
   }
   return text + table.toText();
 }

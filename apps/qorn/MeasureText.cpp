@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "pxl/Property.h"
+#include "pxl/analysis/AnalysisDimensions.h"
 #include "qorn/NumberText.h"
 #include "qorn/Table.h"
 
@@ -17,7 +18,9 @@ struct Dimension {
   char const* name;
   int bit;  ///< in the property "analysisDimensions"
 };
-constexpr Dimension cDimensions[3] = {{"plan", 1}, {"sequence", 4}, {"spectral", 2}};
+constexpr Dimension cDimensions[3] = {{"plan", pxl::analysis::cEachPlan},
+                                      {"sequence", pxl::analysis::cEachSequencePosition},
+                                      {"spectral", pxl::analysis::cEachSpectralPosition}};
 
 /** What the algorithm was asked to keep apart. */
 int getAskedBits(pxl::BaseAlgorithm const& algorithm) {

@@ -33,7 +33,13 @@ class ValueSetter {
       : m_value(value), m_kernelOrigin(kernelOrigin) {}
 
   void operator()(pxl::PropertyBase&) const {}
-  void operator()(pxl::Property<int>& property) const { setNumber(property); }
+  void operator()(pxl::Property<int>& property) const {
+    pxl::Choices const& choices = property.getChoices();
+    int value = 0;
+    if (choices.findValue(m_value, value)) return property.set(value);
+    if (choices.isEmpty() || parseNumber(m_value, value) != NumberFaults::cMalformed) return setNumber(property);
+    refuseName(property);
+  }
   void operator()(pxl::Property<unsigned int>& property) const { setNumber(property); }
   void operator()(pxl::Property<double>& property) const { setNumber(property); }
   void operator()(pxl::Property<pxl::kernel::Kernel2D>& property) const {
@@ -44,6 +50,20 @@ class ValueSetter {
   }
 
  private:
+  /** @throws UsageError that lists the names */
+  [[noreturn]] void refuseName(pxl::Property<int> const& property) const {
+    pxl::Choices const& choices = property.getChoices();
+    bool const isSum = choices.getKind() == pxl::ChoiceKinds::cSum;
+    std::string why = std::string("not a number of type ") + TypeNames()(property) +
+                      (isSum ? ", nor names with commas between them of " : ", nor one of ");
+    std::vector<std::string> known;
+    for (pxl::Choice const& choice : choices) {
+      why += (known.empty() ? "" : ", ") + std::string(choice.name);
+      known.emplace_back(choice.name);
+    }
+    throw UsageError(std::string(property.getName()) + "=" + m_value, suggestName(why, m_value, known));
+  }
+
   template <class T>
   void setNumber(pxl::Property<T>& property) const {
     std::string const what = std::string(property.getName()) + "=" + m_value;

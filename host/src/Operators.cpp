@@ -60,8 +60,6 @@ PXL_RECORD(FiniteImpulseResponseFilter3D, "filtering", "correlation with a 3D ke
 namespace morphology {
 namespace {
 
-constexpr char cNeighborhood2d[] = "0 the 4 neighbours, else all 8";
-constexpr char cNeighborhood3d[] = "0 the 6 neighbours, 1 the 18, else all 26";
 constexpr unsigned int cMaxRadius = 2147483647;
 constexpr double cMaxElement = 1e6;  // no larger list is made
 
@@ -84,8 +82,8 @@ String explainRefusal(Generate const& generate) {
 
 }  // namespace
 
-IteratedMorphology::IteratedMorphology(int defaultNeighborhood, char const* neighborhoodHelp)
-    : neighborhood(*this, "neighborhood", defaultNeighborhood, neighborhoodHelp) {}
+IteratedMorphology::IteratedMorphology(int defaultNeighborhood, Choices const& neighborhoods)
+    : neighborhood(*this, "neighborhood", defaultNeighborhood, neighborhoods, "which neighbours take part") {}
 IteratedMorphology::~IteratedMorphology() = default;
 String IteratedMorphology::getNotice() const {
   return numberOfIterations == 0U ? "with 0 iterations the output image is left as it is" : "";
@@ -98,21 +96,22 @@ double IteratedMorphology::estimateSteps() const { return numberOfIterations; }
 RadiusMorphology::RadiusMorphology() = default;
 RadiusMorphology::~RadiusMorphology() = default;
 String RadiusMorphology::getNotice() const {
-  return shapeMode == 0 && radius == 0U ? "the fast shape with radius 0 leaves the output image as it is" : "";
+  return shapeMode == cFastShape && radius == 0U ? "the fast shape with radius 0 leaves the output image as it is"
+                                                 : "";
 }
 String RadiusMorphology::getObjection() const {
   if (radius <= cMaxRadius) return BaseAlgorithm::getObjection();
-  if (shapeMode == 0) return "a radius is at most 2147483647";
+  if (shapeMode == cFastShape) return "a radius is at most 2147483647";
   if (getAlgoInfo()->getWorkingDimension() == cVolume)
     return explainRefusal([this] { kernel::generateSphereOffset3DCollection(radius.get()); });
   return explainRefusal([this] { kernel::generateDiskOffset2DCollection(radius.get()); });
 }
 RegionUses RadiusMorphology::getRegionUse() const {
-  return shapeMode == 0 ? RegionUses::cWholeImage : RegionUses::cFromOrigin;
+  return shapeMode == cFastShape ? RegionUses::cWholeImage : RegionUses::cFromOrigin;
 }
 double RadiusMorphology::estimateSteps() const {
   double const r = radius;
-  if (shapeMode == 0) return r;
+  if (shapeMode == cFastShape) return r;
   bool const isBall = getAlgoInfo()->getWorkingDimension() == cVolume;
   return std::min(cMaxElement, isBall ? 5 * r * r * r : 4 * r * r);
 }
@@ -136,9 +135,9 @@ RegionUses Line3dMorphology::getRegionUse() const { return RegionUses::cFromOrig
 double Line3dMorphology::estimateSteps() const { return estimateLineSteps(lineSize, 256); }
 Line3dMorphology::~Line3dMorphology() = default;
 
-Dilation2d::Dilation2d() : IteratedMorphology(1, cNeighborhood2d) {}
+Dilation2d::Dilation2d() : IteratedMorphology(cSquare, cNeighborhood2dNames) {}
 PXL_RECORD(Dilation2d, "morphology", "largest voxel among the neighbours, plan by plan", cPlanByPlan)
-Dilation3d::Dilation3d() : IteratedMorphology(2, cNeighborhood3d) {}
+Dilation3d::Dilation3d() : IteratedMorphology(cCube, cNeighborhood3dNames) {}
 PXL_RECORD(Dilation3d, "morphology", "largest voxel among the neighbours in the volume", cVolume)
 DilationBall3d::DilationBall3d() = default;
 PXL_RECORD(DilationBall3d, "morphology", "largest voxel of a ball", cVolume)
@@ -150,9 +149,9 @@ DilationLine2d::DilationLine2d() = default;
 PXL_RECORD(DilationLine2d, "morphology", "largest voxel of a line, plan by plan", cPlanByPlan)
 DilationLine3d::DilationLine3d() = default;
 PXL_RECORD(DilationLine3d, "morphology", "largest voxel of a line in the volume", cVolume)
-Erosion2d::Erosion2d() : IteratedMorphology(1, cNeighborhood2d) {}
+Erosion2d::Erosion2d() : IteratedMorphology(cSquare, cNeighborhood2dNames) {}
 PXL_RECORD(Erosion2d, "morphology", "smallest voxel among the neighbours, plan by plan", cPlanByPlan)
-Erosion3d::Erosion3d() : IteratedMorphology(2, cNeighborhood3d) {}
+Erosion3d::Erosion3d() : IteratedMorphology(cCube, cNeighborhood3dNames) {}
 PXL_RECORD(Erosion3d, "morphology", "smallest voxel among the neighbours in the volume", cVolume)
 ErosionBall3d::ErosionBall3d() = default;
 PXL_RECORD(ErosionBall3d, "morphology", "smallest voxel of a ball", cVolume)

@@ -49,8 +49,8 @@ bool isValue(kernel::Kernel3D const& kernel) {
 }  // namespace
 
 PropertyBase::PropertyBase(BaseAlgorithm& owner, PropertyKinds kind, char const* name, char const* help,
-                           bool hasDefault)
-    : m_name(name), m_help(help), m_kind(kind), m_hasDefault(hasDefault) {
+                           bool hasDefault, Choices const& choices)
+    : m_name(name), m_help(help), m_kind(kind), m_hasDefault(hasDefault), m_choices(choices) {
   owner.m_properties.push_back(this);
 }
 
@@ -60,6 +60,7 @@ char const* PropertyBase::getName() const { return m_name; }
 char const* PropertyBase::getHelp() const { return m_help; }
 PropertyKinds PropertyBase::getKind() const { return m_kind; }
 bool PropertyBase::hasDefault() const { return m_hasDefault; }
+Choices const& PropertyBase::getChoices() const { return m_choices; }
 
 MeasureProperty::~MeasureProperty() = default;
 
@@ -70,6 +71,14 @@ Property<T>::Property(BaseAlgorithm& owner, char const* name, char const* help)
 template <class T>
 Property<T>::Property(BaseAlgorithm& owner, char const* name, T const& defaultValue, char const* help)
     : PropertyParent<T>::Type(owner, cKindOf<T>, name, help, true),
+      m_value(defaultValue),
+      m_default(defaultValue),
+      m_isSet(true) {}
+
+template <class T>
+Property<T>::Property(BaseAlgorithm& owner, char const* name, T const& defaultValue, Choices const& choices,
+                      char const* help)
+    : PropertyParent<T>::Type(owner, cKindOf<T>, name, help, true, choices),
       m_value(defaultValue),
       m_default(defaultValue),
       m_isSet(true) {}

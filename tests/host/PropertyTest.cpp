@@ -72,4 +72,49 @@ TEST(Properties, AssignAndMakeMeasuresByThemselves) {
   EXPECT_EQ(copy.outputMeasure.get(), measure.get());
 }
 
+TEST(Properties, NameValues) {
+  morphology::Dilation3d dilation;
+  Choices const& one = dilation.neighborhood.getChoices();
+  int value = -1;
+  EXPECT_TRUE(one.findValue("edges", value));
+  EXPECT_EQ(value, morphology::cEdges);
+  EXPECT_EQ(one.getText(value), String("edges"));
+  for (char const* text : {"", "Edges", "edge", "faces,edges", "1"}) EXPECT_FALSE(one.findValue(text, value)) << text;
+  EXPECT_EQ(value, morphology::cEdges);
+  EXPECT_EQ(one.getText(3), String());
+  EXPECT_TRUE(dilation.numberOfIterations.getChoices().isEmpty());
+
+  analysis::IntensityExtrema const extrema;
+  Choices const& sum = extrema.analysisDimensions.getChoices();
+  EXPECT_EQ(sum.getKind(), ChoiceKinds::cSum);
+  EXPECT_TRUE(sum.findValue("spectral,plans", value));
+  EXPECT_EQ(value, analysis::cEachPlan | analysis::cEachSpectralPosition);
+  EXPECT_EQ(sum.getText(value), String("plans,spectral"));
+  EXPECT_EQ(sum.getText(0), String("none"));
+  EXPECT_EQ(sum.getText(8), String());
+  EXPECT_EQ(sum.getText(9), String());
+  EXPECT_EQ(sum.getText(-1), String());
+  for (char const* text : {"", ",", "plans,", "none plans"}) EXPECT_FALSE(sum.findValue(text, value)) << text;
+}
+
+// What stands in the description is what a value is called, and no two values share a name.
+TEST(Properties, HaveDefaultsWithNames) {
+  for (AlgoInfo const* record : AlgoInfo::getAll()) {
+    auto const algorithm = record->create();
+    for (PropertyBase* property : algorithm->getProperties()) {
+      Choices const& choices = property->getChoices();
+      if (choices.isEmpty()) continue;
+      auto* const number = asProperty<int>(*property);
+      ASSERT_NE(number, nullptr) << property->getName();
+      EXPECT_NE(choices.getText(number->getDefault()), String()) << record->getName();
+      for (Choice const& choice : choices) {
+        int value = choice.value + 1;
+        EXPECT_TRUE(choices.findValue(choice.name, value));
+        EXPECT_EQ(value, choice.value) << choice.name;
+        EXPECT_EQ(choices.getText(value), String(choice.name));
+      }
+    }
+  }
+}
+
 }  // namespace

@@ -4,6 +4,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "pxl/Choices.h"
 #include "pxl/Export.h"
 #include "pxl/Forward.h"
 #include "pxl/Noncopyable.h"
@@ -37,6 +38,8 @@ class PXL_API PropertyBase : private Noncopyable {
   char const* getHelp() const;  ///< one line
   PropertyKinds getKind() const;
   bool hasDefault() const;
+  /** The names of values, of an integer that has some. */
+  Choices const& getChoices() const;
   /** Whether a value was given: by default, or by set() with something other than a null pointer or empty kernel. */
   virtual bool isSet() const = 0;
 
@@ -44,7 +47,8 @@ class PXL_API PropertyBase : private Noncopyable {
   virtual void assign(PropertyBase const& other) = 0;
 
  protected:
-  PropertyBase(BaseAlgorithm& owner, PropertyKinds kind, char const* name, char const* help, bool hasDefault);
+  PropertyBase(BaseAlgorithm& owner, PropertyKinds kind, char const* name, char const* help, bool hasDefault,
+               Choices const& choices = Choices());
   /** Null unless this is a MeasureProperty. */
   virtual std::unique_ptr<analysis::Measure> makeMeasure() = 0;
 
@@ -53,6 +57,7 @@ class PXL_API PropertyBase : private Noncopyable {
   char const* m_help;
   PropertyKinds m_kind;
   bool m_hasDefault;
+  Choices m_choices;
 };
 
 /** A property that holds a measure of some type. */
@@ -77,8 +82,8 @@ struct PropertyParent<analysis::IntensityExtremaMsr*> {
 };
 
 /**
- * A parameter of an operator. The description (name, default, one line of help) stands in the operator's class and
- * nowhere else. Not synchronised: properties are set before a run and only read during it.
+ * A parameter of an operator. The description (name, default, names of values, one line of help) stands in the
+ * operator's class and nowhere else. Not synchronised: properties are set before a run and only read during it.
  */
 template <class T>
 class PXL_API Property final : public PropertyParent<T>::Type {
@@ -87,6 +92,8 @@ class PXL_API Property final : public PropertyParent<T>::Type {
   Property(BaseAlgorithm& owner, char const* name, char const* help);
   /** A property with a default. */
   Property(BaseAlgorithm& owner, char const* name, T const& defaultValue, char const* help);
+  /** An integer with a default and with names for some of its values. */
+  Property(BaseAlgorithm& owner, char const* name, T const& defaultValue, Choices const& choices, char const* help);
   ~Property() override;
 
   T get() const;

@@ -2,6 +2,7 @@
 
 #include "pxl/BaseAlgorithm.h"
 #include "pxl/Property.h"
+#include "pxl/analysis/AnalysisDimensions.h"
 #include "pxl/analysis/IntensityExtremaMsr.h"
 
 namespace pxl::analysis {
@@ -24,9 +25,12 @@ class PXL_API IntensityExtrema : public BaseAlgorithm {
   RegionUses getRegionUse() const override;
 
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to measure"};
-  Property<int> analysisDimensions{
-      *this, "analysisDimensions", 0,
-      "sum of: 1 a result for each plan, 4 for each sequence position, 2 for each spectral position"};
+  /** AnalysisDimensions */
+  Property<int> analysisDimensions{*this,
+                                   "analysisDimensions",
+                                   cWholeImage,
+                                   {cAnalysisDimensionNames, ChoiceKinds::cSum},
+                                   "what has a result of its own"};
   Property<IntensityExtremaMsr*> outputMeasure{*this, "outputMeasure", "arrays that receive the values"};
 };
 

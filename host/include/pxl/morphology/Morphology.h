@@ -21,6 +21,26 @@
  */
 namespace pxl::morphology {
 
+/** The neighbourhoods in a plan, each with the voxel itself. Any other number counts as cSquare. */
+enum Neighborhoods2d : int { cCross = 0, cSquare = 1 };
+
+/** The neighbourhoods in a volume, each with the voxel itself. Any other number counts as cCube. */
+enum Neighborhoods3d : int { cFaces = 0, cEdges = 1, cCube = 2 };
+
+/** How exact a disk or ball is. Any other number counts as cExactShape. */
+enum ShapeModes : int { cFastShape = 0, cExactShape = 1 };
+
+inline constexpr Choice cNeighborhood2dNames[] = {{"cross", cCross, "the 4 neighbours that share an edge"},
+                                                  {"square", cSquare, "all 8; so does any other number"}};
+
+inline constexpr Choice cNeighborhood3dNames[] = {{"faces", cFaces, "the 6 neighbours that share a face"},
+                                                  {"edges", cEdges, "the 18 that share a face or an edge"},
+                                                  {"cube", cCube, "all 26; so does any other number"}};
+
+inline constexpr Choice cShapeModeNames[] = {
+    {"fast", cFastShape, "an octagon or polyhedron; with radius 0 the output stays untouched"},
+    {"exact", cExactShape, "all voxels within the radius; so does any other number"}};
+
 /** Properties of the operators that repeat an elementary step. */
 class PXL_API IteratedMorphology : public BaseAlgorithm {
  public:
@@ -29,6 +49,7 @@ class PXL_API IteratedMorphology : public BaseAlgorithm {
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
   Property<unsigned int> numberOfIterations{*this, "numberOfIterations", 1,
                                             "how often the step is repeated; with 0 the output stays untouched"};
+  /** Neighborhoods2d or Neighborhoods3d. */
   Property<int> neighborhood;
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
@@ -37,7 +58,7 @@ class PXL_API IteratedMorphology : public BaseAlgorithm {
   double estimateSteps() const override;
 
  protected:
-  IteratedMorphology(int defaultNeighborhood, char const* neighborhoodHelp);
+  IteratedMorphology(int defaultNeighborhood, Choices const& neighborhoods);
 };
 
 /**
@@ -51,10 +72,8 @@ class PXL_API RadiusMorphology : public BaseAlgorithm {
 
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
   Property<unsigned int> radius{*this, "radius", 1, "radius in voxels"};
-  Property<int> shapeMode{
-      *this, "shapeMode", 0,
-      "0 a fast polygon or polyhedron, else the exact shape; fast with radius 0 leaves the output "
-      "untouched"};
+  /** ShapeModes */
+  Property<int> shapeMode{*this, "shapeMode", cFastShape, cShapeModeNames, "how the shape is made"};
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
   String getNotice() const override;

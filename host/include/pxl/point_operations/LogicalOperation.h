@@ -5,6 +5,22 @@
 
 namespace pxl::point_operations {
 
+/** The bitwise operators; no other number is one. */
+enum LogicalOperators : int {
+  cLogicalAnd = 0,
+  cLogicalOr = 1,
+  cLogicalXor = 2,
+  cLogicalNand = 3,
+  cLogicalNor = 4,
+  cLogicalNxor = 5,
+  cLogicalAndNot = 6
+};
+
+inline constexpr Choice cLogicalOperatorNames[] = {
+    {"and", cLogicalAnd, "a & b"},       {"or", cLogicalOr, "a | b"},      {"xor", cLogicalXor, "a ^ b"},
+    {"nand", cLogicalNand, "~(a & b)"},  {"nor", cLogicalNor, "~(a | b)"}, {"nxor", cLogicalNxor, "~(a ^ b)"},
+    {"andnot", cLogicalAndNot, "a & ~b"}};
+
 /** Bitwise combination of two integer images; acts on the bits of the voxels, the same for all six integer types. */
 class PXL_API LogicalOperationWithImage : public BaseAlgorithm {
  public:
@@ -16,8 +32,8 @@ class PXL_API LogicalOperationWithImage : public BaseAlgorithm {
   Property<ImageModel const*> inputImage1{*this, "inputImage1", "first image to read, a"};
   Property<ImageModel const*> inputImage2{*this, "inputImage2",
                                           "second image to read, b; converted to the type of a"};
-  Property<int> logicalOperator{*this, "logicalOperator", 0,
-                                "0 and, 1 or, 2 xor, 3 nand, 4 nor, 5 nxor, 6 a and not b"};
+  /** One of LogicalOperators. */
+  Property<int> logicalOperator{*this, "logicalOperator", cLogicalAnd, cLogicalOperatorNames, "how bits combine"};
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 };
 
@@ -31,8 +47,8 @@ class PXL_API LogicalOperationWithValue : public BaseAlgorithm {
 
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read, a"};
   Property<unsigned int> value{*this, "value", "value to combine with, b"};
-  Property<int> logicalOperator{*this, "logicalOperator", 0,
-                                "0 and, 1 or, 2 xor, 3 nand, 4 nor, 5 nxor, 6 a and not b"};
+  /** One of LogicalOperators. */
+  Property<int> logicalOperator{*this, "logicalOperator", cLogicalAnd, cLogicalOperatorNames, "how bits combine"};
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 };
 
