@@ -3,36 +3,16 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
-#include <string>
 
+#include "ElementLimits.h"
 #include "Raise.h"
 
 namespace pxl::kernel {
 namespace {
 
-constexpr unsigned long cMaxNbVoxels = 1000000;
-// Beyond it every round element is too large, so that its voxels needn't be counted one by one.
-constexpr unsigned long cMaxCountedRadius = 1000;
 constexpr double cPi = 3.14159265358979323846;
 // Differences that are due to the rounding of sines and cosines alone.
 constexpr double cTolerance = 1e-9;
-
-[[noreturn]] void refuse(std::string const& nbVoxels) {
-  PXL_RAISE(InvalidCall, "a structuring element has at most 1000000 voxels, this one would need " + nbVoxels);
-}
-
-void checkNbVoxels(unsigned long nbVoxels) {
-  if (nbVoxels > cMaxNbVoxels) refuse(std::to_string(nbVoxels));
-}
-
-/** @param nbVoxels an estimate for large radii */
-void checkRadius(unsigned long radius, double nbVoxels) {
-  if (radius <= cMaxCountedRadius) return;
-  char text[32];
-  std::snprintf(text, sizeof text, "about %.3g", nbVoxels);
-  refuse(text);
-}
 
 /** The largest whole number whose square is at most `square`. */
 long rootOf(long square) {
@@ -130,13 +110,13 @@ Offset3D makeOffset3D(long col, long row, long plan) { return {col, row, plan}; 
 
 std::vector<Offset2D> generateDiskOffset2DCollection(unsigned long radius) {
   double const r = static_cast<double>(radius);
-  checkRadius(radius, cPi * r * r);
+  checkRadius(r, cPi * r * r);
   return collectBall<Offset2D>(static_cast<long>(radius), 0, makeOffset2D);
 }
 
 std::vector<Offset3D> generateSphereOffset3DCollection(unsigned long radius) {
   double const r = static_cast<double>(radius);
-  checkRadius(radius, 4 * cPi / 3 * r * r * r);
+  checkRadius(r, 4 * cPi / 3 * r * r * r);
   return collectBall<Offset3D>(static_cast<long>(radius), static_cast<long>(radius), makeOffset3D);
 }
 
@@ -157,7 +137,7 @@ std::vector<Offset3D> generateDiskOffset3DCollection(double elevation, double az
   Axes const v = w == cPlan ? cRow : cPlan;
   double const r = static_cast<double>(radius);
   // Seen along w the disk is an ellipse, and it has one voxel for each of the ellipse.
-  checkRadius(radius, cPi * r * r * std::fabs(normal[w]));
+  checkRadius(r, cPi * r * r * std::fabs(normal[w]));
   long const reach = static_cast<long>(radius);
   auto const forEachVoxel = [&](auto const& function) {
     for (long i = -reach; i <= reach; ++i) {

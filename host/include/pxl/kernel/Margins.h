@@ -2,8 +2,10 @@
 
 namespace pxl::kernel {
 
-/** How far neighbours reach on each side of a voxel, in voxels: before it towards lower indices, after it towards
- * higher ones. */
+/**
+ * How far neighbours reach on each side of a voxel, in voxels: before it, towards lower indices, and after it,
+ * towards higher ones.
+ */
 struct Margins {
   unsigned long colsBefore = 0;
   unsigned long colsAfter = 0;
