@@ -42,16 +42,20 @@ void warmTaskScheduler() {
 // Marks an algorithm as running and takes the mark off on every path.
 class Execution : private Noncopyable {
  public:
-  explicit Execution(algorithms::ExecutionState& state) : m_state(state) {
+  /** `parent` is the run that this one is a step of, and whose cancel flag it shares. */
+  explicit Execution(algorithms::ExecutionState& state, algorithms::ExecutionState const* parent = nullptr)
+      : m_state(state), m_isStep(parent) {
     Lock const lock(getFrameLock());
     if (m_state.isExecuting) PXL_RAISE(InvalidCall, "the algorithm is running already");
-    m_state.isCancelRequested = std::make_shared<std::atomic<bool>>(false);
+    m_state.isCancelRequested = parent ? parent->isCancelRequested : std::make_shared<std::atomic<bool>>(false);
     m_state.isExecuting = true;
     m_state.progress = 0;
   }
   ~Execution() {
     Lock const lock(getFrameLock());
     m_state.isExecuting = false;
+    // The flag of the parent stays as it is.
+    if (m_isStep) m_state.isCancelRequested = std::make_shared<std::atomic<bool>>(false);
     *m_state.isCancelRequested = false;
   }
   void finish() {
@@ -61,6 +65,7 @@ class Execution : private Noncopyable {
 
  private:
   algorithms::ExecutionState& m_state;
+  bool m_isStep;
   plugins::RunGuard m_guard;
 };
 
@@ -71,6 +76,17 @@ void BaseAlgorithm::execute() {
   Execution execution(*m_execution);
   checkProperties(*this);
   warmTaskScheduler();
+  CurrentRun run(*this, m_execution->isCancelRequested);
+  chooseRunner(*this)->run(this);
+  run.raiseFailure();
+  execution.finish();
+}
+
+void BaseAlgorithm::executeWithin(BaseAlgorithm& parent) {
+  if (parent.m_hasExtraMemory && !m_hasExtraMemory) setMaximumExtraMemoryUsageInBytes(parent.m_extraMemory);
+  Execution execution(*m_execution, parent.m_execution);
+  if (*m_execution->isCancelRequested) throw ExceptionCancelation();
+  checkProperties(*this);
   CurrentRun run(*this, m_execution->isCancelRequested);
   chooseRunner(*this)->run(this);
   run.raiseFailure();

@@ -26,6 +26,7 @@ AbstractPrivateImplementation::AbstractPrivateImplementation(BaseAlgorithm* algo
       m_publicInterface(algorithm),
       m_registeredWith(algorithm),
       m_currentChild(nullptr),
+      m_operator(nullptr),
       m_taskGroupOwner(nullptr) {
   PXL_PROBE(onFrameNew(this));
   if (!algorithm) return;
@@ -48,6 +49,7 @@ void AbstractPrivateImplementation::raiseCancel() {
   m_cancelled.store(true, std::memory_order_relaxed);
   if (m_taskGroupOwner) m_taskGroupOwner->m_taskGroupContext.cancel_group_execution();
   if (m_currentChild) m_currentChild->cancelExecution();
+  if (m_operator) m_operator->cancelExecution();
 }
 
 void AbstractPrivateImplementation::cancelExecution() { raiseCancel(); }
@@ -80,6 +82,18 @@ void AbstractPrivateImplementation::runChildAlgo(AbstractPrivateImplementation* 
   publication.isDone = true;
 }
 
+// Stands for an operator in the frame of another one.
+class AbstractPrivateImplementation::OperatorRun final : public AbstractPrivateImplementation {
+ public:
+  explicit OperatorRun(BaseAlgorithm& child) : AbstractPrivateImplementation(nullptr) { m_operator = &child; }
+  void run() override { m_operator->executeWithin(*getPublicInterface()); }
+};
+
+void AbstractPrivateImplementation::runChildAlgo(BaseAlgorithm& child) {
+  OperatorRun frame(child);
+  runChildAlgo(&frame);
+}
+
 void AbstractPrivateImplementation::setNumberOfSteps(unsigned long count) {
   PXL_PROBE(onSetNumberOfSteps(this, count));
   m_numberOfSteps.store(count);
@@ -93,6 +107,7 @@ void AbstractPrivateImplementation::setMaxProgress(unsigned long count) {
 }
 
 double AbstractPrivateImplementation::getDoneFraction() const {
+  if (m_operator) return m_operator->getProgress();
   double const nbSteps = static_cast<double>(m_numberOfSteps.load());
   if (nbSteps == 0) return 1;
   double const total = static_cast<double>(m_maxProgress.load());

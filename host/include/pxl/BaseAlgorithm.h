@@ -111,6 +111,8 @@ class PXL_API BaseAlgorithm : private Noncopyable {
   friend class PropertyBase;
   friend class algorithms::AbstractPrivateImplementation;
 
+  void executeWithin(BaseAlgorithm& parent);
+
   std::vector<PropertyBase*> m_properties;
   access::Region m_processingRegion;
   bool m_hasProcessingRegion = false;

@@ -42,6 +42,12 @@ class PXL_API AbstractPrivateImplementation : private Noncopyable {
    */
   void runChildAlgo(AbstractPrivateImplementation* child);
 
+  /**
+   * Executes another operator as the current step: as BaseAlgorithm::execute(), but with the cancel flag of the
+   * public algorithm of this frame, whose progress it is part of and whose limit on extra memory it takes over.
+   */
+  void runChildAlgo(BaseAlgorithm& child);
+
   /** Declares the number of steps of the run and begins with the first. */
   void setNumberOfSteps(unsigned long count);
   /** Declares the work of the current step, in voxels, and begins at 0. */
@@ -56,6 +62,7 @@ class PXL_API AbstractPrivateImplementation : private Noncopyable {
  private:
   friend class pxl::BaseAlgorithm;
   friend class pxl::BaseTbbAlgorithm;
+  class OperatorRun;
 
   void raiseCancel();
   double getDoneFraction() const;
@@ -63,6 +70,7 @@ class PXL_API AbstractPrivateImplementation : private Noncopyable {
   BaseAlgorithm* m_publicInterface;
   BaseAlgorithm* m_registeredWith;
   AbstractPrivateImplementation* m_currentChild;
+  BaseAlgorithm* m_operator;           ///< that this frame executes, with frames of its own; else null
   BaseTbbAlgorithm* m_taskGroupOwner;  ///< this, while it has a task group that a cancel must stop
 };
 
