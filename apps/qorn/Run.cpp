@@ -1,5 +1,6 @@
 #include <tbb/global_control.h>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -7,6 +8,7 @@
 #include "pxl/Settings.h"
 #include "pxl/analysis/Measure.h"
 #include "qorn/Commands.h"
+#include "qorn/ElementText.h"
 #include "qorn/MappedFileGuard.h"
 #include "qorn/MeasureText.h"
 #include "qorn/Operators.h"
@@ -63,7 +65,7 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
     } else if (auto* const output = pxl::asProperty<pxl::ImageModel*>(*property)) {
       io::ImageFile const& first = images.inputs.front();
       io::ImageHeader header = first.header;
-      header.type = command.outputType.value_or(header.type);
+      header.type = command.outputType.value_or(algorithm.getNaturalOutputType(header.type));
       if (command.isInPlace && header.type != first.header.type) {
         throw UsageError("--in-place", std::string("the output has the input's type, ") +
                                            pxl::helper::getNameOf(first.header.type));
@@ -80,6 +82,21 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
   return images;
 }
 
+/** The properties, the element's text in the spacing of the first input if that was asked for. */
+std::vector<std::pair<std::string, std::string>> resolveSpacing(RunCommand const& command) {
+  auto properties = command.properties;
+  if (!command.hasSpacingOfFile) return properties;
+  auto const element =
+      std::find_if(properties.begin(), properties.end(), [](auto const& given) { return given.first == "element"; });
+  if (element == properties.end()) throw UsageError("--spacing auto", "needs an element");
+  if (command.images.empty()) throw UsageError("--spacing auto", "needs an image");
+  std::string const& path = command.images.front();
+  element->second = applySpacing(element->second, path, io::readImageHeader(path));
+  if (!command.isQuiet)
+    writeErrorLine(command.operatorName + ": with the file's spacing the element is " + element->second);
+  return properties;
+}
+
 /** What the first input says of its values. */
 std::optional<io::ValueScale> getScale(RunImages const& images) {
   return images.inputs.empty() ? std::nullopt : images.inputs.front().header.scale;
@@ -89,7 +106,7 @@ std::optional<io::ValueScale> getScale(RunImages const& images) {
 
 ExitCodes execute(RunCommand const& command) {
   std::unique_ptr<pxl::BaseAlgorithm> const algorithm = findOperator(command.operatorName).create();
-  setProperties(*algorithm, command.properties, command.kernelOrigin);
+  setProperties(*algorithm, resolveSpacing(command), command.kernelOrigin);
   checkNbImages(*algorithm, command.images.size());
   checkOutputOptions(*algorithm, command);
   checkValues(*algorithm);
