@@ -1,7 +1,8 @@
 # The installed tree, and the package that find_package(pxlworks) finds in it.
 include(CMakePackageConfigHelpers)
 
-set(installed_libraries pxlworks_object_model pxlworks_pxl pxlworks_pxl_qorn)
+set(plugins pxlworks_pxl_qorn pxlworks_pxl_elements)
+set(installed_libraries pxlworks_object_model pxlworks_pxl ${plugins})
 # The libraries find each other where they stand, installed or not: CMake would make room for other paths by empty ones
 # in the build folder, and an empty one is the working directory. A TBB outside the system's folders is found by its
 # path; that of the thread sanitizer, within the project, isn't among those that CMake adds by itself.
@@ -16,7 +17,7 @@ set_target_properties(${installed_libraries} PROPERTIES
 install(TARGETS pxlworks_object_model pxlworks_pxl EXPORT pxlworksTargets
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 # Loaded while running and never linked: no part of the package's targets.
-install(TARGETS pxlworks_pxl_qorn LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+install(TARGETS ${plugins} LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 if(TARGET qorn)
   file(RELATIVE_PATH to_libraries "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
   set(library_paths "$ORIGIN/${to_libraries}" "$ORIGIN/../lib")  # as installed, and in the build folder

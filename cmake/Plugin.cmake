@@ -1,4 +1,4 @@
-# The plug-in.
+# The plug-ins.
 include(cmake/PxlworksPlugin.cmake)
 
 # What several operators share, compiled once; the tests of kernels are linked with it too.
@@ -30,7 +30,12 @@ pxlworks_add_plugin(pxlworks_pxl_qorn
   morphology/ErosionDisk3d_SSE41.cpp
   morphology/ErosionLine2d_SSE41.cpp
   morphology/ErosionLine3d_SSE41.cpp)
-foreach(target pxlworks_pxl_qorn pxlworks_qorn_passes pxlworks_plugin_bodies)
+
+# The operators beyond those of the first one.
+pxlworks_add_plugin(pxlworks_pxl_elements
+  elements/DilationElement3d_SSE41.cpp
+  elements/ErosionElement3d_SSE41.cpp)
+foreach(target pxlworks_pxl_qorn pxlworks_qorn_passes pxlworks_pxl_elements pxlworks_plugin_bodies)
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
   target_link_libraries(${target} PRIVATE pxlworks_warnings)
 endforeach()

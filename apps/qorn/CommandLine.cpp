@@ -53,6 +53,9 @@ pxl::VoxelTypes parseVoxelType(std::string const& what, std::string const& text)
 struct RunTexts {
   std::vector<std::string> arguments;
   std::vector<std::string> settings;
+  std::optional<std::string> kernel;
+  std::optional<std::string> element;
+  std::optional<std::string> spacing;
   std::optional<std::string> interpretation;
   std::optional<std::string> outputType;
   std::optional<std::string> nbThreads;
@@ -83,12 +86,24 @@ std::string describeSettings() {
   return text;
 }
 
-void addRun(CLI::App& app, RunCommand& run, RunTexts& texts) {
-  app.add_option("OPERATOR", run.operatorName, "one of those that \"qorn operators\" lists")->required();
+/** What `run` and the commands of compositions share. */
+void addRunOptions(CLI::App& app, RunCommand& run, RunTexts& texts) {
   app.add_option("ARGUMENT", texts.arguments,
                  "images in the declared order of the operator's image properties, and properties as name=value; an "
                  "image whose name looks like that can be given as ./name=value. A kernel is a .npy file or numbers, "
                  "rows end with ';' and plans with '|': kernel=\"1 2 1; 2 4 2; 1 2 1\"");
+  app.add_option("--kernel", texts.kernel,
+                 "the same as kernel=TEXT; also gauss(SIGMA), box(N), sobel-x, sobel-y, sobel-z or laplace")
+      ->type_name("TEXT");
+  app.add_option("--element", texts.element,
+                 "the same as element=TEXT, such as \"ball(3)\", \"line(21, 30)\", \"mask(FILE.npy)\"; "
+                 "docs/elements.md has them all")
+      ->type_name("TEXT");
+  app.add_option(
+         "--spacing", texts.spacing,
+         "auto: the radius of a ball, ellipsoid, disk or ellipse is in the units of the spacing that the first "
+         "input's file tells, millimetres as a rule")
+      ->type_name("auto");
   app.add_option("--kernel-origin", run.kernelOrigin,
                  "the element of the kernel that lies on the voxel: column, row and, in 3-D, plan, counted from 0; "
                  "default half of each size, rounded down")
@@ -144,6 +159,24 @@ void checkWindowOptions(RunCommand const& run) {
   if (!run.isReplacing) throw UsageError("--window", "writes into an existing file; leave out --no-clobber");
 }
 
+void addRun(CLI::App& app, RunCommand& run, RunTexts& texts) {
+  app.add_option("OPERATOR", run.operatorName, "one of those that \"qorn operators\" lists")->required();
+  addRunOptions(app, run, texts);
+}
+
+/** The commands that are operators with an element. */
+struct Composition {
+  char const *command, *operatorName, *help;
+};
+constexpr Composition cCompositions[] = {
+    {"dilate", "Dilate", "the largest voxel of an element: qorn dilate IN OUT --element \"ball(3)\""},
+    {"erode", "Erode", "the smallest voxel of an element"},
+    {"open", "Open", "erosion, then dilation: takes away what is bright and smaller than the element"},
+    {"close", "Close", "dilation, then erosion: fills what is dark and smaller than the element"},
+    {"white-tophat", "WhiteTopHat", "what an opening takes away"},
+    {"black-tophat", "BlackTopHat", "what a closing fills"},
+    {"gradient", "Gradient", "dilation less erosion; gradientMode=outer or inner for half of it"}};
+
 void finishRun(RunCommand& run, RunTexts const& texts) {
   for (std::string const& argument : texts.arguments) {
     if (auto assignment = splitAssignment(argument)) {
@@ -152,6 +185,10 @@ void finishRun(RunCommand& run, RunTexts const& texts) {
       run.images.push_back(argument);
     }
   }
+  if (texts.kernel) run.properties.emplace_back("kernel", *texts.kernel);
+  if (texts.element) run.properties.emplace_back("element", *texts.element);
+  if (texts.spacing && *texts.spacing != "auto") throw UsageError("--spacing " + *texts.spacing, "must be auto");
+  run.hasSpacingOfFile = texts.spacing.has_value();
   for (std::string const& setting : texts.settings) run.settings.push_back(parseSetting(setting));
   if (texts.interpretation) {
     if (*texts.interpretation != "grey" && *texts.interpretation != "binary") {
@@ -197,6 +234,11 @@ Command parseCommandLine(int argc, char const* const* argv) {
 
   CLI::App* const runApp = app.add_subcommand("run", "run an operator on images and print what it measures");
   addRun(*runApp, run, runTexts);
+  std::vector<CLI::App*> compositionApps;
+  for (Composition const& composition : cCompositions) {
+    compositionApps.push_back(app.add_subcommand(composition.command, composition.help));
+    addRunOptions(*compositionApps.back(), run, runTexts);
+  }
 
   CLI::App* const operatorsApp =
       app.add_subcommand("operators", "list the operators and who runs them, or describe one");
@@ -210,7 +252,9 @@ Command parseCommandLine(int argc, char const* const* argv) {
 
   CLI::App* const elementApp =
       app.add_subcommand("element", "show the structuring element of a morphological operator, found by running it");
-  elementApp->add_option("OPERATOR", element.operatorName, "a dilation or an erosion")->required();
+  elementApp
+      ->add_option("OPERATOR", element.operatorName, "a dilation or an erosion, or an element such as \"ball(3)\"")
+      ->required();
   elementApp->add_option("PROPERTY", elementTexts, "properties as name=value");
   elementApp
       ->add_option("--output", element.output, "save the element as a mask of 0 and 1, the voxel itself amid it")
@@ -239,7 +283,10 @@ Command parseCommandLine(int argc, char const* const* argv) {
     }
     return element;
   }
-  if (!runApp->parsed()) throw UsageError("command line", "a command is missing");
+  for (std::size_t i = 0; i < compositionApps.size(); ++i) {
+    if (compositionApps[i]->parsed()) run.operatorName = cCompositions[i].operatorName;
+  }
+  if (run.operatorName.empty()) throw UsageError("command line", "a command is missing");
   finishRun(run, runTexts);
   return run;
 }

@@ -12,7 +12,7 @@
 
 namespace qorn {
 
-/** qorn run OPERATOR IMAGE... [name=value ...] */
+/** qorn run OPERATOR IMAGE... [name=value ...], and qorn open IN OUT --element TEXT and the like */
 struct RunCommand {
   std::string operatorName;
   std::vector<std::string> images;
@@ -20,6 +20,7 @@ struct RunCommand {
   std::vector<std::pair<std::string, std::string>> settings;
   std::vector<std::string> plugins;
   std::optional<std::string> kernelOrigin;
+  bool hasSpacingOfFile = false;  ///< the radius of the element is in the units of the first input's spacing
   std::optional<unsigned int> nbThreads;
   std::optional<unsigned long> maxExtraMemory;
   unsigned long maxVoxels = io::cDefaultMaxCompressedVoxels;
@@ -50,7 +51,7 @@ struct InfoCommand {
 
 /** qorn element OPERATOR [name=value ...] */
 struct ElementCommand {
-  std::string operatorName;
+  std::string operatorName;  ///< or the text of an element
   std::vector<std::pair<std::string, std::string>> properties;
   std::vector<std::string> plugins;
   std::string output;  ///< a file for the mask; empty: the element is drawn

@@ -10,6 +10,7 @@
 #include "pxl/Image.h"
 #include "pxl/Property.h"
 #include "qorn/Commands.h"
+#include "qorn/ElementText.h"
 #include "qorn/Operators.h"
 #include "qorn/StandardOutput.h"
 #include "qorn/Supervision.h"
@@ -118,6 +119,27 @@ Element crop(Element const& element, std::array<unsigned long, 3> const& reach) 
   return cropped;
 }
 
+/** The element of a list. @throws ProgramError it is too large to be shown */
+Element makeElement(pxl::kernel::StructuringElement const& described, std::string const& name) {
+  constexpr double cMaxVoxels = 1ul << 25;
+  auto const margins = described.getMargins();
+  std::array<unsigned long, 3> const reach{std::max(margins.colsBefore, margins.colsAfter),
+                                           std::max(margins.rowsBefore, margins.rowsAfter),
+                                           std::max(margins.plansBefore, margins.plansAfter)};
+  double nbVoxels = 1;
+  for (unsigned long const count : reach) nbVoxels *= 2 * static_cast<double>(count) + 1;
+  if (nbVoxels > cMaxVoxels) throw ProgramError(cFailed, name, "the element is too large to be shown");
+  Element element = makeElement(reach);
+  for (auto const& offset : described.getOffsets()) {
+    auto const at = [&](long position, std::size_t axis) {
+      return static_cast<unsigned long>(position + static_cast<long>(reach[axis]));
+    };
+    element.mask[(at(offset.plan, 2) * element.getSize(1) + at(offset.row, 1)) * element.getSize(0) +
+                 at(offset.col, 0)] = 1;
+  }
+  return element;
+}
+
 std::string describe(Element const& element) {
   std::string text = std::to_string(countVoxels(element)) + " voxels in " + std::to_string(element.getSize(0)) +
                      " columns x " + std::to_string(element.getSize(1)) + " rows";
@@ -179,7 +201,33 @@ std::string drawElement(Element const& element) {
 
 }  // namespace
 
+namespace {
+
+void save(Element const& element, int rank, ElementCommand const& command) {
+  io::ImageHeader const header{
+      "npy", pxl::cUnsignedInteger8, {element.getSize(0), element.getSize(1), element.getSize(2), 1, 1}, rank, false};
+  io::OutputImage mask(command.output, header, {false, command.isReplacing});
+  std::memcpy(mask.getImage()->getVoxels(), element.mask.data(), element.mask.size());
+  mask.write();
+  mask.commit();
+}
+
+void show(Element const& element, int rank, std::string const& name, ElementCommand const& command) {
+  if (!command.output.empty()) save(element, rank, command);
+  writeOutput(name + ": " + describe(element) + "\n" +
+              (command.output.empty() ? drawElement(element) : std::string()));
+}
+
+}  // namespace
+
 ExitCodes execute(ElementCommand const& command) {
+  if (isElementText(command.operatorName)) {
+    if (!command.properties.empty())
+      throw UsageError(command.properties.front().first, "an element has no properties");
+    auto const described = parseElement(command.operatorName);
+    show(makeElement(described, command.operatorName), described.getDimension(), command.operatorName, command);
+    return cDone;
+  }
   pxl::AlgoInfo const& record = findOperator(command.operatorName);
   if (record.getSubject() != std::string("morphology")) {
     throw UsageError(command.operatorName, "has no structuring element");
@@ -187,22 +235,14 @@ ExitCodes execute(ElementCommand const& command) {
   std::unique_ptr<pxl::BaseAlgorithm> const algorithm = record.create();
   setProperties(*algorithm, command.properties, std::nullopt);
   checkValues(*algorithm);
+  if (pxl::PropertyBase* const property = algorithm->findProperty("element")) {
+    auto const described = pxl::asProperty<pxl::kernel::StructuringElement>(*property)->get();
+    show(makeElement(described, described.toString().str()), described.getDimension(), command.operatorName, command);
+    return cDone;
+  }
   loadPlugins(command.plugins);
   checkIsOffered(*algorithm);
-  Element const element = findElement(*algorithm);
-  if (!command.output.empty()) {
-    io::ImageHeader const header{"npy",
-                                 pxl::cUnsignedInteger8,
-                                 {element.getSize(0), element.getSize(1), element.getSize(2), 1, 1},
-                                 isVolume(*algorithm) ? 3 : 2,
-                                 false};
-    io::OutputImage mask(command.output, header, {false, command.isReplacing});
-    std::memcpy(mask.getImage()->getVoxels(), element.mask.data(), element.mask.size());
-    mask.write();
-    mask.commit();
-  }
-  writeOutput(command.operatorName + ": " + describe(element) + "\n" +
-              (command.output.empty() ? drawElement(element) : std::string()));
+  show(findElement(*algorithm), isVolume(*algorithm) ? 3 : 2, command.operatorName, command);
   if (pxl::String const notice = algorithm->getNotice(); !notice.empty()) {
     writeErrorLine(command.operatorName + ": " + notice.str());
   }

@@ -7,6 +7,7 @@
 #include "pxl/Limits.h"
 #include "pxl/access/View.h"
 #include "qorn/Errors.h"
+#include "qorn/KernelPresets.h"
 #include "qorn/NumberText.h"
 #include "qorn/io/ImageFile.h"
 #include "qorn/io/Suffix.h"
@@ -14,12 +15,6 @@
 namespace qorn {
 namespace {
 
-struct KernelArray {
-  long plans;
-  long rows;
-  long cols;
-  std::vector<double> coefficients;
-};
 
 std::vector<std::string_view> split(std::string_view text, char separator) {
   std::vector<std::string_view> parts;
@@ -102,7 +97,10 @@ void setKernelOfRank(pxl::Property<Kernel>& property, std::string const& value,
   constexpr int rank = std::is_same_v<Kernel, pxl::kernel::Kernel2D> ? 2 : 3;
   if (value.empty()) throw UsageError(property.getName(), "has no value");
   std::string const what = std::string(property.getName()) + "=" + value;
-  KernelArray const array = io::getSuffix(value) == ".npy" ? readArray(what, value, rank) : parseArray(what, value);
+  std::optional<KernelArray> const preset = makePreset(what, value, rank);
+  KernelArray const array = preset                           ? *preset
+                            : io::getSuffix(value) == ".npy" ? readArray(what, value, rank)
+                                                             : parseArray(what, value);
   if (rank == 2 && array.plans != 1) throw UsageError(what, "a 2-D kernel has no plans");
   std::vector<long> const at =
       origin ? parseOrigin(*origin, rank) : std::vector<long>{array.cols / 2, array.rows / 2, array.plans / 2};

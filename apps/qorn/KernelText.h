@@ -8,7 +8,7 @@
 namespace qorn {
 
 /**
- * Sets a property of a kernel. `value` is a .npy file with an array of that rank, or the coefficients:
+ * Sets a property of a kernel. `value` is a .npy file with an array of that rank, a preset, or the coefficients:
  * numbers with blanks between them, rows end with ';' and plans with '|'. `origin` are column, row and, in 3D, plan
  * of the element that lies on the voxel, with commas between them; by default the one at half of each size, rounded
  * down.

@@ -45,9 +45,16 @@ void describeChoices(Json& description, pxl::Choices const& choices) {
   description["combinable"] = choices.getKind() == pxl::ChoiceKinds::cSum;
 }
 
+/** The runners of plug-ins: a composition is the host's own. */
+std::size_t countRunners(pxl::AlgoInfo const& record) {
+  return record.getRunners().size() - (record.isComposed() ? 1 : 0);
+}
+
 Json describe(pxl::AlgoInfo const& record) {
   Json runners = Json::array();
-  for (pxl::Runnable const* runner : record.getRunners()) runners.push_back(runner->getOptimType());
+  if (!record.isComposed()) {
+    for (pxl::Runnable const* runner : record.getRunners()) runners.push_back(runner->getOptimType());
+  }
   Json properties = Json::array();
   auto const algorithm = record.create();
   for (pxl::PropertyBase const* property : algorithm->getProperties()) {
@@ -57,16 +64,21 @@ Json describe(pxl::AlgoInfo const& record) {
                           {"help", property->getHelp()}});
     describeChoices(properties.back(), property->getChoices());
   }
-  return {{"name", record.getName()},  {"subject", record.getSubject()}, {"help", record.getHelp()},
-          {"runners", runners.size()}, {"optimisations", runners},       {"properties", properties}};
+  return {{"name", record.getName()},        {"subject", record.getSubject()},  {"help", record.getHelp()},
+          {"composed", record.isComposed()}, {"runners", countRunners(record)}, {"optimisations", runners},
+          {"properties", properties}};
 }
 
 std::string toText(pxl::AlgoInfo const& record) {
   std::string text = std::string(record.getName()) + " (" + record.getSubject() + "): " + record.getHelp() + "\n";
-  auto const runners = record.getRunners();
-  text += "registered runners: " + std::to_string(runners.size());
-  for (std::size_t i = 0; i < runners.size(); ++i) {
-    text += (i == 0 ? ", of optimisation type " : ", ") + std::to_string(runners[i]->getOptimType());
+  if (record.isComposed()) {
+    text += "composed of other operators";
+  } else {
+    auto const runners = record.getRunners();
+    text += "registered runners: " + std::to_string(runners.size());
+    for (std::size_t i = 0; i < runners.size(); ++i) {
+      text += (i == 0 ? ", of optimisation type " : ", ") + std::to_string(runners[i]->getOptimType());
+    }
   }
   text += "\n\n";
   Table table("llll");
@@ -89,9 +101,10 @@ std::string listAll() {
   Table table("lrl");
   table.addRow({"OPERATOR", "RUNNERS", "MEANING"});
   for (pxl::AlgoInfo const* record : pxl::AlgoInfo::getAll()) {
-    std::size_t const nbOfRecord = record->getRunners().size();
+    std::size_t const nbOfRecord = countRunners(*record);
     nbRunners += nbOfRecord;
-    table.addRow({record->getName(), std::to_string(nbOfRecord), record->getHelp()});
+    table.addRow(
+        {record->getName(), record->isComposed() ? "composed" : std::to_string(nbOfRecord), record->getHelp()});
   }
   std::string text = table.toText();
   text += "\n" + std::to_string(nbRunners) + (nbRunners == 1 ? " runner is" : " runners are") + " registered";
@@ -115,7 +128,7 @@ ExitCodes execute(OperatorsCommand const& command) {
   std::size_t nbRunners = 0;
   for (pxl::AlgoInfo const* record : records) {
     list.push_back(describe(*record));
-    nbRunners += record->getRunners().size();
+    nbRunners += countRunners(*record);
   }
   Json const json{{"operators", list}, {"runners", nbRunners}, {"plugins", pxl::plugins::getLoaded()}};
   writeOutput(json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");

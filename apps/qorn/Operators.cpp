@@ -6,6 +6,7 @@
 #include <set>
 
 #include "pxl/Plugins.h"
+#include "qorn/ElementText.h"
 #include "qorn/Errors.h"
 #include "qorn/KernelText.h"
 #include "qorn/NearestName.h"
@@ -23,6 +24,7 @@ struct TypeNames {
   char const* operator()(pxl::Property<double> const&) const { return "real"; }
   char const* operator()(pxl::Property<pxl::kernel::Kernel2D> const&) const { return "2-D kernel"; }
   char const* operator()(pxl::Property<pxl::kernel::Kernel3D> const&) const { return "3-D kernel"; }
+  char const* operator()(pxl::Property<pxl::kernel::StructuringElement> const&) const { return "element"; }
   char const* operator()(pxl::MeasureProperty const&) const { return "measure"; }
 };
 
@@ -47,6 +49,9 @@ class ValueSetter {
   }
   void operator()(pxl::Property<pxl::kernel::Kernel3D>& property) const {
     setKernel(property, m_value, m_kernelOrigin);
+  }
+  void operator()(pxl::Property<pxl::kernel::StructuringElement>& property) const {
+    property.set(parseElement(m_value));
   }
 
  private:

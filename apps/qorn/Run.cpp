@@ -1,5 +1,6 @@
 #include <tbb/global_control.h>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -7,6 +8,7 @@
 #include "pxl/Settings.h"
 #include "pxl/analysis/Measure.h"
 #include "qorn/Commands.h"
+#include "qorn/ElementText.h"
 #include "qorn/MappedFileGuard.h"
 #include "qorn/MeasureText.h"
 #include "qorn/Operators.h"
@@ -80,7 +82,7 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
         dynamic_cast<pxl::Property<pxl::ImageModel*>&>(*property).set(images.existing.get());
         continue;
       }
-      header.type = command.outputType.value_or(header.type);
+      header.type = command.outputType.value_or(algorithm.getNaturalOutputType(header.type));
       if (images.region) header = io::cropHeader(header, *images.region);
       if (command.isInPlace && header.type != first.header.type) {
         throw UsageError("--in-place", std::string("the output has the input's type, ") +
@@ -96,6 +98,21 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
     }
   }
   return images;
+}
+
+/** The properties, the element's text in the spacing of the first input if that was asked for. */
+std::vector<std::pair<std::string, std::string>> resolveSpacing(RunCommand const& command) {
+  auto properties = command.properties;
+  if (!command.hasSpacingOfFile) return properties;
+  auto const element =
+      std::find_if(properties.begin(), properties.end(), [](auto const& given) { return given.first == "element"; });
+  if (element == properties.end()) throw UsageError("--spacing auto", "needs an element");
+  if (command.images.empty()) throw UsageError("--spacing auto", "needs an image");
+  std::string const& path = command.images.front();
+  element->second = applySpacing(element->second, path, io::readImageHeader(path));
+  if (!command.isQuiet)
+    writeErrorLine(command.operatorName + ": with the file's spacing the element is " + element->second);
+  return properties;
 }
 
 /** What the first input says of its values. */
@@ -129,7 +146,7 @@ ExitCodes executeInWindows(pxl::BaseAlgorithm& algorithm, RunCommand const& comm
 
 ExitCodes execute(RunCommand const& command) {
   std::unique_ptr<pxl::BaseAlgorithm> const algorithm = findOperator(command.operatorName).create();
-  setProperties(*algorithm, command.properties, command.kernelOrigin);
+  setProperties(*algorithm, resolveSpacing(command), command.kernelOrigin);
   checkNbImages(*algorithm, command.images.size());
   checkOutputOptions(*algorithm, command);
   checkValues(*algorithm);

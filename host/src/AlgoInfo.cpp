@@ -9,8 +9,15 @@
 namespace pxl {
 
 AlgoInfo::AlgoInfo(char const* name, char const* subject, char const* help, WorkingDimension dimension,
-                   Factory factory)
-    : m_name(name), m_subject(subject), m_help(help), m_dimension(dimension), m_factory(factory) {}
+                   Factory factory, Runnable* composition)
+    : m_name(name),
+      m_subject(subject),
+      m_help(help),
+      m_dimension(dimension),
+      m_factory(factory),
+      m_isComposed(composition != nullptr) {
+  if (composition) m_runners.push_back(composition);
+}
 
 AlgoInfo::~AlgoInfo() = default;
 
@@ -18,6 +25,7 @@ char const* AlgoInfo::getName() const { return m_name; }
 char const* AlgoInfo::getSubject() const { return m_subject; }
 char const* AlgoInfo::getHelp() const { return m_help; }
 WorkingDimension AlgoInfo::getWorkingDimension() const { return m_dimension; }
+bool AlgoInfo::isComposed() const { return m_isComposed; }
 std::unique_ptr<BaseAlgorithm> AlgoInfo::create() const { return m_factory(); }
 
 void AlgoInfo::addRunner(Runnable* runner) {

@@ -149,6 +149,8 @@ String BaseAlgorithm::getObjection() const {
 
 double BaseAlgorithm::estimateSteps() const { return 1; }
 
+VoxelTypes BaseAlgorithm::getNaturalOutputType(VoxelTypes ofInput) const { return ofInput; }
+
 bool BaseAlgorithm::hasPropertyImageOnDisk() const {
   bool isOnDisk = false;
   for (ImageModel const* image : getImages(*this, PropertyKinds::cInputImage))

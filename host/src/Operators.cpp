@@ -1,39 +1,20 @@
 #include <algorithm>
 #include <limits>
 
-#include "instrument/Instrument.h"
-#include "pxl/AlgoInfo.h"
+#include "OperatorRecord.h"
 #include "pxl/Exception.h"
 #include "pxl/ImageModel.h"
 #include "pxl/Limits.h"
 #include "pxl/analysis/IntensityExtrema.h"
 #include "pxl/filtering/linear/FiniteImpulseResponseFilter.h"
 #include "pxl/kernel/StructuringElements.h"
+#include "pxl/morphology/ElementMorphology.h"
 #include "pxl/morphology/Morphology.h"
 #include "pxl/point_operations/LogicalOperation.h"
 
 // The operators of the host: their records, constructors and destructors. Properties stand in their classes.
 
 namespace pxl {
-namespace {
-
-template <class Algo>
-std::unique_ptr<BaseAlgorithm> make() {
-  return std::make_unique<Algo>();
-}
-
-}  // namespace
-
-// Records are never destroyed: plug-ins take their runners off as late as the end of the process.
-#define PXL_RECORD(Name, subject, help, dimension)                                             \
-  AlgoInfo* Name::getClassInfo() {                                                             \
-    static AlgoInfo* const record = new AlgoInfo(#Name, subject, help, dimension, make<Name>); \
-    AlgoInfo* result = record;                                                                 \
-    PXL_PROBE(onClassInfo(#Name, result));                                                     \
-    return result;                                                                             \
-  }                                                                                            \
-  AlgoInfo* Name::getAlgoInfo() const { return getClassInfo(); }                               \
-  Name::~Name() = default;
 
 constexpr WorkingDimension cPlanByPlan = WorkingDimension::cPlanByPlan;
 constexpr WorkingDimension cVolume = WorkingDimension::cVolume;
@@ -173,11 +154,9 @@ PXL_RECORD(LogicalOperationWithValue, "point operations", "bitwise combination o
            cVoxelByVoxel)
 }  // namespace point_operations
 
-#undef PXL_RECORD
-
 namespace {
 
-// In the order of their runners' names.
+// In the order of their runners' names; then those beyond the first plug-in's.
 template <class... Algos>
 std::vector<AlgoInfo*> collectRecords() {
   return {Algos::getClassInfo()...};
@@ -194,7 +173,8 @@ std::vector<AlgoInfo*> const& AlgoInfo::getAll() {
       collectRecords<IntensityExtrema, FiniteImpulseResponseFilter2D, FiniteImpulseResponseFilter3D, Dilation2d,
                      Dilation3d, DilationBall3d, DilationDisk2d, DilationDisk3d, DilationLine2d, DilationLine3d,
                      Erosion2d, Erosion3d, ErosionBall3d, ErosionDisk2d, ErosionDisk3d, ErosionLine2d, ErosionLine3d,
-                     LogicalOperationWithImage, LogicalOperationWithValue>());
+                     LogicalOperationWithImage, LogicalOperationWithValue, DilationElement3d, ErosionElement3d,
+                     Dilate, Erode, Open, Close, WhiteTopHat, BlackTopHat, Gradient>());
   return *records;
 }
 

@@ -27,6 +27,8 @@ template <>
 constexpr PropertyKinds cKindOf<kernel::Kernel2D> = PropertyKinds::cKernel2D;
 template <>
 constexpr PropertyKinds cKindOf<kernel::Kernel3D> = PropertyKinds::cKernel3D;
+template <>
+constexpr PropertyKinds cKindOf<kernel::StructuringElement> = PropertyKinds::cElement;
 
 // Whether a value that was set counts as one: pointers must point, kernels must have taps.
 template <class T>
@@ -44,6 +46,10 @@ bool isValue(kernel::Kernel2D const& kernel) {
 template <>
 bool isValue(kernel::Kernel3D const& kernel) {
   return !kernel.getOffsets().empty();
+}
+template <>
+bool isValue(kernel::StructuringElement const& element) {
+  return element.getKind() != kernel::ElementKinds::cNone;
 }
 
 }  // namespace
@@ -144,6 +150,7 @@ template class Property<unsigned int>;
 template class Property<double>;
 template class Property<kernel::Kernel2D>;
 template class Property<kernel::Kernel3D>;
+template class Property<kernel::StructuringElement>;
 template class Property<analysis::IntensityExtremaMsr*>;
 
 }  // namespace pxl

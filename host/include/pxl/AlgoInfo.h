@@ -27,13 +27,17 @@ class PXL_API AlgoInfo : private Noncopyable {
  public:
   using Factory = std::unique_ptr<BaseAlgorithm> (*)();
 
-  AlgoInfo(char const* name, char const* subject, char const* help, WorkingDimension dimension, Factory factory);
+  /** @param composition  the host's own runner of an operator that is made of other operators, else null */
+  AlgoInfo(char const* name, char const* subject, char const* help, WorkingDimension dimension, Factory factory,
+           Runnable* composition = nullptr);
   ~AlgoInfo();
 
   char const* getName() const;     ///< such as "Dilation2d"
   char const* getSubject() const;  ///< such as "morphology"
   char const* getHelp() const;     ///< one line
   WorkingDimension getWorkingDimension() const;
+  /** Whether the host runs the operator itself, with the runners of other operators. */
+  bool isComposed() const;
 
   /** A new algorithm object with its default properties. */
   std::unique_ptr<BaseAlgorithm> create() const;
@@ -56,6 +60,7 @@ class PXL_API AlgoInfo : private Noncopyable {
   char const* m_help;
   WorkingDimension m_dimension;
   Factory m_factory;
+  bool m_isComposed;
   mutable std::mutex m_mutex;
   std::vector<Runnable*> m_runners;
 };

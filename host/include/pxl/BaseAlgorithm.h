@@ -5,6 +5,7 @@
 #include "pxl/Export.h"
 #include "pxl/Noncopyable.h"
 #include "pxl/String.h"
+#include "pxl/VoxelTypes.h"
 #include "pxl/access/Region.h"
 #include "pxl/kernel/Margins.h"
 
@@ -130,6 +131,9 @@ class PXL_API BaseAlgorithm : private Noncopyable {
   /** Bytes that a run may take beyond its images: what was set here, else the setting, else half of what is free. */
   unsigned long getMaximumExtraMemoryUsageInBytes() const;
   void setMaximumExtraMemoryUsageInBytes(unsigned long bytes);
+
+  /** The voxel type of the output images with a first input image of type `ofInput`. Here the same type. */
+  virtual VoxelTypes getNaturalOutputType(VoxelTypes ofInput) const;
 
   /** The properties in their declared order. */
   std::vector<PropertyBase*> const& getProperties() const;

@@ -9,6 +9,7 @@
 #include "pxl/Forward.h"
 #include "pxl/Noncopyable.h"
 #include "pxl/kernel/Kernel.h"
+#include "pxl/kernel/StructuringElement.h"
 
 namespace pxl {
 
@@ -26,6 +27,7 @@ enum class PropertyKinds {
   cReal,
   cKernel2D,
   cKernel3D,
+  cElement,
   cMeasure
 };
 
@@ -40,7 +42,10 @@ class PXL_API PropertyBase : private Noncopyable {
   bool hasDefault() const;
   /** The names of values, of an integer that has some. */
   Choices const& getChoices() const;
-  /** Whether a value was given: by default, or by set() with something other than a null pointer or empty kernel. */
+  /**
+   * Whether a value was given: by default, or by set() with something other than a null pointer, an empty kernel or
+   * no element.
+   */
   virtual bool isSet() const = 0;
 
   /** Takes the value of a property of the same type. @throws InvalidCall the types differ */
@@ -120,6 +125,7 @@ extern template class Property<unsigned int>;
 extern template class Property<double>;
 extern template class Property<kernel::Kernel2D>;
 extern template class Property<kernel::Kernel3D>;
+extern template class Property<kernel::StructuringElement>;
 extern template class Property<analysis::IntensityExtremaMsr*>;
 
 /** A visitor made of lambdas. One that takes a PropertyBase serves all the types that the others don't take. */
@@ -156,6 +162,8 @@ decltype(auto) visitProperty(Base& property, Visitor&& visitor) {
       return visitor(static_cast<WithConstOf<Property<kernel::Kernel2D>, Base>&>(property));
     case PropertyKinds::cKernel3D:
       return visitor(static_cast<WithConstOf<Property<kernel::Kernel3D>, Base>&>(property));
+    case PropertyKinds::cElement:
+      return visitor(static_cast<WithConstOf<Property<kernel::StructuringElement>, Base>&>(property));
     case PropertyKinds::cMeasure:
       break;
   }

@@ -54,6 +54,9 @@ inline void setUp(ReadyRun& run, pxl::PropertyBase& property, pxl::VoxelTypes ty
                          [](pxl::Property<pxl::kernel::Kernel3D>& kernel) {
                            kernel.set(makeKernel<pxl::kernel::Kernel3D, pxl::kernel::Offset3D>());
                          },
+                         [](pxl::Property<pxl::kernel::StructuringElement>& element) {
+                           element.set(pxl::kernel::StructuringElement::parse("mask(1 1 | 0 1)"));
+                         },
                          [&](pxl::MeasureProperty& measure) { run.measures.push_back(measure.makeMeasure()); },
                          [](pxl::Property<unsigned int>& number) {
                            if (!number.isSet()) number.set(170);
@@ -70,10 +73,13 @@ inline ReadyRun makeRun(pxl::AlgoInfo const& record, pxl::ImageSizes const& size
   return run;
 }
 
-/** A test for each operator by its name, with the shipped plug-in in the instrumented host. */
+/** A test for each operator by its name, with the shipped plug-ins in the instrumented host. */
 class EveryOperator : public testing::TestWithParam<std::string> {
  protected:
-  static void SetUpTestSuite() { pxl::plugins::load(PXLWORKS_PLUGIN_PATH); }
+  static void SetUpTestSuite() {
+    pxl::plugins::load(PXLWORKS_PLUGIN_PATH);
+    pxl::plugins::load(PXLWORKS_ELEMENTS_PATH);
+  }
   static ReadyRun makeRun(pxl::ImageSizes const& sizes, pxl::VoxelTypes type = pxl::cUnsignedInteger16) {
     return operators_test::makeRun(*pxl::AlgoInfo::find(GetParam().c_str()), sizes, type);
   }

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdlib>
+#include <vector>
+
+#include "Core/private/Helper/RunnerTests.h"
+#include "Core/private/Helper/safe_cast.h"
+#include "Core/private/Morphology/MinMaxFunctors.h"
+#include "Core/private/Morphology/RunRecursive.h"
+#include "Core/private/TmplDispatch/Visitor1Args.h"
+#include "elements/ElementFoldSimd.h"
+#include "pxl/ImageModel.h"
+#include "pxl/Runnable.h"
+#include "pxl/morphology/ElementMorphology.h"
+
+namespace pxl::morphology {
+
+/**
+ * The offsets of an element for an image. One that leads out of the image from wherever in it is replaced by the
+ * nearest such one: it reads the value beyond the edge as before, and no rows are kept for it.
+ */
+inline std::vector<kernel::Offset3D> limitOffsets(std::vector<kernel::Offset3D> offsets, ImageModel const& image) {
+  long const nbCols = static_cast<long>(image.getNumOf(cColumns)), nbRows = static_cast<long>(image.getNumOf(cRows)),
+             nbPlans = static_cast<long>(image.getNumOf(cPlans));
+  for (kernel::Offset3D& offset : offsets)
+    if (std::labs(offset.col) >= nbCols || std::labs(offset.row) >= nbRows || std::labs(offset.plan) >= nbPlans)
+      offset = {nbCols, 0, 0};
+  // Twice in a row is as good as once.
+  offsets.erase(std::unique(offsets.begin(), offsets.end()), offsets.end());
+  return offsets;
+}
+
+/** The runner of an operator with any element: one pass in a volume, whatever the element's dimension. */
+template <class Algo, class Functor>
+class SSE41ElementRunner final : public Runnable {
+ public:
+  /** The dispatcher. */
+  struct Pass {
+    template <class T>
+    static void run(Algo* algorithm) {
+      ElementFoldSimd<Functor> kernel(
+          limitOffsets(algorithm->element.get().getOffsets(), *algorithm->inputImage.get()));
+      runRecursive<Filter3dTag, Functor, T>(algorithm, kernel, 1);
+    }
+  };
+
+  void run(BaseAlgorithm* algorithm) const override {
+    Algo* const concrete = helper::safe_cast<Algo*>(algorithm);
+    tmpl_dispatch::Visitor1Args<tmpl_dispatch::AllTypes, Pass, Algo*>()(concrete->inputImage.get()->getVoxelType(),
+                                                                        concrete);
+  }
+
+  /** An output of the input's type, which is one of the eight, on a processor with SSE4.1. */
+  bool isRunnable(BaseAlgorithm* algorithm) const override {
+    Algo* const concrete = dynamic_cast<Algo*>(algorithm);
+    int const type = concrete->inputImage.get()->getVoxelType();
+    return type == concrete->outputImage.get()->getVoxelType() && helper::hasSSE() &&
+           helper::isKernelVoxelType(type) && helper::hasSSE41Level();
+  }
+
+  int getOptimType() const override { return helper::cOptimType; }
+};
+
+}  // namespace pxl::morphology

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "pxl/BaseTbbAlgorithm.h"
+
+namespace pxl {
+class ImageModel;
+}
+
+namespace pxl::morphology {
+
+/**
+ * A step of a composition: writes the voxels of one image, less those of another one if there is one. All images have
+ * one size and one type; integers are subtracted as unsigned ones of their width. The output may be either image.
+ */
+class RowDifference final : public BaseTbbAlgorithm {
+ public:
+  /** `what` may be null. */
+  RowDifference(ImageModel const* from, ImageModel const* what, ImageModel* output);
+  ~RowDifference() override;
+
+  /** @throws ExceptionCancelation; UnexpectedError the output can't be written */
+  void run() override;
+
+ private:
+  template <class T>
+  void runAs();
+
+  ImageModel const* m_from;
+  ImageModel const* m_what;
+  ImageModel* m_output;
+};
+
+}  // namespace pxl::morphology
