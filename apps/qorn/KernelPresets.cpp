@@ -1,9 +1,9 @@
-#include "pxl/Limits.h"
 #include "qorn/KernelPresets.h"
 
 #include <array>
 #include <cmath>
 
+#include "pxl/Limits.h"
 #include "qorn/Errors.h"
 #include "qorn/NumberText.h"
 
