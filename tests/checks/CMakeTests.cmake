@@ -12,8 +12,10 @@ endif()
 foreach(check layers sources words)
   add_test(NAME check.${check} COMMAND ${check_by} "${checks}/check_${check}.py" "${PROJECT_SOURCE_DIR}")
 endforeach()
-add_test(NAME check.plugin COMMAND ${check_by} "${checks}/check_plugin.py" "$<TARGET_FILE:pxlworks_pxl_qorn>"
-  ${binary_kind})
+foreach(plugin qorn elements)
+  add_test(NAME check.plugin_${plugin} COMMAND ${check_by} "${checks}/check_plugin.py"
+    "$<TARGET_FILE:pxlworks_pxl_${plugin}>" ${binary_kind})
+endforeach()
 add_test(NAME check.run_paths COMMAND ${check_by} "${checks}/check_run_paths.py" "${CMAKE_BINARY_DIR}")
 add_test(NAME check.checks_can_fail COMMAND ${check_by} "${checks}/checks_can_fail.py" "${PROJECT_SOURCE_DIR}"
   "${CMAKE_BINARY_DIR}/lib" "${CMAKE_CXX_COMPILER}")

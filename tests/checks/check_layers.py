@@ -8,7 +8,7 @@ import sys
 import tree
 
 OBJECT_MODEL_HEADERS = {"pxl/String.h", "pxl/Object.h", "pxl/Exception.h", "pxl/Noncopyable.h"}
-PLUGIN_FOLDERS = ("analysis", "morphology", "filtering", "PointOperations")
+PLUGIN_FOLDERS = ("analysis", "morphology", "filtering", "PointOperations", "elements")
 CONTRACT = {"object model", "contract"}
 CORE = {"core", "simd"}
 # The headers of the C++ standard library have names without a suffix; 'system' is every other header in <>.

@@ -24,7 +24,7 @@ if grep -rlF "$build" "$prefix/$library_folder/cmake"; then
   exit 1
 fi
 
-for library in object_model pxl pxl_qorn; do
+for library in object_model pxl pxl_qorn pxl_elements; do
   file=$prefix/$library_folder/libpxlworks_$library.so
   readelf -d "$file" | grep -qE "R(UN)?PATH.*\[[$]ORIGIN[]:]" || { echo "$file doesn't search beside itself"; exit 1; }
 done

@@ -5,6 +5,7 @@
 #include "pxl/AlgoInfo.h"
 #include "pxl/analysis/IntensityExtrema.h"
 #include "pxl/filtering/linear/FiniteImpulseResponseFilter.h"
+#include "pxl/morphology/ElementMorphology.h"
 #include "pxl/morphology/Morphology.h"
 #include "pxl/point_operations/LogicalOperation.h"
 
@@ -18,7 +19,7 @@ using namespace pxl::point_operations;
 
 TEST(Operators, EachHaveARecordThatMakesThem) {
   auto const& records = AlgoInfo::getAll();
-  EXPECT_EQ(records.size(), 19u);
+  EXPECT_EQ(records.size(), 28u);
   std::set<AlgoInfo*> distinct;
   std::set<std::string> names;
   for (AlgoInfo* const record : records) {
@@ -33,12 +34,21 @@ TEST(Operators, EachHaveARecordThatMakesThem) {
     EXPECT_EQ(made->getAlgoInfo(), record);
     EXPECT_NE(record->create().get(), made.get());
   }
-  EXPECT_EQ(distinct.size(), 19u);
-  EXPECT_EQ(names.size(), 19u);
+  EXPECT_EQ(distinct.size(), 28u);
+  EXPECT_EQ(names.size(), 28u);
   EXPECT_EQ(AlgoInfo::find("dilation2d"), nullptr);
   EXPECT_EQ(AlgoInfo::find(""), nullptr);
   EXPECT_EQ(AlgoInfo::find(nullptr), nullptr);
   EXPECT_EQ(&AlgoInfo::getAll(), &records);
+}
+
+TEST(Operators, OfTheHostAreComposed) {
+  std::set<std::string> const composed{"Dilate", "Erode", "Open", "Close", "WhiteTopHat", "BlackTopHat", "Gradient"};
+  for (AlgoInfo const* const record : AlgoInfo::getAll()) {
+    bool const isComposed = composed.count(record->getName()) == 1;
+    EXPECT_EQ(record->isComposed(), isComposed) << record->getName();
+    EXPECT_EQ(record->getRunners().size(), isComposed ? 1u : 0u) << record->getName();
+  }
 }
 
 TEST(Operators, AreToldApartByTheirTypes) {
@@ -79,6 +89,13 @@ TEST(Properties, GiveTheValueLastSet) {
   EXPECT_EQ(c.kernel.get().getCoefficients(), std::vector<double>{1});
   c.kernel = kernel::Kernel2D();
   EXPECT_FALSE(c.kernel.isSet());
+  Open e;
+  EXPECT_FALSE(e.element.isSet());
+  e.element = kernel::StructuringElement::ball(3);
+  EXPECT_TRUE(e.element.isSet());
+  EXPECT_EQ(e.element.get(), kernel::StructuringElement::ball(3));
+  e.element = kernel::StructuringElement();
+  EXPECT_FALSE(e.element.isSet());
   DilationLine2d d;
   d.lineAngle = -0.1;
   EXPECT_EQ(d.lineAngle.get(), -0.1);

@@ -6,6 +6,7 @@
 #include "pxl/AlgoInfo.h"
 #include "pxl/analysis/IntensityExtrema.h"
 #include "pxl/filtering/linear/FiniteImpulseResponseFilter.h"
+#include "pxl/morphology/ElementMorphology.h"
 #include "pxl/morphology/Morphology.h"
 #include "pxl/point_operations/LogicalOperation.h"
 
@@ -191,6 +192,36 @@ TEST(Operators, Line2dMorphology) {
   checkLine2d<ErosionLine2d>("ErosionLine2d");
 }
 
+template <class Algo>
+void checkElement(char const* name) {
+  EXPECT_MEMBER(Algo, inputImage, Input);
+  EXPECT_MEMBER(Algo, element, Property<kernel::StructuringElement>);
+  EXPECT_MEMBER(Algo, outputImage, Output);
+  Algo const a;
+  Check(name, a, cVolume)
+      .input(a.inputImage)
+      .hasNoDefault("element", a.element, PropertyKinds::cElement)
+      .output(a.outputImage);
+}
+
+TEST(Operators, ElementMorphology) {
+  checkElement<DilationElement3d>("DilationElement3d");
+  checkElement<ErosionElement3d>("ErosionElement3d");
+  checkElement<Dilate>("Dilate");
+  checkElement<Erode>("Erode");
+  checkElement<Open>("Open");
+  checkElement<Close>("Close");
+  checkElement<WhiteTopHat>("WhiteTopHat");
+  checkElement<BlackTopHat>("BlackTopHat");
+  EXPECT_MEMBER(Gradient, element, Property<kernel::StructuringElement>);
+  EXPECT_MEMBER(Gradient, gradientMode, Property<int>);
+  Gradient const gradient;
+  Check check("Gradient", gradient, cVolume);
+  check.input(gradient.inputImage).hasNoDefault("element", gradient.element, PropertyKinds::cElement);
+  check.output(gradient.outputImage);
+  check.number("gradientMode", gradient.gradientMode, cFullGradient);
+}
+
 TEST(Operators, Filters) {
   EXPECT_MEMBER(FiniteImpulseResponseFilter2D, inputImage, Input);
   EXPECT_MEMBER(FiniteImpulseResponseFilter2D, kernel, Property<kernel::Kernel2D>);
@@ -249,6 +280,21 @@ TEST(Operators, EstimateTheirSteps) {
   EXPECT_NEAR(ball.estimateSteps(), 4169, 1000);
   ball.radius = 4000000000U;
   EXPECT_EQ(ball.estimateSteps(), 1e6);
+  Open open;
+  open.element = kernel::StructuringElement::connectivity(26, 7);
+  EXPECT_EQ(open.estimateSteps(), 14);
+  open.element = kernel::StructuringElement::ball(10);
+  EXPECT_EQ(open.estimateSteps(), 2 * 4169);
+  open.element = kernel::StructuringElement::box({11, 21});
+  EXPECT_EQ(open.estimateSteps(), 2 * (11 + 21));
+  Gradient gradient;
+  gradient.element = kernel::StructuringElement::box({3, 3});
+  EXPECT_EQ(gradient.estimateSteps(), 18);
+  gradient.gradientMode = cInnerGradient;
+  EXPECT_EQ(gradient.estimateSteps(), 9);
+  ErosionElement3d listed;
+  listed.element = kernel::StructuringElement::connectivity(8, 2);
+  EXPECT_EQ(listed.estimateSteps(), 25);
   DilationDisk3d flat;
   flat.radius = 10;
   EXPECT_NEAR(flat.estimateSteps(), 317, 100);

@@ -1,6 +1,5 @@
 // The commands of compositions, and elements as texts.
 #include <algorithm>
-#include <functional>
 
 #include "support/Files.h"
 #include "support/Nifti.h"
@@ -14,13 +13,12 @@ using namespace test;
 class CompositionCommands : public ::testing::Test {
  protected:
   using Row = std::vector<short>;
-  using Pick = std::function<short(short, short)>;
 
   /** The image is one row. */
-  void writeRow(Row const& row) const { writeFile(input, makeFile("<i2", row)); }
+  void writeRow() const { writeFile(input, makeFile("<i2", row)); }
   template <class T>
-  static std::string makeFile(std::string const& descr, std::vector<T> const& row) {
-    return makeNpy(descr, "(1, " + std::to_string(row.size()) + ")", row);
+  static std::string makeFile(std::string const& descr, std::vector<T> const& voxels) {
+    return makeNpy(descr, "(1, " + std::to_string(voxels.size()) + ")", voxels);
   }
   /** A good run says nothing. */
   void run(std::vector<std::string> const& arguments, std::string const& expectedNote = "") const {
@@ -31,12 +29,13 @@ class CompositionCommands : public ::testing::Test {
   }
 
   /** Largest or smallest voxel at `first` to `last` voxels from each one. */
-  static Row apply(Row const& row, long first, long last, bool isDilation) {
+  static Row apply(Row const& voxels, long first, long last, bool isDilation) {
     Row result;
-    for (long col = 0; col < static_cast<long>(row.size()); ++col) {
+    for (long col = 0; col < static_cast<long>(voxels.size()); ++col) {
       short value = isDilation ? -32768 : 32767;
-      for (long at = std::max(0L, col + first); at <= std::min(col + last, static_cast<long>(row.size()) - 1); ++at) {
-        short const voxel = row[static_cast<std::size_t>(at)];
+      for (long at = std::max(0L, col + first); at <= std::min(col + last, static_cast<long>(voxels.size()) - 1);
+           ++at) {
+        short const voxel = voxels[static_cast<std::size_t>(at)];
         value = isDilation ? std::max(value, voxel) : std::min(value, voxel);
       }
       result.push_back(value);
@@ -56,7 +55,7 @@ class CompositionCommands : public ::testing::Test {
 
 // line(4, 0) reads from one voxel before to two after.
 TEST_F(CompositionCommands, AreRunAsTheirOperators) {
-  writeRow(row);
+  writeRow();
   Row const dilated = apply(row, -1, 2, true), eroded = apply(row, -1, 2, false);
   Row const opened = apply(eroded, -2, 1, true), closed = apply(dilated, -2, 1, false);
   struct Case {
@@ -89,7 +88,7 @@ TEST_F(CompositionCommands, AreRunAsTheirOperators) {
 }
 
 TEST_F(CompositionCommands, RefuseWhatDoesNotFit) {
-  writeRow(row);
+  writeRow();
   expectFailure(runQorn({"open", input, output}), 2, "Open", "element=VALUE is missing");
   expectFailure(runQorn({"open", input, "--element", "ball(1)"}), 2, "Open", "needs 1 input image(s)");
   expectFailure(runQorn({"open", input, output, "--element", "bowl(1)"}), 2, "element=bowl(1)",
@@ -108,7 +107,7 @@ TEST_F(CompositionCommands, RefuseWhatDoesNotFit) {
 }
 
 TEST_F(CompositionCommands, TakeMasksFromFiles) {
-  writeRow(row);
+  writeRow();
   // Any type; all that isn't 0 is in.
   writeFile(mask, makeNpy("<f4", "(1, 4)", std::vector<float>{0.5, -2, 1e30f, 0}));
   run({"dilate", input, output, "--element", "mask(" + mask + ")"});
@@ -156,7 +155,7 @@ TEST_F(CompositionCommands, TakeTheSpacingOfAFile) {
                 "must be auto");
   expectFailure(runQorn({"run", "Dilation3d", volume, result, "--spacing", "auto"}), 2, "--spacing auto",
                 "needs an element");
-  writeRow(row);
+  writeRow();
   expectFailure(runQorn({"open", input, output, "--element", "ball(3)", "--spacing", "auto"}), 2, "--spacing auto",
                 input + " tells no spacing of 3 axes");
 }
@@ -176,7 +175,7 @@ TEST_F(CompositionCommands, DrawElements) {
   EXPECT_EQ(show({"box(1, 2, 0, -1)"}), "box(1, 2, 0, -1): 2 voxels in 5 columns x 1 rows\n. . o # #\n");
   EXPECT_EQ(show({"Open", "element=mask(1 0 | 0 1)"}),
             "Open: 2 voxels in 3 columns x 1 rows x 3 plans\n"
-            "plan -1\n# o .\nplan 0\n. O .\nplan 1\n. . .\n");
+            "plan -1\n# . .\nplan 0\n. O .\nplan 1\n. . .\n");
   show({"disk(1)", "--output", output});
   EXPECT_TRUE(readFile(output) == makeNpy("|u1", "(3, 3)", std::vector<unsigned char>{0, 1, 0, 1, 1, 1, 0, 1, 0}));
   expectFailure(runQorn({"element", "disk(x)"}), 2, "element=disk(x)", "\"x\" isn't a whole number");

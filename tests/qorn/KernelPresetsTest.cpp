@@ -12,13 +12,13 @@ using namespace test;
 
 class KernelPresets : public ::testing::Test {
  protected:
-  /** The answer to a single 1: the kernel, mirrored, as all taps are told apart by nothing else. */
+  /** What `size` voxels in each direction around a single 1 become, mirrored: the kernel, far from the edge. */
   std::vector<double> answer(int dimension, std::string const& kernel, long size, bool isOption = false) {
-    long const nbPlans = dimension == 3 ? size : 1;
-    std::vector<double> voxels(static_cast<std::size_t>(nbPlans * size * size));
+    long const side = 2 * size + 1, nbPlans = dimension == 3 ? side : 1;
+    std::vector<double> voxels(static_cast<std::size_t>(nbPlans * side * side));
     voxels[voxels.size() / 2] = 1;
-    std::string const rows = std::to_string(size) + ", " + std::to_string(size) + ")";
-    writeFile(input, makeNpy("<f8", dimension == 3 ? "(" + std::to_string(size) + ", " + rows : "(" + rows, voxels));
+    std::string const rows = std::to_string(side) + ", " + std::to_string(side) + ")";
+    writeFile(input, makeNpy("<f8", dimension == 3 ? "(" + std::to_string(side) + ", " + rows : "(" + rows, voxels));
     std::vector<std::string> arguments{"run", "FiniteImpulseResponseFilter" + std::to_string(dimension) + "D", input,
                                        output};
     if (isOption) arguments.push_back("--kernel");
@@ -26,10 +26,15 @@ class KernelPresets : public ::testing::Test {
     Outcome const outcome = runQorn(arguments);
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
     std::string const bytes = readFile(output);
-    std::vector<double> taps(voxels.size());
-    if (bytes.size() < taps.size() * 8) return taps;
-    for (std::size_t i = 0; i < taps.size(); ++i)
-      std::memcpy(&taps[taps.size() - 1 - i], bytes.data() + bytes.size() - (taps.size() - i) * 8, 8);
+    std::vector<double> taps;
+    if (bytes.size() < voxels.size() * 8) return taps;
+    std::memcpy(voxels.data(), bytes.data() + bytes.size() - voxels.size() * 8, voxels.size() * 8);
+    long const reach = size / 2, plans = dimension == 3 ? reach : 0;
+    for (long plan = plans; plan >= -plans; --plan)
+      for (long row = reach; row >= -reach; --row)
+        for (long col = reach; col >= -reach; --col)
+          taps.push_back(voxels[static_cast<std::size_t>((nbPlans / 2 + plan) * side * side +
+                                                         (side / 2 + row) * side + side / 2 + col)]);
     return taps;
   }
 

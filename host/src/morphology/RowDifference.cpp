@@ -1,6 +1,7 @@
 #include "morphology/RowDifference.h"
 
 #include <memory>
+#include <type_traits>
 #include <vector>
 
 #include "Core/private/Filters/FilterCancel.h"
@@ -37,7 +38,16 @@ struct Body {
   }
 
   static void subtract(T* __restrict voxels, T const* __restrict others, long count) {
-    for (long i = 0; i < count; ++i) voxels[i] = static_cast<T>(voxels[i] - others[i]);
+    for (long i = 0; i < count; ++i) voxels[i] = subtract(voxels[i], others[i]);
+  }
+
+  static T subtract(T voxel, T other) {
+    if constexpr (std::is_integral_v<T>) {
+      using Bits = std::make_unsigned_t<T>;
+      return voxel > other ? static_cast<T>(static_cast<Bits>(voxel) - static_cast<Bits>(other)) : T(0);
+    } else {
+      return voxel < other ? T(0) : voxel - other;
+    }
   }
 
   std::shared_ptr<View<T> const> from;
@@ -45,19 +55,6 @@ struct Body {
   std::shared_ptr<View<T>> output;
   RowDifference* frame;
 };
-
-VoxelTypes toUnsigned(VoxelTypes type) {
-  switch (type) {
-    case cInteger8:
-      return cUnsignedInteger8;
-    case cInteger16:
-      return cUnsignedInteger16;
-    case cInteger32:
-      return cUnsignedInteger32;
-    default:
-      return type;
-  }
-}
 
 }  // namespace
 
@@ -91,17 +88,12 @@ void RowDifference::runAs() {
 }
 
 void RowDifference::run() {
-  switch (toUnsigned(m_output->getVoxelType())) {
-    case cUnsignedInteger8:
-      return runAs<unsigned char>();
-    case cUnsignedInteger16:
-      return runAs<unsigned short>();
-    case cUnsignedInteger32:
-      return runAs<unsigned int>();
-    case cFloat:
-      return runAs<float>();
-    case cDouble:
-      return runAs<double>();
+  switch (m_from->getVoxelType()) {
+#define PXL_RUN(T)                                     \
+  case helper::DataTypeToVoxelTypeEnum<T>::cVoxelType: \
+    return runAs<T>();
+    PXL_FOR_EACH_VOXEL_TYPE(PXL_RUN)
+#undef PXL_RUN
     default:
       PXL_RAISE(UnexpectedError, "a difference of images of an unknown type");
   }

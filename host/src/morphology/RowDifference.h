@@ -9,8 +9,9 @@ class ImageModel;
 namespace pxl::morphology {
 
 /**
- * A step of a composition: writes the voxels of one image, less those of another one if there is one. All images have
- * one size and one type; integers are subtracted as unsigned ones of their width. The output may be either image.
+ * A step of a composition: writes the voxels of one image, less those of another one of its type if there is one.
+ * What would be below 0 is 0. A difference of integers is written with the bits of the unsigned type of their width,
+ * which is the output's type or has its size. The output may be either image.
  */
 class RowDifference final : public BaseTbbAlgorithm {
  public:

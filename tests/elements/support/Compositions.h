@@ -93,13 +93,14 @@ struct DifferenceOf<T, false> {
 template <class T>
 using Difference = typename DifferenceOf<T>::Type;
 
-/** Integers in 64 bit. */
+/** What is below 0 is 0. Integers in 64 bit. */
 template <class T>
 oracle::Image<Difference<T>> subtract(oracle::Image<T> const& from, oracle::Image<T> const& what) {
   using Wide = std::conditional_t<std::is_integral_v<T>, long, T>;
   oracle::Image<Difference<T>> result(from.sizes);
   for (unsigned long i = 0; i < from.voxels.size(); ++i) {
-    Wide const difference = static_cast<Wide>(from.voxels[i]) - static_cast<Wide>(what.voxels[i]);
+    Wide difference = static_cast<Wide>(from.voxels[i]) - static_cast<Wide>(what.voxels[i]);
+    if (difference < 0) difference = 0;
     result.voxels[i] = static_cast<Difference<T>>(difference);
     if constexpr (std::is_integral_v<T>) {
       EXPECT_EQ(static_cast<long>(result.voxels[i]), difference) << "the difference has no room in its type";

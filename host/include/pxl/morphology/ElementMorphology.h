@@ -43,9 +43,10 @@ class PXL_API ListedMorphology : public ElementMorphology {
  * that has a meaning: elements in passes without a pass copy the input, and binary images have no limit.
  *
  * The output has the input's type. A difference of signed integers has the unsigned type of the same width instead,
- * which holds it exactly; a difference of infinities is NaN, and what isn't an order for NaN and infinities gives any
- * difference. Opening and closing turn their element around for the second step, so that an opening is never above
- * the image, a closing never below it, and a second one changes nothing.
+ * which holds it exactly. A difference that would be below 0 is 0: of an infinity that lost to a finite value beyond
+ * the edge, or where no voxel of the element lies in the image. One of equal infinities is NaN. Opening and closing
+ * turn their element around for the second step, so that an opening is never above the image, a closing never below
+ * it, and a second one changes nothing.
  *
  * The steps are done in the output image. A gradient needs one extra image, and so does a difference in place, but
  * for the gradient: in memory if it is smaller than the extra memory and no image is on disk, else on disk.
