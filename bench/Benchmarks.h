@@ -4,6 +4,7 @@
 namespace bench {
 
 void addCancel();
+void addCompositions();
 void addErosion();
 void addFir();
 void addIntensityExtrema();

@@ -40,12 +40,25 @@ def dilation(operator, *properties):
     return prepare
 
 
+def composition(operator, peer, element):
+    def prepare(image, folder):
+        path = os.path.join(folder, "element.npy")
+        subprocess.run([sys.argv[1], "element", element, "--output", path], check=True, stdout=subprocess.DEVNULL)
+        footprint = numpy.load(path).astype(bool)
+        return [operator, "element=" + element], lambda: peer(image, footprint=footprint, mode="nearest")
+
+    return prepare
+
+
 CASES = {
     "correlation 3x3x3": correlation(3),
     "correlation 5x5x5": correlation(5),
     "cube": dilation("Dilation3d"),
     "ball 3": dilation("DilationBall3d", "radius=3", "shapeMode=1"),
     "disk 5 at 30, 45": dilation("DilationDisk3d", "radius=5", "firstAngle=30", "secondAngle=45"),
+    "opening by ball 3": composition("Open", ndimage.grey_opening, "ball(3)"),
+    "white top-hat by cube": composition("WhiteTopHat", ndimage.white_tophat, "connectivity(26)"),
+    "gradient by ball 1": composition("Gradient", ndimage.morphological_gradient, "ball(1)"),
     "line 21 at 30, 45": dilation("DilationLine3d", "lineSize=21", "firstAngle=30", "secondAngle=45"),
 }
 

@@ -8,7 +8,9 @@ int main(int argc, char** argv) {
   // Workers for the largest arena; switching the limit between benchmarks would leave some short of them.
   tbb::global_control const workers(tbb::global_control::max_allowed_parallelism, 16);
   pxl::plugins::load(PXLWORKS_PLUGIN_PATH);
+  pxl::plugins::load(PXLWORKS_ELEMENTS_PATH);
   bench::addCancel();
+  bench::addCompositions();
   bench::addErosion();
   bench::addFir();
   bench::addIntensityExtrema();

@@ -81,6 +81,13 @@ for kind in Dilation Erosion; do
   cut line.npy "$gallery/head-${kind}Line3d.png"
 done
 
+# Compositions, and an element on voxels that are longer from plan to plan.
+draw ellipsoid "ellipsoid(10,1,1,1)" "ellipsoid(10,2.5,1,1)"
+qorn open "$data/coins.png" "$gallery/coins-open.png" --element "disk(12)"
+qorn white-tophat "$data/camera.png" "$gallery/camera-white-tophat.png" --element "disk(5)"
+qorn gradient "$head" gradient.npy --element "ball(1)"
+cut gradient.npy "$gallery/head-gradient.png"
+
 # Correlations. gauss DIMENSIONS SIGMA REACH prints a kernel whose coefficients sum up to 1.
 gauss() {
   /usr/bin/python3 -c '

@@ -31,6 +31,14 @@ SHAPES = [
 ]
 
 
+ELEMENTS = [
+    (PLANE, "connectivity(8, 2)"), (PLANE, "disk(4)"), (PLANE, "line(4, 30)"), (PLANE, "box(2, 7)"), (PLANE, "box(9, 8)"),
+    (PLANE, "mask(1 1 0; 0 0 1)"), (PLANE, "mask(1 1 0; 0 0 1, 3, -2)"), (PLANE, "ellipse(5, 2, 0.75)"),
+    (VOLUME, "ball(2)"), (VOLUME, "disk(3)"), (VOLUME, "ellipsoid(4, 2.5, 1, 1)"), (VOLUME, "line3d(4, 20, 50)"),
+    (VOLUME, "mask(1 0; 0 1 | 0 1; 1 1)"), (VOLUME, "connectivity(18, 2)"),
+]
+
+
 class Qorn:
     def __init__(self, program, folder):
         self.program, self.folder = program, folder
@@ -70,6 +78,46 @@ def compare_shapes(qorn, random):
                 print(f"{operator} {text} on {image.dtype}: equal")
 
 
+def compose(image, footprint):
+    """Every composition by its definition; the element is mirrored in the second step."""
+    bounds = limits(image.dtype)
+
+    def dilate(voxels, element):
+        return ndimage.maximum_filter(voxels, footprint=element, mode="constant", cval=bounds.min)
+
+    def erode(voxels, element):
+        return ndimage.minimum_filter(voxels, footprint=element, mode="constant", cval=bounds.max)
+
+    mirrored = numpy.flip(footprint)
+    dilated, eroded = dilate(image, footprint), erode(image, footprint)
+    opened, closed = dilate(eroded, mirrored), erode(dilated, mirrored)
+    yield "Dilate", dilated
+    yield "Erode", eroded
+    yield "Open", opened
+    yield "Close", closed
+    wide = numpy.float64 if numpy.issubdtype(image.dtype, numpy.floating) else numpy.int64
+    yield "WhiteTopHat", image.astype(wide) - opened.astype(wide)
+    yield "BlackTopHat", closed.astype(wide) - image.astype(wide)
+    # Below 0 where no voxel of the element lies in the image.
+    yield "Gradient", numpy.maximum(dilated.astype(wide) - eroded.astype(wide), 0)
+
+
+def compare_compositions(qorn, random):
+    for dtype in (numpy.uint8, numpy.int8, numpy.int16, numpy.float32):
+        for sizes, text in ELEMENTS:
+            bounds = limits(dtype)
+            low, high = (-1000, 1000) if numpy.issubdtype(dtype, numpy.floating) else (bounds.min, bounds.max + 1)
+            image = random.integers(low, high, sizes).astype(dtype)
+            footprint = qorn.element(text)
+            if image.ndim == 3 and footprint.ndim == 2:
+                footprint = footprint[numpy.newaxis]
+            for operator, expected in compose(image, footprint):
+                result = qorn.run(operator, image, "element=" + text)
+                if not numpy.array_equal(result, expected):
+                    sys.exit(f"{operator} {text} on {image.dtype}: {numpy.sum(result != expected)} voxels differ")
+            print(f"compositions with {text} on {image.dtype}: equal")
+
+
 def compare_correlations(qorn, random):
     for operator, sizes, shape in (("FiniteImpulseResponseFilter2D", PLANE, (3, 4)),
                                    ("FiniteImpulseResponseFilter2D", PLANE, (11, 11)),
@@ -91,6 +139,7 @@ def main():
     with tempfile.TemporaryDirectory() as folder:
         random = numpy.random.default_rng(SEED)
         compare_shapes(Qorn(sys.argv[1], folder), random)
+        compare_compositions(Qorn(sys.argv[1], folder), random)
         compare_correlations(Qorn(sys.argv[1], folder), random)
 
 
