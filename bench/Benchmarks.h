@@ -12,5 +12,6 @@ void addLogical();
 void addMorphology2d();
 void addMorphology3d();
 void addShapes();
+void addWindows();
 
 }  // namespace bench

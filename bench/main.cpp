@@ -18,6 +18,7 @@ int main(int argc, char** argv) {
   bench::addMorphology2d();
   bench::addMorphology3d();
   bench::addShapes();
+  bench::addWindows();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();

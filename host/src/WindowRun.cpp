@@ -144,7 +144,9 @@ WindowRun::WindowRun(BaseAlgorithm& algorithm, access::Region const& region) : W
   if (!m_hasWork) return;
   Window inner = m_window;
   inner.size[cPlans] = std::min(inner.size[cPlans], nbPlans - inner.begin[cPlans]);
-  show(inner, enlarge(inner, algorithm.getMargins(), sizes), sizes);
+  kernel::Margins const margins = algorithm.getMargins();
+  if (margins != kernel::Margins()) m_availableMemory = algorithm.getMaximumExtraMemoryUsageInBytes();
+  show(inner, enlarge(inner, margins, sizes), sizes);
 }
 
 WindowRun::~WindowRun() {
@@ -195,8 +197,6 @@ void WindowRun::show(Window const& inner, Window const& enlarged, Sizes const& s
   RegionUses const use = m_algorithm.getRegionUse();
   bool const isRegionHonoured = use == RegionUses::cAnyBox || use == RegionUses::cAnyRectangle;
   bool const isOnDisk = m_algorithm.hasPropertyImageOnDisk();
-  unsigned long const extraMemory =
-      m_algorithm.getMargins() == kernel::Margins() ? 0 : m_algorithm.getMaximumExtraMemoryUsageInBytes();
   showInputs(enlarged);
   if (m_outputs.empty() || isSame(inner, enlarged)) {
     showOutputs(inner);
@@ -210,13 +210,13 @@ void WindowRun::show(Window const& inner, Window const& enlarged, Sizes const& s
     for (auto const& input : m_inputs)
       voxelBytes = std::max(voxelBytes, helper::getSizeOf(input.image->getVoxelType()));
     for (auto const& output : m_outputs) voxelBytes += helper::getSizeOf(output.image->getVoxelType());
-    bool const isSmall = countVoxels(enlarged.size) < extraMemory / std::max(voxelBytes, 1UL);
+    bool const isSmall = countVoxels(enlarged.size) < m_availableMemory / std::max(voxelBytes, 1UL);
     showTemporaries(inner, enlarged, isOnDisk || !isSmall ? io::cOnDisk : io::cInMemory);
   }
   // The passes of a part decide on a temporary image as those of the whole would: the result may depend on it.
   __extension__ using Wide = unsigned __int128;
   Wide const whole = countVoxels(sizes);
-  Wide const share = (Wide(extraMemory) * countVoxels(enlarged.size) + whole - 1) / whole;
+  Wide const share = (Wide(m_availableMemory) * countVoxels(enlarged.size) + whole - 1) / whole;
   m_algorithm.setMaximumExtraMemoryUsageInBytes(static_cast<unsigned long>(share));
 }
 

@@ -66,7 +66,8 @@ class WindowRun : private Noncopyable {
   std::vector<std::unique_ptr<ImageModel>> m_proxies;
   std::vector<Result> m_results;
   Window m_window{};
-  bool m_isOutputWhole = true;  ///< else it has the size of the window
+  bool m_isOutputWhole = true;          ///< else it has the size of the window
+  unsigned long m_availableMemory = 0;  ///< for temporary images, asked only of operators with margins
   bool m_hasWork = true;
   bool m_isRegionChosen = false;  ///< here, to be taken back
 };

@@ -1,6 +1,7 @@
 // A run on a window computes that part of the whole result, whatever the window, the images and the memory.
 #include <fstream>
 
+#include "host/support/Algorithms.h"
 #include "host/support/Folder.h"
 #include "instrument/Recorder.h"
 #include "instrument/Threads.h"
@@ -257,6 +258,31 @@ TEST_P(OnWindow, StopsInTheRunAndInTheCopy) {
     nbWanted = 0;
     EXPECT_NO_THROW(run.algorithm->executeOnWindow(window));
   });
+}
+
+/** The sizes of the input that a runner gets for a window of 2 x 2 x 2 voxels in an image of 6 x 5 x 4. */
+template <pxl::WorkingDimension Dimension>
+oracle::Five getSizesInRun() {
+  using Operator = host_test::TestOperator<Dimension>;
+  oracle::Five sizes{};
+  host_test::FakeRunner const runner(Operator::getClassInfo(), [&sizes](pxl::BaseAlgorithm* algorithm) {
+    pxl::ImageModel const& input = *dynamic_cast<Operator&>(*algorithm).inputImage.get();
+    for (int d = 0; d < 5; ++d)
+      sizes[static_cast<std::size_t>(d)] = static_cast<long>(input.getNumOf(static_cast<pxl::Components>(d)));
+  });
+  auto const input = pxl::Image::New(pxl::cFloat, {6, 5, 4, 1, 1});
+  auto const output = pxl::Image::New(pxl::cFloat, {2, 2, 2, 1, 1});
+  Operator algorithm;
+  algorithm.inputImage = input.get();
+  algorithm.outputImage = output.get();
+  algorithm.executeOnWindow(Region(2, 4, 2, 4, 1, 3, 0, 1, 0, 1));
+  return sizes;
+}
+
+TEST(WindowOfOthers, HoldsAllThatAnOperatorMayNeed) {
+  EXPECT_EQ(getSizesInRun<pxl::WorkingDimension::cVolume>(), (oracle::Five{6, 5, 4, 1, 1}));
+  EXPECT_EQ(getSizesInRun<pxl::WorkingDimension::cPlanByPlan>(), (oracle::Five{6, 5, 2, 1, 1}));
+  EXPECT_EQ(getSizesInRun<pxl::WorkingDimension::cVoxelByVoxel>(), (oracle::Five{2, 2, 2, 1, 1}));
 }
 
 TEST(WindowMemory, FollowsTheRulesOfTemporaries) {

@@ -57,14 +57,14 @@ class PXL_API BaseAlgorithm : private Noncopyable {
   void execute();
 
   /**
-   * Computes a part of the whole result, with the same bits: that of a run on whole images, whatever the part. An
-   * operator that measures measures the window. Only the window and getMargins() around it are read.
+   * Computes a part of the whole result, with the same bits as in a run on whole images. An operator that measures
+   * measures the window. The output has the size of the inputs, and its voxels outside the window keep their values,
+   * or it has the size of the window. Input and output may be one image: the window is computed from the voxels as
+   * they are at the call; a further window reads what this one wrote, so that windows in place aren't parts of one
+   * result unless the operator has no margins. During the run the image properties hold other images.
    *
-   * The output has the size of the inputs, and its voxels outside the window keep their values, or the size of the
-   * window. Input and output may be one image: the window is then computed from the voxels as they are at the call,
-   * so further windows would read what this one wrote, and together they are not the whole result unless the operator
-   * has no margins. Where there are margins, the window with its margins is computed into a temporary image: on disk
-   * if an image is, or if it is not smaller than the extra memory.
+   * With margins a temporary image is used, except for regions that getRegionUse() allows within an output of the
+   * size of the inputs. It is on disk if an image of the run is, or if it would not fit into the extra memory.
    *
    * @throws InvalidCall          an empty window, one that reaches beyond the images, an output of neither size, a
    *                              region to process; and all that execute() refuses
