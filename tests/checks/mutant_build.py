@@ -1,8 +1,9 @@
 """Builds a mutant beside a build folder of the project, which is only read.
 
-Only the named units are compiled, from a private copy of the sources and without optimisation, and only the libraries
-and programs that hold them are linked, with everything else as the build folder has it. Tests are run with these
-libraries in place of the folder's own.
+Only the named units are compiled, and of the units that the plug-in and all tests share those that hold the mutated
+file, from a private copy of the sources and without optimisation. Only the libraries and programs that hold them are
+linked, with everything else as the build folder has it. Tests are run with these libraries in place of the folder's
+own.
 """
 
 import json
@@ -22,6 +23,9 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 LIBRARIES = {"pxlworks_pxl_qorn": "lib/libpxlworks_pxl_qorn.so",
              "pxlworks_pxl_instrumented": "instrumented/libpxlworks_pxl.so",
              "pxlworks_object_model": "lib/libpxlworks_object_model.so"}
+PLUGIN = "pxlworks_pxl_qorn"
+# Object libraries that the plug-in and every test program are linked with.
+SHARED = ("pxlworks_plugin_bodies", "pxlworks_qorn_passes")
 MAX_BYTES = 8 << 30
 
 
@@ -59,9 +63,11 @@ class MutantBuild:
         self.deadline = deadline
         self.environment = {}
         self.programs = {}
-        with open(os.path.join(self.build, "compile_commands.json"), encoding="utf-8") as file:
-            self.commands = json.load(file)
-        self.compiler = compiler or shutil.which("clang++") or shlex.split(self.commands[0]["command"])[0]
+        self.units = {}
+        self.read_units()
+        self.shared = {}
+        self.read_shared()
+        self.compiler = compiler or shutil.which("clang++") or "c++"
         self.redirect = os.path.join(work, "redirect.so")
         self.copy_tree()
         subprocess.run(["cc", "-shared", "-fPIC", os.path.join(HERE, "redirect.c"), "-o", self.redirect, "-ldl"],
@@ -92,32 +98,60 @@ class MutantBuild:
         if status != 0:
             raise DoesNotBuild(output)
 
-    def compile(self, unit):
-        """Compiles a unit; gives its target, the object that it stands for, and the object made."""
-        path = os.path.join(self.root, unit)
-        entries = [entry for entry in self.commands if os.path.realpath(entry["file"]) == path]
+    def read_units(self):
+        """{object: (target, source, words of its command)} of all objects that a mutation may be compiled into."""
+        with open(os.path.join(self.build, "compile_commands.json"), encoding="utf-8") as file:
+            entries = json.load(file)
         for entry in entries:
             words = shlex.split(entry["command"])
-            at = words.index("-o")
-            replaced = words[at + 1]
-            target = re.search(r"CMakeFiles/([^/]+)\.dir/", replaced).group(1)
-            if target in LIBRARIES or target.startswith("test_"):
-                break
-        else:
-            raise DoesNotBuild(f"{unit} belongs to no library or test program of {self.build}")
+            made = words[words.index("-o") + 1]
+            target = re.search(r"CMakeFiles/([^/]+)\.dir/", made).group(1)
+            if target in LIBRARIES or target in SHARED or target.startswith("test_"):
+                self.units[made] = target, os.path.realpath(entry["file"]), words
+
+    def read_shared(self):
+        """{object: files it is made of, as ninja knows them} of what is shared, and of its copies in the host."""
+        sources = {source for target, source, _ in self.units.values() if target in SHARED}
+        objects = [made for made, (_, source, _) in self.units.items() if source in sources]
+        for record in self.ninja("deps", *objects).strip().split("\n\n"):
+            made, *files = record.split("\n")
+            self.shared[made.split(":")[0]] = {os.path.realpath(os.path.join(self.build, file.strip()))
+                                               for file in files}
+
+    def ninja(self, tool, *names):
+        return subprocess.run(["ninja", "-C", self.build, "-t", tool, *names], check=True, text=True,
+                              stdout=subprocess.PIPE).stdout
+
+    def objects_of(self, mutation):
+        """The objects to compile for a mutation."""
+        objects = []
+        for unit in mutation.units:
+            made = next((made for made, (_, source, _) in self.units.items()
+                         if source == os.path.join(self.root, unit)), None)
+            if not made:
+                raise DoesNotBuild(f"{unit} belongs to no library or test program of {self.build}")
+            objects.append(made)
+        mutated = os.path.join(self.root, mutation.file)
+        return objects + [made for made, files in self.shared.items() if mutated in files and made not in objects]
+
+    def compile(self, replaced):
+        """Compiles an object's unit; gives the object made in its place."""
+        _, source, words = self.units[replaced]
         made = os.path.join(self.work, "objects", replaced)
         os.makedirs(os.path.dirname(made), exist_ok=True)
         first = next(i for i, word in enumerate(words) if word.startswith("-"))
-        options = [word.replace(self.root, self.copy) if word.startswith("-I") else word for word in words[first:at]]
+        options = [word.replace(self.root, self.copy) if word.startswith("-I") else word
+                   for word in words[first:words.index("-o")]]
         options = [word for word in options if not re.match(r"-O|-W|-fno-gnu-unique$", word)]
-        self.call([self.compiler, *options, "-O0", "-w", "-o", made, "-c", os.path.join(self.copy, unit)])
-        return target, replaced, made
+        # words[:first - 1] is a compiler cache, if the folder is built with one.
+        self.call([*words[:first - 1], self.compiler, *options, "-O0", "-w", "-o", made, "-c",
+                   source.replace(self.root, self.copy)])
+        return made
 
     def link(self, target, objects):
         """Links a target with objects in place of its own: {replaced: made}. Gives the path of what was made."""
         output = LIBRARIES.get(target, f"bin/{target}")
-        lines = subprocess.run(["ninja", "-C", self.build, "-t", "commands", output], check=True, text=True,
-                               stdout=subprocess.PIPE).stdout.strip().split("\n")
+        lines = self.ninja("commands", output).strip().split("\n")
         command = next(part for part in lines[-1].split(" && ") if " -o " in part)
         words = shlex.split(command)
         made = os.path.join(self.work, output)
@@ -130,18 +164,20 @@ class MutantBuild:
         self.call(words)
         return made
 
-    def make(self, units):
-        """Compiles and links; raises DoesNotBuild."""
+    def make(self, objects, programs):
+        """Compiles, and links what holds the objects: libraries, and of test programs those named; raises
+        DoesNotBuild."""
         targets = {}
-        for unit in units:
-            target, replaced, made = self.compile(unit)
-            targets.setdefault(target, {})[replaced] = made
+        for replaced in objects:
+            target, made = self.units[replaced][0], self.compile(replaced)
+            for holder in [PLUGIN, *programs] if target in SHARED else [target]:
+                targets.setdefault(holder, {})[replaced] = made
         self.environment = dict(os.environ)
         preload = [self.redirect]
         self.programs = {}
         for target, objects in targets.items():
             made = self.link(target, objects)
-            if target == "pxlworks_pxl_qorn":
+            if target == PLUGIN:
                 self.environment["MUTANT_FROM"] = os.path.join(self.build, LIBRARIES[target])
                 self.environment["MUTANT_TO"] = made
             elif target in LIBRARIES:

@@ -31,7 +31,7 @@ def parse_arguments():
     parser.add_argument("--build", default=os.path.join(ROOT, "build", "release"), help="a build folder, up to date")
     parser.add_argument("--work", help="the folder for mutants; default: mutants in the build folder")
     parser.add_argument("--root", default=ROOT, help="the project's folder, for --check and --list")
-    parser.add_argument("--compiler", help="default: clang++, which is fast, or what built the folder")
+    parser.add_argument("--compiler", help="default: clang++, which is fast, or c++")
     parser.add_argument("--only", action="append", metavar="ID", help="an id or a pattern; may be repeated")
     parser.add_argument("--sample", type=int, metavar="N", help="so many, drawn at random")
     parser.add_argument("--seed", type=int, help="of the draw; default: another one each time")
@@ -59,15 +59,15 @@ class Controls:
             if known["sources"] == self.state["sources"]:
                 self.state = known
 
-    def get(self, units, tests):
+    def get(self, objects, tests):
         """[(what failed, seconds), ...] for each of the tests"""
-        results = self.state["results"].setdefault(" ".join(units), {})
+        results = self.state["results"].setdefault(" ".join(objects), {})
         if any(" ".join(test) not in results for test in tests):
-            self.builder.make(units)
-            for mutation in self.mutations:
-                for test in mutation.tests:
-                    if mutation.units == units and " ".join(test) not in results:
-                        results[" ".join(test)] = self.builder.run_test(*test, MAX_CONTROL_SECONDS)
+            missing = {test for mutation in self.mutations if self.builder.objects_of(mutation) == objects
+                       for test in mutation.tests if " ".join(test) not in results}
+            self.builder.make(objects, sorted({program for program, _ in missing}))
+            for test in sorted(missing):
+                results[" ".join(test)] = self.builder.run_test(*test, MAX_CONTROL_SECONDS)
             with open(self.path, "w", encoding="utf-8") as file:
                 json.dump(self.state, file)
         return [results[" ".join(test)] for test in tests]
@@ -76,7 +76,8 @@ class Controls:
 def attempt(builder, controls, mutation):
     """(state, what was seen)"""
     try:
-        control = controls.get(mutation.units, mutation.tests)
+        objects = builder.objects_of(mutation)
+        control = controls.get(objects, mutation.tests)
     except DoesNotBuild as error:
         return "broken", f"its units don't build without it: {error}"
     for failed, _ in control:
@@ -85,7 +86,7 @@ def attempt(builder, controls, mutation):
     text = tree.read(builder.root, mutation.file)
     try:
         builder.write(mutation.file, mutation.apply(text))
-        builder.make(mutation.units)
+        builder.make(objects, sorted({program for program, _ in mutation.tests}))
         for test, (_, seconds) in zip(mutation.tests, control):
             failed, _ = builder.run_test(*test, max(MIN_SECONDS, MAX_SLOWDOWN * seconds))
             if failed:

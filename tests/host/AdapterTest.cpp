@@ -111,6 +111,48 @@ TEST_F(Adapter, KeepsWritesApartFromReadsUntilItGoes) {
   EXPECT_EQ(recorder.nbTemporaries(), 0);
 }
 
+TEST_F(Adapter, ShowsWhatWasCollectedToViewsThatComeAfterTheFilter) {
+  auto const adapter = adapt(image.get(), pxl::cFloat);
+  auto const reader = makeConstView<float>(constOf(*adapter));
+  auto writer = makeView<float>(adapter->getImageModel());
+  ASSERT_TRUE(write(*writer, {0, 1, 0, 0, 0}, {99.f}));
+  // During the filter all see the image as it was.
+  auto const early = makeConstView<float>(constOf(*adapter));
+  EXPECT_EQ(readVoxel(*early, {0, 1, 0, 0, 0}), 10.f);
+  EXPECT_EQ(voxelOf({0, 1, 0, 0, 0}), 10);
+  writer.reset();
+  EXPECT_EQ(readVoxel(*early, {0, 1, 0, 0, 0}), 10.f);
+  auto const late = makeConstView<float>(constOf(*adapter));
+  EXPECT_EQ(readVoxel(*late, {0, 1, 0, 0, 0}), 99.f);
+  EXPECT_EQ(voxelOf({0, 1, 0, 0, 0}), 99);
+}
+
+TEST_F(Adapter, WritesAtOnceWhenNobodyReadsAnyMore) {
+  auto const adapter = adapt(image.get(), pxl::cFloat);
+  for (int i = 0; i < 2; ++i) makeConstView<float>(constOf(*adapter)).reset();
+  auto const writer = makeView<float>(adapter->getImageModel());
+  ASSERT_TRUE(write(*writer, {0, 1, 0, 0, 0}, {99.f}));
+  EXPECT_EQ(voxelOf({0, 1, 0, 0, 0}), 99);
+  EXPECT_EQ(recorder.count("reserve"), 0u);
+}
+
+// What an adapter began is stored when a reader comes; by the time it goes another one may have begun anew.
+TEST_F(Adapter, StoresNothingThatWasBegunThroughAnotherOne) {
+  auto first = adapt(image.get(), pxl::cFloat), second = adapt(image.get(), pxl::cFloat);
+  auto const reader = makeConstView<float>(constOf(*first));
+  auto writer = makeView<float>(first->getImageModel());
+  ASSERT_TRUE(write(*writer, {0, 1, 0, 0, 0}, {99.f}));
+  writer.reset();
+  auto const next = makeConstView<float>(constOf(*second));
+  EXPECT_EQ(voxelOf({0, 1, 0, 0, 0}), 99);
+  writer = makeView<float>(second->getImageModel());
+  ASSERT_TRUE(write(*writer, {1, 1, 0, 0, 0}, {98.f}));
+  first.reset();
+  EXPECT_EQ(voxelOf({1, 1, 0, 0, 0}), 11);
+  second.reset();
+  EXPECT_EQ(voxelOf({1, 1, 0, 0, 0}), 98);
+}
+
 TEST_F(Adapter, DropsWhatItCollectedWhenAnExceptionUnwinds) {
   auto const before = voxelOf({2, 3, 1, 1, 0});
   EXPECT_THROW(
