@@ -22,6 +22,19 @@ void setOutput(pxl::BaseAlgorithm& algorithm, pxl::ImageModel* image) {
   setProperty(algorithm, "outputImage", image);
 }
 
+// Of real types only the shape: extrema of images with NaN depend on how the image was cut.
+void expectSame(pxl::analysis::Measure const& actual, pxl::analysis::Measure const& expected, bool isReal,
+                std::string const& description) {
+  auto const entries = actual.getEntries(), expectedEntries = expected.getEntries();
+  ASSERT_EQ(entries.size(), expectedEntries.size()) << description;
+  for (unsigned long i = 0; i < entries.size(); ++i) {
+    pxl::analysis::MeasureArray const &cells = *entries[i].array, &others = *expectedEntries[i].array;
+    for (unsigned int d = 0; d < 3; ++d) ASSERT_EQ(cells.getSize(d), others.getSize(d)) << description;
+    for (unsigned long c = 0; c < cells.getSize(0) * cells.getSize(1) * cells.getSize(2) && !isReal; ++c)
+      ASSERT_EQ(cells.values[c], others.values[c]) << entries[i].name << ' ' << description;
+  }
+}
+
 class OnWindow : public EveryOperator {};
 PXLWORKS_FOR_EVERY_OPERATOR(OnWindow);
 
@@ -94,15 +107,9 @@ TEST_P(OnWindow, HasTheBitsOfTheWhole) {
       put(*part.inputs.front(), take(*run.inputs.front(), box));
       part.algorithm->execute();
       run.algorithm->executeOnWindow(box.toRegion());
-      for (unsigned int d = 0; d < 3; ++d)
-        ASSERT_EQ(run.measure->minimum.getSize(d), part.measure->minimum.getSize(d)) << description;
-      unsigned long const nbCells =
-          part.measure->minimum.getSize(0) * part.measure->minimum.getSize(1) * part.measure->minimum.getSize(2);
       bool const isReal = test.type == pxl::cFloat || test.type == pxl::cDouble;
-      for (unsigned long i = 0; i < nbCells && !isReal; ++i) {
-        ASSERT_EQ(run.measure->minimum.values[i], part.measure->minimum.values[i]) << description;
-        ASSERT_EQ(run.measure->maximum.values[i], part.measure->maximum.values[i]) << description;
-      }
+      for (unsigned long m = 0; m < run.measures.size(); ++m)
+        expectSame(*run.measures[m], *part.measures[m], isReal, description);
       continue;
     }
     run.output = pxl::Image::New(test.outputType, toHostSizes(test.sizes));
