@@ -7,6 +7,7 @@
 
 #include "pxl/Settings.h"
 #include "pxl/analysis/Measure.h"
+#include "pxl/morphology/ElementMorphology.h"
 #include "qorn/Commands.h"
 #include "qorn/ElementText.h"
 #include "qorn/MappedFileGuard.h"
@@ -83,6 +84,7 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
         continue;
       }
       header.type = command.outputType.value_or(algorithm.getNaturalOutputType(header.type));
+      if (dynamic_cast<pxl::morphology::MorphologicalDifference const*>(&algorithm)) io::dropIntercept(header);
       if (images.region) header = io::cropHeader(header, *images.region);
       if (command.isInPlace && header.type != first.header.type) {
         throw UsageError("--in-place", std::string("the output has the input's type, ") +

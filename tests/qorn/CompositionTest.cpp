@@ -160,6 +160,26 @@ TEST_F(CompositionCommands, TakeTheSpacingOfAFile) {
                 input + " tells no spacing of 3 axes");
 }
 
+// Values are slope * voxel + intercept, and the intercept isn't part of a difference.
+TEST_F(CompositionCommands, KeepTheScaleThatHolds) {
+  std::string const volume = folder / "volume.nii", result = folder / "result.nii";
+  for (int const type : {2, 4}) {
+    writeFile(
+        volume,
+        NiftiStart({9, 8, 7}, type, 8 * (type / 2)).put(cNiftiSlope, 2.f).put(cNiftiIntercept, 10.f).getBytes() +
+            std::string(static_cast<std::size_t>(9 * 8 * 7 * (type / 2)), 'a'));
+    run({"open", volume, result, "--element", "ball(1)"});
+    EXPECT_EQ(readNifti(result).slope, 2);
+    EXPECT_EQ(readNifti(result).intercept, 10);
+    for (char const* command : {"white-tophat", "black-tophat", "gradient"}) {
+      run({command, volume, result, "--element", "ball(1)"});
+      // The unsigned type of signed voxels has no scale of the input's.
+      EXPECT_EQ(readNifti(result).slope, type == 2 ? 2 : 0) << command;
+      EXPECT_EQ(readNifti(result).intercept, 0) << command;
+    }
+  }
+}
+
 TEST_F(CompositionCommands, DrawElements) {
   auto const show = [](std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "element");

@@ -53,6 +53,9 @@ ImageHeader makeHeader(std::string const& path, char const* format, pxl::VoxelTy
 /** Whether a picture is to be written with one bit for each pixel: its file had one, and all voxels are 0 and 1. */
 bool isMask(ImageHeader const& header, void const* voxels);
 
+/** Makes the scale that of differences of voxels, in which the intercept has gone. */
+void dropIntercept(ImageHeader& header);
+
 /** The number of voxels of a header that makeHeader() made. */
 unsigned long getNbVoxels(ImageHeader const& header);
 /** The bytes of its voxels. */

@@ -125,6 +125,14 @@ ImageHeader makeNiftiImageHeader(std::string const& path, NiftiHeader const& nif
   return header;
 }
 
+void dropIntercept(ImageHeader& header) {
+  if (header.scale) header.scale->intercept = 0;
+  if (!header.nifti) return;
+  auto nifti = std::make_shared<NiftiHeader>(*header.nifti);
+  nifti->fields.scl_inter = 0;
+  header.nifti = std::move(nifti);
+}
+
 nifti_1_header makeNiftiFields(std::string const& path, ImageHeader const& header) {
   nifti_set_debug_level(0);
   int dimensions[8] = {header.rank, 1, 1, 1, 1, 1, 1, 1};
