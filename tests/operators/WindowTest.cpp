@@ -58,7 +58,9 @@ struct Case {
     while (!takesType(name, type)) type = cAllTypes[random.number(0, 7)];
     bool const isConverting = name.compare(0, 6, "Finite") == 0 || name == "Dilation2d" || name == "Erosion2d" ||
                               name == "Dilation3d" || name == "Erosion3d";
-    outputType = isConverting && !isInPlace ? cAllTypes[random.number(0, 7)] : type;
+    outputType = pxl::AlgoInfo::find(name.c_str())->create()->getNaturalOutputType(type);
+    isInPlace = isInPlace && outputType == type;
+    if (isConverting && !isInPlace) outputType = cAllTypes[random.number(0, 7)];
     long const nbVoxels = sizes[0] * sizes[1] * sizes[2] * sizes[3] * sizes[4];
     extraMemory = static_cast<unsigned long>(random.number(0, 16) * nbVoxels);
     if (random.number(0, 3) == 0) extraMemory = 1UL << 62;

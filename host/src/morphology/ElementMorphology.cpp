@@ -122,6 +122,7 @@ String ListedMorphology::getObjection() const {
   return BaseAlgorithm::getObjection();
 }
 RegionUses ListedMorphology::getRegionUse() const { return RegionUses::cFromOrigin; }
+kernel::Margins ListedMorphology::getMargins() const { return element.get().getMargins(); }
 double ListedMorphology::estimateSteps() const { return static_cast<double>(element.get().getOffsets().size()); }
 
 ComposedMorphology::ComposedMorphology(unsigned int nbPasses) : m_nbPasses(nbPasses) {}
@@ -131,6 +132,10 @@ String ComposedMorphology::getObjection() const {
   return refusal.empty() ? BaseAlgorithm::getObjection() : refusal;
 }
 RegionUses ComposedMorphology::getRegionUse() const { return RegionUses::cWholeImage; }
+kernel::Margins ComposedMorphology::getMargins() const {
+  StructuringElement const given = element;
+  return m_nbPasses == 1 ? given.getMargins() : given.getMargins() + given.getMirrored().getMargins();
+}
 double ComposedMorphology::estimateSteps() const { return m_nbPasses * morphology::estimateSteps(element); }
 
 MorphologicalDifference::MorphologicalDifference(unsigned int nbPasses) : ComposedMorphology(nbPasses) {}
@@ -179,6 +184,8 @@ String Gradient::getObjection() const {
     return "an outer or inner gradient needs an element that holds the voxel itself";
   return MorphologicalDifference::getObjection();
 }
+// Both passes go over the input.
+kernel::Margins Gradient::getMargins() const { return element.get().getMargins(); }
 double Gradient::estimateSteps() const {
   return (gradientMode == cFullGradient ? 2 : 1) * morphology::estimateSteps(element);
 }

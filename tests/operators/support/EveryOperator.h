@@ -45,7 +45,7 @@ inline void setUp(ReadyRun& run, pxl::PropertyBase& property, pxl::VoxelTypes ty
                            input.set(run.inputs.back().get());
                          },
                          [&](pxl::Property<pxl::ImageModel*>& output) {
-                           run.output = pxl::Image::New(type, sizes);
+                           run.output = pxl::Image::New(run.algorithm->getNaturalOutputType(type), sizes);
                            output.set(run.output.get());
                          },
                          [](pxl::Property<pxl::kernel::Kernel2D>& kernel) {

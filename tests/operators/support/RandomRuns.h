@@ -152,6 +152,43 @@ Kernel makeRandomKernel(oracle::Random& random) {
   return Kernel(offsets, coefficients);
 }
 
+/** A random element of any kind; it reaches a few voxels. */
+inline pxl::kernel::StructuringElement makeRandomElement(oracle::Random& random, bool holdsItself) {
+  auto const number = [&random](long low, long high) { return std::to_string(random.number(low, high)); };
+  auto const angle = [&number] { return number(-180, 180); };
+  switch (random.number(0, 8)) {
+    case 0: {
+      char const* const neighbours[] = {"4", "8", "6", "18", "26"};
+      return pxl::kernel::StructuringElement::parse("connectivity(" + std::string(neighbours[random.number(0, 4)]) +
+                                                    ", " + number(0, 3) + ")");
+    }
+    case 1:
+      return pxl::kernel::StructuringElement::parse("disk(" + number(0, 3) +
+                                                    (random.number(0, 1) == 0 ? ", fast)" : ")"));
+    case 2:
+      return pxl::kernel::StructuringElement::parse("ball(" + number(0, 3) +
+                                                    (random.number(0, 1) == 0 ? ", fast)" : ")"));
+    case 3:
+      return pxl::kernel::StructuringElement::parse("line(" + number(1, 8) + ", " + angle() + ")");
+    case 4:
+      return pxl::kernel::StructuringElement::parse("line3d(" + number(1, 8) + ", " + angle() + ", " + angle() + ")");
+    case 5:
+      return pxl::kernel::StructuringElement::parse("disk3d(" + number(1, 3) + ", " + angle() + ", " + angle() + ")");
+    case 6:
+      return pxl::kernel::StructuringElement::parse("ellipsoid(" + number(0, 4) + ", 2.5, 1, 1.25)");
+    case 7:
+      return pxl::kernel::StructuringElement::box({random.number(1, 3), random.number(1, 5), random.number(1, 6)});
+    default:
+      break;
+  }
+  unsigned char array[12];
+  for (unsigned char& voxel : array) voxel = random.number(0, 1) == 1;
+  std::vector<long> origin{random.number(-1, 2), random.number(-1, 2), random.number(-1, 3)};
+  if (holdsItself) origin = {1, 1, 1};
+  array[holdsItself ? 10 : random.number(0, 11)] = 1;
+  return pxl::kernel::StructuringElement::mask(array, {2, 2, 3}, origin);
+}
+
 /** Random values for all properties but the images. */
 inline void chooseProperties(pxl::BaseAlgorithm& algorithm, oracle::Random& random) {
   auto const choose = [&](char const* name, long low, long high) {
@@ -169,11 +206,14 @@ inline void chooseProperties(pxl::BaseAlgorithm& algorithm, oracle::Random& rand
   choose("analysisDimensions", 0, 7);
   choose("logicalOperator", 0, 6);
   choose("value", 0, 255);
+  choose("gradientMode", 0, 2);
   for (char const* name : {"lineAngle", "firstAngle", "secondAngle"})
     if (algorithm.findProperty(name))
       setProperty(algorithm, name, static_cast<double>(random.number(-24, 24)) * (random.number(0, 1) ? 15 : 7.3));
   for (pxl::PropertyBase* property : algorithm.getProperties()) {
     using namespace pxl::kernel;
+    if (auto* const element = dynamic_cast<pxl::Property<StructuringElement>*>(property))
+      element->set(makeRandomElement(random, algorithm.findProperty("gradientMode") != nullptr));
     if (auto* const kernel2d = dynamic_cast<pxl::Property<Kernel2D>*>(property))
       kernel2d->set(makeRandomKernel<Kernel2D, Offset2D>(random));
     if (auto* const kernel3d = dynamic_cast<pxl::Property<Kernel3D>*>(property))

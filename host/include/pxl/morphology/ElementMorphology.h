@@ -31,6 +31,7 @@ class PXL_API ListedMorphology : public ElementMorphology {
 
   String getObjection() const override;
   RegionUses getRegionUse() const override;
+  kernel::Margins getMargins() const override;
   double estimateSteps() const override;
 
  protected:
@@ -57,13 +58,15 @@ class PXL_API ComposedMorphology : public ElementMorphology {
 
   String getObjection() const override;
   RegionUses getRegionUse() const override;
+  /** Those of the element, and of the mirrored one where that follows. */
+  kernel::Margins getMargins() const override;
   double estimateSteps() const override;
 
  protected:
   explicit ComposedMorphology(unsigned int nbPasses);
 
  private:
-  unsigned int m_nbPasses;  ///< dilations and erosions
+  unsigned int m_nbPasses;  ///< dilations and erosions, one after the other
 };
 
 /** Properties of the compositions that end with a difference. */
@@ -124,6 +127,7 @@ class PXL_API Gradient : public MorphologicalDifference {
   Property<int> gradientMode{*this, "gradientMode", cFullGradient, cGradientModeNames, "what is taken from what"};
 
   String getObjection() const override;
+  kernel::Margins getMargins() const override;
   double estimateSteps() const override;
 };
 
