@@ -28,9 +28,13 @@ class MemoryPool {
   }
 
   std::shared_ptr<void> take(unsigned long bytes) {
+    // Read here, as it allocates: giving back must not fail.
+    unsigned long const maxKept = globalSettings().getValueAsUnsignedLong("PXL_MAX_KEPT_MEMORY", cDefaultMaxKept);
     Block block = takeFitting(bytes);
     if (!block.memory) block = {access::allocateVoxels(bytes), bytes};
-    return std::shared_ptr<void>(block.memory.get(), [this, block](void*) { giveBack(block); });
+    return std::shared_ptr<void>(block.memory.get(), [this, block, maxKept](void*) {
+      if (block.bytes <= maxKept) keep(block);
+    });
   }
 
   unsigned long release() {
@@ -56,17 +60,7 @@ class MemoryPool {
     return kept.bytes >= bytes && kept.bytes / 2 <= bytes ? kept : Block();
   }
 
-  // In a destructor: where there is no memory left to read the setting, there is none to keep either.
-  static unsigned long getMaxKept() noexcept {
-    try {
-      return globalSettings().getValueAsUnsignedLong("PXL_MAX_KEPT_MEMORY", cDefaultMaxKept);
-    } catch (std::bad_alloc const&) {
-      return 0;
-    }
-  }
-
-  void giveBack(Block const& block) {
-    if (block.bytes > getMaxKept()) return;
+  void keep(Block const& block) {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_kept = block;
   }

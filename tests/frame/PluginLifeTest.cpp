@@ -7,6 +7,7 @@
 
 #include "frame/support/FakeImage.h"
 #include "frame/support/Registered.h"
+#include "frame/support/Runners.h"
 #include "gtest/gtest.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/Exception.h"
@@ -19,9 +20,9 @@ namespace {
 using pxl::instrument::Event;
 
 std::vector<std::string> getOperatorNames() {
-  std::vector<std::string> names;
-  for (pxl::AlgoInfo* info : pxl::AlgoInfo::getAll()) names.emplace_back(info->getName());
-  return names;
+#define FRAME_TEST_NAME(Namespace, Algo, Runner) #Algo,
+  return {FRAME_TEST_FOR_EACH_RUNNER(FRAME_TEST_NAME)};
+#undef FRAME_TEST_NAME
 }
 
 class PluginLife : public testing::TestWithParam<char const*> {

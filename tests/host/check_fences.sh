@@ -4,7 +4,7 @@
 set -euo pipefail
 code=$(objdump -d --no-show-raw-insn -C "$1")
 for function in setNumberOfSteps setMaxProgress; do
-  body=$(awk -v name="AbstractPrivateImplementation::$function(" 'index($0, name) && /^[0-9a-f]+ </ {on=1} on {print}
+  body=$(awk -v name="AbstractPrivateImplementation::$function(" 'index($0, name) && /^[0-9a-f]+ </ && !/@plt>/ {on=1} on {print}
     on && /^$/ {exit}' <<<"$code")
   [[ -n $body ]] || { echo "$function isn't there"; exit 1; }
   fences=$(grep -cE '\bxchg +%[a-z0-9]+,[^,]*\(|\bmfence\b|\block ' <<<"$body" || true)
