@@ -191,8 +191,7 @@ ExitCodes execute(ElementCommand const& command) {
   checkIsOffered(*algorithm);
   Element const element = findElement(*algorithm);
   if (!command.output.empty()) {
-    io::ImageHeader const header{"npy",
-                                 pxl::cUnsignedInteger8,
+    io::ImageHeader const header{pxl::cUnsignedInteger8,
                                  {element.getSize(0), element.getSize(1), element.getSize(2), 1, 1},
                                  isVolume(*algorithm) ? 3 : 2,
                                  false};

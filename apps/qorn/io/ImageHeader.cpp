@@ -6,13 +6,13 @@
 #include "qorn/io/FileError.h"
 
 namespace qorn::io {
-ImageHeader makeHeader(std::string const& path, char const* format, pxl::VoxelTypes type,
-                       std::vector<unsigned long> const& shape, bool isCompressed) {
+ImageHeader makeHeader(std::string const& path, pxl::VoxelTypes type, std::vector<unsigned long> const& shape,
+                       bool isCompressed) {
   unsigned long const rank = shape.size();
   if (rank < 2 || rank > pxl::cNbComponents) {
     throw FileError(path, std::to_string(rank) + " dimensions; an image has 2 to 5");
   }
-  ImageHeader header{format, type, {1, 1, 1, 1, 1}, static_cast<int>(rank), isCompressed};
+  ImageHeader header{type, {1, 1, 1, 1, 1}, static_cast<int>(rank), isCompressed};
   for (unsigned long i = 0; i < rank; ++i) {
     if (shape[i] == 0) throw FileError(path, "has no voxels");
   }

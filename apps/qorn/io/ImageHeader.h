@@ -26,7 +26,6 @@ struct ValueScale {
 
 /** What an image file says about its voxels. */
 struct ImageHeader {
-  char const* format;  ///< "npy", "tiff", "png" or "nifti"
   pxl::VoxelTypes type;
   pxl::ImageSizes sizes;
   int rank;                                        ///< number of dimensions of the array in the file, 2 to 5
@@ -34,6 +33,7 @@ struct ImageHeader {
   std::vector<float> spacing = {};                 ///< of the dimensions of the file; empty: the file doesn't tell
   std::optional<ValueScale> scale = std::nullopt;  ///< what voxels mean; they are never changed by it
   std::shared_ptr<NiftiHeader const> nifti = nullptr;  ///< the whole header of a NIfTI file
+  char const* format = "";                             ///< the name in the table of formats, of a file that was read
 };
 
 /**
@@ -41,8 +41,8 @@ struct ImageHeader {
  * spectral series; missing ones are 1.
  * @throws FileError a rank other than 2 to 5, a size of 0 or beyond 2^31 - 1, or more than 2^40 voxels
  */
-ImageHeader makeHeader(std::string const& path, char const* format, pxl::VoxelTypes type,
-                       std::vector<unsigned long> const& shape, bool isCompressed);
+ImageHeader makeHeader(std::string const& path, pxl::VoxelTypes type, std::vector<unsigned long> const& shape,
+                       bool isCompressed);
 
 /** The number of voxels of a header that makeHeader() made. */
 unsigned long getNbVoxels(ImageHeader const& header);

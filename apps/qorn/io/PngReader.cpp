@@ -1,5 +1,3 @@
-#include "qorn/io/PngReader.h"
-
 #include <png.h>
 
 #include <cstdio>
@@ -8,6 +6,7 @@
 
 #include "qorn/io/FileError.h"
 #include "qorn/io/GzipFile.h"
+#include "qorn/io/ImageReaders.h"
 #include "qorn/io/InputFile.h"
 
 namespace qorn::io {
@@ -72,7 +71,7 @@ class Decoder : private pxl::Noncopyable {
       throw FileError(path, "has " + std::to_string(bits) + " bits per pixel; only 8 and 16 are read");
     }
     ImageHeader const header =
-        makeHeader(path, "png", bits == 8 ? pxl::cUnsignedInteger8 : pxl::cUnsignedInteger16,
+        makeHeader(path, bits == 8 ? pxl::cUnsignedInteger8 : pxl::cUnsignedInteger16,
                    {png_get_image_height(m_png, m_info), png_get_image_width(m_png, m_info)}, true);
     if (getNbBytes(header) / cMaxDeflateRatio > m_stream.file->getSize()) {
       throw FileError(path, "is too short for the " + std::to_string(getNbVoxels(header)) + " voxels it declares");
