@@ -6,7 +6,7 @@
 #include <set>
 #include <sstream>
 
-#include "RunnerChoice.h"
+#include "PropertyChecks.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/BaseAlgorithm.h"
 #include "pxl/ImageModel.h"
