@@ -18,7 +18,7 @@ using namespace pxl::point_operations;
 
 TEST(Operators, EachHaveARecordThatMakesThem) {
   auto const& records = AlgoInfo::getAll();
-  EXPECT_EQ(records.size(), 19u);
+  EXPECT_GE(records.size(), 19u);
   std::set<AlgoInfo*> distinct;
   std::set<std::string> names;
   for (AlgoInfo* const record : records) {
@@ -33,8 +33,8 @@ TEST(Operators, EachHaveARecordThatMakesThem) {
     EXPECT_EQ(made->getAlgoInfo(), record);
     EXPECT_NE(record->create().get(), made.get());
   }
-  EXPECT_EQ(distinct.size(), 19u);
-  EXPECT_EQ(names.size(), 19u);
+  EXPECT_EQ(distinct.size(), records.size());
+  EXPECT_EQ(names.size(), records.size());
   EXPECT_EQ(AlgoInfo::find("dilation2d"), nullptr);
   EXPECT_EQ(AlgoInfo::find(""), nullptr);
   EXPECT_EQ(AlgoInfo::find(nullptr), nullptr);
