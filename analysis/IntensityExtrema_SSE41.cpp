@@ -2,6 +2,7 @@
 
 #include "Core/private/Filters/ImageToQuantificationFilter.h"
 #include "Core/private/Helper/AutoRegisterRunnable.h"
+#include "Core/private/Helper/SSE41Runnable.h"
 #include "analysis/IntensityExtremaRule.h"
 #include "analysis/IntensityExtremaSIMDGeneric.h"
 
@@ -63,7 +64,7 @@ class IntensityExtremaSSEPrivateImpl final : public algorithms::AbstractPrivateI
   IntensityExtrema* m_algorithm;
 };
 
-class IntensityExtremaSSERunner final : public Runnable {
+class IntensityExtremaSSERunner final : public helper::SSE41Runnable {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     IntensityExtremaSSEPrivateImpl(helper::safe_cast<IntensityExtrema*>(algorithm)).run();

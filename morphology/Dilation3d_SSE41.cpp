@@ -1,4 +1,5 @@
 #include "Core/private/Helper/AutoRegisterRunnable.h"
+#include "Core/private/Helper/SSE41Runnable.h"
 #include "morphology/MorphologyRules.h"
 #include "morphology/Passes3d.h"
 
@@ -26,7 +27,7 @@ struct Dilation3dSSE41Dispatcher {
   }
 };
 
-class Dilation3dSSE41Runner final : public Runnable {
+class Dilation3dSSE41Runner final : public helper::SSE41Runnable {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     dispatchOnInput<Dilation3d, Dilation3dSSE41Dispatcher>(algorithm);

@@ -1,4 +1,5 @@
 #include "Core/private/Helper/AutoRegisterRunnable.h"
+#include "Core/private/Helper/SSE41Runnable.h"
 #include "morphology/MorphologyRules.h"
 #include "morphology/Passes2d.h"
 
@@ -19,7 +20,7 @@ struct Erosion2dSSE41Dispatcher {
   }
 };
 
-class Erosion2dSSE41Runner final : public Runnable {
+class Erosion2dSSE41Runner final : public helper::SSE41Runnable {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     dispatchOnInput<Erosion2d, Erosion2dSSE41Dispatcher>(algorithm);

@@ -1,4 +1,5 @@
 #include "Core/private/Helper/AutoRegisterRunnable.h"
+#include "Core/private/Helper/SSE41Runnable.h"
 #include "morphology/MorphologyRules.h"
 #include "morphology/Passes3d.h"
 
@@ -26,7 +27,7 @@ struct Erosion3dSSE41Dispatcher {
   }
 };
 
-class Erosion3dSSE41Runner final : public Runnable {
+class Erosion3dSSE41Runner final : public helper::SSE41Runnable {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     dispatchOnInput<Erosion3d, Erosion3dSSE41Dispatcher>(algorithm);

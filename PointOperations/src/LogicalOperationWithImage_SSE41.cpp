@@ -1,5 +1,6 @@
 #include "Core/private/Filters/ImageToImageFilter.h"
 #include "Core/private/Helper/AutoRegisterRunnable.h"
+#include "Core/private/Helper/SSE41Runnable.h"
 #include "PointOperations/src/LogicalOperationWithImageSimdGeneric.h"
 #include "PointOperations/src/LogicalOperators.h"
 #include "PointOperations/src/LogicalRules.h"
@@ -26,7 +27,7 @@ struct LogicalOperationWithImageSSE41Dispatcher {
   }
 };
 
-class SSE41LogicalOperationWithImageRunner final : public Runnable {
+class SSE41LogicalOperationWithImageRunner final : public helper::SSE41Runnable {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     dispatchOnLeadingImage<LogicalOperationWithImage, LogicalOperationWithImageSSE41Dispatcher>(algorithm);

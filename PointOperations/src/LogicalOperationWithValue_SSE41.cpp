@@ -1,5 +1,6 @@
 #include "Core/private/Filters/ImageToImageFilter.h"
 #include "Core/private/Helper/AutoRegisterRunnable.h"
+#include "Core/private/Helper/SSE41Runnable.h"
 #include "PointOperations/src/LogicalOperationWithValueSimdGeneric.h"
 #include "PointOperations/src/LogicalOperators.h"
 #include "PointOperations/src/LogicalRules.h"
@@ -27,7 +28,7 @@ struct LogicalOperationWithValueScalarDispatcher {
   }
 };
 
-class SSE41LogicalOperationWithValueRunner final : public Runnable {
+class SSE41LogicalOperationWithValueRunner final : public helper::SSE41Runnable {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     dispatchOnLeadingImage<LogicalOperationWithValue, LogicalOperationWithValueScalarDispatcher>(algorithm);

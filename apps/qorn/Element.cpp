@@ -205,7 +205,7 @@ namespace {
 
 void save(Element const& element, int rank, ElementCommand const& command) {
   io::ImageHeader const header{
-      "npy", pxl::cUnsignedInteger8, {element.getSize(0), element.getSize(1), element.getSize(2), 1, 1}, rank, false};
+      pxl::cUnsignedInteger8, {element.getSize(0), element.getSize(1), element.getSize(2), 1, 1}, rank, false};
   io::OutputImage mask(command.output, header, {false, command.isReplacing});
   std::memcpy(mask.getImage()->getVoxels(), element.mask.data(), element.mask.size());
   mask.write();

@@ -15,7 +15,6 @@
 namespace qorn {
 namespace {
 
-
 std::vector<std::string_view> split(std::string_view text, char separator) {
   std::vector<std::string_view> parts;
   while (true) {

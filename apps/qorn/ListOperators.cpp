@@ -90,7 +90,8 @@ std::string toText(pxl::AlgoInfo const& record) {
     for (pxl::Choice const& choice : choices) {
       table.addRow({std::string("  =") + choice.name, std::to_string(choice.value), "", choice.help});
     }
-    if (choices.getKind() == pxl::ChoiceKinds::cSum) table.addRow({"", "", "", "several with commas between them"});
+    if (choices.getKind() == pxl::ChoiceKinds::cSum)
+      table.addRow({"", "", "", "several names are given with commas between them"});
   }
   return text + table.toText();
 }

@@ -1,16 +1,16 @@
 #pragma once
 
 #include "Core/private/Helper/RunnerTests.h"
+#include "Core/private/Helper/SSE41Runnable.h"
 #include "Core/private/Helper/safe_cast.h"
 #include "pxl/ImageModel.h"
-#include "pxl/Runnable.h"
 #include "pxl/filtering/linear/FiniteImpulseResponseFilter.h"
 
 namespace pxl::filtering::linear {
 
 /** Runs `Dispatcher` in the precision that holds every voxel of the output exactly. */
 template <class Algo, class Dispatcher>
-class AbstractFIRFilterRunner : public Runnable {
+class AbstractFIRFilterRunner : public helper::SSE41Runnable {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     Algo* const concrete = helper::safe_cast<Algo*>(algorithm);

@@ -12,6 +12,7 @@
 #include "ExecutionState.h"
 #include "ExtraMemory.h"
 #include "ForkCheck.h"
+#include "PropertyChecks.h"
 #include "Raise.h"
 #include "RunGuard.h"
 #include "RunnerChoice.h"

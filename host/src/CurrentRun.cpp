@@ -2,6 +2,9 @@
 
 #include <utility>
 
+#include "ExtraMemory.h"
+#include "pxl/BaseAlgorithm.h"
+
 namespace pxl {
 namespace {
 
@@ -20,6 +23,10 @@ std::shared_ptr<std::atomic<bool> const> CurrentRun::getCancelFlag() {
   static std::atomic<bool> const never{false};
   return currentRun ? currentRun->m_isCancelled
                     : std::shared_ptr<std::atomic<bool> const>(std::shared_ptr<void>(), &never);
+}
+
+unsigned long CurrentRun::getExtraMemory() {
+  return currentRun ? currentRun->m_algorithm.getMaximumExtraMemoryUsageInBytes() : getDefaultExtraMemory();
 }
 
 void CurrentRun::noteFailure(std::exception_ptr failure) noexcept {

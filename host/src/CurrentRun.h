@@ -20,7 +20,8 @@ class CurrentRun : private Noncopyable {
   /** Null outside a run, and on threads that only work for one. */
   static CurrentRun* get();
 
-  BaseAlgorithm const& getAlgorithm() const { return m_algorithm; }
+  /** The bytes that the run of the calling thread may take beyond its images; outside a run those of the settings. */
+  static unsigned long getExtraMemory();
 
   /** The cancel flag of the run that the calling thread is in, or one that is never set. */
   static std::shared_ptr<std::atomic<bool> const> getCancelFlag();

@@ -3,7 +3,10 @@
 #include <cstdlib>
 
 #include "Raise.h"
-#include "access/Storages.h"
+#include "access/FileStorage.h"
+#include "access/ImageLimits.h"
+#include "access/MemoryStorage.h"
+#include "access/VoxelMemory.h"
 
 namespace pxl {
 

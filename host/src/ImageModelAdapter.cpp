@@ -1,6 +1,7 @@
 #include "pxl/ImageModelAdapter.h"
 
 #include <exception>
+#include <utility>
 
 #include "CurrentRun.h"
 #include "Raise.h"
@@ -31,7 +32,7 @@ class ImageModelAdapter::Model final : public ImageModel {
   }
 
   void endCollection(bool isKept) {
-    if (m_collection != 0) m_storage->endCollection(m_collection, isKept);
+    if (unsigned long const number = std::exchange(m_collection, 0)) m_storage->endCollection(number, isKept);
   }
 
  private:
@@ -47,7 +48,7 @@ class ImageModelAdapter::Model final : public ImageModel {
     unsigned long begin() {
       unsigned long number = 0;
       if (m_isWritable)
-        number = m_storage->addWriter();
+        number = m_storage->addWriter(CurrentRun::getExtraMemory);
       else
         m_storage->addReader();
       m_isCounted = true;
@@ -83,6 +84,8 @@ ImageModelAdapter::~ImageModelAdapter() {
     if (CurrentRun* const run = CurrentRun::get()) run->noteFailure(std::current_exception());
   }
 }
+
+void ImageModelAdapter::commit() { m_model->endCollection(true); }
 
 ImageModel* ImageModelAdapter::getImageModel() const {
   PXL_PROBE(onAdapterGetImageModel(this));

@@ -5,25 +5,12 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <map>
-#include <mutex>
 
+#include "PluginState.h"
 #include "Raise.h"
-#include "RunGuard.h"
 
 namespace pxl::plugins {
 namespace {
-
-struct State {
-  std::mutex mutex;
-  std::map<std::string, void*> handles;
-  int nbRuns = 0;
-};
-
-State& getState() {
-  static State* const state = new State;
-  return *state;
-}
 
 bool isPluginName(std::string const& name) {
   constexpr char cPrefix[] = "libpxlworks_pxl_";
@@ -54,7 +41,7 @@ std::string getFolder() {
 void load(std::string const& absolutePath) {
   if (absolutePath.empty() || absolutePath[0] != '/')
     PXL_RAISE(InvalidCall, "a plug-in is loaded by its absolute path: " + absolutePath);
-  State& state = getState();
+  PluginState& state = PluginState::get();
   std::lock_guard<std::mutex> lock(state.mutex);
   if (state.handles.count(absolutePath)) return;
   void* const handle = ::dlopen(absolutePath.c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -77,7 +64,7 @@ std::vector<std::string> loadFolder() {
 }
 
 void unload(std::string const& absolutePath) {
-  State& state = getState();
+  PluginState& state = PluginState::get();
   std::lock_guard<std::mutex> lock(state.mutex);
   auto const found = state.handles.find(absolutePath);
   if (found == state.handles.end()) PXL_RAISE(InvalidCall, "no plug-in was loaded from " + absolutePath);
@@ -87,21 +74,11 @@ void unload(std::string const& absolutePath) {
 }
 
 std::vector<std::string> getLoaded() {
-  State& state = getState();
+  PluginState& state = PluginState::get();
   std::lock_guard<std::mutex> lock(state.mutex);
   std::vector<std::string> paths;
   for (auto const& entry : state.handles) paths.push_back(entry.first);
   return paths;
-}
-
-RunGuard::RunGuard() {
-  std::lock_guard<std::mutex> lock(getState().mutex);
-  ++getState().nbRuns;
-}
-
-RunGuard::~RunGuard() {
-  std::lock_guard<std::mutex> lock(getState().mutex);
-  --getState().nbRuns;
 }
 
 }  // namespace pxl::plugins

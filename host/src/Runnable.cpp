@@ -4,4 +4,6 @@ namespace pxl {
 
 Runnable::~Runnable() = default;
 
+String Runnable::explainRefusal(BaseAlgorithm*) const { return String(); }
+
 }  // namespace pxl

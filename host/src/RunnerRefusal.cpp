@@ -3,15 +3,15 @@
 #include <algorithm>
 #include <exception>
 #include <memory>
+#include <set>
 #include <sstream>
 
-#include "RunnerChoice.h"
+#include "PropertyChecks.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/BaseAlgorithm.h"
 #include "pxl/ImageModel.h"
 #include "pxl/Plugins.h"
 #include "pxl/Runnable.h"
-#include "pxl/devices/Cpu.h"
 
 namespace pxl {
 namespace {
@@ -130,9 +130,18 @@ void explainType(Trial& trial, std::ostringstream& text) {
   if (!accepted.str().empty()) text << "; accepted would be images of the same type," << accepted.str();
 }
 
+// What the runners say themselves, each text once.
+void addExplanations(BaseAlgorithm& algorithm, std::vector<Runnable*> const& runners, std::ostringstream& text) {
+  std::set<std::string> explanations;
+  for (Runnable const* runner : runners) {
+    String const explanation = runner->explainRefusal(&algorithm);
+    if (!explanation.empty() && explanations.insert(explanation.str()).second) text << "; " << explanation.str();
+  }
+}
+
 }  // namespace
 
-std::string explainRefusal(BaseAlgorithm const& algorithm, std::vector<Runnable*> const& runners) {
+std::string explainRefusal(BaseAlgorithm& algorithm, std::vector<Runnable*> const& runners) {
   std::ostringstream text;
   text.imbue(std::locale::classic());
   text << algorithm.getAlgoInfo()->getName() << ": ";
@@ -150,17 +159,12 @@ std::string explainRefusal(BaseAlgorithm const& algorithm, std::vector<Runnable*
            << (named.image->getInterpretation() == cBinary ? " (binary)" : "");
       separator = ", ";
     }
-  constexpr int cSSE41Level = 80;
-  int const level = devices::Cpu::getDevice()->getSSELevel();
-  if (level < cSSE41Level) {
-    text << "; the processor's level " << level << " is below SSE4.1";
-  } else {
-    try {
-      Trial trial(algorithm, runners);
-      if (!explainBinary(trial, text)) explainType(trial, text);
-    } catch (std::exception const&) {
-      // A runner that wants more of an image than a stand-in has: the refusal itself stays.
-    }
+  try {
+    addExplanations(algorithm, runners, text);
+    Trial trial(algorithm, runners);
+    if (!explainBinary(trial, text)) explainType(trial, text);
+  } catch (std::exception const&) {
+    // A runner that wants more of an image than a stand-in has: the refusal itself stays.
   }
   return text.str();
 }

@@ -9,9 +9,10 @@ class BaseAlgorithm;
 class Runnable;
 
 /**
- * Why none of these runners takes an algorithm. Runners only say yes or no; what would have to be different is found
- * by asking them again about stand-ins of the images and other values of the properties, on a copy of the algorithm.
+ * Why none of these runners takes an algorithm: what they say themselves, and what would have to be different. That
+ * is found by asking them again about stand-ins of the images and other values of the properties, on a copy of the
+ * algorithm.
  */
-std::string explainRefusal(BaseAlgorithm const& algorithm, std::vector<Runnable*> const& runners);
+std::string explainRefusal(BaseAlgorithm& algorithm, std::vector<Runnable*> const& runners);
 
 }  // namespace pxl

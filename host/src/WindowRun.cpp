@@ -8,6 +8,7 @@
 #include <string>
 
 #include "Raise.h"
+#include "PropertyChecks.h"
 #include "RunnerChoice.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/BaseAlgorithm.h"

@@ -29,6 +29,11 @@ for plugin_folder in PLUGIN_FOLDERS:
 # The one file of the host with intrinsics: what they do for the processors that it runs on is nothing for plug-ins.
 HOST_SIMD = "host/src/access/RoundFloats.h"
 
+# Where voxels are kept: what runs, cancels and schedules looks down on it, and not the other way.
+STORAGE = re.compile(r"host/src/access/(?!View|BorderCondition)")
+RUNS = re.compile(r"(oneapi/)?tbb/(task|parallel_|global_control)|pxl/(BaseAlgorithm|BaseTbbAlgorithm|ParallelLoops)\.h"
+                  r"|pxl/algorithms/|(CurrentRun|ExecutionState|RunGuard|PluginState)\.h")
+
 # The tests' probe, behind a macro that only the tests' own build of the host defines.
 SEAM = ("host/src/instrument/Instrument.h", "instrument/Probe.h")
 
@@ -94,6 +99,8 @@ def main():
             if not kinds & allowed and (name, match.group(2)) != SEAM:
                 kind = ", ".join(sorted(str(one) for one in kinds))
                 found.append(f"{name}: {layer} must not include {match.group(2)} ({kind})")
+            elif STORAGE.match(name) and RUNS.match(match.group(2)):
+                found.append(f"{name}: storage must not include {match.group(2)}")
     # A check of nothing would pass for ever.
     found += [f"no source file in layer {layer}" for layer, count in seen.items() if count == 0]
     print("\n".join(found))

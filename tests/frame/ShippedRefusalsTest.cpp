@@ -122,6 +122,18 @@ TEST_F(ShippedRefusals, ComeFromAProcessorBelowTheLevel) {
   });
 }
 
+TEST_F(ShippedRefusals, AreExplainedWhereTheProcessorIsTheReason) {
+  forEachOperator([this](Row const&) {
+    std::string const explanation = "the processor has no SSE4.1";
+    EXPECT_EQ(m_runner->explainRefusal(m_algorithm.get()), pxl::String());
+    m_probe.sseLevel = 64;
+    EXPECT_EQ(m_runner->explainRefusal(m_algorithm.get()).str(), explanation);
+    m_probe.sseLevel = 80;
+    m_probe.hasSSE = false;
+    EXPECT_EQ(m_runner->explainRefusal(m_algorithm.get()).str(), explanation);
+  });
+}
+
 TEST_F(ShippedRefusals, ComeFromVoxelTypesOfTheLeadingImage) {
   forEachOperator([this](Row const& row) {
     for (int type : {INT_MIN, -4, -1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 16, 0x100, 0x104, INT_MAX}) {

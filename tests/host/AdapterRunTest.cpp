@@ -25,19 +25,20 @@ class StubbornStorage final : public pxl::access::VoxelStorage {
   bool writeRun(void const*, unsigned long, unsigned long const (&)[5]) override { return false; }
 
  private:
-  pxl::access::StorageKey m_key{{reinterpret_cast<unsigned long>(this), 0}, 0, 0, {1, 4, 0, 0, 0}};
+  pxl::access::StorageKey m_key{{reinterpret_cast<unsigned long>(this), 0}, {}, 0, 0, {1, 4, 0, 0, 0}};
 };
 
 /** Adapters within the run of an algorithm. */
 class AdapterRun : public RunningTest {
  protected:
   // Writes a voxel through an adapter that is read from as well.
-  static void writeInPlace(pxl::ImageModel* target) {
-    ImageModelAdapter const adapter(target, pxl::cFloat, pxl::cRoundAndSaturate);
+  static void writeInPlace(pxl::ImageModel* target, bool isCommitting = false) {
+    ImageModelAdapter adapter(target, pxl::cFloat, pxl::cRoundAndSaturate);
     auto const reader = makeConstView<float>(adapter.getImageModel());
     auto const writer = makeView<float>(adapter.getImageModel());
     float const voxel = 5;
     EXPECT_TRUE(writer->getInterface()->writeRowAt(1, &voxel, 1, 2, 0, 0, 0));
+    if (isCommitting) adapter.commit();
   }
   void usePlaceThatFails() {
     unsigned long const sizes[] = {4, 4, 1, 1, 1};
@@ -97,6 +98,20 @@ TEST_F(AdapterRun, OfAnInnerAlgorithmRaisesThere) {
     if (depth++ > 0) return writeInPlace(stubborn.get());
     raisedBy<pxl::RuntimeError>([&] { inner.execute(); });
   });
+}
+
+// The destructor is only for those who don't ask.
+TEST_F(AdapterRun, CommitRaisesWhereItIsCalled) {
+  usePlaceThatFails();
+  auto const text = raisedBy<pxl::RuntimeError>([&] { writeInPlace(stubborn.get(), true); });
+  EXPECT_TRUE(contains(text, "stored")) << text;
+  bool isCaught = false;
+  // Within a run nothing is left to be raised at its end.
+  execute([&](pxl::BaseAlgorithm*) {
+    raisedBy<pxl::RuntimeError>([&] { writeInPlace(stubborn.get(), true); });
+    isCaught = true;
+  });
+  EXPECT_TRUE(isCaught);
 }
 
 TEST_F(AdapterRun, OutsideIsNeededByNobody) {

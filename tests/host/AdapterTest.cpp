@@ -153,6 +153,25 @@ TEST_F(Adapter, StoresNothingThatWasBegunThroughAnotherOne) {
   EXPECT_EQ(voxelOf({1, 1, 0, 0, 0}), 98);
 }
 
+TEST_F(Adapter, StoresWhatItCollectedWhenItIsCommitted) {
+  auto const before = voxelOf({2, 3, 1, 1, 0});
+  auto adapter = adapt(image.get(), pxl::cFloat);
+  adapter->commit();  // nothing is collected yet
+  auto const reader = makeConstView<float>(constOf(*adapter));
+  auto const writer = makeView<float>(adapter->getImageModel());
+  ASSERT_TRUE(write(*writer, {2, 3, 1, 1, 0}, {200.f}));
+  EXPECT_EQ(voxelOf({2, 3, 1, 1, 0}), before);
+  adapter->commit();
+  EXPECT_EQ(voxelOf({2, 3, 1, 1, 0}), 200);
+  EXPECT_EQ(readVoxel(*reader, {2, 3, 1, 1, 0}), 200);
+  // What is written later goes to its place, and what was stored is not stored again.
+  ASSERT_TRUE(write(*writer, {2, 3, 1, 1, 0}, {7.f}));
+  EXPECT_EQ(voxelOf({2, 3, 1, 1, 0}), 7);
+  adapter->commit();
+  adapter.reset();
+  EXPECT_EQ(voxelOf({2, 3, 1, 1, 0}), 7);
+}
+
 TEST_F(Adapter, DropsWhatItCollectedWhenAnExceptionUnwinds) {
   auto const before = voxelOf({2, 3, 1, 1, 0});
   EXPECT_THROW(

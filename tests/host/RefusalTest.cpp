@@ -25,6 +25,12 @@ class ChoosyRunner final : public pxl::Runnable {
     return m_rule(dynamic_cast<Dilation2d&>(*algorithm));
   }
   int getOptimType() const override { return 1; }
+  pxl::String explainRefusal(pxl::BaseAlgorithm* algorithm) const override {
+    EXPECT_NE(dynamic_cast<Dilation2d*>(algorithm), nullptr);
+    return explanation;
+  }
+
+  pxl::String explanation;
 
  private:
   std::function<bool(Dilation2d&)> m_rule;
@@ -82,6 +88,27 @@ TEST_F(Refusal, TellsWhenOnlyTheTypesOfInputAndOutputDiffer) {
                        "inputImage of uint16 (binary), outputImage of float32; accepted would be "
                        "images of the same type, uint8 uint16 uint32 int8 int16 int32 float32 float64"))
       << explain();
+}
+
+TEST_F(Refusal, TellsWhatEachRunnerSaysOnce) {
+  auto const never = [](Dilation2d&) { return false; };
+  ChoosyRunner first(never), second(never), silent(never);
+  first.explanation = "needs a larger hat";
+  second.explanation = first.explanation;
+  std::string const named =
+      "none of 3 registered runner(s) accepts inputImage of uint16 (binary), outputImage of "
+      "uint16 (binary)";
+  EXPECT_TRUE(contains(explain(), named + "; needs a larger hat")) << explain();
+  std::string const text = explain();
+  EXPECT_EQ(text.find("larger hat"), text.rfind("larger hat")) << text;
+  second.explanation = "is asleep";
+  EXPECT_TRUE(contains(explain(), named + "; needs a larger hat; is asleep")) << explain();
+}
+
+TEST_F(Refusal, TellsWhatARunnerSaysBesideWhatWouldBeAccepted) {
+  ChoosyRunner runner([](Dilation2d& asked) { return !isBinary(asked); });
+  runner.explanation = "bits are not its thing";
+  EXPECT_TRUE(contains(explain(), "; bits are not its thing; a grey image would be accepted")) << explain();
 }
 
 TEST_F(Refusal, TellsNoReasonThatItDoesNotKnow) {

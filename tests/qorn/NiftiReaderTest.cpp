@@ -134,8 +134,8 @@ TEST_F(NiftiReader, ScalesThatSayNothing) {
 }
 
 TEST_F(NiftiReader, OtherFormatsTellNeither) {
-  EXPECT_TRUE(qorn::io::makeHeader("a", "npy", pxl::cFloat, {2, 3}, false).spacing.empty());
-  EXPECT_FALSE(qorn::io::makeHeader("a", "npy", pxl::cFloat, {2, 3}, false).scale);
+  EXPECT_TRUE(qorn::io::makeHeader("a", pxl::cFloat, {2, 3}, false).spacing.empty());
+  EXPECT_FALSE(qorn::io::makeHeader("a", pxl::cFloat, {2, 3}, false).scale);
 }
 
 TEST_F(NiftiReader, RefusesOtherTypes) {

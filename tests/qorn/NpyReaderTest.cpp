@@ -1,7 +1,7 @@
 #include <cstdio>
 
+#include "qorn/io/ImageReaders.h"
 #include "qorn/io/InputFile.h"
-#include "qorn/io/NpyReader.h"
 #include "support/Npy.h"
 #include "support/Reading.h"
 

@@ -129,7 +129,7 @@ TEST_F(PngPicture, OtherSamplesAreRefused) {
     qorn::io::Picture picture;
     picture.isColour = isColour;
     picture.extra = extra;
-    return qorn::io::makeHeader("test", "tiff", pxl::cUnsignedInteger8, shape, false, picture);
+    return qorn::io::makeHeader("test", pxl::cUnsignedInteger8, shape, false, picture);
   };
   EXPECT_EQ(getFault(make({3, 4}, true, {ExtraSamples::cAlpha})), "");
   EXPECT_EQ(getFault(make({3, 4}, false, {ExtraSamples::cAlpha})), "");

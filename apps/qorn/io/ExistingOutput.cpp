@@ -2,9 +2,9 @@
 
 #include "pxl/Exception.h"
 #include "qorn/io/FileError.h"
+#include "qorn/io/ImageReaders.h"
 #include "qorn/io/InputFile.h"
 #include "qorn/io/NpyHeader.h"
-#include "qorn/io/NpyReader.h"
 #include "qorn/io/Suffix.h"
 
 namespace qorn::io {

@@ -1,44 +1,10 @@
 #include "qorn/io/ImageFile.h"
 
 #include "qorn/io/FileError.h"
+#include "qorn/io/Formats.h"
 #include "qorn/io/InputFile.h"
-#include "qorn/io/NiftiReader.h"
-#include "qorn/io/NpyReader.h"
-#include "qorn/io/PngReader.h"
-#include "qorn/io/Suffix.h"
-#include "qorn/io/TiffReader.h"
 
 namespace qorn::io {
-namespace {
-
-/** How files with one suffix are read. */
-struct Format {
-  char const* suffix;
-  ImageHeader (*readHeader)(InputFile const& file);
-  ImageFile (*read)(InputFile const& file, ReadOptions const& options);
-};
-
-constexpr Format cFormats[] = {
-    {".npy", readNpyImageHeader, readNpy},     {".tif", readTiffImageHeader, readTiff},
-    {".tiff", readTiffImageHeader, readTiff},  {".png", readPngImageHeader, readPng},
-    {".nii", readNiftiImageHeader, readNifti}, {".nii.gz", readNiftiImageHeader, readNifti},
-};
-
-}  // namespace
-
-std::string getSuffix(std::string const& path) {
-  std::string::size_type const dot = path.find_last_of("./");
-  std::string suffix = dot != std::string::npos && path[dot] == '.' ? path.substr(dot) : std::string();
-  for (char& letter : suffix) {
-    if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-  }
-  if (suffix == ".gz" && dot > 0) {
-    std::string const inner = getSuffix(path.substr(0, dot));
-    if (inner == ".nii") return inner + suffix;
-  }
-  return suffix;
-}
-
 void checkBeforeReading(std::string const& path, ImageHeader const& header, ReadOptions const& options) {
   unsigned long const nbVoxels = getNbVoxels(header);
   if (header.isCompressed && nbVoxels > options.maxCompressedVoxels) {
@@ -67,13 +33,19 @@ void checkIsNoJpeg(InputFile const& file) {
 ImageHeader readImageHeader(std::string const& path) {
   InputFile const file(path);
   checkIsNoJpeg(file);
-  return findFormat(cFormats, path).readHeader(file);
+  Format const& format = findFormat(path);
+  ImageHeader header = format.readHeader(file);
+  header.format = format.name;
+  return header;
 }
 
 ImageFile readImage(std::string const& path, ReadOptions const& options) {
   InputFile const file(path);
   checkIsNoJpeg(file);
-  return findFormat(cFormats, path).read(file, options);
+  Format const& format = findFormat(path);
+  ImageFile read = format.read(file, options);
+  read.header.format = format.name;
+  return read;
 }
 
 }  // namespace qorn::io

@@ -7,13 +7,13 @@
 #include "qorn/io/FileError.h"
 
 namespace qorn::io {
-ImageHeader makeHeader(std::string const& path, char const* format, pxl::VoxelTypes type,
-                       std::vector<unsigned long> const& shape, bool isCompressed) {
+ImageHeader makeHeader(std::string const& path, pxl::VoxelTypes type, std::vector<unsigned long> const& shape,
+                       bool isCompressed) {
   unsigned long const rank = shape.size();
   if (rank < 2 || rank > pxl::cNbComponents) {
     throw FileError(path, std::to_string(rank) + " dimensions; an image has 2 to 5");
   }
-  ImageHeader header{format, type, {1, 1, 1, 1, 1}, static_cast<int>(rank), isCompressed};
+  ImageHeader header{type, {1, 1, 1, 1, 1}, static_cast<int>(rank), isCompressed};
   for (unsigned long i = 0; i < rank; ++i) {
     if (shape[i] == 0) throw FileError(path, "has no voxels");
   }
@@ -31,13 +31,12 @@ ImageHeader makeHeader(std::string const& path, char const* format, pxl::VoxelTy
   return header;
 }
 
-ImageHeader makeHeader(std::string const& path, char const* format, pxl::VoxelTypes type,
-                       std::vector<unsigned long> shape, bool isCompressed, Picture const& picture) {
+ImageHeader makeHeader(std::string const& path, pxl::VoxelTypes type, std::vector<unsigned long> shape, bool isCompressed, Picture const& picture) {
   if (unsigned long const nbSamples = getNbSamples(picture); nbSamples > 1) {
     if (shape.size() < pxl::cSpectralSeries) shape.insert(shape.begin(), pxl::cSpectralSeries - shape.size(), 1);
     shape.insert(shape.begin(), nbSamples);
   }
-  ImageHeader header = makeHeader(path, format, type, shape, isCompressed);
+  ImageHeader header = makeHeader(path, type, static_cast<std::vector<unsigned long> const&>(shape), isCompressed);
   header.picture = picture;
   return header;
 }

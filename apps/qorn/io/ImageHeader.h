@@ -27,7 +27,6 @@ struct ValueScale {
 
 /** What an image file says about its voxels. */
 struct ImageHeader {
-  char const* format;  ///< "npy", "tiff", "png" or "nifti"
   pxl::VoxelTypes type;
   pxl::ImageSizes sizes;
   int rank;                                        ///< number of dimensions of the array in the file, 2 to 5
@@ -36,6 +35,7 @@ struct ImageHeader {
   std::optional<ValueScale> scale = std::nullopt;  ///< what voxels mean; they are never changed by it
   std::shared_ptr<NiftiHeader const> nifti = nullptr;  ///< the whole header of a NIfTI file
   Picture picture = {};                                ///< of PNG and TIFF; other files have pixels of one sample
+  char const* format = "";                             ///< the name in the table of formats, of a file that was read
 };
 
 /**
@@ -43,12 +43,11 @@ struct ImageHeader {
  * spectral series; missing ones are 1.
  * @throws FileError a rank other than 2 to 5, a size of 0 or beyond 2^31 - 1, or more than 2^40 voxels
  */
-ImageHeader makeHeader(std::string const& path, char const* format, pxl::VoxelTypes type,
-                       std::vector<unsigned long> const& shape, bool isCompressed);
+ImageHeader makeHeader(std::string const& path, pxl::VoxelTypes type, std::vector<unsigned long> const& shape,
+                       bool isCompressed);
 
 /** The same for a picture; `shape` is that of one sample. Several samples become the spectral series. */
-ImageHeader makeHeader(std::string const& path, char const* format, pxl::VoxelTypes type,
-                       std::vector<unsigned long> shape, bool isCompressed, Picture const& picture);
+ImageHeader makeHeader(std::string const& path, pxl::VoxelTypes type, std::vector<unsigned long> shape, bool isCompressed, Picture const& picture);
 
 /** Whether a picture is to be written with one bit for each pixel: its file had one, and all voxels are 0 and 1. */
 bool isMask(ImageHeader const& header, void const* voxels);

@@ -7,13 +7,15 @@ namespace qorn::io {
 class OutputFile;
 
 /**
- * Writers of the formats. `voxels` are packed in C order. Each has a check that is made before a run, so that hours
- * of work never end with an image that its format can't hold. All throw FileError when the file can't be written, and
- * ExceptionCancelation soon after it isn't wanted any more.
+ * Writers of the formats. Each checks the header before a run, so that hours of work never end with an image that its
+ * format can't hold, and writes the image, whose `voxels` are packed in C order. All throw FileError when the file
+ * can't be written, and ExceptionCancelation soon after it isn't wanted any more.
  */
 
 /** The bytes before the voxels of an .npy file. */
 std::string makeNpyHeader(ImageHeader const& header);
+/** Every image fits. */
+void checkNpy(std::string const& path, ImageHeader const& header);
 void writeNpy(OutputFile const& file, ImageHeader const& header, void const* voxels);
 
 /** Readers stop at this number of pages, the library among them. */

@@ -114,7 +114,7 @@ NiftiHeader parseNiftiHeader(std::string const& path, void const* start) {
 ImageHeader makeNiftiImageHeader(std::string const& path, NiftiHeader const& nifti, bool isCompressed) {
   nifti_1_header const& fields = nifti.fields;
   pxl::VoxelTypes const type = getType(path, fields.datatype);
-  ImageHeader header = makeHeader(path, "nifti", type, getShape(path, fields), isCompressed);
+  ImageHeader header = makeHeader(path, type, getShape(path, fields), isCompressed);
   if (fields.bitpix != static_cast<int>(8 * pxl::helper::getSizeOf(type))) {
     throw FileError(path, "says " + std::to_string(fields.bitpix) + " bits per voxel and the type " +
                               pxl::helper::getNameOf(type));

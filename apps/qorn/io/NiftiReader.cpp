@@ -1,11 +1,10 @@
-#include "qorn/io/NiftiReader.h"
-
 #include <nifti1_io.h>
 
 #include <optional>
 
 #include "qorn/io/FileError.h"
 #include "qorn/io/GzipFile.h"
+#include "qorn/io/ImageReaders.h"
 #include "qorn/io/InputFile.h"
 #include "qorn/io/NiftiHeader.h"
 #include "qorn/io/Suffix.h"

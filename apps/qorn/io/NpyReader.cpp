@@ -1,11 +1,10 @@
-#include "qorn/io/NpyReader.h"
-
 #include <algorithm>
 #include <cstring>
 #include <vector>
 
 #include "qorn/io/ByteOrder.h"
 #include "qorn/io/FileError.h"
+#include "qorn/io/ImageReaders.h"
 #include "qorn/io/InputFile.h"
 #include "qorn/io/NpyHeader.h"
 
@@ -13,7 +12,7 @@ namespace qorn::io {
 namespace {
 
 ImageHeader makeCheckedHeader(InputFile const& file, NpyHeader const& npy) {
-  ImageHeader const header = makeHeader(file.getPath(), "npy", npy.type, npy.shape, false);
+  ImageHeader const header = makeHeader(file.getPath(), npy.type, npy.shape, false);
   unsigned long const present = file.getSize() - npy.dataOffset;
   if (getNbBytes(header) > present) {
     throw FileError(file.getPath(), "declares " + std::to_string(getNbBytes(header)) + " bytes of voxels and has " +

@@ -5,31 +5,18 @@
 
 #include "pxl/Exception.h"
 #include "qorn/io/FileError.h"
+#include "qorn/io/Formats.h"
 #include "qorn/io/ImageWriters.h"
-#include "qorn/io/Suffix.h"
 
 namespace qorn::io {
 namespace {
 
-void checkAny(std::string const&, ImageHeader const&) {}
-
-/** How files with one suffix are written. */
-struct Format {
-  char const* suffix;
-  void (*check)(std::string const& path, ImageHeader const& header);
-  void (*write)(OutputFile const& file, ImageHeader const& header, void const* voxels);
-};
-
-constexpr Format cFormats[] = {
-    {".npy", checkAny, writeNpy}, {".tif", checkTiff, writeTiff},   {".tiff", checkTiff, writeTiff},
-    {".png", checkPng, writePng}, {".nii", checkNifti, writeNifti}, {".nii.gz", checkNifti, writeCompressedNifti},
-};
-
-std::string checkFormat(std::string const& path, ImageHeader const& header, bool isOnDisk) {
-  Format const& format = findFormat(cFormats, path);
+/** @throws FileError the format doesn't take such an image */
+Format const& chooseFormat(std::string const& path, ImageHeader const& header, bool isOnDisk) {
+  Format const& format = findFormat(path);
   format.check(path, header);
-  if (isOnDisk && format.suffix != std::string(".npy")) throw FileError(path, "only .npy can be used on disk");
-  return format.suffix;
+  if (isOnDisk && !format.isUsableOnDisk) throw FileError(path, "only .npy can be used on disk");
+  return format;
 }
 
 /** Writes the voxels of an image, which may be larger than memory, to the file from `offset` on. */
@@ -77,7 +64,7 @@ std::shared_ptr<pxl::Image> makeImageInFile(OutputFile const& file, ImageHeader 
 
 OutputImage::OutputImage(std::string const& path, ImageHeader const& header, OutputOptions const& options,
                          std::shared_ptr<pxl::Image> image)
-    : m_suffix(checkFormat(path, header, options.isOnDisk)),
+    : m_format(chooseFormat(path, header, options.isOnDisk)),
       m_header(header),
       m_file(path, options.isReplacing, options.isCancelled),
       m_isInFile(options.isOnDisk),
@@ -91,7 +78,7 @@ OutputImage::OutputImage(std::string const& path, ImageHeader const& header, Out
 
 void OutputImage::write() {
   if (m_isInFile) return;
-  findFormat(cFormats, m_suffix).write(m_file, m_header, static_cast<pxl::Image const&>(*m_image).getVoxels());
+  m_format.write(m_file, m_header, static_cast<pxl::Image const&>(*m_image).getVoxels());
 }
 
 }  // namespace qorn::io

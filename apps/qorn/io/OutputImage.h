@@ -9,6 +9,8 @@
 
 namespace qorn::io {
 
+struct Format;
+
 struct OutputOptions {
   bool isOnDisk = false;    ///< the voxels are kept in the file from the beginning; for .npy only
   bool isReplacing = true;  ///< a file at the path is replaced
@@ -38,7 +40,7 @@ class OutputImage {
   void commit() { m_file.commit(); }
 
  private:
-  std::string m_suffix;
+  Format const& m_format;
   ImageHeader m_header;
   OutputFile m_file;
   bool m_isInFile;

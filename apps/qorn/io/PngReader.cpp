@@ -1,5 +1,3 @@
-#include "qorn/io/PngReader.h"
-
 #include <png.h>
 
 #include <cstdio>
@@ -9,6 +7,7 @@
 
 #include "qorn/io/FileError.h"
 #include "qorn/io/GzipFile.h"
+#include "qorn/io/ImageReaders.h"
 #include "qorn/io/InputFile.h"
 
 namespace qorn::io {
@@ -76,7 +75,7 @@ class Decoder : private pxl::Noncopyable {
     if ((colours & PNG_COLOR_MASK_ALPHA) != 0) picture.extra = {ExtraSamples::cAlpha};
     picture.isOneBit = bits == 1;
     ImageHeader const header =
-        makeHeader(path, "png", bits == 16 ? pxl::cUnsignedInteger16 : pxl::cUnsignedInteger8,
+        makeHeader(path, bits == 16 ? pxl::cUnsignedInteger16 : pxl::cUnsignedInteger8,
                    {png_get_image_height(m_png, m_info), png_get_image_width(m_png, m_info)}, true, picture);
     unsigned long const nbBytes = bits == 1 ? getNbBytes(header) / 8 : getNbBytes(header);
     if (nbBytes / cMaxDeflateRatio > m_stream.file->getSize()) {

@@ -1,5 +1,3 @@
-#include "qorn/io/TiffReader.h"
-
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -8,6 +6,7 @@
 #include <vector>
 
 #include "qorn/io/FileError.h"
+#include "qorn/io/ImageReaders.h"
 #include "qorn/io/InputFile.h"
 #include "qorn/io/TiffFile.h"
 #include "qorn/io/TiffPage.h"
@@ -86,7 +85,7 @@ ImageHeader readHeader(TiffFile& file) {
     }
     isCompressed = isCompressed || page.isCompressed;
   }
-  return makeHeader(path, "tiff", first.type, getShape(declared, first, file.getPage()), isCompressed, first.picture);
+  return makeHeader(path, first.type, getShape(declared, first, file.getPage()), isCompressed, first.picture);
 }
 
 /** Copies the part of a piece that lies within the page to the planes of its samples. */

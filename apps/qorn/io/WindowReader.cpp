@@ -2,19 +2,18 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 #include <vector>
 
 #include "pxl/Exception.h"
 #include "qorn/io/ByteOrder.h"
 #include "qorn/io/FileError.h"
+#include "qorn/io/Formats.h"
+#include "qorn/io/ImageReaders.h"
 #include "qorn/io/InputFile.h"
 #include "qorn/io/NiftiHeader.h"
-#include "qorn/io/NiftiReader.h"
 #include "qorn/io/NpyHeader.h"
-#include "qorn/io/NpyReader.h"
-#include "qorn/io/Suffix.h"
 #include "qorn/io/TiffPage.h"
-#include "qorn/io/TiffReader.h"
 
 namespace qorn::io {
 namespace {
@@ -218,23 +217,20 @@ std::unique_ptr<WindowReader> openTiff(std::unique_ptr<CancellableFile> file) {
   return std::make_unique<TiffWindows>(std::move(file));
 }
 
-std::unique_ptr<WindowReader> refuse(std::unique_ptr<CancellableFile> file) {
-  throw FileError(file->get().getPath(), "compressed files can't be read in windows, as --memory does");
-}
-
-struct Format {
-  char const* suffix;
+struct WindowFormat {
+  std::string_view suffix;
   std::unique_ptr<WindowReader> (*open)(std::unique_ptr<CancellableFile> file);
 };
 
-constexpr Format cFormats[] = {{".npy", openNpy}, {".tif", openTiff},  {".tiff", openTiff},
-                               {".png", refuse},  {".nii", openNifti}, {".nii.gz", refuse}};
+constexpr WindowFormat cFormats[] = {{".npy", openNpy}, {".tif", openTiff}, {".tiff", openTiff}, {".nii", openNifti}};
 
 }  // namespace
 
 std::unique_ptr<WindowReader> WindowReader::open(std::string const& path, bool (*isCancelled)()) {
   auto file = std::make_unique<CancellableFile>(path, isCancelled);
-  return findFormat(cFormats, path).open(std::move(file));
+  for (WindowFormat const& format : cFormats)
+    if (format.suffix == findFormat(path).suffix) return format.open(std::move(file));
+  throw FileError(path, "compressed files can't be read in windows, as --memory does");
 }
 
 }  // namespace qorn::io

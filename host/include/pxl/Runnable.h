@@ -1,6 +1,7 @@
 #pragma once
 
 #include "pxl/Export.h"
+#include "pxl/String.h"
 
 namespace pxl {
 
@@ -19,6 +20,12 @@ class PXL_API Runnable {
 
   /** The optimisation type: among the accepting runners the host takes the highest, the earliest added on ties. */
   virtual int getOptimType() const = 0;
+
+  /**
+   * Why isRunnable() refuses this algorithm, in a few words for the user, such as "needs SSE4.1"; asked only after a
+   * refusal. Empty, as here, if the runner has nothing to say.
+   */
+  virtual String explainRefusal(BaseAlgorithm* algorithm) const;
 };
 
 }  // namespace pxl

@@ -4,20 +4,14 @@
 #include <array>
 #include <map>
 
-#include "access/Storages.h"
-
 namespace pxl::access {
 namespace {
 
-struct Sizes : PlainSizes {
-  explicit Sizes(VoxelSource const& source) : PlainSizes({}) { std::copy(source.size, source.size + 5, values); }
-};
-
 // The place of the window. Views on it are told from those on the image, and those on other types from each other.
 StorageKey makeKey(VoxelSource const& base) {
-  constexpr unsigned long cAdapted = 16;
+  constexpr unsigned long cNbAdaptations = 16;  // more than there are types
   StorageKey key = base.storage->getKey();
-  key.access += cAdapted * (1 + static_cast<unsigned long>(base.storage->getVoxelType()));
+  key.adaptation = key.adaptation * cNbAdaptations + 1 + static_cast<unsigned long>(base.storage->getVoxelType());
   for (int i = 0; i < cNbComponents; ++i) {
     key.origin += base.begin[i] * static_cast<unsigned long>(key.strides[i]);
     if (base.size[i] == 1) key.strides[i] = 0;
@@ -51,14 +45,15 @@ class AdapterStorage::Registry {
   }
 
  private:
-  using Key = std::array<unsigned long, 15>;
+  using Key = std::array<unsigned long, 16>;
 
   static Key makeMapKey(VoxelSource const& base, VoxelTypes type) {
     StorageKey const place = makeKey(base);
-    Key key{place.space[0], place.space[1], place.access, place.origin, static_cast<unsigned long>(type)};
+    Key key{place.space[0],   place.space[1], static_cast<unsigned long>(place.access),
+            place.adaptation, place.origin,   static_cast<unsigned long>(type)};
     for (std::size_t i = 0; i < cNbComponents; ++i) {
-      key[5 + i] = base.size[i];
-      key[10 + i] = static_cast<unsigned long>(place.strides[i]);
+      key[6 + i] = base.size[i];
+      key[11 + i] = static_cast<unsigned long>(place.strides[i]);
     }
     return key;
   }
@@ -77,19 +72,17 @@ std::shared_ptr<AdapterStorage> AdapterStorage::get(VoxelSource const& base, Vox
 }
 
 AdapterStorage::AdapterStorage(VoxelSource const& base, VoxelTypes type)
-    : VoxelStorage(type, Sizes(base).values),
+    : VoxelStorage(type, toPosition(base.size).at),
       m_base(base, type),
       m_key(makeKey(base)),
       m_collection(nullptr),
       m_others{base.storage} {}
 
-void AdapterStorage::readRun(void* voxels, unsigned long count,
-                             unsigned long const (&position)[cNbComponents]) const {
+void AdapterStorage::readRun(void* voxels, unsigned long count, Position const& position) const {
   m_base.read(voxels, count, position);
 }
 
-bool AdapterStorage::writeRun(void const* voxels, unsigned long count,
-                              unsigned long const (&position)[cNbComponents]) {
+bool AdapterStorage::writeRun(void const* voxels, unsigned long count, Position const& position) {
   Collection* const collection = m_collection.load(std::memory_order_acquire);
   return collection ? collection->write(voxels, count, position) : m_base.write(voxels, count, position);
 }
@@ -100,11 +93,11 @@ void AdapterStorage::addReader() {
   ++m_nbReaders;
 }
 
-unsigned long AdapterStorage::addWriter() {
+unsigned long AdapterStorage::addWriter(ExtraMemory getExtraMemory) {
   std::lock_guard<std::mutex> const lock(m_mutex);
   bool const isStart = m_nbReaders != 0 && !m_owned;
   if (isStart) {
-    m_owned = std::make_unique<Collection>(m_base.getSource(), getVoxelType());
+    m_owned = std::make_unique<Collection>(m_base.getSource(), getVoxelType(), getExtraMemory);
     ++m_nbCollections;
     m_collection.store(m_owned.get(), std::memory_order_release);
   }

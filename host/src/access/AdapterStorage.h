@@ -23,8 +23,8 @@ class AdapterStorage final : public VoxelStorage {
   long const* getStrides() const override { return m_key.strides; }
   StorageKey getKey() const override { return m_key; }
   unsigned long getStoredVoxelSize() const override { return m_base.getSource().storage->getStoredVoxelSize(); }
-  void readRun(void* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) const override;
-  bool writeRun(void const* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) override;
+  void readRun(void* voxels, unsigned long count, Position const& position) const override;
+  bool writeRun(void const* voxels, unsigned long count, Position const& position) override;
 
   void settle(Settling occasion) override;
 
@@ -38,7 +38,7 @@ class AdapterStorage final : public VoxelStorage {
    * returned for endCollection(); else 0.
    * @throws RuntimeError there is no room for the collection
    */
-  unsigned long addWriter();
+  unsigned long addWriter(ExtraMemory getExtraMemory);
   void removeView(bool isWritable);
   /** Stores what was collected, or drops it, unless that was done before. Throws RuntimeError when it can't. */
   void endCollection(unsigned long number, bool isKept);

@@ -2,10 +2,7 @@
 
 #include <algorithm>
 
-#include "CurrentRun.h"
-#include "ExtraMemory.h"
 #include "Raise.h"
-#include "pxl/BaseAlgorithm.h"
 
 namespace pxl::access {
 namespace {
@@ -16,11 +13,8 @@ unsigned long countBytes(VoxelSource const& source) {
   return bytes;
 }
 
-bool isRoomInMemory(VoxelSource const& target) {
-  if (target.storage->isOnDisk()) return false;
-  CurrentRun const* const run = CurrentRun::get();
-  return countBytes(target) <
-         (run ? run->getAlgorithm().getMaximumExtraMemoryUsageInBytes() : getDefaultExtraMemory());
+bool isRoomInMemory(VoxelSource const& target, ExtraMemory getExtraMemory) {
+  return !target.storage->isOnDisk() && countBytes(target) < getExtraMemory();
 }
 
 bool reserve(io::TemporaryImageReference const& room, VoxelSource const& target) {
@@ -29,8 +23,8 @@ bool reserve(io::TemporaryImageReference const& room, VoxelSource const& target)
                        size[cSpectralSeries]);
 }
 
-io::TemporaryImageReference makeRoom(VoxelSource const& target) {
-  if (isRoomInMemory(target)) {
+io::TemporaryImageReference makeRoom(VoxelSource const& target, ExtraMemory getExtraMemory) {
+  if (isRoomInMemory(target, getExtraMemory)) {
     auto const inMemory = io::TemporaryImage::New(io::cInMemory);
     if (reserve(inMemory, target)) return inMemory;
   }
@@ -42,17 +36,19 @@ io::TemporaryImageReference makeRoom(VoxelSource const& target) {
 
 }  // namespace
 
-Collection::Collection(VoxelSource const& target, VoxelTypes type)
-    : m_target(target), m_room(makeRoom(target)), m_window(m_room->getImageModel()->getSource(), type) {}
+Collection::Collection(VoxelSource const& target, VoxelTypes type, ExtraMemory getExtraMemory)
+    : m_target(target),
+      m_room(makeRoom(target, getExtraMemory)),
+      m_window(m_room->getImageModel()->getSource(), type) {}
 
-bool Collection::write(void const* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) {
+bool Collection::write(void const* voxels, unsigned long count, Position const& position) {
   if (!m_window.write(voxels, count, position)) return false;
   note(m_pieces.local(), count, position);
   return true;
 }
 
 // Rows come one after the other, or in turns with the margins of their blocks.
-void Collection::note(Pieces& pieces, unsigned long count, unsigned long const (&position)[cNbComponents]) {
+void Collection::note(Pieces& pieces, unsigned long count, Position const& position) {
   constexpr std::ptrdiff_t cNbLast = 4;
   auto const isBelow = [&](Piece const& piece) {
     return piece.nbCols == count && piece.begin[cColumns] == position[cColumns] &&
@@ -83,8 +79,8 @@ void Collection::commit() {
       for (unsigned long row = 0; row < piece.nbRows; ++row, ++piece.begin[cRows])
         for (unsigned long done = 0; done < piece.nbCols;) {
           unsigned long const part = std::min(piece.nbCols - done, maxPart);
-          unsigned long const position[] = {piece.begin[cColumns] + done, piece.begin[cRows], piece.begin[cPlans],
-                                            piece.begin[cSequence], piece.begin[cSpectralSeries]};
+          Position const position = {piece.begin[cColumns] + done, piece.begin[cRows], piece.begin[cPlans],
+                                     piece.begin[cSequence], piece.begin[cSpectralSeries]};
           from.read(buffer, part, position);
           if (!to.write(buffer, part, position))
             PXL_RAISE(RuntimeError, "the result of a filter in place can't be stored in the image");

@@ -24,11 +24,6 @@ void ConvertedWindow::move(Converter convert, void* to, void const* from, unsign
     std::memcpy(to, from, count * m_size);
 }
 
-// A position in the storage.
-struct ConvertedWindow::Place {
-  unsigned long values[cNbComponents];
-};
-
 ConvertedWindow::ConvertedWindow(VoxelSource const& source, VoxelTypes type)
     : m_source(source),
       m_size(helper::getSizeOf(type)),
@@ -44,57 +39,56 @@ ConvertedWindow::ConvertedWindow(VoxelSource const& source, VoxelTypes type)
   for (int i = 0; i < cNbComponents; ++i) m_memory += static_cast<long>(source.begin[i]) * m_strides[i];
 }
 
-void ConvertedWindow::read(void* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) const {
+void ConvertedWindow::read(void* voxels, unsigned long count, Position const& position) const {
   if (m_memory) {
     char const* const address = addressOf(position);
     move(m_fromStored, voxels, address, count);
     prefetchRow<cForReading>(address + m_strides[cRows], count * m_storedSize);
     return;
   }
-  Place place = placeOf(position);
-  if (!m_fromStored) return m_source.storage->readRun(voxels, count, place.values);
+  PositionValue place = placeOf(position);
+  if (!m_fromStored) return m_source.storage->readRun(voxels, count, place.at);
   alignas(16) char buffer[cBufferSize];
   char* const target = static_cast<char*>(voxels);
   for (unsigned long done = 0; done < count;) {
     unsigned long const part = std::min(count - done, cBufferSize / m_storedSize);
-    m_source.storage->readRun(buffer, part, place.values);
+    m_source.storage->readRun(buffer, part, place.at);
     m_fromStored(target + done * m_size, buffer, static_cast<long>(part));
     done += part;
-    place.values[cColumns] += part;
+    place.at[cColumns] += part;
   }
 }
 
-bool ConvertedWindow::write(void const* voxels, unsigned long count,
-                            unsigned long const (&position)[cNbComponents]) const {
+bool ConvertedWindow::write(void const* voxels, unsigned long count, Position const& position) const {
   if (m_memory && m_source.storage->isWritable()) {
     char const* const address = addressOf(position);
     move(m_toStored, const_cast<char*>(address), voxels, count);
     prefetchRow<cForWriting>(address + m_strides[cRows], count * m_storedSize);
     return true;
   }
-  Place place = placeOf(position);
-  if (!m_toStored) return m_source.storage->writeRun(voxels, count, place.values);
+  PositionValue place = placeOf(position);
+  if (!m_toStored) return m_source.storage->writeRun(voxels, count, place.at);
   alignas(16) char buffer[cBufferSize];
   char const* const source = static_cast<char const*>(voxels);
   for (unsigned long done = 0; done < count;) {
     unsigned long const part = std::min(count - done, cBufferSize / m_storedSize);
     m_toStored(buffer, source + done * m_size, static_cast<long>(part));
-    if (!m_source.storage->writeRun(buffer, part, place.values)) return false;
+    if (!m_source.storage->writeRun(buffer, part, place.at)) return false;
     done += part;
-    place.values[cColumns] += part;
+    place.at[cColumns] += part;
   }
   return true;
 }
 
-char const* ConvertedWindow::addressOf(unsigned long const (&position)[cNbComponents]) const {
+char const* ConvertedWindow::addressOf(Position const& position) const {
   char const* address = m_memory;
   for (int i = 0; i < cNbComponents; ++i) address += static_cast<long>(position[i]) * m_strides[i];
   return address;
 }
 
-ConvertedWindow::Place ConvertedWindow::placeOf(unsigned long const (&position)[cNbComponents]) const {
-  Place place;
-  for (int i = 0; i < cNbComponents; ++i) place.values[i] = m_source.begin[i] + position[i];
+PositionValue ConvertedWindow::placeOf(Position const& position) const {
+  PositionValue place;
+  for (int i = 0; i < cNbComponents; ++i) place.at[i] = m_source.begin[i] + position[i];
   return place;
 }
 

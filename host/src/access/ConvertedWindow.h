@@ -1,6 +1,7 @@
 #pragma once
 
 #include "access/Conversion.h"
+#include "access/Position.h"
 #include "pxl/access/VoxelStorage.h"
 
 namespace pxl::access {
@@ -16,17 +17,16 @@ class ConvertedWindow {
   VoxelSource const& getSource() const { return m_source; }
 
   /** Reads `count` voxels of one row. Throws RuntimeError. */
-  void read(void* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) const;
+  void read(void* voxels, unsigned long count, Position const& position) const;
   /** The reverse; false on failure. */
-  bool write(void const* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) const;
+  bool write(void const* voxels, unsigned long count, Position const& position) const;
 
  private:
-  struct Place;
   static constexpr unsigned long cBufferSize = 8192;
 
   void move(Converter convert, void* to, void const* from, unsigned long count) const;
-  char const* addressOf(unsigned long const (&position)[cNbComponents]) const;
-  Place placeOf(unsigned long const (&position)[cNbComponents]) const;
+  char const* addressOf(Position const& position) const;
+  PositionValue placeOf(Position const& position) const;
 
   VoxelSource m_source;
   unsigned long m_size;

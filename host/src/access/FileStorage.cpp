@@ -1,16 +1,17 @@
+#include "access/FileStorage.h"
+
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
-#include <new>
 
 #include "Raise.h"
 #include "access/FileDescriptor.h"
-#include "access/Storages.h"
+#include "access/ImageLimits.h"
+#include "access/VoxelMemory.h"
 
 namespace pxl::access {
 namespace {
@@ -69,7 +70,7 @@ bool transferAll(Transfer transfer, int file, Pointer data, unsigned long bytes,
 
 FileStorage::FileStorage(VoxelTypes type, ImageSizes const& sizes, std::string const& path, FileModes mode,
                          unsigned long offset)
-    : VoxelStorage(type, PlainSizes(sizes).values),
+    : VoxelStorage(type, toPosition(sizes).at),
       m_key(),
       m_file(-1),
       m_isWritable(mode != FileModes::cReadOnly),
@@ -84,55 +85,39 @@ FileStorage::FileStorage(VoxelTypes type, ImageSizes const& sizes, std::string c
     }
   }
   checkFile(path, file.get(), offset, bytes, m_key);
-  m_key.access = m_isWritable ? 2 : 1;
+  m_key.access = m_isWritable ? StorageAccesses::cWritableFile : StorageAccesses::cReadOnlyFile;
   setKeyStrides(m_key, sizes, getPackedStrides(type, sizes));
   m_file = file.release();
 }
 
 FileStorage::FileStorage(VoxelTypes type, ImageSizes const& sizes, FileDescriptor&& file, std::string const& name)
-    : VoxelStorage(type, PlainSizes(sizes).values), m_key(), m_file(-1), m_isWritable(true), m_path(name) {
+    : VoxelStorage(type, toPosition(sizes).at), m_key(), m_file(-1), m_isWritable(true), m_path(name) {
   unsigned long const bytes = checkLimits(type, sizes);
   if (file.get() < 0) raiseSystemError(name, "no file can be made", errno);
   if (int const error = reserve(file.get(), bytes)) raiseSystemError(name, "space can't be reserved", error);
   checkFile(name, file.get(), 0, bytes, m_key);
-  m_key.access = 2;
+  m_key.access = StorageAccesses::cWritableFile;
   setKeyStrides(m_key, sizes, getPackedStrides(type, sizes));
   m_file = file.release();
 }
 
 FileStorage::~FileStorage() { ::close(m_file); }
 
-long FileStorage::offsetOf(unsigned long const (&position)[cNbComponents]) const {
+long FileStorage::offsetOf(Position const& position) const {
   long offset = static_cast<long>(m_key.origin);
   for (int i = 0; i < cNbComponents; ++i) offset += static_cast<long>(position[i]) * m_key.strides[i];
   return offset;
 }
 
-void FileStorage::readRun(void* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) const {
+void FileStorage::readRun(void* voxels, unsigned long count, Position const& position) const {
   unsigned long const bytes = count * helper::getSizeOf(getVoxelType());
   if (!transferAll(::pread, m_file, static_cast<char*>(voxels), bytes, offsetOf(position)))
     raiseSystemError(m_path, "can't be read", errno);
 }
 
-bool FileStorage::writeRun(void const* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) {
+bool FileStorage::writeRun(void const* voxels, unsigned long count, Position const& position) {
   unsigned long const bytes = count * helper::getSizeOf(getVoxelType());
   return transferAll(::pwrite, m_file, static_cast<char const*>(voxels), bytes, offsetOf(position));
-}
-
-std::shared_ptr<void> allocateVoxels(unsigned long bytes) {
-  constexpr unsigned long cSmall = 1UL << 20;
-  constexpr unsigned long cAlignment = 64;
-  if (bytes < cSmall) {
-    unsigned long const rounded = (bytes / cAlignment + 1) * cAlignment;
-    void* const memory = std::aligned_alloc(cAlignment, rounded);
-    if (!memory) throw std::bad_alloc();
-    std::memset(memory, 0, rounded);
-    return std::shared_ptr<void>(memory, std::free);
-  }
-  void* const memory = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (memory == MAP_FAILED) throw std::bad_alloc();
-  ::madvise(memory, bytes, MADV_HUGEPAGE);
-  return std::shared_ptr<void>(memory, [bytes](void* pages) { ::munmap(pages, bytes); });
 }
 
 std::shared_ptr<void> mapFile(std::string const& path, unsigned long bytes, unsigned long offset, StorageKey& key) {

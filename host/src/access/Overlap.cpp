@@ -35,8 +35,8 @@ bool haveEqualStrides(Layout const& a, Layout const& b) {
 }
 
 bool areSame(Layout const& a, Layout const& b) {
-  return a.origin == b.origin && a.key.access == b.key.access && std::equal(a.size, a.size + cNbComponents, b.size) &&
-         haveEqualStrides(a, b);
+  return a.origin == b.origin && a.key.access == b.key.access && a.key.adaptation == b.key.adaptation &&
+         std::equal(a.size, a.size + cNbComponents, b.size) && haveEqualStrides(a, b);
 }
 
 void getByteRange(Layout const& window, long& begin, long& end) {

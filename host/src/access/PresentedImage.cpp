@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "Raise.h"
-#include "access/Storages.h"
+#include "access/Position.h"
 
 namespace pxl::access {
 namespace {
@@ -12,7 +12,7 @@ namespace {
 class RetypedStorage final : public VoxelStorage {
  public:
   RetypedStorage(std::shared_ptr<VoxelStorage> storage, VoxelTypes type)
-      : VoxelStorage(type, sizesOf(*storage).values), m_storage(std::move(storage)) {}
+      : VoxelStorage(type, toPosition(storage->getSizes()).at), m_storage(std::move(storage)) {}
 
   bool isOnDisk() const override { return m_storage->isOnDisk(); }
   bool isWritable() const override { return m_storage->isWritable(); }
@@ -29,12 +29,6 @@ class RetypedStorage final : public VoxelStorage {
   unsigned long getStoredVoxelSize() const override { return m_storage->getStoredVoxelSize(); }
 
  private:
-  static PlainSizes sizesOf(VoxelStorage const& storage) {
-    ImageSizes sizes;
-    for (std::size_t i = 0; i < cNbComponents; ++i) sizes[i] = storage.getSizes()[i];
-    return PlainSizes(sizes);
-  }
-
   std::shared_ptr<VoxelStorage> m_storage;
 };
 

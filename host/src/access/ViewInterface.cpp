@@ -97,20 +97,24 @@ class alignas(cCacheLine) StorageInterface final : public ViewInterface<T> {
   ConvertedWindow m_window;
 };
 
-using Key = std::array<unsigned long, 15>;
+using Key = std::array<unsigned long, 16>;
 
 Key makeKey(VoxelSource const& source) {
   StorageKey const place = source.storage->getKey();
   unsigned long origin = place.origin;
-  Key key{place.space[0], place.space[1], place.access, 0,
+  Key key{place.space[0],
+          place.space[1],
+          static_cast<unsigned long>(place.access),
+          place.adaptation,
+          0,
           static_cast<unsigned long>(source.storage->getVoxelType())};
   for (std::size_t i = 0; i < cNbComponents; ++i) {
     unsigned long const stride = static_cast<unsigned long>(place.strides[i]);
     origin += source.begin[i] * stride;
-    key[5 + i] = source.size[i];
-    key[10 + i] = source.size[i] == 1 ? 0 : stride;
+    key[6 + i] = source.size[i];
+    key[11 + i] = source.size[i] == 1 ? 0 : stride;
   }
-  key[3] = origin;
+  key[4] = origin;
   return key;
 }
 

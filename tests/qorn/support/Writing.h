@@ -27,7 +27,7 @@ inline std::string makeVoxels(TypeNames const& names, unsigned long count) {
 
 /** What an array of this shape says of itself. The name of the format plays no part. */
 inline qorn::io::ImageHeader makeHeader(TypeNames const& names, Shape const& shape) {
-  return qorn::io::makeHeader("test", "npy", names.type, shape, false);
+  return qorn::io::makeHeader("test", names.type, shape, false);
 }
 
 /** Saves these voxels in the format that the suffix tells. @throws FileError */

@@ -8,12 +8,20 @@
 
 namespace pxl::access {
 
+/** How a place is reached: the same file mapped and opened is one place, but not one and the same access. */
+enum class StorageAccesses : unsigned long {
+  cAddress = 0,  ///< in memory; mapped files too
+  cReadOnlyFile = 1,
+  cWritableFile = 2
+};
+
 /** What makes two storages the same voxels: equal keys mean equal places. */
 struct StorageKey {
   /** The place's name: (0, 0) for memory, (device, inode) for a file, (address, 0) for anything else. */
   unsigned long space[2];
-  /** How the place is reached: the same file mapped and opened is one place, but not one and the same access. */
-  unsigned long access;
+  StorageAccesses access;
+  /** Where adapters show the place as another type, which types they show; else 0. */
+  unsigned long adaptation;
   /** Address or file offset of the first voxel. */
   unsigned long origin;
   /** Bytes from one voxel to the next in each dimension; 0 in dimensions of size 1. */

@@ -49,15 +49,15 @@ enum Neighborhoods3d : int { cFaces = 0, cEdges = 1, cCube = 2 };
 enum ShapeModes : int { cFastShape = 0, cExactShape = 1 };
 
 inline constexpr Choice cNeighborhood2dNames[] = {{"cross", cCross, "the 4 neighbours that share an edge"},
-                                                  {"square", cSquare, "all 8; so does any other number"}};
+                                                  {"square", cSquare, "all 8 neighbours, as with any other number"}};
 
 inline constexpr Choice cNeighborhood3dNames[] = {{"faces", cFaces, "the 6 neighbours that share a face"},
-                                                  {"edges", cEdges, "the 18 that share a face or an edge"},
-                                                  {"cube", cCube, "all 26; so does any other number"}};
+                                                  {"edges", cEdges, "the 18 neighbours that share a face or an edge"},
+                                                  {"cube", cCube, "all 26 neighbours, as with any other number"}};
 
 inline constexpr Choice cShapeModeNames[] = {
     {"fast", cFastShape, "an octagon or polyhedron; with radius 0 the output stays untouched"},
-    {"exact", cExactShape, "all voxels within the radius; so does any other number"}};
+    {"exact", cExactShape, "all voxels within the radius, as with any other number"}};
 
 /** Properties of the operators that repeat an elementary step. */
 class PXL_API IteratedMorphology : public BaseAlgorithm {

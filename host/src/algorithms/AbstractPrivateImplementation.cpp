@@ -1,20 +1,15 @@
+#include "pxl/algorithms/AbstractPrivateImplementation.h"
+
 #include <algorithm>
 
 #include "ExecutionState.h"
 #include "instrument/Instrument.h"
 #include "pxl/BaseAlgorithm.h"
 #include "pxl/BaseTbbAlgorithm.h"
-#include "pxl/algorithms/AbstractPrivateImplementation.h"
 
 namespace pxl::algorithms {
 
 using Lock = std::lock_guard<std::recursive_mutex>;
-
-// Never destroyed: frames may be made until the very end of the process.
-std::recursive_mutex& getFrameLock() {
-  static std::recursive_mutex* const mutex = new std::recursive_mutex;
-  return *mutex;
-}
 
 // A step counts as not begun until its work is declared: 0 of 1.
 AbstractPrivateImplementation::AbstractPrivateImplementation(BaseAlgorithm* algorithm)
@@ -120,28 +115,3 @@ double AbstractPrivateImplementation::getDoneFraction() const {
 }
 
 }  // namespace pxl::algorithms
-
-namespace pxl {
-
-BaseTbbAlgorithm::BaseTbbAlgorithm(BaseAlgorithm* algorithm)
-    : AbstractPrivateImplementation(algorithm),
-      m_taskGroupContext(tbb::task_group_context::isolated),
-      m_processingRegion(algorithm ? algorithm->getProcessingRegion() : access::Region()),
-      m_isRegionChosen(algorithm && algorithm->hasProcessingRegion()) {
-  algorithms::Lock const lock(algorithms::getFrameLock());
-  m_taskGroupOwner = this;
-  if (m_cancelled.load(std::memory_order_relaxed)) m_taskGroupContext.cancel_group_execution();
-}
-
-BaseTbbAlgorithm::~BaseTbbAlgorithm() {
-  algorithms::Lock const lock(algorithms::getFrameLock());
-  m_taskGroupOwner = nullptr;
-}
-
-void BaseTbbAlgorithm::cancelExecution() { AbstractPrivateImplementation::cancelExecution(); }
-
-void* BaseTbbAlgorithm::getBody() { return nullptr; }
-
-void BaseTbbAlgorithm::setProcessingRegion(access::Region const& region) { m_processingRegion = region; }
-
-}  // namespace pxl

@@ -1,15 +1,19 @@
+#include "pxl/BaseTbbAlgorithm.h"
+
 #include <tbb/task_arena.h>
 
 #include <algorithm>
+#include <mutex>
 
+#include "ExecutionState.h"
 #include "instrument/Instrument.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/BaseAlgorithm.h"
-#include "pxl/BaseTbbAlgorithm.h"
 
 namespace pxl {
 namespace {
 
+using Lock = std::lock_guard<std::recursive_mutex>;
 using Grains = AbstractPartitionerPolicy::PartitionerGrainSizes;
 
 // A row costs a few calls whatever its length, so rows stay whole up to this many columns.
@@ -38,6 +42,27 @@ WorkingDimension getWorkingDimension(BaseAlgorithm const* algorithm) {
 }
 
 }  // namespace
+
+BaseTbbAlgorithm::BaseTbbAlgorithm(BaseAlgorithm* algorithm)
+    : AbstractPrivateImplementation(algorithm),
+      m_taskGroupContext(tbb::task_group_context::isolated),
+      m_processingRegion(algorithm ? algorithm->getProcessingRegion() : access::Region()),
+      m_isRegionChosen(algorithm && algorithm->hasProcessingRegion()) {
+  Lock const lock(algorithms::getFrameLock());
+  m_taskGroupOwner = this;
+  if (m_cancelled.load(std::memory_order_relaxed)) m_taskGroupContext.cancel_group_execution();
+}
+
+BaseTbbAlgorithm::~BaseTbbAlgorithm() {
+  Lock const lock(algorithms::getFrameLock());
+  m_taskGroupOwner = nullptr;
+}
+
+void BaseTbbAlgorithm::cancelExecution() { AbstractPrivateImplementation::cancelExecution(); }
+
+void* BaseTbbAlgorithm::getBody() { return nullptr; }
+
+void BaseTbbAlgorithm::setProcessingRegion(access::Region const& region) { m_processingRegion = region; }
 
 void BaseTbbAlgorithm::getPartitionerGrainSizes(Grains& grains) const {
   unsigned long const nbCols = countOf(m_processingRegion.getNbCols());

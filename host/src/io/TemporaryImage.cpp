@@ -11,7 +11,10 @@
 
 #include "Raise.h"
 #include "access/FileDescriptor.h"
-#include "access/Storages.h"
+#include "access/FileStorage.h"
+#include "access/ImageLimits.h"
+#include "access/MemoryStorage.h"
+#include "access/VoxelMemory.h"
 #include "instrument/Instrument.h"
 #include "pxl/Image.h"
 #include "pxl/Settings.h"

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+#include "qorn/io/ImageFile.h"
+
+namespace qorn::io {
+
+class InputFile;
+class OutputFile;
+
+/** How files with one suffix are read and written, see ImageReaders.h and ImageWriters.h. */
+struct Format {
+  char const* suffix;
+  char const* name;  ///< for users; several suffixes may share one
+  ImageHeader (*readHeader)(InputFile const& file);
+  ImageFile (*read)(InputFile const& file, ReadOptions const& options);
+  void (*check)(std::string const& path, ImageHeader const& header);
+  void (*write)(OutputFile const& file, ImageHeader const& header, void const* voxels);
+  bool isUsableOnDisk;  ///< an output's voxels can be worked on where they lie in the file
+};
+
+/** The format that the suffix of a path tells. @throws FileError it tells none */
+Format const& findFormat(std::string const& path);
+
+}  // namespace qorn::io
