@@ -72,6 +72,7 @@ class IntensityExtremaSSERunner final : public Runnable {
     return IntensityExtremaRule<IntensityExtremaSSEDispatcher>::isRunnable(algorithm);
   }
   int getOptimType() const override { return helper::cOptimType; }
+  char const* getName() const override { return helper::cRunnerName; }
 };
 
 struct AutoRegisterRunnableIntensityExtremaSSERunner

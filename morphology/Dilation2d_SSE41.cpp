@@ -28,6 +28,7 @@ class Dilation2dSSE41Runner final : public Runnable {
   }
   bool isRunnable(BaseAlgorithm* algorithm) const override { return isIteratedRunnable<Dilation2d>(algorithm); }
   int getOptimType() const override { return helper::cOptimType; }
+  char const* getName() const override { return helper::cRunnerName; }
 };
 
 struct AutoRegisterRunnableDilation2dSSE41Runner : helper::AutoRegisterRunnable<Dilation2d, Dilation2dSSE41Runner> {};

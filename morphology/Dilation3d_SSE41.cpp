@@ -35,6 +35,7 @@ class Dilation3dSSE41Runner final : public Runnable {
   }
   bool isRunnable(BaseAlgorithm* algorithm) const override { return isIteratedRunnable<Dilation3d>(algorithm); }
   int getOptimType() const override { return helper::cOptimType; }
+  char const* getName() const override { return helper::cRunnerName; }
 };
 
 struct AutoRegisterRunnableDilation3dSSE41Runner : helper::AutoRegisterRunnable<Dilation3d, Dilation3dSSE41Runner> {};

@@ -28,6 +28,7 @@ class Erosion2dSSE41Runner final : public Runnable {
   }
   bool isRunnable(BaseAlgorithm* algorithm) const override { return isIteratedRunnable<Erosion2d>(algorithm); }
   int getOptimType() const override { return helper::cOptimType; }
+  char const* getName() const override { return helper::cRunnerName; }
 };
 
 struct AutoRegisterRunnableErosion2dSSE41Runner : helper::AutoRegisterRunnable<Erosion2d, Erosion2dSSE41Runner> {};

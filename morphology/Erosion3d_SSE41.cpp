@@ -35,6 +35,7 @@ class Erosion3dSSE41Runner final : public Runnable {
   }
   bool isRunnable(BaseAlgorithm* algorithm) const override { return isIteratedRunnable<Erosion3d>(algorithm); }
   int getOptimType() const override { return helper::cOptimType; }
+  char const* getName() const override { return helper::cRunnerName; }
 };
 
 struct AutoRegisterRunnableErosion3dSSE41Runner : helper::AutoRegisterRunnable<Erosion3d, Erosion3dSSE41Runner> {};

@@ -70,6 +70,7 @@ class SSE41OneTypeMinMaxRunner final : public Runnable {
   }
 
   int getOptimType() const override { return helper::cOptimType; }
+  char const* getName() const override { return helper::cRunnerName; }
 };
 
 }  // namespace pxl::morphology

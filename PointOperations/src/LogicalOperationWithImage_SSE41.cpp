@@ -35,6 +35,7 @@ class SSE41LogicalOperationWithImageRunner final : public Runnable {
     return isLogicalRunnable<LogicalOperationWithImage>(algorithm);
   }
   int getOptimType() const override { return helper::cOptimType; }
+  char const* getName() const override { return helper::cRunnerName; }
 };
 
 struct AutoRegisterRunnableSSE41LogicalOperationWithImageRunner

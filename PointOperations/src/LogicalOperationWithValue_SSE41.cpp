@@ -36,6 +36,7 @@ class SSE41LogicalOperationWithValueRunner final : public Runnable {
     return isLogicalRunnable<LogicalOperationWithValue>(algorithm);
   }
   int getOptimType() const override { return helper::cOptimType; }
+  char const* getName() const override { return helper::cRunnerName; }
 };
 
 struct AutoRegisterRunnableSSE41LogicalOperationWithValueRunner

@@ -30,6 +30,7 @@ class FIRFilterSSE41Runner final : public AbstractFIRFilterRunner<Algo, Dispatch
  public:
   bool isRunnable(BaseAlgorithm*) const override { return helper::hasSSE() && helper::hasSSE41Level(); }
   int getOptimType() const override { return helper::cOptimType; }
+  char const* getName() const override { return helper::cRunnerName; }
 };
 
 }  // namespace pxl::filtering::linear

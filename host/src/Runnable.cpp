@@ -4,4 +4,6 @@ namespace pxl {
 
 Runnable::~Runnable() = default;
 
+char const* Runnable::getName() const { return ""; }
+
 }  // namespace pxl

@@ -7,6 +7,7 @@
 namespace pxl {
 
 class BaseAlgorithm;
+struct RunnerInfo;
 class ImageModel;
 class Runnable;
 
@@ -28,8 +29,13 @@ std::vector<ImageModel const*> getImages(BaseAlgorithm const& algorithm, Propert
  */
 void checkProperties(BaseAlgorithm const& algorithm);
 
-/** The accepting runner with the highest optimisation type, the earliest on ties. @throws RuntimeError none accepts
+/**
+ * The accepting runner with the highest optimisation type, the earliest on ties; of those with the wanted name, if
+ * one is set. @throws RuntimeError none accepts
  */
 Runnable* chooseRunner(BaseAlgorithm& algorithm);
+
+/** See BaseAlgorithm::getRunners(). */
+std::vector<RunnerInfo> describeRunners(BaseAlgorithm& algorithm);
 
 }  // namespace pxl

@@ -130,7 +130,45 @@ void explainType(Trial& trial, std::ostringstream& text) {
   if (!accepted.str().empty()) text << "; accepted would be images of the same type," << accepted.str();
 }
 
+// The images that were refused.
+void describeImages(BaseAlgorithm const& algorithm, std::ostringstream& text) {
+  char const* separator = " ";
+  for (PropertyKinds kind : {PropertyKinds::cInputImage, PropertyKinds::cOutputImage})
+    for (NamedImage const& named : getNamedImages(algorithm, kind)) {
+      VoxelTypes const type = named.image->getVoxelType();
+      text << separator << named.name << " of " << helper::getNameOf(type)
+           << (named.image->getInterpretation() == cBinary ? " (binary)" : "");
+      separator = ", ";
+    }
+}
+
+// What would have to be different.
+void explainDifference(BaseAlgorithm const& algorithm, std::vector<Runnable*> const& runners,
+                       std::ostringstream& text) {
+  constexpr int cSSE41Level = 80;
+  int const level = devices::Cpu::getDevice()->getSSELevel();
+  if (level < cSSE41Level) {
+    text << "; the processor's level " << level << " is below SSE4.1";
+    return;
+  }
+  try {
+    Trial trial(algorithm, runners);
+    if (!explainBinary(trial, text)) explainType(trial, text);
+  } catch (std::exception const&) {
+    // A runner that wants more of an image than a stand-in has: the refusal itself stays.
+  }
+}
+
 }  // namespace
+
+std::string explainOneRefusal(BaseAlgorithm const& algorithm, Runnable& runner) {
+  std::ostringstream text;
+  text.imbue(std::locale::classic());
+  text << "doesn't accept";
+  describeImages(algorithm, text);
+  explainDifference(algorithm, {&runner}, text);
+  return text.str();
+}
 
 std::string explainRefusal(BaseAlgorithm const& algorithm, std::vector<Runnable*> const& runners) {
   std::ostringstream text;
@@ -142,26 +180,8 @@ std::string explainRefusal(BaseAlgorithm const& algorithm, std::vector<Runnable*
     return text.str();
   }
   text << "none of " << runners.size() << " registered runner(s) accepts";
-  char const* separator = " ";
-  for (PropertyKinds kind : {PropertyKinds::cInputImage, PropertyKinds::cOutputImage})
-    for (NamedImage const& named : getNamedImages(algorithm, kind)) {
-      VoxelTypes const type = named.image->getVoxelType();
-      text << separator << named.name << " of " << helper::getNameOf(type)
-           << (named.image->getInterpretation() == cBinary ? " (binary)" : "");
-      separator = ", ";
-    }
-  constexpr int cSSE41Level = 80;
-  int const level = devices::Cpu::getDevice()->getSSELevel();
-  if (level < cSSE41Level) {
-    text << "; the processor's level " << level << " is below SSE4.1";
-  } else {
-    try {
-      Trial trial(algorithm, runners);
-      if (!explainBinary(trial, text)) explainType(trial, text);
-    } catch (std::exception const&) {
-      // A runner that wants more of an image than a stand-in has: the refusal itself stays.
-    }
-  }
+  describeImages(algorithm, text);
+  explainDifference(algorithm, runners, text);
   return text.str();
 }
 

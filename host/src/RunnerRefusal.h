@@ -14,4 +14,7 @@ class Runnable;
  */
 std::string explainRefusal(BaseAlgorithm const& algorithm, std::vector<Runnable*> const& runners);
 
+/** The same of one runner, without the operator's name. */
+std::string explainOneRefusal(BaseAlgorithm const& algorithm, Runnable& runner);
+
 }  // namespace pxl

@@ -25,5 +25,7 @@ inline bool hasSSE41Level() {
 
 /** The optimisation type of all runners of this library. */
 constexpr int cOptimType = 1;
+/** And their name. */
+constexpr char cRunnerName[] = "sse41";
 
 }  // namespace pxl::helper

@@ -19,6 +19,12 @@ class PXL_API Runnable {
 
   /** The optimisation type: among the accepting runners the host takes the highest, the earliest added on ties. */
   virtual int getOptimType() const = 0;
+
+  /**
+   * The name by which a user asks for this runner, such as that of an instruction set; runners of several operators
+   * may share one. Empty, as here, if it has none: then only the host chooses it.
+   */
+  virtual char const* getName() const;
 };
 
 }  // namespace pxl

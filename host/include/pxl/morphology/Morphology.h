@@ -74,6 +74,7 @@ class PXL_API IteratedMorphology : public BaseAlgorithm {
   String getNotice() const override;
   RegionUses getRegionUse() const override;
   double estimateSteps() const override;
+  std::vector<kernel::Offset3D> getOffsets() const override;
 
  protected:
   IteratedMorphology(int defaultNeighborhood, Choices const& neighborhoods);
@@ -98,6 +99,7 @@ class PXL_API RadiusMorphology : public BaseAlgorithm {
   String getObjection() const override;
   RegionUses getRegionUse() const override;
   double estimateSteps() const override;
+  std::vector<kernel::Offset3D> getOffsets() const override;
 
  protected:
   RadiusMorphology();
@@ -117,6 +119,7 @@ class PXL_API OrientedDiskMorphology : public BaseAlgorithm {
   String getObjection() const override;
   RegionUses getRegionUse() const override;
   double estimateSteps() const override;
+  std::vector<kernel::Offset3D> getOffsets() const override;
 
  protected:
   OrientedDiskMorphology();
@@ -134,6 +137,7 @@ class PXL_API Line2dMorphology : public BaseAlgorithm {
 
   RegionUses getRegionUse() const override;
   double estimateSteps() const override;
+  std::vector<kernel::Offset3D> getOffsets() const override;
 
  protected:
   Line2dMorphology();
@@ -152,6 +156,7 @@ class PXL_API Line3dMorphology : public BaseAlgorithm {
 
   RegionUses getRegionUse() const override;
   double estimateSteps() const override;
+  std::vector<kernel::Offset3D> getOffsets() const override;
 
  protected:
   Line3dMorphology();

@@ -18,6 +18,7 @@ class PXL_API FiniteImpulseResponseFilter2D : public BaseAlgorithm {
   AlgoInfo* getAlgoInfo() const override;
   String getNotice() const override;
   RegionUses getRegionUse() const override;
+  std::vector<kernel::Offset3D> getOffsets() const override;
 
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
   Property<kernel::Kernel2D> kernel{*this, "kernel", "taps, rows x columns"};
@@ -31,6 +32,7 @@ class PXL_API FiniteImpulseResponseFilter3D : public BaseAlgorithm {
   ~FiniteImpulseResponseFilter3D() override;
   static AlgoInfo* getClassInfo();
   AlgoInfo* getAlgoInfo() const override;
+  std::vector<kernel::Offset3D> getOffsets() const override;
 
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
   Property<kernel::Kernel3D> kernel{*this, "kernel", "taps, plans x rows x columns"};
