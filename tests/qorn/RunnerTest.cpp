@@ -30,7 +30,7 @@ TEST_F(Runner, IsTakenByItsName) {
 
 TEST_F(Runner, OfAnotherNameIsRefusedBeforeFilesAreTouched) {
   expectFailure(runQorn({"run", "Dilation2d", folder / "none.npy", output, "--runner", "sse42"}), 2, "--runner sse42",
-                "no such runner; \"qorn operators Dilation2d\" lists them; did you mean sse41?");
+                "no such runner; \"qorn operators Dilation2d\" lists them; the nearest is sse41");
   EXPECT_FALSE(exists(output));
 }
 
