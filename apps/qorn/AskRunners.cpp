@@ -34,6 +34,12 @@ class DescribedImage final : public pxl::ImageModel {
 bool isQuestion(OperatorsCommand const& command) { return !command.images.empty() || !command.properties.empty(); }
 
 std::vector<pxl::RunnerInfo> askRunners(pxl::AlgoInfo const& record, OperatorsCommand const& command) {
+  for (std::string const& path : command.images) {
+    // No image, as it has no suffix.
+    if (pxl::AlgoInfo::find(path.c_str()) != nullptr) {
+      throw UsageError("command line", path + " is an operator; one is described at a time");
+    }
+  }
   std::unique_ptr<pxl::BaseAlgorithm> const algorithm = record.create();
   setProperties(*algorithm, command.properties, std::nullopt);
   checkValues(*algorithm);
