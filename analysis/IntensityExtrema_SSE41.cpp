@@ -2,9 +2,10 @@
 
 #include "Core/private/Filters/ImageToQuantificationFilter.h"
 #include "Core/private/Helper/AutoRegisterRunnable.h"
-#include "Core/private/Helper/SSE41Runnable.h"
+#include "Core/private/Helper/RunnerTests.h"
 #include "analysis/IntensityExtremaRule.h"
 #include "analysis/IntensityExtremaSIMDGeneric.h"
+#include "pxl/Runnable.h"
 
 namespace pxl::analysis {
 
@@ -64,7 +65,7 @@ class IntensityExtremaSSEPrivateImpl final : public algorithms::AbstractPrivateI
   IntensityExtrema* m_algorithm;
 };
 
-class IntensityExtremaSSERunner final : public helper::SSE41Runnable {
+class IntensityExtremaSSERunner final : public Runnable {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     IntensityExtremaSSEPrivateImpl(helper::safe_cast<IntensityExtrema*>(algorithm)).run();
@@ -73,6 +74,8 @@ class IntensityExtremaSSERunner final : public helper::SSE41Runnable {
     return IntensityExtremaRule<IntensityExtremaSSEDispatcher>::isRunnable(algorithm);
   }
   int getOptimType() const override { return helper::cOptimType; }
+  String explainRefusal(BaseAlgorithm*) const override { return helper::explainProcessor(); }
+  char const* getName() const override { return helper::cRunnerName; }
 };
 
 struct AutoRegisterRunnableIntensityExtremaSSERunner

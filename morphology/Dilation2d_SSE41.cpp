@@ -1,7 +1,8 @@
 #include "Core/private/Helper/AutoRegisterRunnable.h"
-#include "Core/private/Helper/SSE41Runnable.h"
+#include "Core/private/Helper/RunnerTests.h"
 #include "morphology/MorphologyRules.h"
 #include "morphology/Passes2d.h"
+#include "pxl/Runnable.h"
 
 namespace pxl::morphology {
 
@@ -20,13 +21,15 @@ struct Dilation2dSSE41Dispatcher {
   }
 };
 
-class Dilation2dSSE41Runner final : public helper::SSE41Runnable {
+class Dilation2dSSE41Runner final : public Runnable {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     dispatchOnInput<Dilation2d, Dilation2dSSE41Dispatcher>(algorithm);
   }
   bool isRunnable(BaseAlgorithm* algorithm) const override { return isIteratedRunnable<Dilation2d>(algorithm); }
   int getOptimType() const override { return helper::cOptimType; }
+  String explainRefusal(BaseAlgorithm*) const override { return helper::explainProcessor(); }
+  char const* getName() const override { return helper::cRunnerName; }
 };
 
 struct AutoRegisterRunnableDilation2dSSE41Runner : helper::AutoRegisterRunnable<Dilation2d, Dilation2dSSE41Runner> {};

@@ -1,7 +1,8 @@
 #include "Core/private/Helper/AutoRegisterRunnable.h"
-#include "Core/private/Helper/SSE41Runnable.h"
+#include "Core/private/Helper/RunnerTests.h"
 #include "morphology/MorphologyRules.h"
 #include "morphology/Passes3d.h"
+#include "pxl/Runnable.h"
 
 namespace pxl::morphology {
 
@@ -27,13 +28,15 @@ struct Dilation3dSSE41Dispatcher {
   }
 };
 
-class Dilation3dSSE41Runner final : public helper::SSE41Runnable {
+class Dilation3dSSE41Runner final : public Runnable {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     dispatchOnInput<Dilation3d, Dilation3dSSE41Dispatcher>(algorithm);
   }
   bool isRunnable(BaseAlgorithm* algorithm) const override { return isIteratedRunnable<Dilation3d>(algorithm); }
   int getOptimType() const override { return helper::cOptimType; }
+  String explainRefusal(BaseAlgorithm*) const override { return helper::explainProcessor(); }
+  char const* getName() const override { return helper::cRunnerName; }
 };
 
 struct AutoRegisterRunnableDilation3dSSE41Runner : helper::AutoRegisterRunnable<Dilation3d, Dilation3dSSE41Runner> {};

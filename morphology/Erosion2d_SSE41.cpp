@@ -1,7 +1,8 @@
 #include "Core/private/Helper/AutoRegisterRunnable.h"
-#include "Core/private/Helper/SSE41Runnable.h"
+#include "Core/private/Helper/RunnerTests.h"
 #include "morphology/MorphologyRules.h"
 #include "morphology/Passes2d.h"
+#include "pxl/Runnable.h"
 
 namespace pxl::morphology {
 
@@ -20,13 +21,15 @@ struct Erosion2dSSE41Dispatcher {
   }
 };
 
-class Erosion2dSSE41Runner final : public helper::SSE41Runnable {
+class Erosion2dSSE41Runner final : public Runnable {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     dispatchOnInput<Erosion2d, Erosion2dSSE41Dispatcher>(algorithm);
   }
   bool isRunnable(BaseAlgorithm* algorithm) const override { return isIteratedRunnable<Erosion2d>(algorithm); }
   int getOptimType() const override { return helper::cOptimType; }
+  String explainRefusal(BaseAlgorithm*) const override { return helper::explainProcessor(); }
+  char const* getName() const override { return helper::cRunnerName; }
 };
 
 struct AutoRegisterRunnableErosion2dSSE41Runner : helper::AutoRegisterRunnable<Erosion2d, Erosion2dSSE41Runner> {};

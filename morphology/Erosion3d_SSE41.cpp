@@ -1,7 +1,8 @@
 #include "Core/private/Helper/AutoRegisterRunnable.h"
-#include "Core/private/Helper/SSE41Runnable.h"
+#include "Core/private/Helper/RunnerTests.h"
 #include "morphology/MorphologyRules.h"
 #include "morphology/Passes3d.h"
+#include "pxl/Runnable.h"
 
 namespace pxl::morphology {
 
@@ -27,13 +28,15 @@ struct Erosion3dSSE41Dispatcher {
   }
 };
 
-class Erosion3dSSE41Runner final : public helper::SSE41Runnable {
+class Erosion3dSSE41Runner final : public Runnable {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     dispatchOnInput<Erosion3d, Erosion3dSSE41Dispatcher>(algorithm);
   }
   bool isRunnable(BaseAlgorithm* algorithm) const override { return isIteratedRunnable<Erosion3d>(algorithm); }
   int getOptimType() const override { return helper::cOptimType; }
+  String explainRefusal(BaseAlgorithm*) const override { return helper::explainProcessor(); }
+  char const* getName() const override { return helper::cRunnerName; }
 };
 
 struct AutoRegisterRunnableErosion3dSSE41Runner : helper::AutoRegisterRunnable<Erosion3d, Erosion3dSSE41Runner> {};

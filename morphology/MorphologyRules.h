@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Core/private/Helper/RunnerTests.h"
-#include "Core/private/Helper/SSE41Runnable.h"
 #include "Core/private/Helper/safe_cast.h"
 #include "Core/private/TmplDispatch/Visitor1Args.h"
 #include "pxl/ImageModel.h"
+#include "pxl/Runnable.h"
 #include "pxl/morphology/Morphology.h"
 
 namespace pxl::morphology {
@@ -58,7 +58,7 @@ bool isIteratedRunnable(BaseAlgorithm* algorithm) {
 
 /** The runner of the ten operators with a shape: they need an output of the input's type. */
 template <class Algo, class Dispatcher>
-class SSE41OneTypeMinMaxRunner final : public helper::SSE41Runnable {
+class SSE41OneTypeMinMaxRunner final : public Runnable {
  public:
   void run(BaseAlgorithm* algorithm) const override { dispatchOnInput<Algo, Dispatcher>(algorithm); }
 
@@ -70,6 +70,8 @@ class SSE41OneTypeMinMaxRunner final : public helper::SSE41Runnable {
   }
 
   int getOptimType() const override { return helper::cOptimType; }
+  String explainRefusal(BaseAlgorithm*) const override { return helper::explainProcessor(); }
+  char const* getName() const override { return helper::cRunnerName; }
 };
 
 }  // namespace pxl::morphology

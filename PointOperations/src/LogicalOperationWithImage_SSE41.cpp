@@ -1,9 +1,10 @@
 #include "Core/private/Filters/ImageToImageFilter.h"
 #include "Core/private/Helper/AutoRegisterRunnable.h"
-#include "Core/private/Helper/SSE41Runnable.h"
+#include "Core/private/Helper/RunnerTests.h"
 #include "PointOperations/src/LogicalOperationWithImageSimdGeneric.h"
 #include "PointOperations/src/LogicalOperators.h"
 #include "PointOperations/src/LogicalRules.h"
+#include "pxl/Runnable.h"
 
 namespace pxl::point_operations {
 
@@ -27,7 +28,7 @@ struct LogicalOperationWithImageSSE41Dispatcher {
   }
 };
 
-class SSE41LogicalOperationWithImageRunner final : public helper::SSE41Runnable {
+class SSE41LogicalOperationWithImageRunner final : public Runnable {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     dispatchOnLeadingImage<LogicalOperationWithImage, LogicalOperationWithImageSSE41Dispatcher>(algorithm);
@@ -36,6 +37,8 @@ class SSE41LogicalOperationWithImageRunner final : public helper::SSE41Runnable 
     return isLogicalRunnable<LogicalOperationWithImage>(algorithm);
   }
   int getOptimType() const override { return helper::cOptimType; }
+  String explainRefusal(BaseAlgorithm*) const override { return helper::explainProcessor(); }
+  char const* getName() const override { return helper::cRunnerName; }
 };
 
 struct AutoRegisterRunnableSSE41LogicalOperationWithImageRunner

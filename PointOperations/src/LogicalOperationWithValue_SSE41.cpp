@@ -1,9 +1,10 @@
 #include "Core/private/Filters/ImageToImageFilter.h"
 #include "Core/private/Helper/AutoRegisterRunnable.h"
-#include "Core/private/Helper/SSE41Runnable.h"
+#include "Core/private/Helper/RunnerTests.h"
 #include "PointOperations/src/LogicalOperationWithValueSimdGeneric.h"
 #include "PointOperations/src/LogicalOperators.h"
 #include "PointOperations/src/LogicalRules.h"
+#include "pxl/Runnable.h"
 
 namespace pxl::point_operations {
 
@@ -28,7 +29,7 @@ struct LogicalOperationWithValueScalarDispatcher {
   }
 };
 
-class SSE41LogicalOperationWithValueRunner final : public helper::SSE41Runnable {
+class SSE41LogicalOperationWithValueRunner final : public Runnable {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     dispatchOnLeadingImage<LogicalOperationWithValue, LogicalOperationWithValueScalarDispatcher>(algorithm);
@@ -37,6 +38,8 @@ class SSE41LogicalOperationWithValueRunner final : public helper::SSE41Runnable 
     return isLogicalRunnable<LogicalOperationWithValue>(algorithm);
   }
   int getOptimType() const override { return helper::cOptimType; }
+  String explainRefusal(BaseAlgorithm*) const override { return helper::explainProcessor(); }
+  char const* getName() const override { return helper::cRunnerName; }
 };
 
 struct AutoRegisterRunnableSSE41LogicalOperationWithValueRunner

@@ -49,15 +49,45 @@ pxl::VoxelTypes parseVoxelType(std::string const& what, std::string const& text)
   throw UsageError(what, "must be one of" + known);
 }
 
+int parseInterpretation(std::string const& text) {
+  if (text != "grey" && text != "binary") throw UsageError("--interpretation " + text, "must be grey or binary");
+  return text == "grey" ? pxl::cGrey : pxl::cBinary;
+}
+
+/** What the images of an operator are, for commands that take images. */
+struct ImageTexts {
+  std::vector<std::string> arguments;  ///< images, and properties as name=value
+  std::optional<std::string> interpretation;
+  std::optional<std::string> outputType;
+};
+
+void addImageOptions(CLI::App& app, ImageTexts& texts) {
+  app.add_option("--interpretation", texts.interpretation, "what the input images are: grey (default) or binary")
+      ->type_name("KIND");
+  app.add_option("--output-type", texts.outputType, "voxel type of the output image; default that of the first input")
+      ->type_name("TYPE");
+}
+
+template <class Command>
+void finishImages(Command& command, ImageTexts const& texts) {
+  for (std::string const& argument : texts.arguments) {
+    if (auto assignment = splitAssignment(argument)) {
+      command.properties.push_back(std::move(*assignment));
+    } else {
+      command.images.push_back(argument);
+    }
+  }
+  if (texts.interpretation) command.interpretation = parseInterpretation(*texts.interpretation);
+  if (texts.outputType) command.outputType = parseVoxelType("--output-type " + *texts.outputType, *texts.outputType);
+}
+
 /** The options of `run` as they are written; numbers are parsed by rules that are stricter than the library's. */
 struct RunTexts {
-  std::vector<std::string> arguments;
+  ImageTexts images;
   std::vector<std::string> settings;
   std::optional<std::string> kernel;
   std::optional<std::string> element;
   std::optional<std::string> spacing;
-  std::optional<std::string> interpretation;
-  std::optional<std::string> outputType;
   std::optional<std::string> nbThreads;
   std::optional<std::string> maxExtraMemory;
   std::optional<std::string> maxVoxels;
@@ -88,7 +118,7 @@ std::string describeSettings() {
 
 /** What `run` and the commands of compositions share. */
 void addRunOptions(CLI::App& app, RunCommand& run, RunTexts& texts) {
-  app.add_option("ARGUMENT", texts.arguments,
+  app.add_option("ARGUMENT", texts.images.arguments,
                  "images in the declared order of the operator's image properties, and properties as name=value; an "
                  "image whose name looks like that can be given as ./name=value. A kernel is a .npy file or numbers, "
                  "rows end with ';' and plans with '|': kernel=\"1 2 1; 2 4 2; 1 2 1\"");
@@ -108,10 +138,10 @@ void addRunOptions(CLI::App& app, RunCommand& run, RunTexts& texts) {
                  "the element of the kernel that lies on the voxel: column, row and, in 3-D, plan, counted from 0; "
                  "default half of each size, rounded down")
       ->type_name("C,R[,P]");
-  app.add_option("--interpretation", texts.interpretation, "what the input images are: grey (default) or binary")
-      ->type_name("KIND");
-  app.add_option("--output-type", texts.outputType, "voxel type of the output image; default that of the first input")
-      ->type_name("TYPE");
+  addImageOptions(app, texts.images);
+  app.add_option("--runner", run.runner,
+                 "take this implementation; default the best that accepts; \"qorn operators OPERATOR\" lists them")
+      ->type_name("NAME");
   app.add_option("--threads", texts.nbThreads, "use at most this many threads")->type_name("N");
   app.add_option(
          "--max-extra-memory", texts.maxExtraMemory,
@@ -178,25 +208,12 @@ constexpr Composition cCompositions[] = {
     {"gradient", "Gradient", "dilation less erosion; gradientMode=outer or inner for half of it"}};
 
 void finishRun(RunCommand& run, RunTexts const& texts) {
-  for (std::string const& argument : texts.arguments) {
-    if (auto assignment = splitAssignment(argument)) {
-      run.properties.push_back(std::move(*assignment));
-    } else {
-      run.images.push_back(argument);
-    }
-  }
+  finishImages(run, texts.images);
   if (texts.kernel) run.properties.emplace_back("kernel", *texts.kernel);
   if (texts.element) run.properties.emplace_back("element", *texts.element);
   if (texts.spacing && *texts.spacing != "auto") throw UsageError("--spacing " + *texts.spacing, "must be auto");
   run.hasSpacingOfFile = texts.spacing.has_value();
   for (std::string const& setting : texts.settings) run.settings.push_back(parseSetting(setting));
-  if (texts.interpretation) {
-    if (*texts.interpretation != "grey" && *texts.interpretation != "binary") {
-      throw UsageError("--interpretation " + *texts.interpretation, "must be grey or binary");
-    }
-    run.interpretation = *texts.interpretation == "grey" ? pxl::cGrey : pxl::cBinary;
-  }
-  if (texts.outputType) run.outputType = parseVoxelType("--output-type " + *texts.outputType, *texts.outputType);
   if (texts.nbThreads) {
     std::string const what = "--threads " + *texts.nbThreads;
     run.nbThreads = parseNumberOrThrow<unsigned int>(what, *texts.nbThreads, "unsigned integer");
@@ -228,6 +245,7 @@ Command parseCommandLine(int argc, char const* const* argv) {
   RunCommand run;
   RunTexts runTexts;
   OperatorsCommand operators;
+  ImageTexts operatorsTexts;
   InfoCommand info;
   ElementCommand element;
   std::vector<std::string> elementTexts;
@@ -243,6 +261,10 @@ Command parseCommandLine(int argc, char const* const* argv) {
   CLI::App* const operatorsApp =
       app.add_subcommand("operators", "list the operators and who runs them, or describe one");
   operatorsApp->add_option("OPERATOR", operators.operatorName, "describe this one");
+  operatorsApp->add_option("ARGUMENT", operatorsTexts.arguments,
+                           "input images and properties as name=value, as they would be given to \"run\": tells for "
+                           "each implementation whether it accepts them, and why not");
+  addImageOptions(*operatorsApp, operatorsTexts);
   addPluginOption(*operatorsApp, operators.plugins);
   operatorsApp->add_flag("--json", operators.isJson, "print JSON");
 
@@ -251,7 +273,7 @@ Command parseCommandLine(int argc, char const* const* argv) {
   infoApp->add_flag("--json", info.isJson, "print JSON");
 
   CLI::App* const elementApp =
-      app.add_subcommand("element", "show the structuring element of a morphological operator, found by running it");
+      app.add_subcommand("element", "show the structuring element of a morphological operator");
   elementApp
       ->add_option("OPERATOR", element.operatorName, "a dilation or an erosion, or an element such as \"ball(3)\"")
       ->required();
@@ -273,7 +295,10 @@ Command parseCommandLine(int argc, char const* const* argv) {
     app.exit(error, text, text);
     return TextCommand{text.str()};
   }
-  if (operatorsApp->parsed()) return operators;
+  if (operatorsApp->parsed()) {
+    finishImages(operators, operatorsTexts);
+    return operators;
+  }
   if (infoApp->parsed()) return info;
   if (elementApp->parsed()) {
     for (std::string const& text : elementTexts) {

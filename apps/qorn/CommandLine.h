@@ -21,6 +21,7 @@ struct RunCommand {
   std::vector<std::string> plugins;
   std::optional<std::string> kernelOrigin;
   bool hasSpacingOfFile = false;  ///< the radius of the element is in the units of the first input's spacing
+  std::string runner;             ///< empty: the best that accepts
   std::optional<unsigned int> nbThreads;
   std::optional<unsigned long> maxExtraMemory;
   unsigned long maxVoxels = io::cDefaultMaxCompressedVoxels;
@@ -36,9 +37,13 @@ struct RunCommand {
   bool isQuiet = false;
 };
 
-/** qorn operators [OPERATOR] */
+/** qorn operators [OPERATOR [IMAGE...] [name=value ...]] */
 struct OperatorsCommand {
-  std::string operatorName;  ///< empty: all
+  std::string operatorName;         ///< empty: all
+  std::vector<std::string> images;  ///< inputs; runners are asked about them
+  std::vector<std::pair<std::string, std::string>> properties;
+  int interpretation = pxl::cGrey;
+  std::optional<pxl::VoxelTypes> outputType;  ///< that of the first input unless given
   std::vector<std::string> plugins;
   bool isJson = false;
 };

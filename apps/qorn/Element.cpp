@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -7,13 +8,13 @@
 #include <vector>
 
 #include "pxl/AlgoInfo.h"
+#include "pxl/Exception.h"
 #include "pxl/Image.h"
 #include "pxl/Property.h"
 #include "qorn/Commands.h"
 #include "qorn/ElementText.h"
 #include "qorn/Operators.h"
 #include "qorn/StandardOutput.h"
-#include "qorn/Supervision.h"
 #include "qorn/io/OutputImage.h"
 
 namespace qorn {
@@ -44,98 +45,26 @@ bool isVolume(pxl::BaseAlgorithm const& algorithm) {
   return algorithm.getAlgoInfo()->getWorkingDimension() == pxl::WorkingDimension::cVolume;
 }
 
-/** @throws ProgramError a run on so many voxels would take more than seconds, or much memory */
-void checkEffort(pxl::BaseAlgorithm const& algorithm, std::size_t nbVoxels) {
-  constexpr std::size_t cMaxVoxels = 1ul << 25;
-  constexpr double cMaxSteps = 1ul << 40;
-  constexpr double cMaxStepsForOne = 1ul << 20;  // Even without voxels a pass takes time.
-  double const nbSteps = algorithm.estimateSteps();
-  if (nbVoxels > cMaxVoxels || nbSteps * static_cast<double>(nbVoxels) > cMaxSteps || nbSteps > cMaxStepsForOne) {
-    throw ProgramError(cFailed, algorithm.getAlgoInfo()->getName(), "the element is too large to be shown");
-  }
-}
-
-void setImages(pxl::BaseAlgorithm& algorithm, pxl::ImageModel const* input, pxl::ImageModel* output) {
-  for (pxl::PropertyBase* property : algorithm.getProperties()) {
-    pxl::visitProperty(*property,
-                       pxl::Overloaded{[input](pxl::Property<pxl::ImageModel const*>& image) { image.set(input); },
-                                       [output](pxl::Property<pxl::ImageModel*>& image) { image.set(output); },
-                                       [](pxl::PropertyBase&) {}});
-  }
-}
-
-/** Which voxels of an image a single voxel that differs from the background reaches. */
-Element probe(pxl::BaseAlgorithm& algorithm, std::array<unsigned long, 3> const& reach, unsigned char background) {
-  Element element = makeElement(reach);
-  checkEffort(algorithm, element.mask.size());
-  pxl::ImageSizes const sizes{element.getSize(0), element.getSize(1), element.getSize(2), 1, 1};
-  auto const input = pxl::Image::New(pxl::cUnsignedInteger8, sizes);
-  auto const output = pxl::Image::New(pxl::cUnsignedInteger8, sizes);
-  std::size_t const count = element.mask.size();
-  auto* const voxels = static_cast<unsigned char*>(input->getVoxels());
-  auto* const result = static_cast<unsigned char*>(output->getVoxels());
-  std::memset(voxels, background, count);
-  std::memset(result, background, count);
-  voxels[count / 2] = static_cast<unsigned char>(~background);
-  setImages(algorithm, input.get(), output.get());
-  executeNamed(algorithm, true);
-  setImages(algorithm, nullptr, nullptr);
-  // A voxel reads the one that differs where that one lies within its element: the answer is the element mirrored.
-  for (std::size_t i = 0; i < count; ++i) element.mask[count - 1 - i] = result[i] != background;
-  return element;
-}
-
-/** How far the element reaches along each axis. */
-std::array<unsigned long, 3> measure(Element const& element) {
-  std::array<unsigned long, 3> reach{};
-  std::size_t i = 0;
-  auto const distance = [&element](unsigned long at, std::size_t axis) {
-    return at < element.reach[axis] ? element.reach[axis] - at : at - element.reach[axis];
-  };
-  for (unsigned long plan = 0; plan < element.getSize(2); ++plan) {
-    for (unsigned long row = 0; row < element.getSize(1); ++row) {
-      for (unsigned long col = 0; col < element.getSize(0); ++col, ++i) {
-        if (element.mask[i] == 0) continue;
-        reach[0] = std::max(reach[0], distance(col, 0));
-        reach[1] = std::max(reach[1], distance(row, 1));
-        reach[2] = std::max(reach[2], distance(plan, 2));
-      }
-    }
-  }
-  return reach;
-}
-
-Element crop(Element const& element, std::array<unsigned long, 3> const& reach) {
-  Element cropped = makeElement(reach);
-  auto* target = cropped.mask.data();
-  for (unsigned long plan = 0; plan < cropped.getSize(2); ++plan) {
-    for (unsigned long row = 0; row < cropped.getSize(1); ++row, target += cropped.getSize(0)) {
-      unsigned long const sourceRow =
-          (element.reach[2] - reach[2] + plan) * element.getSize(1) + element.reach[1] - reach[1] + row;
-      std::memcpy(target, element.mask.data() + sourceRow * element.getSize(0) + element.reach[0] - reach[0],
-                  cropped.getSize(0));
-    }
-  }
-  return cropped;
-}
-
 /** The element of a list. @throws ProgramError it is too large to be shown */
-Element makeElement(pxl::kernel::StructuringElement const& described, std::string const& name) {
+Element makeElement(std::vector<pxl::kernel::Offset3D> const& offsets, std::string const& name) {
   constexpr double cMaxVoxels = 1ul << 25;
-  auto const margins = described.getMargins();
-  std::array<unsigned long, 3> const reach{std::max(margins.colsBefore, margins.colsAfter),
-                                           std::max(margins.rowsBefore, margins.rowsAfter),
-                                           std::max(margins.plansBefore, margins.plansAfter)};
+  std::array<unsigned long, 3> reach{};
+  for (pxl::kernel::Offset3D const& offset : offsets) {
+    std::array<long, 3> const along{offset.col, offset.row, offset.plan};
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      reach[axis] = std::max(reach[axis], static_cast<unsigned long>(std::labs(along[axis])));
+    }
+  }
   double nbVoxels = 1;
-  for (unsigned long const count : reach) nbVoxels *= 2 * static_cast<double>(count) + 1;
+  for (unsigned long const one : reach) nbVoxels *= 2 * static_cast<double>(one) + 1;
   if (nbVoxels > cMaxVoxels) throw ProgramError(cFailed, name, "the element is too large to be shown");
   Element element = makeElement(reach);
-  for (auto const& offset : described.getOffsets()) {
-    auto const at = [&](long position, std::size_t axis) {
-      return static_cast<unsigned long>(position + static_cast<long>(reach[axis]));
-    };
-    element.mask[(at(offset.plan, 2) * element.getSize(1) + at(offset.row, 1)) * element.getSize(0) +
-                 at(offset.col, 0)] = 1;
+  auto const toIndex = [](long offset, unsigned long middle) {
+    return static_cast<unsigned long>(offset + static_cast<long>(middle));
+  };
+  for (pxl::kernel::Offset3D const& offset : offsets) {
+    unsigned long const row = toIndex(offset.plan, reach[2]) * element.getSize(1) + toIndex(offset.row, reach[1]);
+    element.mask[row * element.getSize(0) + toIndex(offset.col, reach[0])] = 1;
   }
   return element;
 }
@@ -147,29 +76,16 @@ std::string describe(Element const& element) {
 }
 
 /**
- * The element that a morphological algorithm with its present properties uses, found by running it on images of a
- * single voxel that differs. Empty if the algorithm leaves its output as it is.
- * @throws ProgramError the run fails, or the element is too large to be shown
+ * The element that a morphological algorithm with its present properties uses. Empty if the algorithm leaves its
+ * output as it is.
+ * @throws ProgramError the element is too large to be shown
  */
-Element findElement(pxl::BaseAlgorithm& algorithm) {
-  std::array<unsigned long, 3> reach{4, 4, isVolume(algorithm) ? 4ul : 0ul};
-  // An erosion removes a single bright voxel and widens a dark one. Every element holds the voxel itself.
-  unsigned char background = 0;
-  Element element = probe(algorithm, reach, background);
-  if (countVoxels(element) == 0) {
-    background = 255;
-    element = probe(algorithm, reach, background);
-  }
-  while (true) {
-    std::array<unsigned long, 3> const found = measure(element);
-    bool isWhole = true;
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-      if (found[axis] < reach[axis] || reach[axis] == 0) continue;
-      reach[axis] *= 2;
-      isWhole = false;
-    }
-    if (isWhole) return crop(element, found);
-    element = probe(algorithm, reach, background);
+Element findElement(pxl::BaseAlgorithm const& algorithm) {
+  char const* const name = algorithm.getAlgoInfo()->getName();
+  try {
+    return makeElement(algorithm.getOffsets(), name);
+  } catch (pxl::InvalidCall const& refusal) {
+    throw ProgramError(cFailed, name, refusal.what());
   }
 }
 
@@ -225,7 +141,8 @@ ExitCodes execute(ElementCommand const& command) {
     if (!command.properties.empty())
       throw UsageError(command.properties.front().first, "an element has no properties");
     auto const described = parseElement(command.operatorName);
-    show(makeElement(described, command.operatorName), described.getDimension(), command.operatorName, command);
+    show(makeElement(described.getOffsets(), command.operatorName), described.getDimension(), command.operatorName,
+         command);
     return cDone;
   }
   pxl::AlgoInfo const& record = findOperator(command.operatorName);
@@ -237,11 +154,12 @@ ExitCodes execute(ElementCommand const& command) {
   checkValues(*algorithm);
   if (pxl::PropertyBase* const property = algorithm->findProperty("element")) {
     auto const described = pxl::asProperty<pxl::kernel::StructuringElement>(*property)->get();
-    show(makeElement(described, described.toString().str()), described.getDimension(), command.operatorName, command);
+    show(makeElement(described.getOffsets(), described.toString().str()), described.getDimension(),
+         command.operatorName, command);
     return cDone;
   }
-  loadPlugins(command.plugins);
-  checkIsOffered(*algorithm);
+  // The host knows its elements without them; a path that is given must still be right.
+  if (!command.plugins.empty()) loadPlugins(command.plugins);
   show(findElement(*algorithm), isVolume(*algorithm) ? 3 : 2, command.operatorName, command);
   if (pxl::String const notice = algorithm->getNotice(); !notice.empty()) {
     writeErrorLine(command.operatorName + ": " + notice.str());

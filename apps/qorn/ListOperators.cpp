@@ -3,6 +3,7 @@
 
 #include "pxl/Plugins.h"
 #include "pxl/Runnable.h"
+#include "qorn/AskRunners.h"
 #include "qorn/Commands.h"
 #include "qorn/NumberText.h"
 #include "qorn/Operators.h"
@@ -45,15 +46,26 @@ void describeChoices(Json& description, pxl::Choices const& choices) {
   description["combinable"] = choices.getKind() == pxl::ChoiceKinds::cSum;
 }
 
-/** The runners of plug-ins: a composition is the host's own. */
-std::size_t countRunners(pxl::AlgoInfo const& record) {
-  return record.getRunners().size() - (record.isComposed() ? 1 : 0);
+/** The runners of an operator that are of plug-ins; what they accept counts only for a question. */
+std::vector<pxl::RunnerInfo> findRunners(pxl::AlgoInfo const& record, OperatorsCommand const& command) {
+  if (record.isComposed()) return {};  // its runner is the host's own
+  if (isQuestion(command)) return askRunners(record, command);
+  std::vector<pxl::RunnerInfo> runners;
+  for (pxl::Runnable const* runner : record.getRunners()) {
+    runners.push_back({runner->getName(), runner->getOptimType(), false, ""});
+  }
+  return runners;
 }
 
-Json describe(pxl::AlgoInfo const& record) {
+Json describe(pxl::AlgoInfo const& record, OperatorsCommand const& command) {
+  Json optimisations = Json::array();
   Json runners = Json::array();
-  if (!record.isComposed()) {
-    for (pxl::Runnable const* runner : record.getRunners()) runners.push_back(runner->getOptimType());
+  for (pxl::RunnerInfo const& runner : findRunners(record, command)) {
+    optimisations.push_back(runner.optimType);
+    runners.push_back({{"name", runner.name.str()}, {"optimisation", runner.optimType}});
+    if (!isQuestion(command)) continue;
+    runners.back()["accepts"] = runner.isAccepting;
+    if (!runner.isAccepting) runners.back()["refusal"] = runner.refusal.str();
   }
   Json properties = Json::array();
   auto const algorithm = record.create();
@@ -64,23 +76,29 @@ Json describe(pxl::AlgoInfo const& record) {
                           {"help", property->getHelp()}});
     describeChoices(properties.back(), property->getChoices());
   }
-  return {{"name", record.getName()},        {"subject", record.getSubject()},  {"help", record.getHelp()},
-          {"composed", record.isComposed()}, {"runners", countRunners(record)}, {"optimisations", runners},
-          {"properties", properties}};
+  return {{"name", record.getName()},        {"subject", record.getSubject()}, {"help", record.getHelp()},
+          {"composed", record.isComposed()}, {"runners", runners.size()},      {"optimisations", optimisations},
+          {"registered", runners},           {"properties", properties}};
 }
 
-std::string toText(pxl::AlgoInfo const& record) {
-  std::string text = std::string(record.getName()) + " (" + record.getSubject() + "): " + record.getHelp() + "\n";
-  if (record.isComposed()) {
-    text += "composed of other operators";
-  } else {
-    auto const runners = record.getRunners();
-    text += "registered runners: " + std::to_string(runners.size());
-    for (std::size_t i = 0; i < runners.size(); ++i) {
-      text += (i == 0 ? ", of optimisation type " : ", ") + std::to_string(runners[i]->getOptimType());
-    }
+std::string toText(std::vector<pxl::RunnerInfo> const& runners, bool isAsked) {
+  std::string const text = "registered runners: " + std::to_string(runners.size()) + "\n\n";
+  if (runners.empty()) return text;
+  Table table(isAsked ? "lrl" : "lr");
+  table.addRow(isAsked ? std::vector<std::string>{"RUNNER", "OPTIMISATION", "ACCEPTS"}
+                       : std::vector<std::string>{"RUNNER", "OPTIMISATION"});
+  for (pxl::RunnerInfo const& runner : runners) {
+    std::vector<std::string> row{runner.name.empty() ? "-" : runner.name.str(), std::to_string(runner.optimType)};
+    if (isAsked) row.push_back(runner.isAccepting ? "yes" : "no: " + runner.refusal.str());
+    table.addRow(row);
   }
-  text += "\n\n";
+  return text + table.toText() + "\n";
+}
+
+std::string toText(pxl::AlgoInfo const& record, OperatorsCommand const& command) {
+  std::string text = std::string(record.getName()) + " (" + record.getSubject() + "): " + record.getHelp() + "\n";
+  text += record.isComposed() ? "composed of other operators\n\n"
+                              : toText(findRunners(record, command), isQuestion(command));
   Table table("llll");
   table.addRow({"PROPERTY", "TYPE", "DEFAULT", "MEANING"});
   auto const algorithm = record.create();
@@ -102,7 +120,7 @@ std::string listAll() {
   Table table("lrl");
   table.addRow({"OPERATOR", "RUNNERS", "MEANING"});
   for (pxl::AlgoInfo const* record : pxl::AlgoInfo::getAll()) {
-    std::size_t const nbOfRecord = countRunners(*record);
+    std::size_t const nbOfRecord = findRunners(*record, {}).size();
     nbRunners += nbOfRecord;
     table.addRow(
         {record->getName(), record->isComposed() ? "composed" : std::to_string(nbOfRecord), record->getHelp()});
@@ -122,14 +140,14 @@ ExitCodes execute(OperatorsCommand const& command) {
   if (!command.operatorName.empty()) records = {&findOperator(command.operatorName)};
   loadPlugins(command.plugins);
   if (!command.isJson) {
-    writeOutput(command.operatorName.empty() ? listAll() : toText(*records.front()));
+    writeOutput(command.operatorName.empty() ? listAll() : toText(*records.front(), command));
     return cDone;
   }
   Json list = Json::array();
   std::size_t nbRunners = 0;
   for (pxl::AlgoInfo const* record : records) {
-    list.push_back(describe(*record));
-    nbRunners += countRunners(*record);
+    list.push_back(describe(*record, command));
+    nbRunners += list.back()["registered"].size();
   }
   Json const json{{"operators", list}, {"runners", nbRunners}, {"plugins", pxl::plugins::getLoaded()}};
   writeOutput(json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "pxl/Plugins.h"
+#include "pxl/Runnable.h"
 #include "qorn/ElementText.h"
 #include "qorn/Errors.h"
 #include "qorn/KernelText.h"
@@ -158,6 +159,14 @@ void checkValues(pxl::BaseAlgorithm const& algorithm) {
 void checkIsOffered(pxl::BaseAlgorithm const& algorithm) {
   pxl::AlgoInfo const& record = *algorithm.getAlgoInfo();
   if (record.getRunners().empty()) throw ProgramError(cFailed, record.getName(), "no plug-in offers it");
+  std::string const wanted = algorithm.getRunner().str();
+  if (wanted.empty()) return;
+  std::vector<std::string> known;
+  for (pxl::Runnable const* runner : record.getRunners()) known.emplace_back(runner->getName());
+  if (std::find(known.begin(), known.end(), wanted) != known.end()) return;
+  throw UsageError("--runner " + wanted,
+                   suggestName("no such runner; \"qorn operators " + std::string(record.getName()) + "\" lists them",
+                               wanted, known));
 }
 
 }  // namespace qorn

@@ -38,7 +38,10 @@ void setProperties(pxl::BaseAlgorithm& algorithm, std::vector<std::pair<std::str
 /** @throws UsageError the algorithm objects to its values */
 void checkValues(pxl::BaseAlgorithm const& algorithm);
 
-/** @throws ProgramError no plug-in offers the operator; asked before any file is touched */
+/**
+ * Asked before any file is touched. @throws ProgramError no plug-in offers the operator; UsageError no runner has the
+ * name that was set
+ */
 void checkIsOffered(pxl::BaseAlgorithm const& algorithm);
 
 }  // namespace qorn

@@ -154,6 +154,7 @@ ExitCodes execute(RunCommand const& command) {
   checkValues(*algorithm);
   for (auto const& [name, value] : command.settings) pxl::globalSettings().setValue(name, value);
   if (command.maxExtraMemory) algorithm->setMaximumExtraMemoryUsageInBytes(*command.maxExtraMemory);
+  algorithm->setRunner(command.runner);
   loadPlugins(command.plugins);
   checkIsOffered(*algorithm);
 

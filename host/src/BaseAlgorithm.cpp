@@ -152,6 +152,12 @@ double BaseAlgorithm::estimateSteps() const { return 1; }
 
 VoxelTypes BaseAlgorithm::getNaturalOutputType(VoxelTypes ofInput) const { return ofInput; }
 
+std::vector<RunnerInfo> BaseAlgorithm::getRunners() { return describeRunners(*this); }
+
+void BaseAlgorithm::setRunner(String const& name) { m_runner = name; }
+
+String const& BaseAlgorithm::getRunner() const { return m_runner; }
+
 bool BaseAlgorithm::hasPropertyImageOnDisk() const {
   bool isOnDisk = false;
   for (ImageModel const* image : getImages(*this, PropertyKinds::cInputImage))

@@ -5,5 +5,6 @@ namespace pxl {
 Runnable::~Runnable() = default;
 
 String Runnable::explainRefusal(BaseAlgorithm*) const { return String(); }
+char const* Runnable::getName() const { return ""; }
 
 }  // namespace pxl

@@ -130,6 +130,18 @@ void explainType(Trial& trial, std::ostringstream& text) {
   if (!accepted.str().empty()) text << "; accepted would be images of the same type," << accepted.str();
 }
 
+// The images that were refused.
+void describeImages(BaseAlgorithm const& algorithm, std::ostringstream& text) {
+  char const* separator = " ";
+  for (PropertyKinds kind : {PropertyKinds::cInputImage, PropertyKinds::cOutputImage})
+    for (NamedImage const& named : getNamedImages(algorithm, kind)) {
+      VoxelTypes const type = named.image->getVoxelType();
+      text << separator << named.name << " of " << helper::getNameOf(type)
+           << (named.image->getInterpretation() == cBinary ? " (binary)" : "");
+      separator = ", ";
+    }
+}
+
 // What the runners say themselves, each text once.
 void addExplanations(BaseAlgorithm& algorithm, std::vector<Runnable*> const& runners, std::ostringstream& text) {
   std::set<std::string> explanations;
@@ -139,7 +151,27 @@ void addExplanations(BaseAlgorithm& algorithm, std::vector<Runnable*> const& run
   }
 }
 
+// What the runners say, and what would have to be different.
+void explainDifference(BaseAlgorithm& algorithm, std::vector<Runnable*> const& runners, std::ostringstream& text) {
+  try {
+    addExplanations(algorithm, runners, text);
+    Trial trial(algorithm, runners);
+    if (!explainBinary(trial, text)) explainType(trial, text);
+  } catch (std::exception const&) {
+    // A runner that wants more of an image than a stand-in has: the refusal itself stays.
+  }
+}
+
 }  // namespace
+
+std::string explainOneRefusal(BaseAlgorithm& algorithm, Runnable& runner) {
+  std::ostringstream text;
+  text.imbue(std::locale::classic());
+  text << "doesn't accept";
+  describeImages(algorithm, text);
+  explainDifference(algorithm, {&runner}, text);
+  return text.str();
+}
 
 std::string explainRefusal(BaseAlgorithm& algorithm, std::vector<Runnable*> const& runners) {
   std::ostringstream text;
@@ -151,21 +183,8 @@ std::string explainRefusal(BaseAlgorithm& algorithm, std::vector<Runnable*> cons
     return text.str();
   }
   text << "none of " << runners.size() << " registered runner(s) accepts";
-  char const* separator = " ";
-  for (PropertyKinds kind : {PropertyKinds::cInputImage, PropertyKinds::cOutputImage})
-    for (NamedImage const& named : getNamedImages(algorithm, kind)) {
-      VoxelTypes const type = named.image->getVoxelType();
-      text << separator << named.name << " of " << helper::getNameOf(type)
-           << (named.image->getInterpretation() == cBinary ? " (binary)" : "");
-      separator = ", ";
-    }
-  try {
-    addExplanations(algorithm, runners, text);
-    Trial trial(algorithm, runners);
-    if (!explainBinary(trial, text)) explainType(trial, text);
-  } catch (std::exception const&) {
-    // A runner that wants more of an image than a stand-in has: the refusal itself stays.
-  }
+  describeImages(algorithm, text);
+  explainDifference(algorithm, runners, text);
   return text.str();
 }
 

@@ -15,4 +15,7 @@ class Runnable;
  */
 std::string explainRefusal(BaseAlgorithm& algorithm, std::vector<Runnable*> const& runners);
 
+/** The same of one runner, without the operator's name. */
+std::string explainOneRefusal(BaseAlgorithm& algorithm, Runnable& runner);
+
 }  // namespace pxl

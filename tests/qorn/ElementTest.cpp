@@ -201,15 +201,28 @@ TEST_F(Element, OfAHostileSizeIsRefusedAtOnce) {
 }
 
 TEST_F(Element, OfAnySizeIsFoundWithinSecondsOrRefused) {
-  for (std::string const text :
-       {"DilationBall3d radius=2147483647", "Erosion2d numberOfIterations=4000000000",
-        "DilationLine2d lineSize=1000000 lineAngle=1", "ErosionLine3d lineSize=1000 firstAngle=45 secondAngle=40"}) {
-    std::string const name = text.substr(0, text.find(' '));
+  struct Case {
+    char const* text;
+    char const* refusal;
+  };
+  for (Case const& refused :
+       {Case{"DilationBall3d radius=2147483647", "has at most 1000000 voxels"},
+        Case{"Erosion2d numberOfIterations=4000000000", "has at most 1000000 voxels"},
+        Case{"DilationLine2d lineSize=1000000 lineAngle=1", "is too large to be shown"},
+        Case{"ErosionLine3d lineSize=1000 firstAngle=45 secondAngle=40", "too large to be shown"}}) {
     std::vector<std::string> words;
-    std::istringstream stream(text);
+    std::istringstream stream(refused.text);
     for (std::string word; stream >> word;) words.push_back(word);
-    expectFailure(runElement(words), 1, name, "the element is too large to be shown");
+    expectFailure(runElement(words), 1, words.front(), refused.refusal);
   }
+}
+
+TEST_F(Element, NeedsNoPlugin) {
+  Program::Options options;
+  options.environment = {"PXLWORKS_PLUGIN_DIR=" + folder / ""};
+  Outcome const outcome = runQorn({"element", "DilationLine2d", "lineSize=4"}, options);
+  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+  EXPECT_EQ(outcome.out, "DilationLine2d: 4 voxels in 5 columns x 1 rows\n. # O # #\n");
 }
 
 }  // namespace

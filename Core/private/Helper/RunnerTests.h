@@ -1,5 +1,6 @@
 #pragma once
 
+#include "pxl/String.h"
 #include "pxl/VoxelTypes.h"
 #include "pxl/devices/Cpu.h"
 
@@ -23,7 +24,14 @@ inline bool hasSSE41Level() {
   return devices::Cpu::getDevice()->getSSELevel() > cLevelBelowSSE41;
 }
 
+/** What the processor lacks for the runners of this library, for users; empty if nothing. */
+inline String explainProcessor() {
+  return hasSSE() && hasSSE41Level() ? String() : String("the processor has no SSE4.1");
+}
+
 /** The optimisation type of all runners of this library. */
 constexpr int cOptimType = 1;
+/** And their name. */
+constexpr char cRunnerName[] = "sse41";
 
 }  // namespace pxl::helper

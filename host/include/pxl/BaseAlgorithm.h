@@ -8,6 +8,7 @@
 #include "pxl/VoxelTypes.h"
 #include "pxl/access/Region.h"
 #include "pxl/kernel/Margins.h"
+#include "pxl/kernel/Offsets.h"
 
 namespace pxl {
 
@@ -26,6 +27,14 @@ enum class RegionUses {
   cFromOrigin,    ///< those that begin at 0 in every dimension
   cWholeSlices,   ///< the same, of whole plans for an operator that works plan by plan, else of whole volumes
   cWholeImage     ///< none but the whole image
+};
+
+/** A runner that is registered for an operator, and whether it takes an algorithm as it is. */
+struct RunnerInfo {
+  String name;  ///< see Runnable::getName()
+  int optimType;
+  bool isAccepting;
+  String refusal;  ///< why it doesn't accept, as far as it can be told; one line
 };
 
 /**
@@ -55,6 +64,15 @@ class PXL_API BaseAlgorithm : private Noncopyable {
    * Everything a runner throws comes through unchanged.
    */
   void execute();
+
+  /** The registered runners in the order in which they were added, with the present properties. */
+  std::vector<RunnerInfo> getRunners();
+  /**
+   * Leaves execute() only the runners of this name to choose from, so that it throws RuntimeError where none of them
+   * is registered or accepts. An empty name lets it choose among all again.
+   */
+  void setRunner(String const& name);
+  String const& getRunner() const;
 
   /**
    * Computes a part of the whole result, with the same bits as in a run on whole images. An operator that measures
@@ -125,6 +143,14 @@ class PXL_API BaseAlgorithm : private Noncopyable {
    */
   virtual double estimateSteps() const;
 
+  /**
+   * Which voxels of the input a voxel of the result is computed from with the present properties, relative to it,
+   * away from the edge; each once, in no particular order. Empty where a run leaves its output as it is. Here the
+   * voxel alone.
+   * @throws InvalidCall they are more than 10^6, or an objection
+   */
+  virtual std::vector<kernel::Offset3D> getOffsets() const;
+
   /** Whether any image property lives on disk, also through proxies and adapters. */
   bool hasPropertyImageOnDisk() const;
 
@@ -156,6 +182,7 @@ class PXL_API BaseAlgorithm : private Noncopyable {
   bool m_hasProcessingRegion = false;
   bool m_hasExtraMemory = false;
   unsigned long m_extraMemory = 0;
+  String m_runner;
   algorithms::ExecutionState* m_execution;  ///< owned; guarded by the lock of the cancel and progress frame
 };
 

@@ -26,6 +26,12 @@ class PXL_API Runnable {
    * refusal. Empty, as here, if the runner has nothing to say.
    */
   virtual String explainRefusal(BaseAlgorithm* algorithm) const;
+
+  /**
+   * The name by which a user asks for this runner, such as that of an instruction set; runners of several operators
+   * may share one. Empty, as here, if it has none: then only the host chooses it.
+   */
+  virtual char const* getName() const;
 };
 
 }  // namespace pxl

@@ -35,8 +35,12 @@ using PlanOperator = TestOperator<pxl::WorkingDimension::cPlanByPlan>;
 class FakeRunner final : public pxl::Runnable {
  public:
   explicit FakeRunner(pxl::AlgoInfo* record, std::function<void(pxl::BaseAlgorithm*)> work = {}, int optimType = 1,
-                      bool isAccepting = true)
-      : m_record(record), m_work(std::move(work)), m_optimType(optimType), m_isAccepting(isAccepting) {
+                      bool isAccepting = true, std::string name = "")
+      : m_record(record),
+        m_work(std::move(work)),
+        m_optimType(optimType),
+        m_isAccepting(isAccepting),
+        m_name(std::move(name)) {
     m_record->addRunner(this);
   }
   ~FakeRunner() override { m_record->removeRunner(this); }
@@ -52,6 +56,7 @@ class FakeRunner final : public pxl::Runnable {
     return m_isAccepting;
   }
   int getOptimType() const override { return m_optimType; }
+  char const* getName() const override { return m_name.c_str(); }
 
   // Algorithms may run side by side.
   mutable std::atomic<int> nbRuns{0};
@@ -62,6 +67,7 @@ class FakeRunner final : public pxl::Runnable {
   std::function<void(pxl::BaseAlgorithm*)> m_work;
   int m_optimType;
   bool m_isAccepting;
+  std::string m_name;
 };
 
 }  // namespace host_test

@@ -75,6 +75,7 @@ class PXL_API IteratedMorphology : public BaseAlgorithm {
   RegionUses getRegionUse() const override;
   kernel::Margins getMargins() const override;
   double estimateSteps() const override;
+  std::vector<kernel::Offset3D> getOffsets() const override;
 
  protected:
   IteratedMorphology(int defaultNeighborhood, Choices const& neighborhoods);
@@ -100,6 +101,7 @@ class PXL_API RadiusMorphology : public BaseAlgorithm {
   RegionUses getRegionUse() const override;
   kernel::Margins getMargins() const override;
   double estimateSteps() const override;
+  std::vector<kernel::Offset3D> getOffsets() const override;
 
  protected:
   RadiusMorphology();
@@ -120,6 +122,7 @@ class PXL_API OrientedDiskMorphology : public BaseAlgorithm {
   RegionUses getRegionUse() const override;
   kernel::Margins getMargins() const override;
   double estimateSteps() const override;
+  std::vector<kernel::Offset3D> getOffsets() const override;
 
  protected:
   OrientedDiskMorphology();
@@ -138,6 +141,7 @@ class PXL_API Line2dMorphology : public BaseAlgorithm {
   RegionUses getRegionUse() const override;
   kernel::Margins getMargins() const override;
   double estimateSteps() const override;
+  std::vector<kernel::Offset3D> getOffsets() const override;
 
  protected:
   Line2dMorphology();
@@ -157,6 +161,7 @@ class PXL_API Line3dMorphology : public BaseAlgorithm {
   RegionUses getRegionUse() const override;
   kernel::Margins getMargins() const override;
   double estimateSteps() const override;
+  std::vector<kernel::Offset3D> getOffsets() const override;
 
  protected:
   Line3dMorphology();

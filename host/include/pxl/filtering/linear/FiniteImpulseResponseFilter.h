@@ -20,6 +20,7 @@ class PXL_API FiniteImpulseResponseFilter2D : public BaseAlgorithm {
   RegionUses getRegionUse() const override;
   kernel::Margins getMargins() const override;
   unsigned long getMaxNumOfWrittenPlans() const override;
+  std::vector<kernel::Offset3D> getOffsets() const override;
 
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
   Property<kernel::Kernel2D> kernel{*this, "kernel", "taps, rows x columns"};
@@ -34,6 +35,7 @@ class PXL_API FiniteImpulseResponseFilter3D : public BaseAlgorithm {
   static AlgoInfo* getClassInfo();
   AlgoInfo* getAlgoInfo() const override;
   kernel::Margins getMargins() const override;
+  std::vector<kernel::Offset3D> getOffsets() const override;
 
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
   Property<kernel::Kernel3D> kernel{*this, "kernel", "taps, plans x rows x columns"};
