@@ -62,9 +62,8 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
   options.interpretation = command.interpretation;
   RunImages images;
   options.check = [&](io::ImageHeader const& header) {
-    if (!images.region)
-      images.region =
-          getRegion(command.crop, command.window, header.sizes);  // of the first: the others must be as large
+    // Of the first: the others must be as large.
+    if (!images.region) images.region = getRegion(command.crop, command.window, header.sizes);
   };
   pxl::Property<pxl::ImageModel const*>* firstInput = nullptr;
   for (pxl::PropertyBase* property : algorithm.getProperties()) {
@@ -80,7 +79,7 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
       io::ImageHeader header = first.header;
       if (command.window) {
         images.existing = io::openExistingOutput(command.images.back(), header, command.outputType);
-        dynamic_cast<pxl::Property<pxl::ImageModel*>&>(*property).set(images.existing.get());
+        output->set(images.existing.get());
         continue;
       }
       header.type = command.outputType.value_or(algorithm.getNaturalOutputType(header.type));

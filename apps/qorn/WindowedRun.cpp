@@ -40,8 +40,8 @@ class WindowedRun::Sizes : public pxl::ImageModel {
 WindowedRun::WindowedRun(pxl::BaseAlgorithm& algorithm, RunCommand const& command)
     : m_algorithm(algorithm), m_interpretation(command.interpretation) {
   for (pxl::PropertyBase* property : algorithm.getProperties()) {
-    if (auto* const input = dynamic_cast<pxl::Property<pxl::ImageModel const*>*>(property)) m_inputs.push_back(input);
-    if (auto* const output = dynamic_cast<pxl::Property<pxl::ImageModel*>*>(property)) m_outputProperty = output;
+    if (auto* const input = pxl::asProperty<pxl::ImageModel const*>(*property)) m_inputs.push_back(input);
+    if (auto* const output = pxl::asProperty<pxl::ImageModel*>(*property)) m_outputProperty = output;
   }
   openFiles(command);
   io::WindowDemand const demand = makeDemand(*command.memory);
@@ -69,7 +69,7 @@ void WindowedRun::openFiles(RunCommand const& command) {
   }
   m_region = qorn::getRegion(command.crop, std::nullopt, getHeader().sizes).value_or(makeWhole(getHeader().sizes));
   m_outputHeader = io::cropHeader(getHeader(), m_region);
-  m_outputHeader.type = command.outputType.value_or(m_outputHeader.type);
+  m_outputHeader.type = command.outputType.value_or(m_algorithm.getNaturalOutputType(m_outputHeader.type));
 }
 
 /** The voxels of inputs and output, and of the temporary image that an operator with neighbours may take. */
@@ -82,7 +82,8 @@ io::WindowDemand WindowedRun::makeDemand(unsigned long memory) const {
     largest = std::max(largest, inputBytes);
   }
   pxl::kernel::Margins const margins = m_algorithm.getMargins();
-  if (margins != pxl::kernel::Margins()) bytes += largest;
+  // A composition may take an extra image, and its steps a temporary one.
+  if (margins != pxl::kernel::Margins()) bytes += largest * (m_algorithm.getAlgoInfo()->isComposed() ? 2 : 1);
   return {getHeader().sizes, m_region, margins, bytes, memory};
 }
 

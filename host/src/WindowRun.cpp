@@ -119,10 +119,8 @@ void copyVoxels(ImageModel const& source, ImageModel& target) {
 WindowRun::WindowRun(BaseAlgorithm& algorithm)
     : m_algorithm(algorithm), m_hadExtraMemory(algorithm.m_hasExtraMemory), m_extraMemory(algorithm.m_extraMemory) {
   for (PropertyBase* property : algorithm.getProperties()) {
-    if (auto* const input = dynamic_cast<Property<ImageModel const*>*>(property))
-      m_inputs.push_back({input, input->get()});
-    if (auto* const output = dynamic_cast<Property<ImageModel*>*>(property))
-      m_outputs.push_back({output, output->get()});
+    if (auto* const input = asProperty<ImageModel const*>(*property)) m_inputs.push_back({input, input->get()});
+    if (auto* const output = asProperty<ImageModel*>(*property)) m_outputs.push_back({output, output->get()});
   }
 }
 

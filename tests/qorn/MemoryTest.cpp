@@ -61,10 +61,15 @@ TEST_F(Memory, GivesTheSameForOperators) {
            {"ErosionDisk3d", "radius=2", "firstAngle=70", "secondAngle=-30"},
            {"FiniteImpulseResponseFilter2D", "kernel=1 2 3 4 5 6", "--kernel-origin=0,0"},
            {"FiniteImpulseResponseFilter3D", "kernel=1 2; 3 4|5 6; 7 8", "--kernel-origin=1,1,0"},
+           {"Open", "element=line(4, 30)"},
+           {"Gradient", "element=box(2, 3, 4)"},
            {"LogicalOperationWithValue", "value=4711"}})
     expectSame(command, input, "out.npy", {"6K", "20000", "1M"});
   expectSame({"Dilation3d"}, input, "out.npy", {"6K", "20000"}, {"--crop", "2:20,3:18,1:6,1:3,1:2"});
   expectSame({"Dilation2d"}, input, "out.npy", {"6K"}, {"--output-type", "float64"});
+  // The output has another type than the input.
+  writeFile(input, makeNpy("<i2", "(3, 19, 23)", makeValues<short>(3 * 19 * 23)));
+  expectSame({"WhiteTopHat", "element=ball(1)"}, input, "out.npy", {"6K", "1M"});
 }
 
 // Several passes to integers: NaN makes the result depend on the extra memory, and so alike in windows.

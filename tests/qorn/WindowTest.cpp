@@ -4,6 +4,7 @@
 #include "support/Files.h"
 #include "support/Nifti.h"
 #include "support/Npy.h"
+#include "support/Png.h"
 #include "support/Qorn.h"
 
 namespace {
@@ -108,6 +109,25 @@ TEST_F(Windows, CropKeepsThePlaceInSpace) {
   EXPECT_EQ(content.sizes, (std::vector<int>{4, 4, 1, 1}));
   EXPECT_EQ(content.quaternion, (std::vector<float>{0, 0, 1, 10 - 2 * 2, 20 - 1 * 3, 30 + 3 * 4}));
   EXPECT_EQ(content.rows, (std::vector<float>{0, 2, 0, 5 + 2, 3, 0, 0, 6 + 6, 0, 0, -4, 7 - 12}));
+}
+
+TEST_F(Windows, CropOfAPictureIsAPicture) {
+  std::string const picture = folder / "picture.png", part = folder / "part.png";
+  auto const values = makeValues<unsigned char>(6 * 5 * 3);
+  std::string const pixels = toBytes(values);
+  writePng(picture, 6, 5, 8, 2, pixels);
+  std::vector<std::string> const copy{"LogicalOperationWithValue", "value=0", "logicalOperator=1"};
+  ASSERT_EQ(run(copy, picture, part, {"--crop", "2:4,1:2"}).exitCode, 0);
+  EXPECT_EQ(readPng(part).colour, 2);
+  EXPECT_EQ(readPng(part).rowBytes, pixels.substr((6 + 2) * 3, 6));
+  // One channel is grey; two are an image of more dimensions than a PNG has.
+  ASSERT_EQ(run(copy, picture, part, {"--crop", "2:4,1:2,:,:,1:2"}).exitCode, 0);
+  EXPECT_EQ(readPng(part).colour, 0);
+  EXPECT_EQ(readPng(part).rowBytes, (std::string{pixels[(6 + 2) * 3 + 1], pixels[(6 + 3) * 3 + 1]}));
+  expectFailure(run(copy, picture, part, {"--crop", ":,:,:,:,0:2"}), 1, part, "5-D");
+  ASSERT_EQ(run(copy, picture, output, {"--crop", "2:4,1:2,:,:,0:2"}).exitCode, 0);
+  EXPECT_EQ(readFile(output), makeNpy("|u1", "(2, 1, 1, 1, 2)",
+                                      std::vector<unsigned char>{values[24], values[27], values[25], values[28]}));
 }
 
 TEST_F(Windows, AreWrittenIntoAFileThatIsThere) {

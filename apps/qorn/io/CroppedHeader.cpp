@@ -52,6 +52,14 @@ ImageHeader cropHeader(ImageHeader header, pxl::access::Region const& region) {
     header.nifti = std::make_shared<NiftiHeader const>(nifti);
   }
   header.sizes = sizes;
+  if (unsigned long const nbSamples = getNbSamples(header.picture);
+      nbSamples > 1 && nbSamples != sizes[pxl::cSpectralSeries]) {
+    header.picture = Picture();
+    // One sample for each pixel is an image of fewer dimensions.
+    if (sizes[pxl::cSpectralSeries] == 1) {
+      header.rank = sizes[pxl::cSequence] > 1 ? 4 : sizes[pxl::cPlans] > 1 ? 3 : 2;
+    }
+  }
   return header;
 }
 
