@@ -1,5 +1,5 @@
 #!/usr/bin/env -S python3 -B
-"""Puts three orthogonal cuts through the middle of a volume of int16 voxels from 0 to 255 side by side, as uint8:
+"""Puts three orthogonal cuts through the middle of a volume of 16-bit voxels from 0 to 255 side by side, as uint8:
 cuts.py VOLUME.npy CUTS.npy"""
 
 import ast
@@ -11,7 +11,7 @@ def main():
         content = file.read()
     start = 10 + int.from_bytes(content[8:10], "little")
     header = ast.literal_eval(content[10:start].decode())
-    assert header["descr"] == "<i2"
+    assert header["descr"] in ("<i2", "<u2")
     plans, rows, cols = header["shape"]
     voxels = content[start::2]
 

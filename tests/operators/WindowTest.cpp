@@ -220,7 +220,8 @@ TEST_P(OnWindow, WritesToTheSameWindowOfTheInput) {
 // Also through adapters, which store what is written to them by themselves.
 TEST_P(OnWindow, GoesThroughAdapters) {
   oracle::Random random(8);
-  ReadyRun const run = makeRun({9, 8, 4, 1, 1}, pxl::cInteger32);
+  // A type that every operator also has for its output.
+  ReadyRun const run = makeRun({9, 8, 4, 1, 1}, pxl::cUnsignedInteger32);
   if (!run.output) return;
   for (auto const& input : run.inputs) fill(*input, random);
   put(*run.output, takeAll(*run.inputs.front()));
@@ -228,15 +229,15 @@ TEST_P(OnWindow, GoesThroughAdapters) {
   Box const box{{2, 1, 0, 0, 0}, {7, 6, 3, 1, 1}};
   Bytes const expected = makeExpected(takeAll(*run.output), takeAll(*run.inputs.front()), *run.output, box);
   auto const real = pxl::Image::New(pxl::cDouble, {9, 8, 4, 1, 1});
-  auto const* const voxels = static_cast<int const*>(run.inputs.front()->getVoxels());
+  auto const* const voxels = static_cast<unsigned int const*>(run.inputs.front()->getVoxels());
   for (int i = 0; i < 9 * 8 * 4; ++i) static_cast<double*>(real->getVoxels())[i] = voxels[i];
   {
-    pxl::ImageModelAdapter const adapter(real.get(), pxl::cInteger32, pxl::cRoundAndSaturate);
+    pxl::ImageModelAdapter const adapter(real.get(), pxl::cUnsignedInteger32, pxl::cRoundAndSaturate);
     setInput(*run.algorithm, adapter.getImageModel());
     setOutput(*run.algorithm, adapter.getImageModel());
     run.algorithm->executeOnWindow(box.toRegion());
   }
-  auto const* const wanted = reinterpret_cast<int const*>(expected.data());
+  auto const* const wanted = reinterpret_cast<unsigned int const*>(expected.data());
   for (int i = 0; i < 9 * 8 * 4; ++i)
     ASSERT_EQ(static_cast<double*>(real->getVoxels())[i], wanted[i]) << "voxel " << i;
 }
