@@ -6,6 +6,7 @@
 #include <set>
 
 #include "pxl/Plugins.h"
+#include "pxl/morphology/ElementMorphology.h"
 #include "qorn/ElementText.h"
 #include "qorn/Errors.h"
 #include "qorn/KernelText.h"
@@ -158,6 +159,13 @@ void checkValues(pxl::BaseAlgorithm const& algorithm) {
 void checkIsOffered(pxl::BaseAlgorithm const& algorithm) {
   pxl::AlgoInfo const& record = *algorithm.getAlgoInfo();
   if (record.getRunners().empty()) throw ProgramError(cFailed, record.getName(), "no plug-in offers it");
+}
+
+io::ImageHeader makeOutputHeader(pxl::BaseAlgorithm const& algorithm, io::ImageHeader header,
+                                 std::optional<pxl::VoxelTypes> type) {
+  header.type = type.value_or(algorithm.getNaturalOutputType(header.type));
+  if (dynamic_cast<pxl::morphology::MorphologicalDifference const*>(&algorithm)) io::dropIntercept(header);
+  return header;
 }
 
 }  // namespace qorn
