@@ -60,6 +60,8 @@ class SSE41ElementRunner final : public Runnable {
   }
 
   int getOptimType() const override { return helper::cOptimType; }
+  String explainRefusal(BaseAlgorithm*) const override { return helper::explainProcessor(); }
+  char const* getName() const override { return helper::cRunnerName; }
 };
 
 }  // namespace pxl::morphology

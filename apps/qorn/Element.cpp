@@ -76,14 +76,14 @@ std::string describe(Element const& element) {
 }
 
 /**
- * The element that a morphological algorithm with its present properties uses. Empty if the algorithm leaves its
- * output as it is.
+ * The element that something with getOffsets() uses: a morphological algorithm with its present properties, or an
+ * element. Empty if an algorithm leaves its output as it is.
  * @throws ProgramError the element is too large to be shown
  */
-Element findElement(pxl::BaseAlgorithm const& algorithm) {
-  char const* const name = algorithm.getAlgoInfo()->getName();
+template <class Neighbours>
+Element findElement(Neighbours const& neighbours, std::string const& name) {
   try {
-    return makeElement(algorithm.getOffsets(), name);
+    return makeElement(neighbours.getOffsets(), name);
   } catch (pxl::InvalidCall const& refusal) {
     throw ProgramError(cFailed, name, refusal.what());
   }
@@ -141,8 +141,7 @@ ExitCodes execute(ElementCommand const& command) {
     if (!command.properties.empty())
       throw UsageError(command.properties.front().first, "an element has no properties");
     auto const described = parseElement(command.operatorName);
-    show(makeElement(described.getOffsets(), command.operatorName), described.getDimension(), command.operatorName,
-         command);
+    show(findElement(described, command.operatorName), described.getDimension(), command.operatorName, command);
     return cDone;
   }
   pxl::AlgoInfo const& record = findOperator(command.operatorName);
@@ -154,13 +153,12 @@ ExitCodes execute(ElementCommand const& command) {
   checkValues(*algorithm);
   if (pxl::PropertyBase* const property = algorithm->findProperty("element")) {
     auto const described = pxl::asProperty<pxl::kernel::StructuringElement>(*property)->get();
-    show(makeElement(described.getOffsets(), described.toString().str()), described.getDimension(),
-         command.operatorName, command);
+    show(findElement(described, described.toString().str()), described.getDimension(), command.operatorName, command);
     return cDone;
   }
   // The host knows its elements without them; a path that is given must still be right.
   if (!command.plugins.empty()) loadPlugins(command.plugins);
-  show(findElement(*algorithm), isVolume(*algorithm) ? 3 : 2, command.operatorName, command);
+  show(findElement(*algorithm, command.operatorName), isVolume(*algorithm) ? 3 : 2, command.operatorName, command);
   if (pxl::String const notice = algorithm->getNotice(); !notice.empty()) {
     writeErrorLine(command.operatorName + ": " + notice.str());
   }

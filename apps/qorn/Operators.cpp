@@ -7,6 +7,7 @@
 
 #include "pxl/Plugins.h"
 #include "pxl/Runnable.h"
+#include "pxl/morphology/ElementMorphology.h"
 #include "qorn/ElementText.h"
 #include "qorn/Errors.h"
 #include "qorn/KernelText.h"
@@ -167,6 +168,13 @@ void checkIsOffered(pxl::BaseAlgorithm const& algorithm) {
   throw UsageError("--runner " + wanted,
                    suggestName("no such runner; \"qorn operators " + std::string(record.getName()) + "\" lists them",
                                wanted, known));
+}
+
+io::ImageHeader makeOutputHeader(pxl::BaseAlgorithm const& algorithm, io::ImageHeader header,
+                                 std::optional<pxl::VoxelTypes> type) {
+  header.type = type.value_or(algorithm.getNaturalOutputType(header.type));
+  if (dynamic_cast<pxl::morphology::MorphologicalDifference const*>(&algorithm)) io::dropIntercept(header);
+  return header;
 }
 
 }  // namespace qorn

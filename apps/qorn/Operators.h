@@ -8,6 +8,7 @@
 #include "pxl/AlgoInfo.h"
 #include "pxl/BaseAlgorithm.h"
 #include "pxl/Property.h"
+#include "qorn/io/ImageHeader.h"
 
 /** What the commands do with operators. Everything about an operator comes from the host's descriptions. */
 namespace qorn {
@@ -37,6 +38,13 @@ void setProperties(pxl::BaseAlgorithm& algorithm, std::vector<std::pair<std::str
 
 /** @throws UsageError the algorithm objects to its values */
 void checkValues(pxl::BaseAlgorithm const& algorithm);
+
+/**
+ * The header of an operator's output for inputs with this one: of the given type or else the operator's own, and with
+ * a scale that suits what it computes.
+ */
+io::ImageHeader makeOutputHeader(pxl::BaseAlgorithm const& algorithm, io::ImageHeader header,
+                                 std::optional<pxl::VoxelTypes> type);
 
 /**
  * Asked before any file is touched. @throws ProgramError no plug-in offers the operator; UsageError no runner has the

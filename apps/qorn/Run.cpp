@@ -7,7 +7,6 @@
 
 #include "pxl/Settings.h"
 #include "pxl/analysis/Measure.h"
-#include "pxl/morphology/ElementMorphology.h"
 #include "qorn/Commands.h"
 #include "qorn/ElementText.h"
 #include "qorn/MappedFileGuard.h"
@@ -82,8 +81,7 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
         output->set(images.existing.get());
         continue;
       }
-      header.type = command.outputType.value_or(algorithm.getNaturalOutputType(header.type));
-      if (dynamic_cast<pxl::morphology::MorphologicalDifference const*>(&algorithm)) io::dropIntercept(header);
+      header = makeOutputHeader(algorithm, header, command.outputType);
       if (images.region) header = io::cropHeader(header, *images.region);
       if (command.isInPlace && header.type != first.header.type) {
         throw UsageError("--in-place", std::string("the output has the input's type, ") +

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "pxl/AlgoInfo.h"
+#include "qorn/Operators.h"
 #include "qorn/Supervision.h"
 #include "qorn/io/CroppedHeader.h"
 
@@ -68,8 +69,7 @@ void WindowedRun::openFiles(RunCommand const& command) {
         std::string(m_inputs.front()->getName()) + " and " + m_inputs[i]->getName() + " differ in size");
   }
   m_region = qorn::getRegion(command.crop, std::nullopt, getHeader().sizes).value_or(makeWhole(getHeader().sizes));
-  m_outputHeader = io::cropHeader(getHeader(), m_region);
-  m_outputHeader.type = command.outputType.value_or(m_algorithm.getNaturalOutputType(m_outputHeader.type));
+  m_outputHeader = io::cropHeader(makeOutputHeader(m_algorithm, getHeader(), command.outputType), m_region);
 }
 
 /** The voxels of inputs and output, and of the temporary image that an operator with neighbours may take. */

@@ -1,9 +1,11 @@
 #include <algorithm>
 #include <array>
 
+#include "Raise.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/filtering/linear/FiniteImpulseResponseFilter.h"
 #include "pxl/kernel/StructuringElement.h"
+#include "pxl/morphology/ElementMorphology.h"
 #include "pxl/morphology/Morphology.h"
 
 // Which neighbours each operator looks at.
@@ -28,6 +30,31 @@ Offsets sortUnique(Offsets offsets) {
 
 bool isInVolume(BaseAlgorithm const& algorithm) {
   return algorithm.getAlgoInfo()->getWorkingDimension() == WorkingDimension::cVolume;
+}
+
+// Where two neighbourhoods lead, one after the other.
+Offsets addEach(Offsets const& first, kernel::Margins const& reach, Offsets const& second) {
+  constexpr double cMaxPairs = 1e9;  // a second or so
+  if (static_cast<double>(first.size()) * static_cast<double>(second.size()) > cMaxPairs)
+    PXL_RAISE(InvalidCall, "the neighbours are too many to be listed");
+  unsigned long const cols = reach.colsBefore + reach.colsAfter + 1, rows = reach.rowsBefore + reach.rowsAfter + 1,
+                      plans = reach.plansBefore + reach.plansAfter + 1;
+  std::vector<bool> isReached(cols * rows * plans);
+  auto const toIndex = [](long offset, unsigned long before) {
+    return static_cast<unsigned long>(offset + static_cast<long>(before));
+  };
+  for (kernel::Offset3D const& a : first)
+    for (kernel::Offset3D const& b : second)
+      isReached[(toIndex(a.plan + b.plan, reach.plansBefore) * rows + toIndex(a.row + b.row, reach.rowsBefore)) *
+                    cols +
+                toIndex(a.col + b.col, reach.colsBefore)] = true;
+  Offsets offsets;
+  for (unsigned long i = 0; i < isReached.size(); ++i)
+    if (isReached[i])
+      offsets.push_back({static_cast<long>(i % cols) - static_cast<long>(reach.colsBefore),
+                         static_cast<long>(i / cols % rows) - static_cast<long>(reach.rowsBefore),
+                         static_cast<long>(i / (cols * rows)) - static_cast<long>(reach.plansBefore)});
+  return offsets;
 }
 
 }  // namespace
@@ -73,6 +100,14 @@ Offsets Line2dMorphology::getOffsets() const { return StructuringElement::line(l
 
 Offsets Line3dMorphology::getOffsets() const {
   return StructuringElement::line3d(lineSize, firstAngle, secondAngle).getOffsets();
+}
+
+Offsets ListedMorphology::getOffsets() const { return sortUnique(element.get().getOffsets()); }
+
+Offsets ComposedMorphology::getOffsets() const {
+  StructuringElement const given = element;
+  if (m_nbPasses == 1) return sortUnique(given.getOffsets());
+  return addEach(given.getOffsets(), getMargins(), given.getMirrored().getOffsets());
 }
 
 }  // namespace morphology

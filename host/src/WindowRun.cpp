@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <string>
 
-#include "Raise.h"
 #include "PropertyChecks.h"
+#include "Raise.h"
 #include "RunnerChoice.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/BaseAlgorithm.h"

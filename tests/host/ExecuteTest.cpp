@@ -175,10 +175,6 @@ TEST_F(Execute, SaysWhyNoRunnerAccepts) {
     EXPECT_TRUE(contains(text, part)) << text;
   EXPECT_FALSE(contains(text, "SSE")) << text;
   EXPECT_EQ(a.nbRuns + b.nbRuns, 0);
-  pxl::instrument::Recorder recorder;
-  recorder.sseLevel = 64;
-  text = raisedBy<pxl::RuntimeError>([&] { algorithm.execute(); });
-  EXPECT_TRUE(contains(text, "64") && contains(text, "SSE4.1")) << text;
 }
 
 TEST_F(Execute, ForgetsARunnerThatWasTakenOff) {

@@ -42,6 +42,11 @@ class Offsets : public EveryOperator {
     return positions;
   }
 
+  static bool hasTwoPasses() {
+    std::string const name = GetParam();
+    return name == "Open" || name == "Close" || name == "WhiteTopHat" || name == "BlackTopHat";
+  }
+
   template <class T>
   static void setIfThere(ReadyRun& run, char const* name, T value) {
     if (run.algorithm->findProperty(name)) setProperty(*run.algorithm, name, value);
@@ -66,11 +71,22 @@ PXLWORKS_FOR_EVERY_OPERATOR(Offsets);
 
 TEST_P(Offsets, AreWhereARunReads) {
   oracle::Random random(815);
-  bool const isErosion = GetParam().rfind("Erosion", 0) == 0;
+  bool const isErosion = GetParam().rfind("Ero", 0) == 0;
   for (int round = 0; round < 60; ++round) {
     auto run = makeRun({cSize, cSize, cSize, 1, 1});
     if (!run.output || run.inputs.size() > 1 || run.algorithm->findProperty("logicalOperator")) {
       EXPECT_EQ(getOffsets(*run.algorithm), std::set<Position>({{0, 0, 0}})) << "each voxel by itself";
+      return;
+    }
+    if (hasTwoPasses()) {
+      // A single voxel doesn't outlive an erosion, so that a run would show nothing.
+      auto const element = pxl::asProperty<pxl::kernel::StructuringElement>(*run.algorithm->findProperty("element"))
+                               ->get()
+                               .getOffsets();
+      std::set<Position> sums;
+      for (auto const& a : element)
+        for (auto const& b : element) sums.insert({a.col - b.col, a.row - b.row, a.plan - b.plan});
+      EXPECT_EQ(getOffsets(*run.algorithm), sums);
       return;
     }
     std::string text;

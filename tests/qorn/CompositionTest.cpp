@@ -201,7 +201,7 @@ TEST_F(CompositionCommands, DrawElements) {
   expectFailure(runQorn({"element", "disk(x)"}), 2, "element=disk(x)", "\"x\" isn't a whole number");
   expectFailure(runQorn({"element", "disk(1)", "radius=2"}), 2, "radius", "an element has no properties");
   expectFailure(runQorn({"element", "connectivity(26, 4000000000)"}), 1, "connectivity(26, 4000000000)",
-                "the element is too large to be shown");
+                "a structuring element has at most 1000000 voxels");
 }
 
 TEST_F(CompositionCommands, AreListedAsComposed) {

@@ -114,6 +114,12 @@ TEST_F(Memory, ReadsAndWritesFormats) {
   }
   for (char const* to : {"out.tif", "out.nii", "out.nii.gz"})
     expectSame({"Erosion3d"}, folder / "little.nii", to, {"4K", "30K"});
+  // The scale of a difference has no intercept.
+  NiftiStart scaled({37, 20, 5}, 512, 16);
+  scaled.put(cNiftiSlope, 2.0f).put(cNiftiIntercept, -5.0f);
+  writeFile(folder / "scaled.nii", scaled.getBytes() + toBytes(values));
+  expectSame({"WhiteTopHat", "element=ball(1)"}, folder / "scaled.nii", "out.nii", {"30K"});
+  expectSame({"WhiteTopHat", "element=ball(1)"}, folder / "little.nii", "out.nii", {"30K"});
   layout.pages = 1;
   writeTiff(folder / "one.tif", layout, toBytes(values));
   expectSame({"Dilation2d"}, folder / "one.tif", "out.png", {"4K"});

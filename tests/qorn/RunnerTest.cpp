@@ -36,9 +36,12 @@ TEST_F(Runner, OfAnotherNameIsRefusedBeforeFilesAreTouched) {
 
 TEST_F(Runner, EveryOperatorHasOneWithAName) {
   ::Json const json = ::Json::parse(runQorn({"operators", "--json"}).out);
-  ASSERT_EQ(json["operators"].size(), 19u);
+  ASSERT_GE(json["operators"].size(), 19u);
   for (::Json const& record : json["operators"]) {
-    EXPECT_EQ(record["registered"], ::Json::parse(R"([{"name": "sse41", "optimisation": 1}])")) << record["name"];
+    // The host runs what is composed itself.
+    ::Json const expected =
+        record["composed"] ? ::Json::array() : ::Json::parse(R"([{"name": "sse41", "optimisation": 1}])");
+    EXPECT_EQ(record["registered"], expected) << record["name"];
   }
 }
 

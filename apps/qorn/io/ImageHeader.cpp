@@ -31,7 +31,8 @@ ImageHeader makeHeader(std::string const& path, pxl::VoxelTypes type, std::vecto
   return header;
 }
 
-ImageHeader makeHeader(std::string const& path, pxl::VoxelTypes type, std::vector<unsigned long> shape, bool isCompressed, Picture const& picture) {
+ImageHeader makeHeader(std::string const& path, pxl::VoxelTypes type, std::vector<unsigned long> shape,
+                       bool isCompressed, Picture const& picture) {
   if (unsigned long const nbSamples = getNbSamples(picture); nbSamples > 1) {
     if (shape.size() < pxl::cSpectralSeries) shape.insert(shape.begin(), pxl::cSpectralSeries - shape.size(), 1);
     shape.insert(shape.begin(), nbSamples);

@@ -47,7 +47,8 @@ ImageHeader makeHeader(std::string const& path, pxl::VoxelTypes type, std::vecto
                        bool isCompressed);
 
 /** The same for a picture; `shape` is that of one sample. Several samples become the spectral series. */
-ImageHeader makeHeader(std::string const& path, pxl::VoxelTypes type, std::vector<unsigned long> shape, bool isCompressed, Picture const& picture);
+ImageHeader makeHeader(std::string const& path, pxl::VoxelTypes type, std::vector<unsigned long> shape,
+                       bool isCompressed, Picture const& picture);
 
 /** Whether a picture is to be written with one bit for each pixel: its file had one, and all voxels are 0 and 1. */
 bool isMask(ImageHeader const& header, void const* voxels);

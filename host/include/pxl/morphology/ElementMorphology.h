@@ -32,6 +32,7 @@ class PXL_API ListedMorphology : public ElementMorphology {
   String getObjection() const override;
   RegionUses getRegionUse() const override;
   kernel::Margins getMargins() const override;
+  std::vector<kernel::Offset3D> getOffsets() const override;
   double estimateSteps() const override;
 
  protected:
@@ -60,6 +61,8 @@ class PXL_API ComposedMorphology : public ElementMorphology {
   RegionUses getRegionUse() const override;
   /** Those of the element, and of the mirrored one where that follows. */
   kernel::Margins getMargins() const override;
+  /** Those of the element, and from there of the mirrored one where that follows. */
+  std::vector<kernel::Offset3D> getOffsets() const override;
   double estimateSteps() const override;
 
  protected:
