@@ -173,7 +173,8 @@ PXL_COMPOSED_RECORD(WhiteTopHat, Composition<WhiteTopHat>::get(), "morphology", 
 BlackTopHat::BlackTopHat() : MorphologicalDifference(2) {}
 PXL_COMPOSED_RECORD(BlackTopHat, Composition<BlackTopHat>::get(), "morphology", "the closing less the image", cVolume)
 
-Gradient::Gradient() : MorphologicalDifference(2) {}
+// Both passes go over the input.
+Gradient::Gradient() : MorphologicalDifference(1) {}
 PXL_COMPOSED_RECORD(Gradient, Composition<Gradient>::get(), "morphology", "dilation less erosion, or half of it",
                     cVolume)
 String Gradient::getObjection() const {
@@ -184,8 +185,6 @@ String Gradient::getObjection() const {
     return "an outer or inner gradient needs an element that holds the voxel itself";
   return MorphologicalDifference::getObjection();
 }
-// Both passes go over the input.
-kernel::Margins Gradient::getMargins() const { return element.get().getMargins(); }
 double Gradient::estimateSteps() const {
   return (gradientMode == cFullGradient ? 2 : 1) * morphology::estimateSteps(element);
 }

@@ -130,7 +130,6 @@ class PXL_API Gradient : public MorphologicalDifference {
   Property<int> gradientMode{*this, "gradientMode", cFullGradient, cGradientModeNames, "what is taken from what"};
 
   String getObjection() const override;
-  kernel::Margins getMargins() const override;
   double estimateSteps() const override;
 };
 
