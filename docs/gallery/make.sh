@@ -1,5 +1,5 @@
 #!/bin/bash
-# Makes the pictures of the gallery anew from images that Debian packages carry: camera.png (public domain, CC0) and
+# Makes the pictures of the gallery from images that Debian packages carry: camera.png (public domain, CC0) and
 # coins.png of python3-skimage, and a head of insighttoolkit5-examples (Apache-2.0). The packages are only unpacked,
 # not installed.
 set -euo pipefail

@@ -17,8 +17,11 @@ foreach(plugin qorn elements)
     "$<TARGET_FILE:pxlworks_pxl_${plugin}>" ${binary_kind})
 endforeach()
 add_test(NAME check.run_paths COMMAND ${check_by} "${checks}/check_run_paths.py" "${CMAKE_BINARY_DIR}")
-add_test(NAME check.checks_can_fail COMMAND ${check_by} "${checks}/checks_can_fail.py" "${PROJECT_SOURCE_DIR}"
-  "${CMAKE_BINARY_DIR}/lib" "${CMAKE_CXX_COMPILER}")
+if(PXLWORKS_PROGRAMS)
+  add_test(NAME check.docs COMMAND ${check_by} "${checks}/check_docs.py" "${PROJECT_SOURCE_DIR}" $<TARGET_FILE:qorn>)
+  add_test(NAME check.checks_can_fail COMMAND ${check_by} "${checks}/checks_can_fail.py" "${PROJECT_SOURCE_DIR}"
+    "${CMAKE_BINARY_DIR}/lib" "${CMAKE_CXX_COMPILER}" $<TARGET_FILE:qorn>)
+endif()
 add_test(NAME check.format COMMAND bash "${checks}/format.sh")
 # That each mutation still finds its place; mutate.py runs them.
 add_test(NAME check.mutations_apply COMMAND ${check_by} "${checks}/mutate.py" --check)

@@ -1,6 +1,6 @@
 #!/usr/bin/env -S python3 -B
 """Breaks each rule once, in a copy of the project, and expects the check to say so.
-Arguments: the project's folder, the folder of the host's libraries, the C++ compiler."""
+Arguments: the project's folder, the folder of the host's libraries, the C++ compiler, the program qorn."""
 
 import os
 import shutil
@@ -48,6 +48,21 @@ IN_SOURCES = [
     ("words", "README.md", "as the sp" "ec says", "README.md"),
     ("words", "docs/New.md", "see Part" " 3.1", "docs/New.md"),
     ("words", "tests/new.sh", "cd /wo" "rk/main", "tests/new.sh"),
+    ("docs", "README.md", "`host/src/Nowhere.cpp`", "no path host/src/Nowhere.cpp"),
+    ("docs", "README.md", "`Nowhere*.h`", "no path Nowhere*.h"),
+    ("docs", "docs/windows.md", "[there](nowhere.md)", "no file docs/nowhere.md"),
+    ("docs", "docs/windows.md", "[there](elements.md#nowhere)", "no heading #nowhere"),
+    ("docs", "README.md", "`qorn opne IN OUT`", "no subcommand opne"),
+    ("docs", "README.md", "```console\n$ qorn open a.png b.png --elment x\n```", "no option --elment of qorn open"),
+    ("docs", "README.md", "`--elment`", "no option --elment"),
+    ("docs", "README.md", "```console\n$ ./run run Dilation4d a.png b.png\n```", "no operator Dilation4d"),
+    ("docs", "README.md", "`Dilation4d`", "no name Dilation4d"),
+    ("docs", "README.md", "```console\n$ qorn run Dilation2d a.png b.png radius=1\n```", "no property radius of Dil"),
+    ("docs", "README.md", "`qorn run Dilation2d IN OUT neighborhood=round`", "no value round of neighborhood"),
+    ("docs", "README.md", "`shapeMode=round`", "no value round of shapeMode"),
+    ("docs", "README.md", "```console\n$ cmake --preset relase && tests/nowhere.sh\n```", "no preset relase"),
+    ("docs", "README.md", "```console\n$ cmake --preset release && tests/nowhere.sh\n```", "no path tests/nowhere.sh"),
+    ("docs", "ARCHITECTURE.md", "```\nhost/nowhere\n```", "no path host/nowhere"),
     ("mutations", PLUGIN, "// argument.second->runChildAlgo(&filter);", "the old text occurs 2 times"),
     ("mutations", "tests/checks/mutations/analysis.txt", f"@ new {PLUGIN}\n- nowhere\n+ there", "occurs 0 times"),
     ("mutations", "tests/checks/mutations/analysis.txt", f"@ new {PLUGIN}\n- nowhere\n+ nowhere", "nothing is changed"),
@@ -82,15 +97,15 @@ IN_PLUGIN = [
 ]
 
 
-def run_check(check, argument):
+def run_check(check, *arguments):
     script = ["mutate.py", "--check", "--root"] if check == "mutations" else [f"check_{check}.py"]
-    command = [sys.executable, "-B", os.path.join(HERE, script[0]), *script[1:], argument]
+    command = [sys.executable, "-B", os.path.join(HERE, script[0]), *script[1:], *arguments]
     result = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
     return result.returncode, result.stdout
 
 
-def expect(what, check, argument, finding):
-    status, output = run_check(check, argument)
+def expect(what, check, arguments, finding):
+    status, output = run_check(check, *arguments)
     if finding == "":
         good = status == 0
     else:
@@ -100,7 +115,7 @@ def expect(what, check, argument, finding):
     return good
 
 
-def break_sources(root, copy):
+def break_sources(root, copy, program):
     for name in tree.all_files(root):
         os.makedirs(os.path.dirname(os.path.join(copy, name)), exist_ok=True)
         shutil.copy(os.path.join(root, name), os.path.join(copy, name))
@@ -110,7 +125,8 @@ def break_sources(root, copy):
         before = tree.read(copy, name) if os.path.exists(path) else None
         with open(path, "w", encoding="utf-8") as file:
             file.write((before or "") + "\n" + text + "\n")
-        yield expect(f"{name} with {text.strip()}", check, copy, finding)
+        arguments = [copy, program] if check == "docs" else [copy]
+        yield expect(f"{name} with {text.strip()}", check, arguments, finding)
         if before is None:
             os.remove(path)
         else:
@@ -119,7 +135,7 @@ def break_sources(root, copy):
     for command in (["init", "-q"], ["-c", "user.name=a", "-c", "user.email=a@b.c", "-c", "commit.gpgsign=false",
                                      "commit", "-q", "--allow-empty", "-m", "see the sp" "ec"]):
         subprocess.run(["git", "-C", copy, *command], check=True)
-    yield expect("history", "words", copy, "commit messages:1")
+    yield expect("history", "words", [copy], "commit messages:1")
 
 
 def break_plugin(libraries, compiler, folder):
@@ -129,7 +145,7 @@ def break_plugin(libraries, compiler, folder):
             file.write(source + "\n")
         subprocess.run([compiler, "-O2", "-fPIC", "-shared", name + ".cpp", "-o", name + ".so", "-L" + libraries,
                         *options], check=True)
-        yield expect(f"{source} built with {options}", "plugin", name + ".so", finding)
+        yield expect(f"{source} built with {options}", "plugin", [name + ".so"], finding)
 
 
 def break_run_paths(compiler, folder):
@@ -141,14 +157,14 @@ def break_run_paths(compiler, folder):
         os.makedirs(libraries)
         subprocess.run([compiler, "-shared", "-x", "c++", os.devnull, "-o", os.path.join(libraries, "a.so"),
                         "-Wl,-rpath," + path], check=True)
-        yield expect(f"a library with the run path {path}", "run_paths", os.path.dirname(libraries), finding)
-    yield expect("nothing", "run_paths", os.path.dirname(os.path.abspath(__file__)), "no binaries found")
+        yield expect(f"a library with the run path {path}", "run_paths", [os.path.dirname(libraries)], finding)
+    yield expect("nothing", "run_paths", [os.path.dirname(os.path.abspath(__file__))], "no binaries found")
 
 
 def main():
-    root, libraries, compiler = sys.argv[1:]
+    root, libraries, compiler, program = sys.argv[1:]
     with tempfile.TemporaryDirectory() as folder:
-        results = list(break_sources(root, os.path.join(folder, "copy")))
+        results = list(break_sources(root, os.path.join(folder, "copy"), program))
         results += break_plugin(libraries, compiler, folder)
         results += break_run_paths(compiler, folder)
     print(f"{results.count(True)} of {len(results)} broken or sound inputs were told apart")

@@ -23,7 +23,7 @@ enum VoxelTypes : int {
 /** How voxels change their type: 0 rounds half to even, saturates, and turns NaN into 0 for integers. No scaling. */
 enum DataConvertionTypes : int { cRoundAndSaturate = 0 };
 
-/** The five dimensions of an image, fastest first. */
+/** The five dimensions, fastest first. A plan is a slice (z), the sequence is time, a spectral series a channel. */
 enum Components : int { cColumns = 0, cRows = 1, cPlans = 2, cSequence = 3, cSpectralSeries = 4 };
 
 constexpr int cNbComponents = 5;
