@@ -57,7 +57,8 @@ inline std::unique_ptr<pxl::morphology::IteratedMorphology> makeAlgorithm(Way co
 template <class T>
 oracle::Image<T> toOracle(pxl::Image const& image, Five const& sizes) {
   oracle::Image<T> result(sizes);
-  std::memcpy(result.voxels.data(), image.getVoxels(), result.voxels.size() * sizeof(T));
+  auto const* const voxels = static_cast<T const*>(image.getVoxels());
+  std::copy(voxels, voxels + result.voxels.size(), result.voxels.begin());
   return result;
 }
 
