@@ -4,14 +4,11 @@
 #include <cstdlib>
 #include <vector>
 
-#include "Core/private/Helper/RunnerTests.h"
-#include "Core/private/Helper/safe_cast.h"
 #include "Core/private/Morphology/MinMaxFunctors.h"
+#include "Core/private/Morphology/OneTypeRunner.h"
 #include "Core/private/Morphology/RunRecursive.h"
-#include "Core/private/TmplDispatch/Visitor1Args.h"
 #include "elements/ElementFoldSimd.h"
 #include "pxl/ImageModel.h"
-#include "pxl/Runnable.h"
 #include "pxl/morphology/ElementMorphology.h"
 
 namespace pxl::morphology {
@@ -31,37 +28,18 @@ inline std::vector<kernel::Offset3D> limitOffsets(std::vector<kernel::Offset3D> 
   return offsets;
 }
 
-/** The runner of an operator with any element: one pass in a volume, whatever the element's dimension. */
+/** The dispatcher of an operator with any element: one pass in a volume, whatever the element's dimension. */
 template <class Algo, class Functor>
-class SSE41ElementRunner final : public Runnable {
- public:
-  /** The dispatcher. */
-  struct Pass {
-    template <class T>
-    static void run(Algo* algorithm) {
-      ElementFoldSimd<Functor> kernel(
-          limitOffsets(algorithm->element.get().getOffsets(), *algorithm->inputImage.get()));
-      runRecursive<Filter3dTag, Functor, T>(algorithm, kernel, 1);
-    }
-  };
-
-  void run(BaseAlgorithm* algorithm) const override {
-    Algo* const concrete = helper::safe_cast<Algo*>(algorithm);
-    tmpl_dispatch::Visitor1Args<tmpl_dispatch::AllTypes, Pass, Algo*>()(concrete->inputImage.get()->getVoxelType(),
-                                                                        concrete);
+struct ElementDispatcher {
+  template <class T>
+  static void run(Algo* algorithm) {
+    ElementFoldSimd<Functor> kernel(
+        limitOffsets(algorithm->element.get().getOffsets(), *algorithm->inputImage.get()));
+    runRecursive<Filter3dTag, Functor, T>(algorithm, kernel, 1);
   }
-
-  /** An output of the input's type, which is one of the eight, on a processor with SSE4.1. */
-  bool isRunnable(BaseAlgorithm* algorithm) const override {
-    Algo* const concrete = dynamic_cast<Algo*>(algorithm);
-    int const type = concrete->inputImage.get()->getVoxelType();
-    return type == concrete->outputImage.get()->getVoxelType() && helper::hasSSE() &&
-           helper::isKernelVoxelType(type) && helper::hasSSE41Level();
-  }
-
-  int getOptimType() const override { return helper::cOptimType; }
-  String explainRefusal(BaseAlgorithm*) const override { return helper::explainProcessor(); }
-  char const* getName() const override { return helper::cRunnerName; }
 };
+
+template <class Algo, class Functor>
+using SSE41ElementRunner = SSE41OneTypeMinMaxRunner<Algo, ElementDispatcher<Algo, Functor>>;
 
 }  // namespace pxl::morphology

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "Core/private/Helper/RunnerTests.h"
-#include "Core/private/Helper/safe_cast.h"
-#include "Core/private/TmplDispatch/Visitor1Args.h"
+#include "Core/private/Morphology/OneTypeRunner.h"
 #include "pxl/ImageModel.h"
 #include "pxl/Runnable.h"
 #include "pxl/morphology/Morphology.h"
@@ -35,14 +34,6 @@ struct IterationLimits<Erosion3d> {
   static constexpr IterationLimit cRows[] = {{0, 97}, {1, 66}, {2, 121}};
 };
 
-/** Casts the algorithm, and reaches `Dispatcher::run<T>` by the voxel type of its input image. */
-template <class Algo, class Dispatcher>
-void dispatchOnInput(BaseAlgorithm* algorithm) {
-  Algo* const concrete = helper::safe_cast<Algo*>(algorithm);
-  int const type = concrete->inputImage.get()->getVoxelType();
-  tmpl_dispatch::Visitor1Args<tmpl_dispatch::AllTypes, Dispatcher, Algo*>()(type, concrete);
-}
-
 /** What the runners of Dilation2d, Erosion2d, Dilation3d and Erosion3d accept. The output image plays no part. */
 template <class Algo>
 bool isIteratedRunnable(BaseAlgorithm* algorithm) {
@@ -55,23 +46,5 @@ bool isIteratedRunnable(BaseAlgorithm* algorithm) {
         return false;
   return helper::hasSSE() && helper::isKernelVoxelType(type) && helper::hasSSE41Level();
 }
-
-/** The runner of the ten operators with a shape: they need an output of the input's type. */
-template <class Algo, class Dispatcher>
-class SSE41OneTypeMinMaxRunner final : public Runnable {
- public:
-  void run(BaseAlgorithm* algorithm) const override { dispatchOnInput<Algo, Dispatcher>(algorithm); }
-
-  bool isRunnable(BaseAlgorithm* algorithm) const override {
-    Algo* const concrete = dynamic_cast<Algo*>(algorithm);
-    int const type = concrete->inputImage.get()->getVoxelType();
-    return type == concrete->outputImage.get()->getVoxelType() && helper::hasSSE() &&
-           helper::isKernelVoxelType(type) && helper::hasSSE41Level();
-  }
-
-  int getOptimType() const override { return helper::cOptimType; }
-  String explainRefusal(BaseAlgorithm*) const override { return helper::explainProcessor(); }
-  char const* getName() const override { return helper::cRunnerName; }
-};
 
 }  // namespace pxl::morphology

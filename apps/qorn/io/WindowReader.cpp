@@ -228,8 +228,9 @@ constexpr WindowFormat cFormats[] = {{".npy", openNpy}, {".tif", openTiff}, {".t
 
 std::unique_ptr<WindowReader> WindowReader::open(std::string const& path, bool (*isCancelled)()) {
   auto file = std::make_unique<CancellableFile>(path, isCancelled);
+  std::string_view const suffix = findFormat(path).suffix;
   for (WindowFormat const& format : cFormats)
-    if (format.suffix == findFormat(path).suffix) return format.open(std::move(file));
+    if (format.suffix == suffix) return format.open(std::move(file));
   throw FileError(path, "compressed files can't be read in windows, as --memory does");
 }
 
