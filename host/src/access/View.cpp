@@ -23,7 +23,7 @@ std::size_t getThreadNumber() {
 }
 
 // Called for each row that is read or written.
-inline void throwIfSet(std::atomic<bool> const& isCancelled) {
+[[gnu::always_inline]] inline void throwIfSet(std::atomic<bool> const& isCancelled) {
   if (__builtin_expect(isCancelled.load(std::memory_order_relaxed), 0)) throw ExceptionCancelation();
 }
 
