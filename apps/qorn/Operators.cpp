@@ -163,11 +163,19 @@ void checkIsOffered(pxl::BaseAlgorithm const& algorithm) {
   std::string const wanted = algorithm.getRunner().str();
   if (wanted.empty()) return;
   std::vector<std::string> known;
-  for (pxl::Runnable const* runner : record.getRunners()) known.emplace_back(runner->getName());
+  auto const addNames = [&known](pxl::AlgoInfo const& one) {
+    for (pxl::Runnable const* runner : one.getRunners())
+      if (*runner->getName() != '\0') known.emplace_back(runner->getName());
+  };
+  if (record.isComposed()) {
+    for (pxl::AlgoInfo const* step : pxl::AlgoInfo::getAll()) addNames(*step);
+  } else {
+    addNames(record);
+  }
   if (std::find(known.begin(), known.end(), wanted) != known.end()) return;
-  throw UsageError("--runner " + wanted,
-                   suggestName("no such runner; \"qorn operators " + std::string(record.getName()) + "\" lists them",
-                               wanted, known));
+  std::string const others =
+      record.isComposed() ? "" : "; \"qorn operators " + std::string(record.getName()) + "\" lists them";
+  throw UsageError("--runner " + wanted, suggestName("no such runner" + others, wanted, known));
 }
 
 io::ImageHeader makeOutputHeader(pxl::BaseAlgorithm const& algorithm, io::ImageHeader header,

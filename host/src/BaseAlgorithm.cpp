@@ -102,6 +102,7 @@ void BaseAlgorithm::executeOnWindow(access::Region const& window) {
 
 void BaseAlgorithm::executeWithin(BaseAlgorithm& parent) {
   if (parent.m_hasExtraMemory && !m_hasExtraMemory) setMaximumExtraMemoryUsageInBytes(parent.m_extraMemory);
+  if (m_runner.empty()) m_runner = parent.m_runner;
   Execution execution(*m_execution, parent.m_execution);
   if (*m_execution->isCancelRequested) throw ExceptionCancelation();
   checkProperties(*this);

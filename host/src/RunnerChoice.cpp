@@ -15,11 +15,11 @@ namespace {
 
 std::string nameOf(BaseAlgorithm const& algorithm) { return algorithm.getAlgoInfo()->getName(); }
 
-// All, or those of the name that is wanted.
+// All, or those of the name that is wanted. The runner of a composed operator hands the name on to its steps.
 std::vector<Runnable*> getEligibleRunners(BaseAlgorithm const& algorithm) {
   auto runners = algorithm.getAlgoInfo()->getRunners();
   std::string const wanted = algorithm.getRunner().str();
-  if (wanted.empty() || runners.empty()) return runners;
+  if (wanted.empty() || runners.empty() || algorithm.getAlgoInfo()->isComposed()) return runners;
   std::string names;
   for (Runnable const* runner : runners)
     if (*runner->getName() != '\0') names += (names.empty() ? "" : ", ") + std::string(runner->getName());

@@ -55,6 +55,22 @@ TEST_F(CompositionSteps, AreRunByTheOperatorWhoseElementItIs) {
   }
 }
 
+TEST_F(CompositionSteps, AreLeftTheChoiceOfTheComposition) {
+  for (Way const& way : cWays) {
+    auto const algorithm = make(way, "mask(1 1 1)");
+    algorithm->setRunner("sse41");
+    EXPECT_NO_THROW(algorithm->execute()) << way.name;
+    algorithm->setRunner("absent");
+    try {
+      algorithm->execute();
+      ADD_FAILURE() << way.name << " takes a runner of another name";
+    } catch (pxl::RuntimeError const& error) {
+      EXPECT_NE(std::string(error.what()).find("no runner has the name absent; there are sse41"), std::string::npos)
+          << error.what();
+    }
+  }
+}
+
 TEST_F(CompositionSteps, AreCountedBeforeTheyAreRun) {
   struct Case {
     Way way;

@@ -34,6 +34,13 @@ TEST_F(Runner, OfAnotherNameIsRefusedBeforeFilesAreTouched) {
   EXPECT_FALSE(exists(output));
 }
 
+TEST_F(Runner, OfStepsIsTakenByItsName) {
+  std::vector<std::string> command{"open", image, output, "--element", "disk(1)", "--runner", "sse41"};
+  EXPECT_EQ(runQorn(command).exitCode, 0);
+  command.back() = "sse42";
+  expectFailure(runQorn(command), 2, "--runner sse42", "no such runner; the nearest is sse41");
+}
+
 TEST_F(Runner, EveryOperatorHasOneWithAName) {
   ::Json const json = ::Json::parse(runQorn({"operators", "--json"}).out);
   ASSERT_GE(json["operators"].size(), 19u);
