@@ -1,10 +1,12 @@
 #!/bin/bash
 # Configures, builds and tests a preset of CMakePresets.json: test-preset.sh PRESET [arguments of ctest]
-# PXLWORKS_TARGETS names the targets to build, if not all. What the compiler says is shown only if something fails.
+# PXLWORKS_TARGETS names the test programs to build and run under a sanitizer, if not all. What the compiler says is
+# shown only if something fails.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 preset=$1
 shift
+read -d "" -ra targets <<<"${PXLWORKS_TARGETS-}" || true
 
 quietly() {
   "$@" >"build/$preset/log" 2>&1 || { cat "build/$preset/log" >&2; exit 1; }
@@ -13,5 +15,6 @@ export CMAKE_BUILD_PARALLEL_LEVEL=${CMAKE_BUILD_PARALLEL_LEVEL:-$(nproc)}
 mkdir -p "build/$preset"
 echo "building $preset ..." >&2
 quietly cmake --preset "$preset"
-quietly cmake --build --preset "$preset" ${PXLWORKS_TARGETS:+--target $PXLWORKS_TARGETS}
-ctest --preset "$preset" --no-tests=error --parallel "$(nproc)" "$@"
+quietly cmake --build --preset "$preset" ${targets:+--target "${targets[@]}"}
+ctest --preset "$preset" --no-tests=error --parallel "$(nproc)" \
+  ${targets:+-R "^($(IFS='|'; echo "${targets[*]}"))\\."} "$@"
