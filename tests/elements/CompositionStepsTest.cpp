@@ -142,7 +142,7 @@ TEST_F(CompositionSteps, AreCancelledTogether) {
     for (char const* element : {"ball(2)", "box(7, 7, 7)", "connectivity(8, 0)"})
       for (bool isInPlace : {false, true}) {
         auto const algorithm = make(way, element, isInPlace);
-        int nbWrites = 0;
+        std::atomic<int> nbWrites{0};
         {
           Recorder recorder;
           recorder.isTracing = false;
