@@ -13,10 +13,7 @@ class AbstractFIRFilterRunner : public helper::SSE41Runner {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     Algo* const concrete = helper::safe_cast<Algo*>(algorithm);
-    unsigned int const type = static_cast<unsigned int>(concrete->outputImage.get()->getVoxelType());
-    // The 8- and 16-bit integers and float.
-    constexpr unsigned int cFloatTypes = 0x133;
-    if (type < 32 && ((cFloatTypes >> type) & 1U))
+    if (helper::isExactInFloat(concrete->outputImage.get()->getVoxelType()))
       Dispatcher::template run<float>(concrete);
     else
       Dispatcher::template run<double>(concrete);
