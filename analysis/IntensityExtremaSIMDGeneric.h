@@ -5,6 +5,7 @@
 
 #include "Core/private/Access/IteratorPixelInput.h"
 #include "Core/private/Access/simd/SimdVec.h"
+#include "Core/private/Filters/RowWalk.h"
 
 namespace pxl::analysis {
 
@@ -35,10 +36,7 @@ struct IntensityExtremaSIMDGeneric {
     auto low = Vec::load(input.current);
     auto high = low;
     input.advance();
-    while (!input.atEnd()) {
-      scan(input.current, input.current + input.countVectorsInRow(L) * L, low, high);
-      input.advanceRow();
-    }
+    walkRows(input, [&low, &high](T const* voxels, long nbVoxels) { scan(voxels, voxels + nbVoxels, low, high); });
     SimdVec::forEachLane<T>(low, high, [this](T lowLane, T highLane) { take(lowLane, highLane); });
   }
 

@@ -2,10 +2,9 @@
 
 #include "Core/private/Filters/ImageToQuantificationFilter.h"
 #include "Core/private/Helper/AutoRegisterRunnable.h"
-#include "Core/private/Helper/RunnerTests.h"
+#include "Core/private/Helper/SSE41Runner.h"
 #include "analysis/IntensityExtremaRule.h"
 #include "analysis/IntensityExtremaSIMDGeneric.h"
-#include "pxl/Runnable.h"
 
 namespace pxl::analysis {
 
@@ -65,7 +64,7 @@ class IntensityExtremaSSEPrivateImpl final : public algorithms::AbstractPrivateI
   IntensityExtrema* m_algorithm;
 };
 
-class IntensityExtremaSSERunner final : public Runnable {
+class IntensityExtremaSSERunner final : public helper::SSE41Runner {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     IntensityExtremaSSEPrivateImpl(helper::safe_cast<IntensityExtrema*>(algorithm)).run();
@@ -73,13 +72,8 @@ class IntensityExtremaSSERunner final : public Runnable {
   bool isRunnable(BaseAlgorithm* algorithm) const override {
     return IntensityExtremaRule<IntensityExtremaSSEDispatcher>::isRunnable(algorithm);
   }
-  int getOptimType() const override { return helper::cOptimType; }
-  String explainRefusal(BaseAlgorithm*) const override { return helper::explainProcessor(); }
-  char const* getName() const override { return helper::cRunnerName; }
 };
 
-struct AutoRegisterRunnableIntensityExtremaSSERunner
-    : helper::AutoRegisterRunnable<IntensityExtrema, IntensityExtremaSSERunner> {};
-AutoRegisterRunnableIntensityExtremaSSERunner g_autoRegisterRunnableIntensityExtremaSSERunner;
+PXL_REGISTER_RUNNER(IntensityExtrema, IntensityExtremaSSERunner)
 
 }  // namespace pxl::analysis

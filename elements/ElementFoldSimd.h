@@ -26,11 +26,8 @@ class ElementFoldSimd {
 
   template <class In, class Out, class Arch>
   void run(access::Block3d const& block, PassContext<In, Out, Arch>& context) const {
-    access::IteratorNeighborhood3D_Gen<access::View<In>, SimdVec::Simd<In>::cNbLanes> input(
-        context.input, context.isInPlace() ? m_offsetsInPlace : m_offsets);
-    foldBlock(block, context, input, input.getBorderInfluence(), [this, &input](Out* out, long nbVoxels) {
-      ListFold<Functor>::computeRow(input.neighbours.data(), m_nbOffsets, out, nbVoxels);
-    });
+    foldList<Functor, access::IteratorNeighborhood3D_Gen>(
+        block, context, context.isInPlace() ? m_offsetsInPlace : m_offsets, m_nbOffsets);
   }
 
  private:

@@ -1,45 +1,11 @@
 #include "Core/private/Helper/AutoRegisterRunnable.h"
-#include "Core/private/Helper/RunnerTests.h"
+#include "morphology/IteratedDispatcher3d.h"
 #include "morphology/MorphologyRules.h"
-#include "morphology/Passes3d.h"
-#include "pxl/Runnable.h"
 
 namespace pxl::morphology {
 
-struct Erosion3dSSE41Dispatcher {
-  using Functor = details::ErosionFunctor;
-
-  template <class T>
-  static void run(Erosion3d* algorithm) {
-    switch (algorithm->neighborhood.get()) {
-      case 0: {
-        FacesKernel<Functor> faces;
-        return runRecursive<Filter3dTag, Functor, T>(algorithm, faces, algorithm->numberOfIterations);
-      }
-      case 1: {
-        EdgesKernel<Functor> edges;
-        return runRecursive<Filter3dTag, Functor, T>(algorithm, edges, algorithm->numberOfIterations);
-      }
-      default: {
-        CubeKernel<Functor, T> cube;
-        return runRecursive<Filter3dTag, Functor, T>(algorithm, cube, algorithm->numberOfIterations);
-      }
-    }
-  }
-};
-
-class Erosion3dSSE41Runner final : public Runnable {
- public:
-  void run(BaseAlgorithm* algorithm) const override {
-    dispatchOnInput<Erosion3d, Erosion3dSSE41Dispatcher>(algorithm);
-  }
-  bool isRunnable(BaseAlgorithm* algorithm) const override { return isIteratedRunnable<Erosion3d>(algorithm); }
-  int getOptimType() const override { return helper::cOptimType; }
-  String explainRefusal(BaseAlgorithm*) const override { return helper::explainProcessor(); }
-  char const* getName() const override { return helper::cRunnerName; }
-};
-
-struct AutoRegisterRunnableErosion3dSSE41Runner : helper::AutoRegisterRunnable<Erosion3d, Erosion3dSSE41Runner> {};
-AutoRegisterRunnableErosion3dSSE41Runner g_autoRegisterRunnableErosion3dSSE41Runner;
+struct Erosion3dSSE41Dispatcher : IteratedDispatcher3d<Erosion3d, details::ErosionFunctor> {};
+class Erosion3dSSE41Runner final : public IteratedRunner<Erosion3d, Erosion3dSSE41Dispatcher> {};
+PXL_REGISTER_RUNNER(Erosion3d, Erosion3dSSE41Runner)
 
 }  // namespace pxl::morphology

@@ -3,7 +3,6 @@
 #include "Core/private/Helper/RunnerTests.h"
 #include "Core/private/Morphology/OneTypeRunner.h"
 #include "pxl/ImageModel.h"
-#include "pxl/Runnable.h"
 #include "pxl/morphology/Morphology.h"
 
 namespace pxl::morphology {
@@ -46,5 +45,13 @@ bool isIteratedRunnable(BaseAlgorithm* algorithm) {
         return false;
   return helper::hasSSE() && helper::isKernelVoxelType(type) && helper::hasSSE41Level();
 }
+
+/** The runner of these operators. */
+template <class Algo, class Dispatcher>
+class IteratedRunner : public helper::SSE41Runner {
+ public:
+  void run(BaseAlgorithm* algorithm) const override { dispatchOnInput<Algo, Dispatcher>(algorithm); }
+  bool isRunnable(BaseAlgorithm* algorithm) const override { return isIteratedRunnable<Algo>(algorithm); }
+};
 
 }  // namespace pxl::morphology

@@ -2,12 +2,9 @@
 
 namespace pxl::morphology {
 
-#define PXL_COMPILE(T)                                                                                               \
-  template struct MorphologyFilter<Filter2dTag, details::DilationFunctor, T, CrossKernel<details::DilationFunctor>>; \
-  template struct MorphologyFilter<Filter2dTag, details::ErosionFunctor, T, CrossKernel<details::ErosionFunctor>>;   \
-  template struct MorphologyFilter<Filter2dTag, details::DilationFunctor, T,                                         \
-                                   SquareKernel<details::DilationFunctor, T>>;                                       \
-  template struct MorphologyFilter<Filter2dTag, details::ErosionFunctor, T, SquareKernel<details::ErosionFunctor, T>>;
+#define PXL_COMPILE(T)                         \
+  PXL_PASSES_2D(, details::DilationFunctor, T) \
+  PXL_PASSES_2D(, details::ErosionFunctor, T)
 PXL_FOR_EACH_VOXEL_TYPE(PXL_COMPILE)
 #undef PXL_COMPILE
 

@@ -10,15 +10,12 @@ namespace pxl::morphology {
 template <class Functor, class T>
 using SquareKernel = Neighborhood8ColumnsReductionSimd<Functor, T, SimdVec::arch_128_tag>;
 
-#define PXL_COMPILED_ONCE(T)                                                          \
-  extern template struct MorphologyFilter<Filter2dTag, details::DilationFunctor, T,   \
-                                          CrossKernel<details::DilationFunctor>>;     \
-  extern template struct MorphologyFilter<Filter2dTag, details::ErosionFunctor, T,    \
-                                          CrossKernel<details::ErosionFunctor>>;      \
-  extern template struct MorphologyFilter<Filter2dTag, details::DilationFunctor, T,   \
-                                          SquareKernel<details::DilationFunctor, T>>; \
-  extern template struct MorphologyFilter<Filter2dTag, details::ErosionFunctor, T,    \
-                                          SquareKernel<details::ErosionFunctor, T>>;
+#define PXL_PASSES_2D(EXTERN, Functor, T)                                                 \
+  EXTERN template struct MorphologyFilter<Filter2dTag, Functor, T, CrossKernel<Functor>>; \
+  EXTERN template struct MorphologyFilter<Filter2dTag, Functor, T, SquareKernel<Functor, T>>;
+#define PXL_COMPILED_ONCE(T)                         \
+  PXL_PASSES_2D(extern, details::DilationFunctor, T) \
+  PXL_PASSES_2D(extern, details::ErosionFunctor, T)
 PXL_FOR_EACH_VOXEL_TYPE(PXL_COMPILED_ONCE)
 #undef PXL_COMPILED_ONCE
 

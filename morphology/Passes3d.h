@@ -10,19 +10,13 @@ namespace pxl::morphology {
 template <class Functor, class T>
 using CubeKernel = Neighborhood26PlansReductionSimd<Functor, T, SimdVec::arch_128_tag>;
 
-#define PXL_COMPILED_ONCE(T)                                                        \
-  extern template struct MorphologyFilter<Filter3dTag, details::DilationFunctor, T, \
-                                          FacesKernel<details::DilationFunctor>>;   \
-  extern template struct MorphologyFilter<Filter3dTag, details::ErosionFunctor, T,  \
-                                          FacesKernel<details::ErosionFunctor>>;    \
-  extern template struct MorphologyFilter<Filter3dTag, details::DilationFunctor, T, \
-                                          EdgesKernel<details::DilationFunctor>>;   \
-  extern template struct MorphologyFilter<Filter3dTag, details::ErosionFunctor, T,  \
-                                          EdgesKernel<details::ErosionFunctor>>;    \
-  extern template struct MorphologyFilter<Filter3dTag, details::DilationFunctor, T, \
-                                          CubeKernel<details::DilationFunctor, T>>; \
-  extern template struct MorphologyFilter<Filter3dTag, details::ErosionFunctor, T,  \
-                                          CubeKernel<details::ErosionFunctor, T>>;
+#define PXL_PASSES_3D(EXTERN, Functor, T)                                                 \
+  EXTERN template struct MorphologyFilter<Filter3dTag, Functor, T, FacesKernel<Functor>>; \
+  EXTERN template struct MorphologyFilter<Filter3dTag, Functor, T, EdgesKernel<Functor>>; \
+  EXTERN template struct MorphologyFilter<Filter3dTag, Functor, T, CubeKernel<Functor, T>>;
+#define PXL_COMPILED_ONCE(T)                         \
+  PXL_PASSES_3D(extern, details::DilationFunctor, T) \
+  PXL_PASSES_3D(extern, details::ErosionFunctor, T)
 PXL_FOR_EACH_VOXEL_TYPE(PXL_COMPILED_ONCE)
 #undef PXL_COMPILED_ONCE
 

@@ -24,15 +24,12 @@ void runOnOffsets(Algo* algorithm, std::vector<kernel::Offset3D> offsets) {
 }
 
 // Compiled once for the operators that share them, in RunOnOffsets.cpp.
-#define PXL_COMPILED_ONCE(T)                                                        \
-  extern template struct MorphologyFilter<Filter2dTag, details::DilationFunctor, T, \
-                                          ListKernel2d<details::DilationFunctor>>;  \
-  extern template struct MorphologyFilter<Filter2dTag, details::ErosionFunctor, T,  \
-                                          ListKernel2d<details::ErosionFunctor>>;   \
-  extern template struct MorphologyFilter<Filter3dTag, details::DilationFunctor, T, \
-                                          ListKernel3d<details::DilationFunctor>>;  \
-  extern template struct MorphologyFilter<Filter3dTag, details::ErosionFunctor, T,  \
-                                          ListKernel3d<details::ErosionFunctor>>;
+#define PXL_PASSES_OF_LISTS(EXTERN, Functor, T)                                            \
+  EXTERN template struct MorphologyFilter<Filter2dTag, Functor, T, ListKernel2d<Functor>>; \
+  EXTERN template struct MorphologyFilter<Filter3dTag, Functor, T, ListKernel3d<Functor>>;
+#define PXL_COMPILED_ONCE(T)                               \
+  PXL_PASSES_OF_LISTS(extern, details::DilationFunctor, T) \
+  PXL_PASSES_OF_LISTS(extern, details::ErosionFunctor, T)
 PXL_FOR_EACH_VOXEL_TYPE(PXL_COMPILED_ONCE)
 #undef PXL_COMPILED_ONCE
 

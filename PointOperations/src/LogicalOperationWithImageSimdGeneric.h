@@ -2,6 +2,7 @@
 
 #include "Core/private/Access/IteratorPixel2Inputs1Output.h"
 #include "Core/private/Access/simd/SimdVec.h"
+#include "Core/private/Filters/RowWalk.h"
 
 namespace pxl::point_operations {
 
@@ -17,8 +18,8 @@ struct LogicalOperationWithImageSimdGeneric {
                                         typename Filter::OutputView, L>
         images(filter.input1, filter.input2, filter.output, false, access::OverlapBorder());
     images.init(block);
-    for (; !images.atEnd(); images.advanceRow())
-      computeRow(images.current1, images.current2, images.current, images.countVectorsInRow(L) * L);
+    walkRows(images,
+             [&images](T* out, long nbVoxels) { computeRow(images.current1, images.current2, out, nbVoxels); });
   }
 
  private:

@@ -1,10 +1,8 @@
 #include "Core/private/Filters/ImageToImageFilter.h"
 #include "Core/private/Helper/AutoRegisterRunnable.h"
-#include "Core/private/Helper/RunnerTests.h"
 #include "PointOperations/src/LogicalOperationWithImageSimdGeneric.h"
 #include "PointOperations/src/LogicalOperators.h"
 #include "PointOperations/src/LogicalRules.h"
-#include "pxl/Runnable.h"
 
 namespace pxl::point_operations {
 
@@ -28,21 +26,8 @@ struct LogicalOperationWithImageSSE41Dispatcher {
   }
 };
 
-class SSE41LogicalOperationWithImageRunner final : public Runnable {
- public:
-  void run(BaseAlgorithm* algorithm) const override {
-    dispatchOnLeadingImage<LogicalOperationWithImage, LogicalOperationWithImageSSE41Dispatcher>(algorithm);
-  }
-  bool isRunnable(BaseAlgorithm* algorithm) const override {
-    return isLogicalRunnable<LogicalOperationWithImage>(algorithm);
-  }
-  int getOptimType() const override { return helper::cOptimType; }
-  String explainRefusal(BaseAlgorithm*) const override { return helper::explainProcessor(); }
-  char const* getName() const override { return helper::cRunnerName; }
-};
-
-struct AutoRegisterRunnableSSE41LogicalOperationWithImageRunner
-    : helper::AutoRegisterRunnable<LogicalOperationWithImage, SSE41LogicalOperationWithImageRunner> {};
-AutoRegisterRunnableSSE41LogicalOperationWithImageRunner g_autoRegisterRunnableSSE41LogicalOperationWithImageRunner;
+class SSE41LogicalOperationWithImageRunner final
+    : public LogicalRunner<LogicalOperationWithImage, LogicalOperationWithImageSSE41Dispatcher> {};
+PXL_REGISTER_RUNNER(LogicalOperationWithImage, SSE41LogicalOperationWithImageRunner)
 
 }  // namespace pxl::point_operations

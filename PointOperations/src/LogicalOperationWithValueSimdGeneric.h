@@ -3,6 +3,7 @@
 #include "Core/private/Access/IteratorPixelInput.h"
 #include "Core/private/Access/IteratorPixelOutput.h"
 #include "Core/private/Access/simd/SimdVec.h"
+#include "Core/private/Filters/RowWalk.h"
 
 namespace pxl::point_operations {
 
@@ -20,10 +21,9 @@ struct LogicalOperationWithValueSimdGeneric {
     access::IteratorPixelOutput<typename Filter::OutputView, L> output(filter.output, false, access::OverlapBorder());
     input.init(block, false);
     output.init(block);
-    for (; !output.atEnd(); output.advanceRow()) {
-      computeRow(input.current, static_cast<T>(value), output.current, output.countVectorsInRow(L) * L);
-      input.advanceRow();
-    }
+    walkRows(input, output, [this, &input](T* out, long nbVoxels) {
+      computeRow(input.current, static_cast<T>(value), out, nbVoxels);
+    });
   }
 
  private:

@@ -1,10 +1,8 @@
 #include "Core/private/Filters/ImageToImageFilter.h"
 #include "Core/private/Helper/AutoRegisterRunnable.h"
-#include "Core/private/Helper/RunnerTests.h"
 #include "PointOperations/src/LogicalOperationWithValueSimdGeneric.h"
 #include "PointOperations/src/LogicalOperators.h"
 #include "PointOperations/src/LogicalRules.h"
-#include "pxl/Runnable.h"
 
 namespace pxl::point_operations {
 
@@ -29,21 +27,8 @@ struct LogicalOperationWithValueScalarDispatcher {
   }
 };
 
-class SSE41LogicalOperationWithValueRunner final : public Runnable {
- public:
-  void run(BaseAlgorithm* algorithm) const override {
-    dispatchOnLeadingImage<LogicalOperationWithValue, LogicalOperationWithValueScalarDispatcher>(algorithm);
-  }
-  bool isRunnable(BaseAlgorithm* algorithm) const override {
-    return isLogicalRunnable<LogicalOperationWithValue>(algorithm);
-  }
-  int getOptimType() const override { return helper::cOptimType; }
-  String explainRefusal(BaseAlgorithm*) const override { return helper::explainProcessor(); }
-  char const* getName() const override { return helper::cRunnerName; }
-};
-
-struct AutoRegisterRunnableSSE41LogicalOperationWithValueRunner
-    : helper::AutoRegisterRunnable<LogicalOperationWithValue, SSE41LogicalOperationWithValueRunner> {};
-AutoRegisterRunnableSSE41LogicalOperationWithValueRunner g_autoRegisterRunnableSSE41LogicalOperationWithValueRunner;
+class SSE41LogicalOperationWithValueRunner final
+    : public LogicalRunner<LogicalOperationWithValue, LogicalOperationWithValueScalarDispatcher> {};
+PXL_REGISTER_RUNNER(LogicalOperationWithValue, SSE41LogicalOperationWithValueRunner)
 
 }  // namespace pxl::point_operations

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/private/Helper/RunnerTests.h"
+#include "Core/private/Helper/SSE41Runner.h"
 #include "Core/private/Helper/safe_cast.h"
 #include "Core/private/TmplDispatch/Visitor1Args.h"
 #include "pxl/ImageModel.h"
@@ -28,5 +28,13 @@ void dispatchOnLeadingImage(BaseAlgorithm* algorithm) {
   int const type = getLeadingImage(*concrete)->getVoxelType();
   tmpl_dispatch::Visitor1Args<tmpl_dispatch::IntegerTypes, Dispatcher, Algo*>()(type, concrete);
 }
+
+/** The runner of the logical operations. */
+template <class Algo, class Dispatcher>
+class LogicalRunner : public helper::SSE41Runner {
+ public:
+  void run(BaseAlgorithm* algorithm) const override { dispatchOnLeadingImage<Algo, Dispatcher>(algorithm); }
+  bool isRunnable(BaseAlgorithm* algorithm) const override { return isLogicalRunnable<Algo>(algorithm); }
+};
 
 }  // namespace pxl::point_operations

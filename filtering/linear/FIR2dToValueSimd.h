@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "Core/private/Access/IteratorNeighborhood2D.h"
-#include "Core/private/Filters/RowWalk.h"
 #include "filtering/linear/WeightedSum.h"
 
 namespace pxl::filtering::linear {
@@ -16,13 +15,7 @@ template <class T>
 struct FIR2dToValueSimd {
   template <class Filter>
   void run(access::Block2d const& block, Filter& filter) const {
-    using View = typename Filter::InputView;
-    std::vector<T> const taps(coefficients);
-    access::IteratorNeighborhood2D_Gen<View, SimdVec::Simd<T>::cNbLanes> input(filter.input, offsets);
-    bool const isInPlace = filter.output->getInterface() == filter.input->getInterface();
-    walkRows(block, input, filter.output, isInPlace, input.getBorderInfluence(), [&](T* out, long nbVoxels) {
-      WeightedSum<T>::computeRow(input.neighbours.data(), taps.data(), input.neighbours.size(), out, nbVoxels);
-    });
+    correlate<access::IteratorNeighborhood2D_Gen>(block, filter, offsets, coefficients);
   }
 
   std::vector<kernel::Offset2D> offsets;

@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "Core/private/Access/IteratorNeighborhood3D.h"
-#include "Core/private/Filters/RowWalk.h"
 #include "filtering/linear/WeightedSum.h"
 
 namespace pxl::filtering::linear {
@@ -16,13 +15,7 @@ template <class T>
 struct FIR3dToValueSimd {
   template <class Filter>
   void run(access::Block3d const& block, Filter& filter) const {
-    using View = typename Filter::InputView;
-    std::vector<T> const taps(coefficients);
-    access::IteratorNeighborhood3D_Gen<View, SimdVec::Simd<T>::cNbLanes> input(filter.input, offsets);
-    bool const isInPlace = filter.output->getInterface() == filter.input->getInterface();
-    walkRows(block, input, filter.output, isInPlace, input.getBorderInfluence(), [&](T* out, long nbVoxels) {
-      WeightedSum<T>::computeRow(input.neighbours.data(), taps.data(), input.neighbours.size(), out, nbVoxels);
-    });
+    correlate<access::IteratorNeighborhood3D_Gen>(block, filter, offsets, coefficients);
   }
 
   std::vector<kernel::Offset3D> offsets;

@@ -6,9 +6,6 @@ namespace pxl::filtering::linear {
 
 using FIRFilter2DSSE41Runner =
     FIRFilterSSE41Runner<FiniteImpulseResponseFilter2D, FIRFilterDispatcher<Filter2dTag, SimdVec::arch_128_tag>>;
-
-struct AutoRegisterRunnableFIRFilter2DSSE41Runner
-    : helper::AutoRegisterRunnable<FiniteImpulseResponseFilter2D, FIRFilter2DSSE41Runner> {};
-AutoRegisterRunnableFIRFilter2DSSE41Runner g_autoRegisterRunnableFIRFilter2DSSE41Runner;
+PXL_REGISTER_RUNNER(FiniteImpulseResponseFilter2D, FIRFilter2DSSE41Runner)
 
 }  // namespace pxl::filtering::linear

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <vector>
+
 #include "Core/private/Access/simd/SimdVec.h"
+#include "Core/private/Filters/RowWalk.h"
 
 namespace pxl::filtering::linear {
 
@@ -39,5 +42,15 @@ struct WeightedSum {
     for (int i = 0; i < N; ++i) Vec::store(out + col + i * L, sums[i]);
   }
 };
+
+/** Correlates a block of a filter with taps in any dimension. `Iterator` is that of walkList(). */
+template <template <class, long> class Iterator, class AnyBlock, class Filter, class Offset, class T>
+void correlate(AnyBlock const& block, Filter& filter, std::vector<Offset> const& offsets,
+               std::vector<T> const& coefficients) {
+  std::vector<T> const taps(coefficients);
+  walkList<Iterator>(block, filter, offsets, [&](T const* const* rows, T* out, long nbVoxels) {
+    WeightedSum<T>::computeRow(rows, taps.data(), offsets.size(), out, nbVoxels);
+  });
+}
 
 }  // namespace pxl::filtering::linear

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "pxl/String.h"
+
 namespace pxl::kernel {
 
 /** @throws InvalidCall a structuring element of so many voxels is too large */
@@ -9,9 +11,13 @@ void checkNbVoxels(unsigned long nbVoxels);
 [[noreturn]] void refuseElement(double nbVoxels);
 
 /**
- * Refuses radii at which every round element is too large, so that its voxels needn't be counted one by one.
+ * Why an element of such a radius is refused without counting its voxels: every round one would be too large. Empty
+ * for smaller radii.
  * @param nbVoxels an estimate for large radii
  */
+String explainRadius(double radius, double nbVoxels);
+
+/** @throws InvalidCall the radius is refused */
 void checkRadius(double radius, double nbVoxels);
 
 }  // namespace pxl::kernel

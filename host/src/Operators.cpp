@@ -1,13 +1,13 @@
 #include <algorithm>
 #include <limits>
 
+#include "ElementLimits.h"
 #include "OperatorRecord.h"
-#include "pxl/Exception.h"
+#include "kernel/RoundElements.h"
 #include "pxl/ImageModel.h"
 #include "pxl/Limits.h"
 #include "pxl/analysis/IntensityExtrema.h"
 #include "pxl/filtering/linear/FiniteImpulseResponseFilter.h"
-#include "pxl/kernel/StructuringElements.h"
 #include "pxl/morphology/ElementMorphology.h"
 #include "pxl/morphology/Morphology.h"
 #include "pxl/point_operations/LogicalOperation.h"
@@ -50,17 +50,6 @@ double estimateLineSteps(unsigned int size, unsigned int maxSize) {
   return isTooLong ? std::numeric_limits<double>::infinity() : std::min<double>(cMaxElement, size);
 }
 
-// Why an element can't be made; nothing of the size of such an element is computed for that.
-template <class Generate>
-String explainRefusal(Generate const& generate) {
-  try {
-    generate();
-  } catch (InvalidCall const& refusal) {
-    return refusal.what();
-  }
-  return String();
-}
-
 }  // namespace
 
 IteratedMorphology::IteratedMorphology(int defaultNeighborhood, Choices const& neighborhoods)
@@ -84,8 +73,8 @@ String RadiusMorphology::getObjection() const {
   if (radius <= limits::cMaxSize) return BaseAlgorithm::getObjection();
   if (shapeMode == cFastShape) return "a radius is at most " + std::to_string(limits::cMaxSize);
   if (getAlgoInfo()->getWorkingDimension() == cVolume)
-    return explainRefusal([this] { kernel::generateSphereOffset3DCollection(radius.get()); });
-  return explainRefusal([this] { kernel::generateDiskOffset2DCollection(radius.get()); });
+    return kernel::explainRadius(radius.get(), kernel::estimateBall(radius.get()));
+  return kernel::explainRadius(radius.get(), kernel::estimateDisk(radius.get()));
 }
 RegionUses RadiusMorphology::getRegionUse() const {
   return shapeMode == cFastShape ? RegionUses::cWholeImage : RegionUses::cFromOrigin;
@@ -100,7 +89,7 @@ OrientedDiskMorphology::OrientedDiskMorphology() = default;
 OrientedDiskMorphology::~OrientedDiskMorphology() = default;
 String OrientedDiskMorphology::getObjection() const {
   if (radius <= limits::cMaxSize || !BaseAlgorithm::getObjection().empty()) return BaseAlgorithm::getObjection();
-  return explainRefusal([this] { kernel::generateDiskOffset3DCollection(secondAngle, firstAngle, radius.get()); });
+  return kernel::explainRadius(radius.get(), kernel::estimateOrientedDisk(secondAngle, firstAngle, radius.get()));
 }
 RegionUses OrientedDiskMorphology::getRegionUse() const { return RegionUses::cFromOrigin; }
 double OrientedDiskMorphology::estimateSteps() const {

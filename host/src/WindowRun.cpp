@@ -10,6 +10,7 @@
 #include "PropertyChecks.h"
 #include "Raise.h"
 #include "RunnerChoice.h"
+#include "access/VisitVoxelType.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/BaseAlgorithm.h"
 #include "pxl/ImageModel.h"
@@ -234,11 +235,9 @@ void WindowRun::showTemporaries(Window const& inner, Window const& enlarged, io:
 
 void WindowRun::store() {
   for (Result const& result : m_results) {
-#define PXL_COPY(T)                                                                    \
-  if (result.target->getVoxelType() == helper::DataTypeToVoxelTypeEnum<T>::cVoxelType) \
-    copyVoxels<T>(*result.computed, *result.target);
-    PXL_FOR_EACH_VOXEL_TYPE(PXL_COPY)
-#undef PXL_COPY
+    access::visitVoxelType(
+        result.target->getVoxelType(),
+        [&result](auto tag) { copyVoxels<typename decltype(tag)::Type>(*result.computed, *result.target); }, [] {});
   }
 }
 

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "Core/private/Access/RowCache.h"
+#include "Core/private/Filters/InPlace.h"
 #include "pxl/access/View.h"
 
 namespace pxl {
@@ -38,9 +39,7 @@ class PassContext : private Noncopyable {
   std::shared_ptr<OutputPlanCache> createOuputPlanCache(unsigned long count);
 
   /** Whether the pass reads and writes one image. */
-  bool isInPlace() const {
-    return static_cast<void const*>(input->getInterface()) == static_cast<void const*>(output->getInterface());
-  }
+  bool isInPlace() const { return pxl::isInPlace(*input, *output); }
 
   std::shared_ptr<InputView const> input;
   std::shared_ptr<OutputView> output;

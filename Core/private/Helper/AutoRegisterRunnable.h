@@ -28,3 +28,8 @@ struct AutoRegisterRunnable {
 };
 
 }  // namespace pxl::helper
+
+/** The registration of a runner, in its namespace: a class and a global object that are named after it. */
+#define PXL_REGISTER_RUNNER(Algo, Runner)                                              \
+  struct AutoRegisterRunnable##Runner : helper::AutoRegisterRunnable<Algo, Runner> {}; \
+  AutoRegisterRunnable##Runner g_autoRegisterRunnable##Runner;

@@ -1,17 +1,12 @@
 #pragma once
 
+#include <vector>
+
 #include "Core/private/Access/simd/SimdVec.h"
 #include "Core/private/Filters/RecursiveImageContext.h"
 #include "Core/private/Filters/RowWalk.h"
 
 namespace pxl::morphology {
-
-/** Walks a block within a pass and writes what foldRow(out, nbVoxels) computes, see walkRows(). */
-template <class In, class Out, class Arch, class AnyBlock, class Iterator, class FoldRow>
-void foldBlock(AnyBlock const& block, PassContext<In, Out, Arch>& context, Iterator& input,
-               AlgoBorderInfluence const& influence, FoldRow const& foldRow) {
-  walkRows(block, input, context.output, context.isInPlace(), influence, foldRow);
-}
 
 /**
  * Folds a functor over the vectors at a list of pointers, for each vector of a row, in the order of the list. One
@@ -51,5 +46,14 @@ struct ListFold {
     for (int i = 0; i < Count; ++i) Vec::store(out + col + i * L, vectors[i]);
   }
 };
+
+/** Folds a functor over the first `count` offsets of a list, for each voxel of a block. */
+template <class Functor, template <class, long> class Iterator, class AnyBlock, class Context, class Offset>
+void foldList(AnyBlock const& block, Context const& context, std::vector<Offset> const& offsets,
+              unsigned long count) {
+  walkList<Iterator>(block, context, offsets, [count](auto const* neighbours, auto* out, long nbVoxels) {
+    ListFold<Functor>::computeRow(neighbours, count, out, nbVoxels);
+  });
+}
 
 }  // namespace pxl::morphology

@@ -20,8 +20,9 @@ class Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_4Tag, access::No
   void run(access::Block2d const& block, PassContext<In, Out, Arch>& context) const {
     access::IteratorNeighborhood2D_4<access::View<In>, SimdVec::Simd<In>::cNbLanes> input(context.input,
                                                                                           access::NoDataType());
-    foldBlock(block, context, input, AlgoBorderInfluence(1, 1, 0, 0, 0),
-              [&input](Out* out, long nbVoxels) { computeRow(input.above, input.left, input.below, out, nbVoxels); });
+    walkNeighbours(block, context, input, AlgoBorderInfluence(1, 1, 0, 0, 0), [&input](Out* out, long nbVoxels) {
+      computeRow(input.above, input.left, input.below, out, nbVoxels);
+    });
   }
 
  private:
@@ -50,10 +51,7 @@ class Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_GenTag, std::vec
 
   template <class In, class Out, class Arch>
   void run(access::Block2d const& block, PassContext<In, Out, Arch>& context) const {
-    access::IteratorNeighborhood2D_Gen<access::View<In>, SimdVec::Simd<In>::cNbLanes> input(context.input, offsets);
-    foldBlock(block, context, input, input.getBorderInfluence(), [&input](Out* out, long nbVoxels) {
-      ListFold<Functor>::computeRow(input.neighbours.data(), input.neighbours.size(), out, nbVoxels);
-    });
+    foldList<Functor, access::IteratorNeighborhood2D_Gen>(block, context, offsets, offsets.size());
   }
 
   std::vector<kernel::Offset2D> offsets;

@@ -20,7 +20,7 @@ class Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_6Tag, access::No
   void run(access::Block3d const& block, PassContext<In, Out, Arch>& context) const {
     access::IteratorNeighborhood3D_6<access::View<In>, SimdVec::Simd<In>::cNbLanes> input(context.input,
                                                                                           access::NoDataType());
-    foldBlock(block, context, input, AlgoBorderInfluence(1, 1, 1, 0, 0), [&input](Out* out, long nbVoxels) {
+    walkNeighbours(block, context, input, AlgoBorderInfluence(1, 1, 1, 0, 0), [&input](Out* out, long nbVoxels) {
       auto const& n = input.neighbours;
       computeRow(n[0], n[1], n[2], n[5], n[6], out, nbVoxels);
     });
@@ -52,8 +52,8 @@ class Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_18Tag, access::N
   void run(access::Block3d const& block, PassContext<In, Out, Arch>& context) const {
     access::IteratorNeighborhood3D_18<access::View<In>, SimdVec::Simd<In>::cNbLanes> input(context.input,
                                                                                            access::NoDataType());
-    foldBlock(block, context, input, AlgoBorderInfluence(1, 1, 1, 0, 0),
-              [&input](Out* out, long nbVoxels) { computeRow(input.neighbours, out, nbVoxels); });
+    walkNeighbours(block, context, input, AlgoBorderInfluence(1, 1, 1, 0, 0),
+                   [&input](Out* out, long nbVoxels) { computeRow(input.neighbours, out, nbVoxels); });
   }
 
  private:
@@ -88,10 +88,7 @@ class Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_GenTag, std::vec
 
   template <class In, class Out, class Arch>
   void run(access::Block3d const& block, PassContext<In, Out, Arch>& context) const {
-    access::IteratorNeighborhood3D_Gen<access::View<In>, SimdVec::Simd<In>::cNbLanes> input(context.input, offsets);
-    foldBlock(block, context, input, input.getBorderInfluence(), [&input](Out* out, long nbVoxels) {
-      ListFold<Functor>::computeRow(input.neighbours.data(), input.neighbours.size(), out, nbVoxels);
-    });
+    foldList<Functor, access::IteratorNeighborhood3D_Gen>(block, context, offsets, offsets.size());
   }
 
   std::vector<kernel::Offset3D> offsets;

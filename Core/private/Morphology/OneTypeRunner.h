@@ -1,10 +1,9 @@
 #pragma once
 
-#include "Core/private/Helper/RunnerTests.h"
+#include "Core/private/Helper/SSE41Runner.h"
 #include "Core/private/Helper/safe_cast.h"
 #include "Core/private/TmplDispatch/Visitor1Args.h"
 #include "pxl/ImageModel.h"
-#include "pxl/Runnable.h"
 
 namespace pxl::morphology {
 
@@ -18,7 +17,7 @@ void dispatchOnInput(BaseAlgorithm* algorithm) {
 
 /** The runner of operators with a shape or an element: they need an output of the input's type. */
 template <class Algo, class Dispatcher>
-class SSE41OneTypeMinMaxRunner final : public Runnable {
+class SSE41OneTypeMinMaxRunner final : public helper::SSE41Runner {
  public:
   void run(BaseAlgorithm* algorithm) const override { dispatchOnInput<Algo, Dispatcher>(algorithm); }
 
@@ -28,10 +27,6 @@ class SSE41OneTypeMinMaxRunner final : public Runnable {
     return type == concrete->outputImage.get()->getVoxelType() && helper::hasSSE() &&
            helper::isKernelVoxelType(type) && helper::hasSSE41Level();
   }
-
-  int getOptimType() const override { return helper::cOptimType; }
-  String explainRefusal(BaseAlgorithm*) const override { return helper::explainProcessor(); }
-  char const* getName() const override { return helper::cRunnerName; }
 };
 
 }  // namespace pxl::morphology

@@ -5,6 +5,7 @@
 
 #include "Core/private/Helper/Raise.h"
 #include "Core/private/TmplDispatch/TypeList.h"
+#include "pxl/VoxelTypes.h"
 
 namespace pxl::tmpl_dispatch {
 
@@ -17,25 +18,25 @@ template <class List, class Visitor, class Arg>
 class Visitor1Args {
  public:
   void operator()(int voxelType, Arg arg) const {
-    switch (static_cast<unsigned int>(voxelType)) {
-      case 0:
+    switch (voxelType) {
+      case cUnsignedInteger8:
         return runIfListed<unsigned char>(arg);
-      case 1:
+      case cUnsignedInteger16:
         return runIfListed<unsigned short>(arg);
-      case 2:
+      case cUnsignedInteger32:
         return runIfListed<unsigned int>(arg);
-      case 4:
+      case cInteger8:
         return runIfListed<signed char>(arg);
-      case 5:
+      case cInteger16:
         return runIfListed<short>(arg);
-      case 6:
+      case cInteger32:
         return runIfListed<int>(arg);
-      case 8:
+      case cFloat:
         return runIfListed<float>(arg);
-      case 9:
+      case cDouble:
         return runIfListed<double>(arg);
-      case 10:
-      case 11:
+      case cComplexFloat:
+      case cComplexDouble:
         return;
       default:
         refuse(voxelType);

@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "access/RoundFloats.h"
+#include "access/VisitVoxelType.h"
 
 namespace pxl::access {
 namespace {
@@ -103,31 +104,23 @@ void convert(void* to, void const* from, long count) {
   }
 }
 
-template <class To>
-Converter getConverterTo(VoxelTypes from) {
-  switch (static_cast<int>(from)) {
-#define PXL_CASE(T)                                    \
-  case helper::DataTypeToVoxelTypeEnum<T>::cVoxelType: \
-    return std::is_same_v<To, T> ? nullptr : convert<To, T>;
-    PXL_FOR_EACH_VOXEL_TYPE(PXL_CASE)
-#undef PXL_CASE
-    default:
-      return nullptr;
-  }
-}
-
 }  // namespace
 
 Converter getConverter(VoxelTypes to, VoxelTypes from) {
-  switch (static_cast<int>(to)) {
-#define PXL_CASE(T)                                    \
-  case helper::DataTypeToVoxelTypeEnum<T>::cVoxelType: \
-    return getConverterTo<T>(from);
-    PXL_FOR_EACH_VOXEL_TYPE(PXL_CASE)
-#undef PXL_CASE
-    default:
-      return nullptr;
-  }
+  auto const none = []() -> Converter { return nullptr; };
+  return visitVoxelType(
+      to,
+      [from, &none](auto toTag) {
+        using To = typename decltype(toTag)::Type;
+        return visitVoxelType(
+            from,
+            [](auto fromTag) -> Converter {
+              using From = typename decltype(fromTag)::Type;
+              return std::is_same_v<To, From> ? nullptr : convert<To, From>;
+            },
+            none);
+      },
+      none);
 }
 
 }  // namespace pxl::access

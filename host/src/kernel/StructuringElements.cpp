@@ -6,6 +6,7 @@
 
 #include "ElementLimits.h"
 #include "Raise.h"
+#include "kernel/RoundElements.h"
 
 namespace pxl::kernel {
 namespace {
@@ -106,17 +107,30 @@ std::vector<Offset> collectLine(Direction const& direction, unsigned long lineSi
 Offset2D makeOffset2D(long col, long row, long) { return {col, row}; }
 Offset3D makeOffset3D(long col, long row, long plan) { return {col, row, plan}; }
 
+/** The axis across which a disk with this normal is seen with the largest area. */
+Axes dominantAxisOfDisk(Direction const& normal) { return dominantAxis(normal, {cPlan, cRow, cCol}); }
+
 }  // namespace
+
+double estimateDisk(double radius) { return cPi * radius * radius; }
+
+double estimateBall(double radius) { return 4 * cPi / 3 * radius * radius * radius; }
+
+// Seen along the dominant axis the disk is an ellipse, and it has one voxel for each of the ellipse.
+double estimateOrientedDisk(double elevation, double azimuth, double radius) {
+  Direction const normal = directionOf(elevation, azimuth);
+  return cPi * radius * radius * std::fabs(normal[dominantAxisOfDisk(normal)]);
+}
 
 std::vector<Offset2D> generateDiskOffset2DCollection(unsigned long radius) {
   double const r = static_cast<double>(radius);
-  checkRadius(r, cPi * r * r);
+  checkRadius(r, estimateDisk(r));
   return collectBall<Offset2D>(static_cast<long>(radius), 0, makeOffset2D);
 }
 
 std::vector<Offset3D> generateSphereOffset3DCollection(unsigned long radius) {
   double const r = static_cast<double>(radius);
-  checkRadius(r, 4 * cPi / 3 * r * r * r);
+  checkRadius(r, estimateBall(r));
   return collectBall<Offset3D>(static_cast<long>(radius), static_cast<long>(radius), makeOffset3D);
 }
 
@@ -131,13 +145,12 @@ std::vector<Offset3D> generateLineOffset3DCollectionWithConstNumOfPixels(double 
 }
 
 std::vector<Offset3D> generateDiskOffset3DCollection(double elevation, double azimuth, unsigned long radius) {
+  double const r = static_cast<double>(radius);
+  checkRadius(r, estimateOrientedDisk(elevation, azimuth, r));
   Direction const normal = directionOf(elevation, azimuth);
-  Axes const w = dominantAxis(normal, {cPlan, cRow, cCol});
+  Axes const w = dominantAxisOfDisk(normal);
   Axes const u = w == cCol ? cRow : cCol;
   Axes const v = w == cPlan ? cRow : cPlan;
-  double const r = static_cast<double>(radius);
-  // Seen along w the disk is an ellipse, and it has one voxel for each of the ellipse.
-  checkRadius(r, cPi * r * r * std::fabs(normal[w]));
   long const reach = static_cast<long>(radius);
   auto const forEachVoxel = [&](auto const& function) {
     for (long i = -reach; i <= reach; ++i) {

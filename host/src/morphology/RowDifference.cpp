@@ -8,6 +8,7 @@
 #include "Core/private/Filters/RunBlocks.h"
 #include "Raise.h"
 #include "access/PresentedImage.h"
+#include "access/VisitVoxelType.h"
 #include "pxl/access/View.h"
 
 namespace pxl::morphology {
@@ -88,15 +89,9 @@ void RowDifference::runAs() {
 }
 
 void RowDifference::run() {
-  switch (m_from->getVoxelType()) {
-#define PXL_RUN(T)                                     \
-  case helper::DataTypeToVoxelTypeEnum<T>::cVoxelType: \
-    return runAs<T>();
-    PXL_FOR_EACH_VOXEL_TYPE(PXL_RUN)
-#undef PXL_RUN
-    default:
-      PXL_RAISE(UnexpectedError, "a difference of images of an unknown type");
-  }
+  access::visitVoxelType(
+      m_from->getVoxelType(), [this](auto tag) { runAs<typename decltype(tag)::Type>(); },
+      [] { PXL_RAISE(UnexpectedError, "a difference of images of an unknown type"); });
 }
 
 }  // namespace pxl::morphology

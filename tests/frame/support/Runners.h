@@ -6,6 +6,7 @@
 #include "Core/private/Access/simd/SimdVec.h"
 #include "Core/private/Filters/FilterTags.h"
 #include "Core/private/Helper/AutoRegisterRunnable.h"
+#include "Core/private/Helper/SSE41Runner.h"
 #include "PointOperations/src/LogicalRules.h"
 #include "analysis/IntensityExtremaRule.h"
 #include "filtering/linear/FIRFilterRunner.h"
@@ -29,14 +30,6 @@ void report(char const* dispatcher, std::type_info const& voxelType, pxl::BaseAl
     }                                                    \
   };
 
-#define FRAME_TEST_RUNNER(Name, runCall, isRunnableCall)                                           \
-  class Name final : public Runnable {                                                             \
-   public:                                                                                         \
-    void run(BaseAlgorithm* algorithm) const override { runCall(algorithm); }                      \
-    bool isRunnable(BaseAlgorithm* algorithm) const override { return isRunnableCall(algorithm); } \
-    int getOptimType() const override { return helper::cOptimType; }                               \
-  };
-
 namespace pxl::analysis {
 
 struct IntensityExtremaSSEDispatcher {
@@ -46,14 +39,17 @@ struct IntensityExtremaSSEDispatcher {
   }
 };
 
-inline void runExtrema(BaseAlgorithm* algorithm) {
-  auto* const extrema = helper::safe_cast<IntensityExtrema*>(algorithm);
-  algorithms::AbstractPrivateImplementation frame(extrema);
-  IntensityExtremaRule<IntensityExtremaSSEDispatcher>::dispatch({extrema, &frame});
-}
-
-FRAME_TEST_RUNNER(IntensityExtremaSSERunner, runExtrema,
-                  IntensityExtremaRule<IntensityExtremaSSEDispatcher>::isRunnable)
+class IntensityExtremaSSERunner final : public helper::SSE41Runner {
+ public:
+  void run(BaseAlgorithm* algorithm) const override {
+    auto* const extrema = helper::safe_cast<IntensityExtrema*>(algorithm);
+    algorithms::AbstractPrivateImplementation frame(extrema);
+    IntensityExtremaRule<IntensityExtremaSSEDispatcher>::dispatch({extrema, &frame});
+  }
+  bool isRunnable(BaseAlgorithm* algorithm) const override {
+    return IntensityExtremaRule<IntensityExtremaSSEDispatcher>::isRunnable(algorithm);
+  }
+};
 
 }  // namespace pxl::analysis
 
@@ -76,10 +72,9 @@ using FIRFilter3DSSE41Runner =
 
 namespace pxl::morphology {
 
-#define FRAME_TEST_ITERATED(Algo)                                                                              \
-  FRAME_TEST_DISPATCHER(Algo##SSE41Dispatcher, Algo)                                                           \
-  inline void run##Algo(BaseAlgorithm* algorithm) { dispatchOnInput<Algo, Algo##SSE41Dispatcher>(algorithm); } \
-  FRAME_TEST_RUNNER(Algo##SSE41Runner, run##Algo, isIteratedRunnable<Algo>)
+#define FRAME_TEST_ITERATED(Algo)                    \
+  FRAME_TEST_DISPATCHER(Algo##SSE41Dispatcher, Algo) \
+  class Algo##SSE41Runner final : public IteratedRunner<Algo, Algo##SSE41Dispatcher> {};
 
 #define FRAME_TEST_SHAPED(Algo)                      \
   FRAME_TEST_DISPATCHER(Algo##SSE41Dispatcher, Algo) \
@@ -107,10 +102,9 @@ FRAME_TEST_SHAPED(ErosionLine3d)
 
 namespace pxl::point_operations {
 
-#define FRAME_TEST_LOGICAL(Algo, Runner, Dispatcher)                                                       \
-  FRAME_TEST_DISPATCHER(Dispatcher, Algo)                                                                  \
-  inline void run##Algo(BaseAlgorithm* algorithm) { dispatchOnLeadingImage<Algo, Dispatcher>(algorithm); } \
-  FRAME_TEST_RUNNER(Runner, run##Algo, isLogicalRunnable<Algo>)
+#define FRAME_TEST_LOGICAL(Algo, Runner, Dispatcher) \
+  FRAME_TEST_DISPATCHER(Dispatcher, Algo)            \
+  class Runner final : public LogicalRunner<Algo, Dispatcher> {};
 
 FRAME_TEST_LOGICAL(LogicalOperationWithImage, SSE41LogicalOperationWithImageRunner,
                    LogicalOperationWithImageSSE41Dispatcher)
@@ -122,7 +116,6 @@ FRAME_TEST_LOGICAL(LogicalOperationWithValue, SSE41LogicalOperationWithValueRunn
 }  // namespace pxl::point_operations
 
 #undef FRAME_TEST_DISPATCHER
-#undef FRAME_TEST_RUNNER
 
 /** MACRO(namespace below pxl, operator, runner) for each of the 19, in the order of their units. */
 #define FRAME_TEST_FOR_EACH_RUNNER(MACRO)                                                  \
