@@ -118,11 +118,5 @@ TYPED_TEST(LogicalValues, OfABinaryImageKnowOnlyZeroAndOneAsValue) {
   EXPECT_TRUE(areEqual(*output, oracle::combine(3, bits, bits)));
 }
 
-TEST(LogicalOracle, HasTheKnownPatterns) {
-  unsigned char const expected[] = {0xC0, 0xFC, 0x3C, 0x3F, 0x03, 0xC3, 0x30};
-  for (int operation = 0; operation < 7; ++operation)
-    EXPECT_EQ(oracle::combine<unsigned char>(operation, 0xF0, 0xCC), expected[operation]);
-}
-
 }  // namespace
 }  // namespace point_test

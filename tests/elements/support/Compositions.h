@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "oracle/Shapes.h"
+#include "elements/support/CompositionOracle.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/morphology/ElementMorphology.h"
 #include "support/Runs.h"
@@ -13,9 +13,16 @@ namespace elements_test {
 
 using morphology_test::areEqual;
 using morphology_test::toOracle;
+using oracle::close;
+using oracle::Difference;
+using oracle::dilate;
+using oracle::erode;
 using oracle::Five;
+using oracle::mirror;
 using oracle::OffsetList;
+using oracle::open;
 using oracle::Operation;
+using oracle::subtract;
 using pxl::kernel::StructuringElement;
 using pxl::morphology::ElementMorphology;
 
@@ -57,56 +64,6 @@ inline OffsetList listOf(StructuringElement const& element) {
   OffsetList list;
   for (auto const& offset : element.getOffsets()) list.push_back({offset.col, offset.row, offset.plan});
   return list;
-}
-
-inline OffsetList mirror(OffsetList list) {
-  for (oracle::Offset& offset : list) offset = {-offset[0], -offset[1], -offset[2]};
-  return list;
-}
-
-template <class T>
-oracle::Image<T> dilate(oracle::Image<T> const& image, OffsetList const& list) {
-  return oracle::applyVolumeList(image, Operation::cDilation, list);
-}
-template <class T>
-oracle::Image<T> erode(oracle::Image<T> const& image, OffsetList const& list) {
-  return oracle::applyVolumeList(image, Operation::cErosion, list);
-}
-template <class T>
-oracle::Image<T> open(oracle::Image<T> const& image, OffsetList const& list) {
-  return dilate(erode(image, list), mirror(list));
-}
-template <class T>
-oracle::Image<T> close(oracle::Image<T> const& image, OffsetList const& list) {
-  return erode(dilate(image, list), mirror(list));
-}
-
-/** The type of a difference: unsigned for signed integers. */
-template <class T, bool = std::is_integral_v<T>>
-struct DifferenceOf {
-  using Type = std::make_unsigned_t<T>;
-};
-template <class T>
-struct DifferenceOf<T, false> {
-  using Type = T;
-};
-template <class T>
-using Difference = typename DifferenceOf<T>::Type;
-
-/** What is below 0 is 0. Integers in 64 bit. */
-template <class T>
-oracle::Image<Difference<T>> subtract(oracle::Image<T> const& from, oracle::Image<T> const& what) {
-  using Wide = std::conditional_t<std::is_integral_v<T>, long, T>;
-  oracle::Image<Difference<T>> result(from.sizes);
-  for (unsigned long i = 0; i < from.voxels.size(); ++i) {
-    Wide difference = static_cast<Wide>(from.voxels[i]) - static_cast<Wide>(what.voxels[i]);
-    if (difference < 0) difference = 0;
-    result.voxels[i] = static_cast<Difference<T>>(difference);
-    if constexpr (std::is_integral_v<T>) {
-      EXPECT_EQ(static_cast<long>(result.voxels[i]), difference) << "the difference has no room in its type";
-    }
-  }
-  return result;
 }
 
 /** What a composition without a difference gives. */
