@@ -5,7 +5,7 @@
 
 namespace pxl::point_operations {
 
-/** The bitwise operators; no other number is one. */
+/** The bitwise operators. Other numbers are invalid. */
 enum LogicalOperators : int {
   cLogicalAnd = 0,
   cLogicalOr = 1,
@@ -21,7 +21,10 @@ inline constexpr Choice cLogicalOperatorNames[] = {
     {"nand", cLogicalNand, "~(a & b)"},  {"nor", cLogicalNor, "~(a | b)"}, {"nxor", cLogicalNxor, "~(a ^ b)"},
     {"andnot", cLogicalAndNot, "a & ~b"}};
 
-/** Bitwise combination of two integer images; acts on the bits of the voxels, the same for all six integer types. */
+/**
+ * Bitwise combination of two integer images: out(p) = a(p) op b(p), on the bits of the voxels in the type of a. The
+ * output may be one of the inputs. Cost: one read of each input and one write.
+ */
 class PXL_API LogicalOperationWithImage : public BaseAlgorithm {
  public:
   LogicalOperationWithImage();
@@ -37,7 +40,7 @@ class PXL_API LogicalOperationWithImage : public BaseAlgorithm {
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 };
 
-/** Bitwise combination of an integer image with one value. */
+/** Bitwise combination of an integer image with one value: out(p) = a(p) op b. Otherwise the same. */
 class PXL_API LogicalOperationWithValue : public BaseAlgorithm {
  public:
   LogicalOperationWithValue();
