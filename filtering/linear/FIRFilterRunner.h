@@ -24,7 +24,7 @@ class AbstractFIRFilterRunner : public Runnable {
   }
 };
 
-/** Accepts every algorithm on a processor that is able to run it. */
+/** Accepts every algorithm if the processor can run it. */
 template <class Algo, class Dispatcher>
 class FIRFilterSSE41Runner final : public AbstractFIRFilterRunner<Algo, Dispatcher> {
  public:

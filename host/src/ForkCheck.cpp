@@ -12,7 +12,7 @@ namespace {
 std::atomic<bool> isUsed{false};
 std::atomic<bool> isForkedAfterUse{false};
 
-// By the system's call and not by the number of the process: a child may have the same in a space of its own.
+// Uses the fork handler, not the process id: a child in a namespace of its own may have the same id.
 [[maybe_unused]] int const isWatching = ::pthread_atfork(nullptr, nullptr, [] {
   if (isUsed.load(std::memory_order_relaxed)) isForkedAfterUse.store(true, std::memory_order_relaxed);
 });

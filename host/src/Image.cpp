@@ -21,7 +21,7 @@ std::shared_ptr<VoxelStorage> makeOwnedStorage(VoxelTypes type, ImageSizes const
                                          true, voxels, nullptr);
 }
 
-// Whether every voxel lies so near to the first one that no distance of voxels overflows.
+// Whether all voxels are so close to the first one that no distance between voxels overflows.
 bool areStridesNear(ImageSizes const& sizes, ImageStrides const& strides) {
   constexpr long cMaxReach = 1L << 62;
   long reach = 0;

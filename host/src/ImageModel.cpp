@@ -68,7 +68,7 @@ std::shared_ptr<void> ImageModelSizeProxy::registerView(bool isWritable) const {
 access::VoxelSource ImageModelSizeProxy::getSource() const {
   access::VoxelSource source = m_image->getSource();
   for (int i = 0; i < cNbComponents; ++i) {
-    // The image may have got other sizes since this window was made.
+    // The sizes of the image may have changed since this window was made.
     checkWindow(m_begin[i], m_size[i], source.size[i]);
     source.begin[i] += m_begin[i];
     source.size[i] = m_size[i];

@@ -12,7 +12,7 @@
 #include "pxl/morphology/Morphology.h"
 #include "pxl/point_operations/LogicalOperation.h"
 
-// The operators of the host: their records, constructors and destructors. Properties stand in their classes.
+// The operators of the host: their records, constructors and destructors. Properties are in their classes.
 
 namespace pxl {
 
@@ -44,13 +44,13 @@ namespace {
 
 constexpr double cMaxElement = limits::cMaxNbOffsets;  // no larger list is made
 
-// A long line keeps as many rows or plans in memory as it spans, each longer than the line.
+// A long line keeps all rows or plans that it spans in memory, each longer than the line.
 double estimateLineSteps(unsigned int size, unsigned int maxSize) {
   bool const isTooLong = size > maxSize && size <= cMaxElement;
   return isTooLong ? std::numeric_limits<double>::infinity() : std::min<double>(cMaxElement, size);
 }
 
-// Why an element can't be made; nothing of the size of such an element is computed for that.
+// Why an element can't be made. Too large elements are refused before anything of their size is computed.
 template <class Generate>
 String explainRefusal(Generate const& generate) {
   try {
@@ -69,7 +69,7 @@ IteratedMorphology::~IteratedMorphology() = default;
 String IteratedMorphology::getNotice() const {
   return numberOfIterations == 0U ? "with 0 iterations the output image is left as it is" : "";
 }
-// Driven in passes: only the sizes of a region count, and the temporary image ends where the region does.
+// Recursive filters use only the sizes of a region, and the temporary image has these sizes.
 RegionUses IteratedMorphology::getRegionUse() const {
   return numberOfIterations > 1U ? RegionUses::cWholeSlices : RegionUses::cFromOrigin;
 }
@@ -156,7 +156,7 @@ PXL_RECORD(LogicalOperationWithValue, "point operations", "bitwise combination o
 
 namespace {
 
-// In the order of their runners' names; then those beyond the first plug-in's.
+// Those of the first plug-in in the order of their runners' names, then the others.
 template <class... Algos>
 std::vector<AlgoInfo*> collectRecords() {
   return {Algos::getClassInfo()...};

@@ -28,7 +28,8 @@ std::string findFolderOfLibrary() {
   return error ? std::string() : library.parent_path().string();
 }
 
-// Found while the library is loaded: its path may be relative to what is the working directory then. Never destroyed.
+// Determined while the library is loaded: its path may be relative to the working directory of that moment. Never
+// destroyed.
 std::string const& folderOfLibrary = *new std::string(findFolderOfLibrary());
 
 }  // namespace

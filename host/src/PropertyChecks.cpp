@@ -27,7 +27,7 @@ bool isWhole(access::Region const& region, ImageModel const& image, Components c
   return static_cast<unsigned long>(counts[component]) == image.getNumOf(component);
 }
 
-// What a region lacks for its result to be that part of the whole result; null if it lacks nothing.
+// What a region lacks so that its result is that part of the whole result; null if it lacks nothing.
 char const* findLack(BaseAlgorithm const& algorithm, ImageModel const& image) {
   access::Region const& region = algorithm.getProcessingRegion();
   bool const isPlaneWhole = isWhole(region, image, cColumns) && isWhole(region, image, cRows);

@@ -65,7 +65,7 @@ std::vector<Settings::Description> const& Settings::getDescriptions() {
   return descriptions;
 }
 
-// Never destroyed, nor are the descriptions: runs may be made until the very end of the process.
+// Never destroyed, nor are the descriptions: runs are possible until the very end of the process.
 Settings& globalSettings() {
   static Settings* const settings = new Settings;
   return *settings;

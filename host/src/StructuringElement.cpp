@@ -33,7 +33,7 @@ std::vector<Offset3D> toVolume(std::vector<Offset2D> const& offsets) {
   return result;
 }
 
-/** The values of an axis in the order of arrays: 0 for the plans of two. */
+/** The value of an axis, in array order; 0 for the plans of a two-dimensional element. */
 long at(std::vector<long> const& values, std::size_t axis, long missing) {
   return values.size() == 3 ? values[axis] : axis == 0 ? missing : values[axis - 1];
 }

@@ -8,9 +8,9 @@
 namespace pxl {
 
 /**
- * Walks a block with a neighbourhood iterator and writes what computeRow(out, nbVoxels) makes of its pointers, row by
- * row. In place, what neighbouring blocks read within `influence` is held back. Each row is read before the one that
- * is finished is written.
+ * Walks a block with a neighbourhood iterator. For each row, computeRow(out, nbVoxels) computes the result from the
+ * iterator's pointers, and the row is written. The next source row is read before the finished one is written. In
+ * place, voxels that neighbouring blocks read within `influence` are held back.
  */
 template <class View, class AnyBlock, class Iterator, class ComputeRow>
 void walkRows(AnyBlock const& block, Iterator& input, std::shared_ptr<View> const& outputView, bool isInPlace,

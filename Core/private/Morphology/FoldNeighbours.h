@@ -6,7 +6,7 @@
 
 namespace pxl::morphology {
 
-/** Walks a block within a pass and writes what foldRow(out, nbVoxels) computes, see walkRows(). */
+/** Walks a block within a pass and writes the rows that foldRow(out, nbVoxels) computes, see walkRows(). */
 template <class In, class Out, class Arch, class AnyBlock, class Iterator, class FoldRow>
 void foldBlock(AnyBlock const& block, PassContext<In, Out, Arch>& context, Iterator& input,
                AlgoBorderInfluence const& influence, FoldRow const& foldRow) {
@@ -14,8 +14,8 @@ void foldBlock(AnyBlock const& block, PassContext<In, Out, Arch>& context, Itera
 }
 
 /**
- * Folds a functor over the vectors at a list of pointers, for each vector of a row, in the order of the list. One
- * walk over the list serves several vectors, so that a pointer is loaded once for all of them.
+ * Folds a functor over the vectors at a list of pointers, for each vector of a row, in the order of the list. Several
+ * vectors are computed in one pass over the list, so that each pointer is loaded once for all of them.
  */
 template <class Functor>
 struct ListFold {

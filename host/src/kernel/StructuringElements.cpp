@@ -11,7 +11,7 @@ namespace pxl::kernel {
 namespace {
 
 constexpr double cPi = 3.14159265358979323846;
-// Differences that are due to the rounding of sines and cosines alone.
+// Tolerance for the rounding errors of sines and cosines.
 constexpr double cTolerance = 1e-9;
 
 /** The largest whole number whose square is at most `square`. */
@@ -136,7 +136,7 @@ std::vector<Offset3D> generateDiskOffset3DCollection(double elevation, double az
   Axes const u = w == cCol ? cRow : cCol;
   Axes const v = w == cPlan ? cRow : cPlan;
   double const r = static_cast<double>(radius);
-  // Seen along w the disk is an ellipse, and it has one voxel for each of the ellipse.
+  // Projected along w, the disk is an ellipse, and each voxel of the ellipse is one voxel of the disk.
   checkRadius(r, cPi * r * r * std::fabs(normal[w]));
   long const reach = static_cast<long>(radius);
   auto const forEachVoxel = [&](auto const& function) {

@@ -9,7 +9,7 @@
 #include "pxl/ImageModel.h"
 #include "pxl/Runnable.h"
 
-// The operators with any element, and how the composed ones are composed.
+// The operators with any element, and the steps of the composed ones.
 
 namespace pxl::morphology {
 namespace {
@@ -62,7 +62,7 @@ void compose(Gradient const& algorithm, MorphologySteps& steps) {
     steps.erode(steps.getInput(), element, eroded);
     steps.subtract(steps.getInput(), eroded);
   } else {
-    // The dilation comes last: in place it takes the input's place.
+    // The dilation comes last: in place it overwrites the input.
     ImageModel* const eroded = steps.getExtra();
     steps.erode(steps.getInput(), element, eroded);
     steps.dilate(steps.getInput(), element, steps.getOutput());
@@ -173,7 +173,7 @@ PXL_COMPOSED_RECORD(WhiteTopHat, Composition<WhiteTopHat>::get(), "morphology", 
 BlackTopHat::BlackTopHat() : MorphologicalDifference(2) {}
 PXL_COMPOSED_RECORD(BlackTopHat, Composition<BlackTopHat>::get(), "morphology", "the closing less the image", cVolume)
 
-// Both passes go over the input.
+// Both passes read the input.
 Gradient::Gradient() : MorphologicalDifference(1) {}
 PXL_COMPOSED_RECORD(Gradient, Composition<Gradient>::get(), "morphology", "dilation less erosion, or half of it",
                     cVolume)
