@@ -48,7 +48,7 @@ class Execution : private Noncopyable {
   explicit Execution(algorithms::ExecutionState& state, algorithms::ExecutionState const* parent = nullptr)
       : m_state(state), m_isStep(parent) {
     Lock const lock(getFrameLock());
-    if (m_state.isExecuting) PXL_RAISE(InvalidCall, "the algorithm is running already");
+    if (m_state.isExecuting) PXL_RAISE(InvalidCall, "the algorithm is already running");
     if (m_state.isEachCancelled) throw ExceptionCancelation();
     m_state.isCancelRequested = parent ? parent->isCancelRequested : std::make_shared<std::atomic<bool>>(false);
     m_state.isExecuting = true;

@@ -23,7 +23,7 @@ void checkForkAndNoteUse() {
   if (isForkedAfterUse.load(std::memory_order_relaxed))
     PXL_RAISE(RuntimeError,
               "this process was forked after its parent had run an algorithm, and has none of its threads: "
-              "start workers by spawn or forkserver");
+              "start workers with spawn or forkserver");
   isUsed.store(true, std::memory_order_relaxed);
 }
 

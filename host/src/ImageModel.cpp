@@ -27,7 +27,7 @@ access::VoxelSource ImageModel::getSource() const {
 std::shared_ptr<void> ImageModel::registerView(bool) const { return nullptr; }
 
 void ImageModel::enforceSameCharacteristics(ImageModel const* other, int const& characteristics) {
-  if (!other) PXL_RAISE(InvalidCall, "there is no image to take the characteristics of");
+  if (!other) PXL_RAISE(InvalidCall, "there is no image whose characteristics could be copied");
   bool isSame = true;
   for (int i = 0; i < cNbComponents && (characteristics & cSizes); ++i)
     isSame = isSame && getNumOf(static_cast<Components>(i)) == other->getNumOf(static_cast<Components>(i));

@@ -71,7 +71,7 @@ ImageModelAdapter::ImageModelAdapter(ImageModel* image, VoxelTypes type, DataCon
     : m_nbExceptions(std::uncaught_exceptions()) {
   PXL_PROBE(onAdapterNew(image, type));
   if (!image) PXL_RAISE(InvalidCall, "an adapter needs an image");
-  if (!helper::isImageType(type)) PXL_RAISE(InvalidCall, "there are no images of the type of an adapter");
+  if (!helper::isImageType(type)) PXL_RAISE(InvalidCall, "no images of the adapter's type can be made");
   if (conversion != cRoundAndSaturate) PXL_RAISE(InvalidCall, "the conversion of an adapter is unknown");
   m_model = std::make_unique<Model>(*image, type);
 }

@@ -36,7 +36,7 @@ bool isInVolume(BaseAlgorithm const& algorithm) {
 Offsets addEach(Offsets const& first, kernel::Margins const& reach, Offsets const& second) {
   constexpr double cMaxPairs = 1e9;  // a second or so
   if (static_cast<double>(first.size()) * static_cast<double>(second.size()) > cMaxPairs)
-    PXL_RAISE(InvalidCall, "the neighbours are too many to be listed");
+    PXL_RAISE(InvalidCall, "there are too many neighbours to list");
   unsigned long const cols = reach.colsBefore + reach.colsAfter + 1, rows = reach.rowsBefore + reach.rowsAfter + 1,
                       plans = reach.plansBefore + reach.plansAfter + 1;
   std::vector<bool> isReached(cols * rows * plans);

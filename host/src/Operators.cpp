@@ -32,7 +32,7 @@ PXL_RECORD(FiniteImpulseResponseFilter2D, "filtering", "correlation of plan 0 wi
            cPlanByPlan)
 String FiniteImpulseResponseFilter2D::getNotice() const {
   ImageModel const* const image = outputImage.get();
-  return image && image->getNumOf(cPlans) > 1 ? "plans above the first are left as they are" : "";
+  return image && image->getNumOf(cPlans) > 1 ? "plans above the first are left unchanged" : "";
 }
 RegionUses FiniteImpulseResponseFilter2D::getRegionUse() const { return RegionUses::cAnyRectangle; }
 FiniteImpulseResponseFilter3D::FiniteImpulseResponseFilter3D() = default;
@@ -67,7 +67,7 @@ IteratedMorphology::IteratedMorphology(int defaultNeighborhood, Choices const& n
     : neighborhood(*this, "neighborhood", defaultNeighborhood, neighborhoods, "which neighbours take part") {}
 IteratedMorphology::~IteratedMorphology() = default;
 String IteratedMorphology::getNotice() const {
-  return numberOfIterations == 0U ? "with 0 iterations the output image is left as it is" : "";
+  return numberOfIterations == 0U ? "with 0 iterations the output image is left unchanged" : "";
 }
 // Recursive filters use only the sizes of a region, and the temporary image has these sizes.
 RegionUses IteratedMorphology::getRegionUse() const {
@@ -77,7 +77,7 @@ double IteratedMorphology::estimateSteps() const { return numberOfIterations; }
 RadiusMorphology::RadiusMorphology() = default;
 RadiusMorphology::~RadiusMorphology() = default;
 String RadiusMorphology::getNotice() const {
-  return shapeMode == cFastShape && radius == 0U ? "the fast shape with radius 0 leaves the output image as it is"
+  return shapeMode == cFastShape && radius == 0U ? "the fast shape with radius 0 leaves the output image unchanged"
                                                  : "";
 }
 String RadiusMorphology::getObjection() const {

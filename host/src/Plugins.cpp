@@ -41,7 +41,7 @@ std::string getFolder() {
 
 void load(std::string const& absolutePath) {
   if (absolutePath.empty() || absolutePath[0] != '/')
-    PXL_RAISE(InvalidCall, "a plug-in is loaded by its absolute path: " + absolutePath);
+    PXL_RAISE(InvalidCall, "the path of a plug-in must be absolute: " + absolutePath);
   PluginState& state = PluginState::get();
   std::lock_guard<std::mutex> lock(state.mutex);
   if (state.handles.count(absolutePath)) return;

@@ -39,15 +39,15 @@ char const* findLack(BaseAlgorithm const& algorithm, ImageModel const& image) {
   bool const isOrigin = isFirstPlan && region.rowsBegin() == 0 && region.colsBegin() == 0;
   switch (algorithm.getRegionUse()) {
     case RegionUses::cAnyBox:
-      return isFirstStack ? nullptr : "has to begin at 0 in sequence and spectral series";
+      return isFirstStack ? nullptr : "must begin at 0 in sequence and spectral series";
     case RegionUses::cAnyRectangle:
-      return isFirstPlan ? nullptr : "has to begin at 0 in plans, sequence and spectral series";
+      return isFirstPlan ? nullptr : "must begin at 0 in plans, sequence and spectral series";
     case RegionUses::cFromOrigin:
-      return isOrigin ? nullptr : "has to begin at 0 in every dimension";
+      return isOrigin ? nullptr : "must begin at 0 in every dimension";
     case RegionUses::cWholeSlices:
       if (isOrigin && (isPlanByPlan ? isPlaneWhole : isVolumeWhole)) return nullptr;
-      return isPlanByPlan ? "has to begin at 0 and hold whole plans, as there are several passes"
-                          : "has to begin at 0 and hold whole volumes, as there are several passes";
+      return isPlanByPlan ? "must begin at 0 and span whole plans, as there are several passes"
+                          : "must begin at 0 and span whole volumes, as there are several passes";
     case RegionUses::cWholeImage:
       break;
   }

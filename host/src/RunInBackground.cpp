@@ -34,7 +34,7 @@ void RunInBackground::start(std::function<void()> work) {
     m_thread = std::thread(&RunInBackground::run, this, std::move(work));
   } catch (std::system_error const& error) {
     end();
-    PXL_RAISE(RuntimeError, std::string("no thread can be made for a run in the background: ") + error.what());
+    PXL_RAISE(RuntimeError, std::string("no thread can be created for a run in the background: ") + error.what());
   } catch (...) {
     end();
     throw;
@@ -46,7 +46,7 @@ void RunInBackground::start(std::function<void()> work) {
 void RunInBackground::begin() {
   FrameLock const lock(algorithms::getFrameLock());
   algorithms::ExecutionState& state = *m_algorithm.m_execution;
-  if (state.isExecuting || state.isInBackground) PXL_RAISE(InvalidCall, "the algorithm is running already");
+  if (state.isExecuting || state.isInBackground) PXL_RAISE(InvalidCall, "the algorithm is already running");
   state.isInBackground = true;
   state.isEachCancelled = m_isCancelled;
   state.progress = 0;
@@ -107,7 +107,7 @@ double RunInBackground::getProgress() const {
 
 void RunInBackground::get() {
   Lock lock(m_mutex);
-  if (!m_isStarted) PXL_RAISE(InvalidCall, "a run in the background that wasn't started has no end");
+  if (!m_isStarted) PXL_RAISE(InvalidCall, "the run in the background wasn't started");
   m_overSignal.wait(lock, [this] { return m_isOver; });
   if (m_failure) std::rethrow_exception(m_failure);
 }

@@ -178,7 +178,7 @@ std::string explainRefusal(BaseAlgorithm& algorithm, std::vector<Runnable*> cons
   text.imbue(std::locale::classic());
   text << algorithm.getAlgoInfo()->getName() << ": ";
   if (runners.empty()) {
-    text << "no plug-in offers it";
+    text << "no plug-in provides it";
     if (plugins::getLoaded().empty()) text << "; none is loaded";
     return text.str();
   }

@@ -91,7 +91,7 @@ StructuringElement::Data const& StructuringElement::getData() const {
 StructuringElement StructuringElement::connectivity(unsigned int nbNeighbours, unsigned int iterations) {
   int const dimension = nbNeighbours == 4 || nbNeighbours == 8 ? 2 : 3;
   if (dimension == 3 && nbNeighbours != 6 && nbNeighbours != 18 && nbNeighbours != 26)
-    PXL_RAISE(InvalidCall, "a connectivity is 4, 8, 6, 18 or 26, and not " + std::to_string(nbNeighbours));
+    PXL_RAISE(InvalidCall, "a connectivity must be 4, 8, 6, 18 or 26, not " + std::to_string(nbNeighbours));
   auto data = std::make_unique<Data>(ElementKinds::cConnectivity, dimension, iterations);
   data->nbNeighbours = nbNeighbours;
   return StructuringElement(data.release());

@@ -82,10 +82,10 @@ std::vector<Offset3D> collectPasses(int dimension, ElementPasses const& passes) 
 }
 
 std::vector<Offset3D> collectEllipsoid(double radius, std::vector<double> const& spacing) {
-  if (!(radius >= 0) || !std::isfinite(radius)) PXL_RAISE(InvalidCall, "a radius has to be finite and not below 0");
+  if (!(radius >= 0) || !std::isfinite(radius)) PXL_RAISE(InvalidCall, "a radius must be finite and not negative");
   double nbVoxels = spacing.size() == 2 ? cPi : 4 * cPi / 3;
   for (double step : spacing) {
-    if (!(step > 0) || !std::isfinite(step)) PXL_RAISE(InvalidCall, "a spacing has to be finite and above 0");
+    if (!(step > 0) || !std::isfinite(step)) PXL_RAISE(InvalidCall, "a spacing must be finite and above 0");
     nbVoxels *= std::max(radius / step, 0.5);
   }
   if (radius == 0) return {{0, 0, 0}};

@@ -201,7 +201,7 @@ StructuringElement StructuringElement::parse(String const& text) {
   if (form == std::end(cForms)) {
     std::string known;
     for (Form const& other : cForms) known += std::string(known.empty() ? " " : ", ") + other.name;
-    PXL_RAISE(InvalidCall, "\"" + std::string(name) + "\" is no element; there are" + known);
+    PXL_RAISE(InvalidCall, "\"" + std::string(name) + "\" isn't an element; known are" + known);
   }
   auto const raise = [form](std::string const& why) { PXL_RAISE(InvalidCall, std::string(form->name) + ": " + why); };
   if (open == std::string_view::npos || whole.back() != ')') raise(std::string("is written ") + form->usage);

@@ -127,7 +127,7 @@ WindowRun::WindowRun(BaseAlgorithm& algorithm)
 // Delegates, so that the destructor runs if this constructor throws.
 WindowRun::WindowRun(BaseAlgorithm& algorithm, access::Region const& region) : WindowRun(algorithm) {
   if (algorithm.hasProcessingRegion())
-    PXL_RAISE(InvalidCall, nameOf(algorithm) + ": a window and a region to process exclude each other");
+    PXL_RAISE(InvalidCall, nameOf(algorithm) + ": a window can't be combined with a region to process");
   Sizes const sizes = checkImages();
   m_window = makeWindow(algorithm, region, sizes);
   for (auto const& output : m_outputs)
@@ -162,7 +162,7 @@ Sizes WindowRun::checkImages() {
   for (auto const& output : m_outputs) isAnyMissing = isAnyMissing || !output.image;
   if (isAnyMissing) {
     checkProperties(m_algorithm);
-    PXL_RAISE(InvalidCall, nameOf(m_algorithm) + ": there is no image to take a window of");
+    PXL_RAISE(InvalidCall, nameOf(m_algorithm) + ": there is no image for the window");
   }
   Sizes const sizes = getSizes(m_inputs.empty() ? *m_outputs.front().image : *m_inputs.front().image);
   for (auto const& output : m_outputs) m_isOutputWhole = m_isOutputWhole && getSizes(*output.image) == sizes;

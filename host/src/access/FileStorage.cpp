@@ -93,7 +93,7 @@ FileStorage::FileStorage(VoxelTypes type, ImageSizes const& sizes, std::string c
 FileStorage::FileStorage(VoxelTypes type, ImageSizes const& sizes, FileDescriptor&& file, std::string const& name)
     : VoxelStorage(type, toPosition(sizes).at), m_key(), m_file(-1), m_isWritable(true), m_path(name) {
   unsigned long const bytes = checkLimits(type, sizes);
-  if (file.get() < 0) raiseSystemError(name, "no file can be made", errno);
+  if (file.get() < 0) raiseSystemError(name, "no file can be created", errno);
   if (int const error = reserve(file.get(), bytes)) raiseSystemError(name, "space can't be reserved", error);
   checkFile(name, file.get(), 0, bytes, m_key);
   m_key.access = StorageAccesses::cWritableFile;

@@ -18,7 +18,7 @@ namespace pxl::SimdVec {
 template <class T, std::size_t Alignment>
 class AlignedAllocator {
  public:
-  static_assert(Alignment == 16, "the slack is reckoned for 16 bytes");
+  static_assert(Alignment == 16, "the slack is computed for 16 bytes");
   using value_type = T;
   // std::allocator_traits can't rebind it: the alignment isn't a type.
   template <class U>

@@ -30,7 +30,7 @@ class PXL_API IntensityExtrema : public BaseAlgorithm {
                                    "analysisDimensions",
                                    cWholeImage,
                                    {cAnalysisDimensionNames, ChoiceKinds::cSum},
-                                   "what has a result of its own"};
+                                   "dimensions with separate results"};
   Property<IntensityExtremaMsr*> outputMeasure{*this, "outputMeasure", "arrays that receive the values"};
 };
 

@@ -118,9 +118,9 @@ PXL_ELEMENT_OPERATOR(BlackTopHat, MorphologicalDifference)
 enum GradientModes : int { cFullGradient = 0, cOuterGradient = 1, cInnerGradient = 2 };
 
 inline constexpr Choice cGradientModeNames[] = {
-    {"full", cFullGradient, "the dilation less the erosion"},
-    {"outer", cOuterGradient, "the dilation less the image; the element holds the voxel itself"},
-    {"inner", cInnerGradient, "the image less the erosion; the element holds the voxel itself"}};
+    {"full", cFullGradient, "the dilation minus the erosion"},
+    {"outer", cOuterGradient, "the dilation minus the image; the element contains the voxel itself"},
+    {"inner", cInnerGradient, "the image minus the erosion; the element contains the voxel itself"}};
 
 /** The difference of two of dilation, image and erosion; see GradientModes. */
 class PXL_API Gradient : public MorphologicalDifference {
@@ -131,7 +131,8 @@ class PXL_API Gradient : public MorphologicalDifference {
   AlgoInfo* getAlgoInfo() const override;
 
   /** One of GradientModes. */
-  Property<int> gradientMode{*this, "gradientMode", cFullGradient, cGradientModeNames, "what is taken from what"};
+  Property<int> gradientMode{*this, "gradientMode", cFullGradient, cGradientModeNames,
+                             "what is subtracted from what"};
 
   String getObjection() const override;
   double estimateSteps() const override;

@@ -57,7 +57,7 @@ inline constexpr Choice cNeighborhood3dNames[] = {{"faces", cFaces, "the 6 neigh
                                                   {"cube", cCube, "all 26 neighbours, as with any other number"}};
 
 inline constexpr Choice cShapeModeNames[] = {
-    {"fast", cFastShape, "an octagon or polyhedron; with radius 0 the output stays untouched"},
+    {"fast", cFastShape, "an octagon or polyhedron; with radius 0 the output is left unchanged"},
     {"exact", cExactShape, "all voxels within the radius, as with any other number"}};
 
 /** Properties of the operators that repeat an elementary step. Cost: proportional to numberOfIterations. */
@@ -67,7 +67,7 @@ class PXL_API IteratedMorphology : public BaseAlgorithm {
 
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
   Property<unsigned int> numberOfIterations{*this, "numberOfIterations", 1,
-                                            "how often the step is repeated; with 0 the output stays untouched"};
+                                            "number of repetitions of the step; with 0 the output is left unchanged"};
   /** One of Neighborhoods2d or Neighborhoods3d. */
   Property<int> neighborhood;
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};

@@ -36,7 +36,8 @@ class PXL_API LogicalOperationWithImage : public BaseAlgorithm {
   Property<ImageModel const*> inputImage2{*this, "inputImage2",
                                           "second image to read, b; converted to the type of a"};
   /** One of LogicalOperators. */
-  Property<int> logicalOperator{*this, "logicalOperator", cLogicalAnd, cLogicalOperatorNames, "how bits combine"};
+  Property<int> logicalOperator{*this, "logicalOperator", cLogicalAnd, cLogicalOperatorNames,
+                                "how the bits are combined"};
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 };
 
@@ -51,7 +52,8 @@ class PXL_API LogicalOperationWithValue : public BaseAlgorithm {
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read, a"};
   Property<unsigned int> value{*this, "value", "value to combine with, b"};
   /** One of LogicalOperators. */
-  Property<int> logicalOperator{*this, "logicalOperator", cLogicalAnd, cLogicalOperatorNames, "how bits combine"};
+  Property<int> logicalOperator{*this, "logicalOperator", cLogicalAnd, cLogicalOperatorNames,
+                                "how the bits are combined"};
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 };
 
