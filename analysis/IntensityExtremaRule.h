@@ -10,7 +10,7 @@
 
 namespace pxl::analysis {
 
-/** What the runner of IntensityExtrema accepts and how it reaches `Dispatcher::run<T>`. */
+/** What the runner of IntensityExtrema accepts, and how it calls `Dispatcher::run<T>`. */
 template <class Dispatcher>
 struct IntensityExtremaRule {
   using Argument = std::pair<IntensityExtrema*, algorithms::AbstractPrivateImplementation*>;

@@ -10,8 +10,9 @@
 namespace pxl::analysis {
 
 /**
- * The smallest and the largest voxel of what was seen so far. Infinities lie beyond the starting range and count as
- * the comparisons give. A NaN makes its lane forget what it saw before in the block, and is never a result itself.
+ * The smallest and the largest voxel of the blocks processed so far. The accumulators start with finite values, so an
+ * infinity is a result only where a comparison selects it. A NaN resets its lane to the values that follow it in the
+ * block, and is never a result itself.
  */
 template <class T>
 struct IntensityExtremaSIMDGeneric {
@@ -29,7 +30,7 @@ struct IntensityExtremaSIMDGeneric {
 
   template <class Filter>
   void run(access::Block3d const& block, Filter& filter) {
-    // No voxel can widen a full range, so that the block needn't even be read.
+    // No voxel can extend a full range, so the block needn't be read.
     if (minimum == lowest && maximum == highest) return;
     access::IteratorPixelInput<typename Filter::ViewType, L> input(filter.getInput(), access::OverlapBorder());
     input.init(block, true);
@@ -45,8 +46,8 @@ struct IntensityExtremaSIMDGeneric {
   using Vector = typename Vec::Vector;
   static constexpr long L = SimdVec::Simd<T>::cNbLanes;
 
-  // Not inlined: between the calls that fetch rows the compiler would keep the accumulators in memory, at several
-  // times the cost.
+  // Not inlined: the compiler would spill the accumulators around the calls that fetch rows, at several times the
+  // cost.
   [[gnu::noinline]] static void scan(T const* voxels, T const* end, Vector& low, Vector& high) {
     T const* const endOfFours = voxels + (end - voxels) / (4 * L) * (4 * L);
     Vector lowInRow = low;
@@ -61,7 +62,7 @@ struct IntensityExtremaSIMDGeneric {
     high = highInRow;
   }
 
-  // The accumulators come first in each operation: that is what makes a NaN forget.
+  // The accumulators are the first operands, so that a NaN resets them: the second operand wins.
   static void scanInOrder(T const* voxels, T const* end, Vector& low, Vector& high) {
     for (; voxels != end; voxels += L) {
       Vector const v = Vec::load(voxels);
@@ -70,8 +71,8 @@ struct IntensityExtremaSIMDGeneric {
     }
   }
 
-  // Four vectors that don't wait for each other. Without NaN that gives the same bits: of equal values the later one
-  // stays in either order. Says false where there may have been a NaN, which a sum doesn't forget.
+  // Four independent accumulators. Without NaN the bits are the same: of equal values the later one wins in either
+  // order. Returns false if there may have been a NaN, which shows in the sum of the voxels.
   static bool scanFours(T const* voxels, T const* end, Vector& low, Vector& high) {
     [[maybe_unused]] Vector sum = Vec::broadcast(0);
     for (; voxels != end; voxels += 4 * L) {

@@ -17,7 +17,7 @@ struct IntensityExtremaSSEDispatcher {
     unsigned long n[cNbComponents];
     for (int i = 0; i < cNbComponents; ++i) n[i] = image->getNumOf(static_cast<Components>(i));
 
-    // A dimension that is asked for has a cell for each position, the others are spanned by each cell.
+    // A selected dimension has one cell per position; in the others each cell spans all positions.
     bool const perPlan = mask & 1, perSequence = mask & 4, perSpectral = mask & 2;
     object_model::TupleX cells(3);
     cells[0] = perPlan ? n[cPlans] : 1;

@@ -10,8 +10,8 @@
 namespace pxl::morphology {
 
 /**
- * The functor folded over any list of offsets, in the order of the list, which must not be empty. In place, too: a
- * list of nothing but earlier plans is read with the voxel's own plan, which isn't folded, so that each plan is read
+ * Folds the functor over any list of offsets, in the order of the list, which must not be empty. Works in place: if
+ * all offsets are in earlier plans, the voxel's own plan is read as well but not folded, so that each plan is read
  * before it is written.
  */
 template <class Functor>

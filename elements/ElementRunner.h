@@ -14,8 +14,8 @@
 namespace pxl::morphology {
 
 /**
- * The offsets of an element for an image. One that leads out of the image from wherever in it is replaced by the
- * nearest such one: it reads the value beyond the edge as before, and no rows are kept for it.
+ * The offsets of an element, limited to an image. An offset that leads out of the image from every voxel is replaced
+ * by the nearest offset that also does: it still reads the value beyond the edge, but no rows are kept for it.
  */
 inline std::vector<kernel::Offset3D> limitOffsets(std::vector<kernel::Offset3D> offsets, ImageModel const& image) {
   long const nbCols = static_cast<long>(image.getNumOf(cColumns)), nbRows = static_cast<long>(image.getNumOf(cRows)),
@@ -23,7 +23,7 @@ inline std::vector<kernel::Offset3D> limitOffsets(std::vector<kernel::Offset3D> 
   for (kernel::Offset3D& offset : offsets)
     if (std::labs(offset.col) >= nbCols || std::labs(offset.row) >= nbRows || std::labs(offset.plan) >= nbPlans)
       offset = {nbCols, 0, 0};
-  // Twice in a row is as good as once.
+  // The same offset twice in a row equals once.
   offsets.erase(std::unique(offsets.begin(), offsets.end()), offsets.end());
   return offsets;
 }

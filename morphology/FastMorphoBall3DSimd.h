@@ -5,7 +5,7 @@
 
 namespace pxl::morphology::details {
 
-/** The passes that make a polyhedron, by the neighbours they have. */
+/** The numbers of passes of a polyhedron, for each neighbourhood. */
 struct PolyhedronPasses {
   explicit PolyhedronPasses(unsigned int radius)
       : nbFaces(static_cast<unsigned int>(0.6 * radius)),
@@ -13,14 +13,14 @@ struct PolyhedronPasses {
         nbCubes(radius - (nbFaces + nbEdges)) {}
 
   unsigned int nbFaces;  ///< with the six neighbours across a face
-  unsigned int nbEdges;  ///< with those across an edge, too
-  unsigned int nbCubes;  ///< with all 26: what is left
+  unsigned int nbEdges;  ///< with the 18 neighbours across a face or an edge
+  unsigned int nbCubes;  ///< with all 26 neighbours: the remaining passes
 };
 
 /**
- * Dilation or erosion of a volume by a polyhedron, in `radius` passes: six tenths of them with the six neighbours
+ * Dilation or erosion of a volume with a polyhedron, in `radius` passes: six tenths of them with the six neighbours
  * across a face, three tenths with 18 neighbours, the rest with all 26, in this order. It reaches `radius` voxels
- * along the axes. With radius 0 the output stays untouched. See Soille, Morphological Image Analysis, 2003, on the
+ * along the axes. With radius 0 the output is left unchanged. See Soille, Morphological Image Analysis, 2003, on the
  * decomposition of structuring elements.
  */
 template <class Functor, class Arch, class T>

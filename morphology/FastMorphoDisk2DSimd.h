@@ -6,9 +6,9 @@
 namespace pxl::morphology::details {
 
 /**
- * Dilation or erosion of each plan by an octagon, in `radius` passes: squares first, then crosses, one more of them
- * when the radius is odd. The octagon reaches `radius` voxels along rows and columns, and h + (radius - h) / 2 along
- * the diagonals, h being radius / 2. With radius 0 the output stays untouched. See Soille, Morphological Image
+ * Dilation or erosion of each plan with an octagon, in `radius` passes: squares first, then crosses, one more of them
+ * if the radius is odd. The octagon reaches `radius` voxels along rows and columns, and h + (radius - h) / 2 along
+ * the diagonals, h being radius / 2. With radius 0 the output is left unchanged. See Soille, Morphological Image
  * Analysis, 2003, on the decomposition of structuring elements.
  */
 template <class Functor, class Arch, class T>

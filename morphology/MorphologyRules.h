@@ -7,13 +7,13 @@
 
 namespace pxl::morphology {
 
-/** The largest number of iterations that a runner takes on a binary image, for one neighbourhood. */
+/** The largest number of iterations that a runner accepts on a binary image, for one neighbourhood. */
 struct IterationLimit {
   int neighborhood;
   unsigned int maxNbIterations;
 };
 
-/** The limits of an operator. Each is a number of its own; a neighbourhood without a row has none. */
+/** The limits of an operator. They are independent numbers; a neighbourhood without a row has no limit. */
 template <class Algo>
 struct IterationLimits;
 template <>
@@ -33,7 +33,7 @@ struct IterationLimits<Erosion3d> {
   static constexpr IterationLimit cRows[] = {{0, 97}, {1, 66}, {2, 121}};
 };
 
-/** What the runners of Dilation2d, Erosion2d, Dilation3d and Erosion3d accept. The output image plays no part. */
+/** What the runners of Dilation2d, Erosion2d, Dilation3d and Erosion3d accept. The output image doesn't matter. */
 template <class Algo>
 bool isIteratedRunnable(BaseAlgorithm* algorithm) {
   Algo* const concrete = dynamic_cast<Algo*>(algorithm);

@@ -11,12 +11,12 @@
 namespace pxl::morphology {
 
 /**
- * One elementary dilation or erosion over the 3 x 3 x 3 cube. Each position of a row is reduced over three plans and
- * three columns once, nine voxels into one, and an output row folds three reduced rows, two of which are remembered:
- * nine loads from the source and ten operations for a vector, in place of 27 loads and 26 operations.
+ * One elementary dilation or erosion with the 3 x 3 x 3 cube. Each source position is reduced over three plans and
+ * three columns once, nine voxels to one. An output row folds three reduced rows, two of which are kept from the rows
+ * before. A vector takes nine loads from the source and ten operations, instead of 27 loads and 26 operations.
  *
- * A plan of a block is computed as a whole before it is written. A cancel of the task group ends a block within a
- * plan, which then stays unwritten.
+ * A plan of a block is computed as a whole before it is written. If the task group is cancelled, the block ends
+ * within a plan, which is not written then.
  */
 template <class Functor, class T, class Arch>
 class Neighborhood26PlansReductionSimd : public RowMemos<T> {
@@ -86,7 +86,9 @@ class Neighborhood26PlansReductionSimd : public RowMemos<T> {
   }
 
   [[gnu::noinline]] static void reduce(SourceRows const& rows, T* __restrict memo, long width) {
-    T const* const __restrict before = rows.before, * const __restrict current = rows.current, * const __restrict after = rows.after;
+    T const* const __restrict before = rows.before;
+    T const* const __restrict current = rows.current;
+    T const* const __restrict after = rows.after;
     for (long col = 0; col < width; col += L)
       Vec::store(memo + col, reduceNine(before + col, current + col, after + col));
   }
@@ -94,7 +96,9 @@ class Neighborhood26PlansReductionSimd : public RowMemos<T> {
   // The older memo receives the newly reduced row.
   [[gnu::noinline]] static void computeRow(SourceRows const& rows, T* __restrict older, T const* __restrict newer,
                                            T* __restrict out, long width) {
-    T const* const __restrict before = rows.before, * const __restrict current = rows.current, * const __restrict after = rows.after;
+    T const* const __restrict before = rows.before;
+    T const* const __restrict current = rows.current;
+    T const* const __restrict after = rows.after;
 #pragma GCC unroll 2
     for (long col = 0; col < width; col += L) {
       auto const reduced = reduceNine(before + col, current + col, after + col);

@@ -9,9 +9,9 @@
 namespace pxl::morphology {
 
 /**
- * One elementary dilation or erosion over the 3 x 3 square. Each source row is reduced along the columns once, three
- * voxels into one, and an output row folds three reduced rows, two of which are remembered: three loads from the
- * source, two from the memos and four operations for a vector, in place of nine loads and eight operations.
+ * One elementary dilation or erosion with the 3 x 3 square. Each source row is reduced along the columns once, three
+ * voxels to one. An output row folds three reduced rows, two of which are kept from the rows before. A vector takes
+ * three loads from the source, two from the memos and four operations, instead of nine loads and eight operations.
  */
 template <class Functor, class T, class Arch>
 class Neighborhood8ColumnsReductionSimd : public RowMemos<T> {

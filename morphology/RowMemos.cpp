@@ -12,7 +12,7 @@ template <class T>
 typename RowMemos<T>::Pair RowMemos<T>::get(unsigned long nbCols) const {
   Memo& first = firstMemos->local();
   Memo& second = secondMemos->local();
-  // The second one is asked: where its growth failed, the first one is large already.
+  // The second one is tested: if its growth failed, the first one is large already.
   if (nbCols > second.size()) {
     first.resize(nbCols);
     second.resize(nbCols);

@@ -11,7 +11,7 @@
 
 namespace pxl::morphology {
 
-/** Two rows of reduced voxels for each thread, which live as long as the kernel they belong to; they only grow. */
+/** Two thread-local rows of reduced voxels, which live as long as their kernel; they only grow. */
 template <class T>
 struct RowMemos {
   using Memo = std::vector<T, SimdVec::AlignedAllocator<T, 16>>;
@@ -24,14 +24,14 @@ struct RowMemos {
   RowMemos();
   ~RowMemos();
 
-  /** Those of the calling thread, for rows of at least `nbCols` voxels and the rest of a vector. */
+  /** The rows of the calling thread, of at least `nbCols` voxels and the rest of a vector. */
   Pair get(unsigned long nbCols) const;
 
   std::shared_ptr<Memos> firstMemos;
   std::shared_ptr<Memos> secondMemos;
 };
 
-/** Where the rows of three plans start, by their slots, for each thread; kept like the memos. */
+/** Thread-local starts of the rows of three plans, by their slots; kept like the memos. */
 template <class T>
 struct PlanStarts {
   using Starts = std::array<std::vector<T const*>, 3>;

@@ -6,14 +6,14 @@
 
 namespace pxl::point_operations {
 
-/** Combines the two inputs of a filter bit by bit. Without state. */
+/** Combines the two inputs of a filter bitwise. Stateless. */
 template <class OperatorTag>
 struct LogicalOperationWithImageSimdGeneric {
   template <class Filter>
   void run(access::Block3d const& block, Filter& filter) const {
     using T = typename Filter::OutputView::VoxelType;
     constexpr long L = SimdVec::Simd<T>::cNbLanes;
-    // Nothing is held back, also in place: no voxel is read for any other than its own position.
+    // Nothing is held back, even in place: each voxel is read for its own position only.
     access::IteratorPixel2Inputs1Output<typename Filter::InputView1, typename Filter::InputView2,
                                         typename Filter::OutputView, L>
         images(filter.input1, filter.input2, filter.output, false, access::OverlapBorder());

@@ -7,7 +7,7 @@
 
 namespace pxl::point_operations {
 
-/** Combines the input of a filter with one value, of which the low bits count, as many as a voxel has. */
+/** Combines the input of a filter bitwise with the low bits of one value, as many as a voxel has. */
 template <class OperatorTag>
 struct LogicalOperationWithValueSimdGeneric {
   unsigned long value = 0;
@@ -17,7 +17,7 @@ struct LogicalOperationWithValueSimdGeneric {
     using T = typename Filter::OutputView::VoxelType;
     constexpr long L = SimdVec::Simd<T>::cNbLanes;
     access::IteratorPixelInput<typename Filter::InputView, L> input(filter.input, access::OverlapBorder());
-    // Nothing is held back, also in place: no voxel is read for any other than its own position.
+    // Nothing is held back, even in place: each voxel is read for its own position only.
     access::IteratorPixelOutput<typename Filter::OutputView, L> output(filter.output, false, access::OverlapBorder());
     input.init(block, false);
     output.init(block);

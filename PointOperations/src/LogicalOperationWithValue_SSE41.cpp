@@ -18,7 +18,7 @@ struct LogicalOperationWithValueScalarDispatcher {
     using Functor = LogicalOperationWithValueSimdGeneric<OperatorTag>;
     using Border = access::FixedBorderCondition<T>;
     Functor functor{algorithm->value.get()};
-    // The voxels of a binary image are 0 and 1, and so is what they are combined with.
+    // The voxels of a binary image are 0 and 1, so the value becomes 0 or 1, too.
     if (algorithm->inputImage.get()->getInterpretation() == cBinary && functor.value != 0) functor.value = 1;
     ImageToImageFilter3d<T, T, SimdVec::arch_128_tag, Functor> filter(algorithm, &functor);
     filter.setInput(algorithm->inputImage, Border::New(0));

@@ -6,7 +6,7 @@
 #include "Core/private/Access/simd/SimdVec.h"
 #include "Core/private/Helper/Raise.h"
 
-/** The seven operations, each on the bits of whole vectors: what the voxels mean plays no part. */
+/** The seven operations, on the bits of whole vectors, whatever the voxel type. */
 namespace pxl {
 
 struct BinaryLogicalOperator_AndTag {
@@ -62,8 +62,8 @@ struct BinaryLogicalOperator_SubTag {
 namespace point_operations {
 
 /**
- * Reaches Dispatcher::runInternal<T, OperatorTag>(algorithm) by the algorithm's logicalOperator. An unknown one is an
- * InvalidCall, reported for the source place `file`.
+ * Calls Dispatcher::runInternal<T, OperatorTag>(algorithm) for the algorithm's logicalOperator.
+ * @throws InvalidCall the operator is unknown; the source location is in `file`
  */
 template <class T, class Dispatcher, class Algo>
 void dispatchOnLogicalOperator(Algo* algorithm, char const* file) {

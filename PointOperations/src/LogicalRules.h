@@ -8,7 +8,7 @@
 
 namespace pxl::point_operations {
 
-/** The image that decides the voxel type of a logical operation. */
+/** The image whose voxel type is that of the operation. */
 inline ImageModel const* getLeadingImage(LogicalOperationWithImage const& algorithm) { return algorithm.inputImage1; }
 inline ImageModel const* getLeadingImage(LogicalOperationWithValue const& algorithm) { return algorithm.inputImage; }
 
@@ -21,7 +21,7 @@ bool isLogicalRunnable(BaseAlgorithm* algorithm) {
          helper::isIntegerVoxelType(type) && helper::hasSSE41Level();
 }
 
-/** Casts the algorithm, and reaches `Dispatcher::run<T>` by the voxel type of its leading image. */
+/** Casts the algorithm, and calls `Dispatcher::run<T>` for the voxel type of its leading image. */
 template <class Algo, class Dispatcher>
 void dispatchOnLeadingImage(BaseAlgorithm* algorithm) {
   Algo* const concrete = helper::safe_cast<Algo*>(algorithm);

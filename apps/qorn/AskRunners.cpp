@@ -12,7 +12,7 @@
 namespace qorn {
 namespace {
 
-/** An image that only says what it is. */
+/** An image with characteristics but without voxels. */
 class DescribedImage final : public pxl::ImageModel {
  public:
   DescribedImage(io::ImageHeader const& header, pxl::VoxelTypes type, int interpretation)
@@ -35,7 +35,7 @@ bool isQuestion(OperatorsCommand const& command) { return !command.images.empty(
 
 std::vector<pxl::RunnerInfo> askRunners(pxl::AlgoInfo const& record, OperatorsCommand const& command) {
   for (std::string const& path : command.images) {
-    // No image, as it has no suffix.
+    // Not an image: it has no suffix.
     if (pxl::AlgoInfo::find(path.c_str()) != nullptr) {
       throw UsageError("command line", path + " is an operator; one is described at a time");
     }

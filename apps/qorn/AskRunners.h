@@ -8,13 +8,14 @@
 
 namespace qorn {
 
-/** Whether a command gives images or properties that runners can be asked about. */
+/** Whether a command has images or properties that runners can be asked about. */
 bool isQuestion(OperatorsCommand const& command);
 
 /**
- * What the runners of an operator say to the images and properties of a command. Only the headers of the images are
- * read.
- * @throws UsageError too few or too many images, or wrong properties; FileError an image can't be read
+ * What the runners of an operator answer for the images and properties of a command. Only the headers of the images
+ * are read.
+ * @throws UsageError too few or too many images, or wrong properties
+ * @throws FileError  an image can't be read
  */
 std::vector<pxl::RunnerInfo> askRunners(pxl::AlgoInfo const& record, OperatorsCommand const& command);
 

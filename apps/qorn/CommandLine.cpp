@@ -12,7 +12,7 @@ namespace {
 
 constexpr unsigned int cMaxThreads = 1024;
 
-/** Splits NAME=VALUE where NAME is an identifier; anything else is an image, which is how "./a=b.npy" is one. */
+/** Splits NAME=VALUE where NAME is an identifier; anything else is an image, such as "./a=b.npy". */
 std::optional<std::pair<std::string, std::string>> splitAssignment(std::string const& text) {
   constexpr char cLetters[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_0123456789";
   std::string::size_type const end = text.find_first_not_of(cLetters);
@@ -24,11 +24,11 @@ std::optional<std::pair<std::string, std::string>> splitAssignment(std::string c
 std::pair<std::string, std::string> parseSetting(std::string const& text) {
   std::string const what = "--setting " + text;
   std::string::size_type const end = text.find('=');
-  if (end == std::string::npos) throw UsageError(what, "NAME=VALUE is wanted");
+  if (end == std::string::npos) throw UsageError(what, "expected NAME=VALUE");
   std::pair<std::string, std::string> setting(text.substr(0, end), text.substr(end + 1));
   for (pxl::Settings::Description const& known : pxl::Settings::getDescriptions()) {
     if (setting.first != known.name) continue;
-    // A malformed number would silently count as not set.
+    // A malformed number would be ignored silently.
     if (known.type == std::string("bytes")) parseNumberOrThrow<unsigned long>(what, setting.second, known.type);
     if (known.type == std::string("boolean") && setting.second != "true" && setting.second != "false") {
       throw UsageError(what, "must be true or false");
@@ -54,7 +54,7 @@ int parseInterpretation(std::string const& text) {
   return text == "grey" ? pxl::cGrey : pxl::cBinary;
 }
 
-/** What the images of an operator are, for commands that take images. */
+/** The options of commands that take the images of an operator. */
 struct ImageTexts {
   std::vector<std::string> arguments;  ///< images, and properties as name=value
   std::optional<std::string> interpretation;
@@ -62,7 +62,8 @@ struct ImageTexts {
 };
 
 void addImageOptions(CLI::App& app, ImageTexts& texts) {
-  app.add_option("--interpretation", texts.interpretation, "what the input images are: grey (default) or binary")
+  app.add_option("--interpretation", texts.interpretation,
+                 "interpretation of the input images: grey (default) or binary")
       ->type_name("KIND");
   app.add_option("--output-type", texts.outputType, "voxel type of the output image; default that of the first input")
       ->type_name("TYPE");
@@ -81,7 +82,7 @@ void finishImages(Command& command, ImageTexts const& texts) {
   if (texts.outputType) command.outputType = parseVoxelType("--output-type " + *texts.outputType, *texts.outputType);
 }
 
-/** The options of `run` as they are written; numbers are parsed by rules that are stricter than the library's. */
+/** The options of `run` as texts; numbers are parsed more strictly than the library does. */
 struct RunTexts {
   ImageTexts images;
   std::vector<std::string> settings;
@@ -102,7 +103,7 @@ CLI::Option* addPluginOption(CLI::App& app, std::vector<std::string>& plugins) {
       ->allow_extra_args(false);
 }
 
-// The library's own inverted flags show their value in the help.
+// The inverted flags of the library would show their value in the help.
 void addNoClobberFlag(CLI::App& app, bool& isReplacing) {
   app.add_flag_callback(
       "--no-clobber", [&isReplacing] { isReplacing = false; }, "refuse to replace an existing output file");
@@ -116,46 +117,44 @@ std::string describeSettings() {
   return text;
 }
 
-/** What `run` and the commands of compositions share. */
+/** The options that `run` and the commands of compositions have in common. */
 void addRunOptions(CLI::App& app, RunCommand& run, RunTexts& texts) {
   app.add_option("ARGUMENT", texts.images.arguments,
                  "images in the declared order of the operator's image properties, and properties as name=value; an "
                  "image whose name looks like that can be given as ./name=value. A kernel is a .npy file or numbers, "
-                 "rows end with ';' and plans with '|': kernel=\"1 2 1; 2 4 2; 1 2 1\"");
+                 "with rows separated by ';' and plans by '|': kernel=\"1 2 1; 2 4 2; 1 2 1\"");
   app.add_option("--kernel", texts.kernel,
                  "the same as kernel=TEXT; also gauss(SIGMA), box(N), sobel-x, sobel-y, sobel-z or laplace")
       ->type_name("TEXT");
   app.add_option("--element", texts.element,
                  "the same as element=TEXT, such as \"ball(3)\", \"line(21, 30)\", \"mask(FILE.npy)\"; "
-                 "docs/elements.md has them all")
+                 "docs/elements.md lists them all")
       ->type_name("TEXT");
-  app.add_option(
-         "--spacing", texts.spacing,
-         "auto: the radius of a ball, ellipsoid, disk or ellipse is in the units of the spacing that the first "
-         "input's file tells, millimetres as a rule")
+  app.add_option("--spacing", texts.spacing,
+                 "auto: the radius of a ball, ellipsoid, disk or ellipse is in the units of the spacing in the first "
+                 "input's file, usually millimetres")
       ->type_name("auto");
   app.add_option("--kernel-origin", run.kernelOrigin,
-                 "the element of the kernel that lies on the voxel: column, row and, in 3-D, plan, counted from 0; "
-                 "default half of each size, rounded down")
+                 "position in the kernel of the voxel itself: column, row and, in 3-D, plan, counted from 0; default "
+                 "half of each size, rounded down")
       ->type_name("C,R[,P]");
   addImageOptions(app, texts.images);
   app.add_option("--runner", run.runner,
-                 "take this implementation; default the best that accepts; \"qorn operators OPERATOR\" lists them")
+                 "use this implementation; default the best one that accepts; \"qorn operators OPERATOR\" lists them")
       ->type_name("NAME");
   app.add_option("--threads", texts.nbThreads, "use at most this many threads")->type_name("N");
-  app.add_option(
-         "--max-extra-memory", texts.maxExtraMemory,
-         "memory that the run may take beyond its images: bytes, or with K, M, G of 1024; default half of what "
-         "is free")
+  app.add_option("--max-extra-memory", texts.maxExtraMemory,
+                 "memory that the run may use beyond its images: bytes, or with K, M, G of 1024; default half of the "
+                 "free memory")
       ->type_name("SIZE");
   app.add_option("--max-voxels", texts.maxVoxels, "read compressed files of up to this many voxels; default 2^30")
       ->type_name("N");
   app.add_option("--memory", texts.memory,
-                 "work through images that are larger than memory in windows that take about this much: bytes, or "
-                 "with K, M, G of 1024. Inputs are .npy, uncompressed TIFF or .nii; the result is the same")
+                 "process images that are larger than memory in windows that need about this much: bytes, or with "
+                 "K, M, G of 1024. Inputs are .npy, uncompressed TIFF or .nii; the result is the same")
       ->type_name("SIZE");
   app.add_option("--crop", texts.crop,
-                 "compute and write this part of the result alone: ranges of columns, rows, plans, sequence and "
+                 "compute and write only this part of the result: ranges of columns, rows, plans, sequence and "
                  "spectral series, from 0, ends excluded; ':' and missing ranges are whole axes")
       ->type_name("X0:X1,Y0:Y1,...");
   app.add_option("--window", texts.window,
@@ -166,8 +165,7 @@ void addRunOptions(CLI::App& app, RunCommand& run, RunTexts& texts) {
       ->type_name("NAME=VALUE")
       ->allow_extra_args(false);
   addPluginOption(app, run.plugins);
-  app.add_flag("--on-disk", run.isOnDisk,
-               "keep the voxels of .npy files on disk and read and write rows as they are needed");
+  app.add_flag("--on-disk", run.isOnDisk, "keep the voxels of .npy files on disk, and read and write rows on demand");
   app.add_flag("--in-place", run.isInPlace,
                "use one image as the first input and as the output, in memory or, with --on-disk, in the output's "
                "file; the input file isn't changed");
@@ -177,7 +175,7 @@ void addRunOptions(CLI::App& app, RunCommand& run, RunTexts& texts) {
   app.footer(describeSettings);
 }
 
-/** A window is written into a file that is there and stays there. */
+/** A window is written into an existing file, which isn't replaced. */
 void checkWindowOptions(RunCommand const& run) {
   if (run.crop && run.isInPlace) throw UsageError("--crop", "can't be used with --in-place");
   if (run.memory && run.isInPlace) throw UsageError("--memory", "can't be used with --in-place");
@@ -201,11 +199,11 @@ struct Composition {
 constexpr Composition cCompositions[] = {
     {"dilate", "Dilate", "the largest voxel of an element: qorn dilate IN OUT --element \"ball(3)\""},
     {"erode", "Erode", "the smallest voxel of an element"},
-    {"open", "Open", "erosion, then dilation: takes away what is bright and smaller than the element"},
-    {"close", "Close", "dilation, then erosion: fills what is dark and smaller than the element"},
-    {"white-tophat", "WhiteTopHat", "what an opening takes away"},
+    {"open", "Open", "erosion, then dilation: removes bright details that are smaller than the element"},
+    {"close", "Close", "dilation, then erosion: fills dark details that are smaller than the element"},
+    {"white-tophat", "WhiteTopHat", "what an opening removes"},
     {"black-tophat", "BlackTopHat", "what a closing fills"},
-    {"gradient", "Gradient", "dilation less erosion; gradientMode=outer or inner for half of it"}};
+    {"gradient", "Gradient", "dilation minus erosion; gradientMode=outer or inner for half of it"}};
 
 void finishRun(RunCommand& run, RunTexts const& texts) {
   finishImages(run, texts.images);
@@ -241,7 +239,7 @@ void finishRun(RunCommand& run, RunTexts const& texts) {
 Command parseCommandLine(int argc, char const* const* argv) {
   CLI::App app("Image operators for large scientific images.", "qorn");
   app.set_version_flag("--version", "qorn " QORN_VERSION);
-  app.require_subcommand(0, 1);  // an unknown word is reported as such, and not as a missing command
+  app.require_subcommand(0, 1);  // so that an unknown word isn't reported as a missing command
   RunCommand run;
   RunTexts runTexts;
   OperatorsCommand operators;
@@ -259,16 +257,16 @@ Command parseCommandLine(int argc, char const* const* argv) {
   }
 
   CLI::App* const operatorsApp =
-      app.add_subcommand("operators", "list the operators and who runs them, or describe one");
+      app.add_subcommand("operators", "list the operators and their runners, or describe one");
   operatorsApp->add_option("OPERATOR", operators.operatorName, "describe this one");
   operatorsApp->add_option("ARGUMENT", operatorsTexts.arguments,
-                           "input images and properties as name=value, as they would be given to \"run\": tells for "
+                           "input images and properties as name=value, as they would be given to \"run\": shows for "
                            "each implementation whether it accepts them, and why not");
   addImageOptions(*operatorsApp, operatorsTexts);
   addPluginOption(*operatorsApp, operators.plugins);
   operatorsApp->add_flag("--json", operators.isJson, "print JSON");
 
-  CLI::App* const infoApp = app.add_subcommand("info", "tell type, sizes, samples and format of images");
+  CLI::App* const infoApp = app.add_subcommand("info", "show type, sizes, samples and format of images");
   infoApp->add_option("IMAGE", info.images, "files of type .npy, .tif, .tiff, .png, .nii or .nii.gz")->required();
   infoApp->add_flag("--json", info.isJson, "print JSON");
 
@@ -279,7 +277,7 @@ Command parseCommandLine(int argc, char const* const* argv) {
       ->required();
   elementApp->add_option("PROPERTY", elementTexts, "properties as name=value");
   elementApp
-      ->add_option("--output", element.output, "save the element as a mask of 0 and 1, the voxel itself amid it")
+      ->add_option("--output", element.output, "save the element as a mask of 0 and 1, centred on the voxel itself")
       ->type_name("FILE");
   addNoClobberFlag(*elementApp, element.isReplacing);
   addPluginOption(*elementApp, element.plugins);
@@ -303,7 +301,7 @@ Command parseCommandLine(int argc, char const* const* argv) {
   if (elementApp->parsed()) {
     for (std::string const& text : elementTexts) {
       auto assignment = splitAssignment(text);
-      if (!assignment) throw UsageError(text, "name=value is wanted");
+      if (!assignment) throw UsageError(text, "expected name=value");
       element.properties.push_back(std::move(*assignment));
     }
     return element;

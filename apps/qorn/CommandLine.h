@@ -21,14 +21,14 @@ struct RunCommand {
   std::vector<std::string> plugins;
   std::optional<std::string> kernelOrigin;
   bool hasSpacingOfFile = false;  ///< the radius of the element is in the units of the first input's spacing
-  std::string runner;             ///< empty: the best that accepts
+  std::string runner;             ///< empty: the best one that accepts
   std::optional<unsigned int> nbThreads;
   std::optional<unsigned long> maxExtraMemory;
   unsigned long maxVoxels = io::cDefaultMaxCompressedVoxels;
   int interpretation = pxl::cGrey;
   std::optional<pxl::VoxelTypes> outputType;  ///< that of the first input unless given
-  std::optional<unsigned long> memory;        ///< for windows that the image is worked through in
-  std::optional<WindowText> crop;             ///< the part that the output is
+  std::optional<unsigned long> memory;        ///< for processing in windows
+  std::optional<WindowText> crop;             ///< the part that becomes the output
   std::optional<WindowText> window;           ///< the part of an existing output that is written
   bool isOnDisk = false;
   bool isInPlace = false;
@@ -63,7 +63,7 @@ struct ElementCommand {
   bool isReplacing = true;
 };
 
-/** A text that was asked for, such as the help. */
+/** A requested text, such as the help. */
 struct TextCommand {
   std::string text;
   bool isError = false;  ///< shown because the command line is empty

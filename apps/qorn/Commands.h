@@ -4,8 +4,10 @@
 
 namespace qorn {
 
-/** Each writes its result to standard output and tells how the program ends. @throws ProgramError, FileError, or what
- * the host throws */
+/**
+ * Each writes its result to standard output and returns the exit code.
+ * @throws ProgramError, FileError, and as the host
+ */
 ExitCodes execute(RunCommand const& command);
 ExitCodes execute(OperatorsCommand const& command);
 ExitCodes execute(InfoCommand const& command);

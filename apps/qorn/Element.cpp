@@ -23,7 +23,7 @@ namespace {
 constexpr unsigned long cMaxDrawnColumns = 81;
 constexpr unsigned long cMaxDrawnRows = 1000;
 
-/** A structuring element as a mask of odd sizes in C order (plans, rows, columns), with the voxel itself amid it. */
+/** A structuring element as a mask of odd sizes in C order (plans, rows, columns), centred on the voxel itself. */
 struct Element {
   std::array<unsigned long, 3> reach;  ///< voxels before and after the middle: columns, rows, plans
   std::vector<unsigned char> mask;     ///< 1 in the element, else 0
@@ -45,7 +45,7 @@ bool isVolume(pxl::BaseAlgorithm const& algorithm) {
   return algorithm.getAlgoInfo()->getWorkingDimension() == pxl::WorkingDimension::cVolume;
 }
 
-/** The element of a list. @throws ProgramError it is too large to be shown */
+/** The element of a list of offsets. @throws ProgramError it is too large to be shown */
 Element makeElement(std::vector<pxl::kernel::Offset3D> const& offsets, std::string const& name) {
   constexpr double cMaxVoxels = 1ul << 25;
   std::array<unsigned long, 3> reach{};
@@ -76,8 +76,8 @@ std::string describe(Element const& element) {
 }
 
 /**
- * The element that something with getOffsets() uses: a morphological algorithm with its present properties, or an
- * element. Empty if an algorithm leaves its output as it is.
+ * The element of an object with getOffsets(): a morphological algorithm with its present properties, or an element.
+ * Empty if the algorithm leaves its output unchanged.
  * @throws ProgramError the element is too large to be shown
  */
 template <class Neighbours>
@@ -89,10 +89,7 @@ Element findElement(Neighbours const& neighbours, std::string const& name) {
   }
 }
 
-/**
- * The element drawn plan by plan: `#` in the element, `.` not; the voxel itself is `O` or `o`. A large one isn't
- * drawn.
- */
+/** The element drawn plan by plan: `#` inside, `.` outside, and the voxel itself `O` or `o`. Not for large ones. */
 std::string drawElement(Element const& element) {
   if (element.getSize(0) > cMaxDrawnColumns || element.getSize(1) * element.getSize(2) > cMaxDrawnRows) {
     return "too large to be drawn; --output saves it\n";
@@ -156,7 +153,7 @@ ExitCodes execute(ElementCommand const& command) {
     show(findElement(described, described.toString().str()), described.getDimension(), command.operatorName, command);
     return cDone;
   }
-  // The host knows its elements without them; a path that is given must still be right.
+  // The host knows its elements without plug-ins; a given path must still be valid.
   if (!command.plugins.empty()) loadPlugins(command.plugins);
   show(findElement(*algorithm, command.operatorName), isVolume(*algorithm) ? 3 : 2, command.operatorName, command);
   if (pxl::String const notice = algorithm->getNotice(); !notice.empty()) {

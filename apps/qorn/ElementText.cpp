@@ -23,7 +23,7 @@ std::string_view trim(std::string_view text) {
   return text;
 }
 
-/** What stands between NAME( and ). */
+/** The text between NAME( and ). */
 std::optional<std::string_view> findArguments(std::string_view text, std::string_view name) {
   text = trim(text);
   if (text.substr(0, name.size()) != name) return std::nullopt;
@@ -32,7 +32,7 @@ std::optional<std::string_view> findArguments(std::string_view text, std::string
   return trim(text.substr(1, text.size() - 2));
 }
 
-/** Takes whole numbers off the end of "FILE, 1, 2"; a comma may belong to the file's name. */
+/** Splits whole numbers off the end of "FILE, 1, 2"; a comma may be part of the file's name. */
 std::vector<long> takeOrigin(std::string_view& text) {
   std::vector<long> origin;
   while (origin.size() < 3) {
@@ -52,7 +52,7 @@ StructuringElement readMask(std::string const& what, std::string_view arguments)
   constexpr unsigned long cMaxNbVoxels = 1ul << 30;
   std::vector<long> const origin = takeOrigin(arguments);
   io::ReadOptions options;
-  options.isPrivate = true;  // no mapping that another process could cut
+  options.isPrivate = true;  // not mapped: another process could truncate the file
   options.check = [&what](io::ImageHeader const& header) {
     if (header.rank > 3) {
       throw UsageError(what, "the file has " + std::to_string(header.rank) + " dimensions and a mask 2 or 3");
@@ -82,7 +82,7 @@ StructuringElement readMask(std::string const& what, std::string_view arguments)
 StructuringElement parseElement(std::string const& text) {
   std::string const what = "element=" + text;
   try {
-    // A mask is either digits or the name of a file.
+    // The argument of a mask is either digits or the name of a file.
     auto const arguments = findArguments(text, "mask");
     if (arguments && arguments->find_first_not_of("01;|, -23456789") != std::string_view::npos) {
       return readMask(what, *arguments);
@@ -106,15 +106,15 @@ std::string applySpacing(std::string const& text, std::string const& path, io::I
     auto const radius = findArguments(text, form.name);
     if (!radius || radius->find(',') != std::string_view::npos) continue;
     if (header.spacing.size() < form.nbAxes) {
-      throw UsageError("--spacing auto", path + " tells no spacing of " + std::to_string(form.nbAxes) + " axes");
+      throw UsageError("--spacing auto", path + " has no spacing of " + std::to_string(form.nbAxes) + " axes");
     }
     std::string result = std::string(form.result) + "(" + std::string(*radius);
-    // The file's order is columns, rows, plans.
+    // The order in the file is columns, rows, plans.
     for (std::size_t i = form.nbAxes; i-- > 0;) result += ", " + toText(header.spacing[i]);
     return result + ")";
   }
   throw UsageError("--spacing auto",
-                   "the element has to be ball(RADIUS), ellipsoid(RADIUS), disk(RADIUS) or ellipse(RADIUS)");
+                   "the element must be ball(RADIUS), ellipsoid(RADIUS), disk(RADIUS) or ellipse(RADIUS)");
 }
 
 }  // namespace qorn

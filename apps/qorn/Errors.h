@@ -8,7 +8,7 @@ namespace qorn {
 /** Exit codes of the program. */
 enum ExitCodes : int { cDone = 0, cFailed = 1, cUsage = 2, cCancelled = 130 };
 
-/** Ends the program with a code and one line on standard error: "qorn: WHAT: WHY". */
+/** Ends the program with an exit code and one line on standard error: "qorn: WHAT: WHY". */
 class ProgramError : public std::runtime_error {
  public:
   ProgramError(ExitCodes exitCode, std::string const& what, std::string const& why)
@@ -20,7 +20,7 @@ class ProgramError : public std::runtime_error {
   ExitCodes m_exitCode;
 };
 
-/** The command line asks for something that can't be meant. */
+/** The command line is invalid. */
 class UsageError : public ProgramError {
  public:
   UsageError(std::string const& what, std::string const& why) : ProgramError(cUsage, what, why) {}

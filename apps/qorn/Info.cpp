@@ -43,7 +43,7 @@ Json toJson(std::string const& path, io::ImageHeader const& header) {
             {"type", pxl::helper::getNameOf(header.type)},
             {"rank", header.rank},
             {"sizes", sizes}};
-  // Keys of their own: only some files tell these.
+  // Separate keys: only some files have these.
   for (std::size_t i = 0; i < header.spacing.size(); ++i) json["spacing"][io::cAxisNames[i]] = header.spacing[i];
   if (io::getNbSamples(header.picture) > 1) json["samples"] = io::getSampleNames(header.picture);
   if (header.picture.isOneBit) json["bits"] = 1;
@@ -65,7 +65,7 @@ ExitCodes execute(InfoCommand const& command) {
       list.push_back(toJson(path, header));
     } catch (io::FileError const& error) {
       writeErrorLine(error.what());
-      exitCode = cFailed;  // the other files are still told about
+      exitCode = cFailed;  // the other files are still shown
     }
   }
   writeOutput(command.isJson ? list.dump(2, ' ', false, Json::error_handler_t::replace) + "\n" : lines);

@@ -12,7 +12,7 @@ namespace {
 
 using Taps = std::vector<double>;
 
-/** The kernel whose coefficients are the products of those of each axis: columns, rows and, in 3-D, plans. */
+/** The separable kernel of these coefficients for each axis: columns, rows and, in 3-D, plans. */
 KernelArray multiply(std::array<Taps, 3> const& axes, int rank) {
   static Taps const one{1};
   Taps const& plans = rank == 3 ? axes[2] : one;
@@ -32,7 +32,7 @@ void checkSize(std::string const& what, double size, int rank) {
 }
 
 KernelArray makeGauss(std::string const& what, double sigma, int rank) {
-  if (!(sigma > 0)) throw UsageError(what, "sigma has to be above 0");
+  if (!(sigma > 0)) throw UsageError(what, "sigma must be above 0");
   double const reach = std::floor(4 * sigma + 0.5);
   checkSize(what, 2 * reach + 1, rank);
   Taps taps;

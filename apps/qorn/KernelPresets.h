@@ -15,14 +15,14 @@ struct KernelArray {
 };
 
 /**
- * The kernel that a name stands for, of two or three dimensions:
- * - gauss(SIGMA): the samples of a Gaussian within 4 SIGMA, rounded to the nearest voxel, with the sum 1
- * - box(N): N voxels in each dimension with the sum 1
- * - sobel-x, sobel-y, sobel-z: differences along columns, rows, plans of neighbours weighted 1 2 1 across
- * - laplace: the neighbours across a face less the voxel itself, each as often
+ * The two- or three-dimensional kernel of a preset:
+ * - gauss(SIGMA): the samples of a Gaussian within 4 SIGMA, rounded to the nearest voxel, normalised to the sum 1
+ * - box(N): N voxels in each dimension, normalised to the sum 1
+ * - sobel-x, sobel-y, sobel-z: central differences along columns, rows or plans, smoothed with 1 2 1 across
+ * - laplace: the sum of the neighbours across a face - their number x the voxel itself
  *
- * @return nothing if the text isn't one of them
- * @throws UsageError a value is missing or makes no kernel
+ * @return nothing if the text isn't a preset
+ * @throws UsageError a value is missing or invalid
  */
 std::optional<KernelArray> makePreset(std::string const& what, std::string const& text, int rank);
 

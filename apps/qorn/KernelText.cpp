@@ -56,7 +56,7 @@ KernelArray parseArray(std::string const& what, std::string const& text) {
 
 KernelArray readArray(std::string const& what, std::string const& path, int rank) {
   io::ReadOptions options;
-  options.isPrivate = true;  // few bytes, and no mapping that another process could cut
+  options.isPrivate = true;  // few bytes, and not mapped: another process could truncate the file
   options.check = [&what, rank](io::ImageHeader const& header) {
     if (header.rank != rank) {
       throw UsageError(
@@ -83,7 +83,7 @@ std::vector<long> parseOrigin(std::string const& text, int rank) {
   std::string const what = "--kernel-origin " + text;
   auto const words = split(text, ',');
   if (words.size() != static_cast<std::size_t>(rank)) {
-    throw UsageError(what, rank == 2 ? "COLUMN,ROW is wanted" : "COLUMN,ROW,PLAN is wanted");
+    throw UsageError(what, rank == 2 ? "expected COLUMN,ROW" : "expected COLUMN,ROW,PLAN");
   }
   std::vector<long> origin;
   for (std::string_view const word : words) origin.push_back(parseNumberOrThrow<int>(what, word, "integer"));

@@ -25,7 +25,7 @@ Json getDefault(pxl::PropertyBase const& property) {
                                 [](pxl::PropertyBase const&) -> Json { return nullptr; }});
 }
 
-/** What a user must know about giving the property: its default, or that there is none. */
+/** How a property is given: its default, or that it is required. */
 std::string describeDefault(pxl::PropertyBase const& property) {
   if (property.getKind() == pxl::PropertyKinds::cMeasure) return "printed";
   Json const value = getDefault(property);
@@ -46,7 +46,7 @@ void describeChoices(Json& description, pxl::Choices const& choices) {
   description["combinable"] = choices.getKind() == pxl::ChoiceKinds::cSum;
 }
 
-/** The runners of an operator that are of plug-ins; what they accept counts only for a question. */
+/** The runners of an operator that plug-ins provide, with their answers if runners were asked. */
 std::vector<pxl::RunnerInfo> findRunners(pxl::AlgoInfo const& record, OperatorsCommand const& command) {
   if (record.isComposed()) return {};  // its runner is the host's own
   if (isQuestion(command)) return askRunners(record, command);
@@ -109,13 +109,13 @@ std::string toText(pxl::AlgoInfo const& record, OperatorsCommand const& command)
       table.addRow({std::string("  =") + choice.name, std::to_string(choice.value), "", choice.help});
     }
     if (choices.getKind() == pxl::ChoiceKinds::cSum)
-      table.addRow({"", "", "", "several names are given with commas between them"});
+      table.addRow({"", "", "", "several names are separated by commas"});
   }
   return text + table.toText();
 }
 
 std::string listAll() {
-  // One runner may serve several operators; it counts once for each, as it is registered with each.
+  // A runner that is registered with several operators counts once for each.
   std::size_t nbRunners = 0;
   Table table("lrl");
   table.addRow({"OPERATOR", "RUNNERS", "MEANING"});

@@ -25,12 +25,12 @@ struct MappedFileHandler {
     for (auto const& slot : s_guards) {
       MappedFileGuard const* const guard = slot.load();
       if (guard == nullptr || address < guard->m_begin || address >= guard->m_end) continue;
-      while (s_isEnding.exchange(true)) ::pause();  // one thread is enough to end the process
+      while (s_isEnding.exchange(true)) ::pause();  // another thread is ending the process
       io::TemporaryName::unlinkPresent();
       writeErrorText(guard->m_line);
       ::_exit(cFailed);
     }
-    // Something else: on return the same instruction raises the signal again, with its own effect.
+    // Another cause: on return the same instruction raises the signal again, with its default effect.
     std::signal(signal, SIG_DFL);
   }
 };
@@ -44,8 +44,8 @@ MappedFileGuard::MappedFileGuard(std::string const& path, pxl::Image const& imag
   for (std::size_t i = 0; i < pxl::cNbComponents; ++i)
     m_end += (storage.getSizes()[i] - 1) * static_cast<unsigned long>(storage.getStrides()[i]);
   m_end = (m_end + pageBytes - 1) / pageBytes * pageBytes;
-  m_line = makeErrorLine(path + ": can't be read any more; it was cut, or its disk fails");
-  // It is longer than the progress line that it is written over.
+  m_line = makeErrorLine(path + ": can no longer be read; it was truncated, or its disk fails");
+  // Longer than the progress line, which it overwrites.
   if (::isatty(STDERR_FILENO)) m_line = '\r' + m_line;
   for (auto& slot : s_guards) {
     MappedFileGuard const* none = nullptr;

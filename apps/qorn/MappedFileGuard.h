@@ -8,9 +8,10 @@
 namespace qorn {
 
 /**
- * While it exists, the program ends with one line on standard error, exit code 1 and nothing left behind when bytes
- * of a mapped file can't be read, as after another process has cut the file. Else a signal would end it. An image
- * that isn't a mapped file needs no guard, and gets none. At most cMaxNb at a time; beyond them the signal stays.
+ * While it exists and bytes of a mapped file can't be read, for example because another process has truncated the
+ * file, the program ends with one line on standard error and exit code 1, and leaves no files behind. Otherwise a
+ * signal would end it. Does nothing for an image that isn't a mapped file. There are at most cMaxNb guards at a time;
+ * further files aren't guarded.
  */
 class MappedFileGuard : private pxl::Noncopyable {
  public:
@@ -24,7 +25,7 @@ class MappedFileGuard : private pxl::Noncopyable {
 
   unsigned long m_begin;
   unsigned long m_end;
-  std::string m_line;  ///< what is said in the end; a signal handler can't compose it
+  std::string m_line;  ///< the error line; a signal handler can't compose it
 };
 
 }  // namespace qorn

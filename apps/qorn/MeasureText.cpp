@@ -13,7 +13,7 @@ namespace {
 
 using pxl::analysis::MeasureArray;
 
-/** The dimensions of a measure, in the order of its indices. */
+/** The dimensions of a measure, in index order. */
 struct Dimension {
   char const* name;
   int bit;  ///< in the property "analysisDimensions"
@@ -22,7 +22,7 @@ constexpr Dimension cDimensions[3] = {{"plan", pxl::analysis::cEachPlan},
                                       {"sequence", pxl::analysis::cEachSequencePosition},
                                       {"spectral", pxl::analysis::cEachSpectralPosition}};
 
-/** What the algorithm was asked to keep apart. */
+/** The dimensions that the algorithm keeps separate. */
 int getAskedBits(pxl::BaseAlgorithm const& algorithm) {
   pxl::PropertyBase const* const property = algorithm.findProperty("analysisDimensions");
   auto const* const bits = property == nullptr ? nullptr : pxl::asProperty<int>(*property);
@@ -84,7 +84,7 @@ std::string toJson(pxl::analysis::Measure const& measure, std::optional<io::Valu
     text += std::string(text.empty() ? "{" : ", ") + '"' + entry.name + "\": ";
     appendJson(text, *entry.array);
   }
-  // As they were used: a float in the shortest form would read back as another real.
+  // As doubles: the shortest form of a float would read back as another double.
   if (scale) {
     text += ", \"slope\": " + toText(static_cast<double>(scale->slope)) +
             ", \"intercept\": " + toText(static_cast<double>(scale->intercept));

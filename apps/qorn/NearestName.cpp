@@ -8,7 +8,7 @@ namespace {
 
 char toLower(char letter) { return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter; }
 
-/** The least number of letters to add, drop or replace that makes one of the other (Levenshtein, 1966). */
+/** The edit distance: the least number of letters to add, drop or replace (Levenshtein, 1966). */
 std::size_t countChanges(std::string const& from, std::string const& to) {
   std::vector<std::size_t> changes(to.size() + 1);  // from the first letters of `from` to those of `to`
   std::iota(changes.begin(), changes.end(), 0);

@@ -11,8 +11,8 @@ namespace qorn {
 enum class NumberFaults { cNone, cMalformed, cOutOfRange };
 
 /**
- * Parses the whole text as one number: no space, no leading '+', nothing behind it. A negative text for an unsigned
- * type is out of range.
+ * Parses the whole text as one number, without spaces, leading '+' or trailing text. A negative number is out of
+ * range for an unsigned type.
  */
 template <class T>
 NumberFaults parseNumber(std::string_view text, T& value) {
@@ -25,9 +25,10 @@ NumberFaults parseNumber(std::string_view text, T& value) {
 }
 
 /**
- * The value of an option or property. @throws UsageError that says what `type` is wanted
+ * The value of an option or property.
+ * @throws UsageError the text isn't a number of this type
  *
- * @param what  what is at fault, such as "radius=-1"
+ * @param what  the invalid argument, such as "radius=-1"
  * @param type  such as "unsigned integer"
  */
 template <class T>
@@ -39,7 +40,7 @@ extern template unsigned long parseNumberOrThrow(std::string const&, std::string
 /** Finite numbers only. */
 extern template double parseNumberOrThrow(std::string const&, std::string_view, char const*);
 
-/** A number of bytes: digits, or digits and K, M or G for units of 1024. @throws UsageError */
+/** A number of bytes: digits, optionally with K, M or G in units of 1024. @throws UsageError */
 unsigned long parseBytesOrThrow(std::string const& what, std::string_view text);
 
 /** The shortest text that reads back as exactly this value; whole numbers up to 2^53 without exponent or point. */

@@ -17,7 +17,7 @@
 namespace qorn {
 namespace {
 
-/** What a user is told of a property of each type. */
+/** The names of the types of properties, for users. */
 struct TypeNames {
   char const* operator()(pxl::Property<pxl::ImageModel const*> const&) const { return "input image"; }
   char const* operator()(pxl::Property<pxl::ImageModel*> const&) const { return "output image"; }
@@ -30,7 +30,7 @@ struct TypeNames {
   char const* operator()(pxl::MeasureProperty const&) const { return "measure"; }
 };
 
-/** Sets a property from the text behind its name; one that isn't given by name stays. */
+/** Sets a property from its text; one that isn't given by name is left unchanged. */
 class ValueSetter {
  public:
   ValueSetter(std::string const& value, std::optional<std::string> const& kernelOrigin)
@@ -62,7 +62,7 @@ class ValueSetter {
     pxl::Choices const& choices = property.getChoices();
     bool const isSum = choices.getKind() == pxl::ChoiceKinds::cSum;
     std::string why = std::string("not a number of type ") + TypeNames()(property) +
-                      (isSum ? ", nor names with commas between them of " : ", nor one of ");
+                      (isSum ? ", nor comma-separated names of " : ", nor one of ");
     std::vector<std::string> known;
     for (pxl::Choice const& choice : choices) {
       why += (known.empty() ? "" : ", ") + std::string(choice.name);
@@ -159,7 +159,7 @@ void checkValues(pxl::BaseAlgorithm const& algorithm) {
 
 void checkIsOffered(pxl::BaseAlgorithm const& algorithm) {
   pxl::AlgoInfo const& record = *algorithm.getAlgoInfo();
-  if (record.getRunners().empty()) throw ProgramError(cFailed, record.getName(), "no plug-in offers it");
+  if (record.getRunners().empty()) throw ProgramError(cFailed, record.getName(), "no plug-in provides it");
   std::string const wanted = algorithm.getRunner().str();
   if (wanted.empty()) return;
   std::vector<std::string> known;

@@ -10,10 +10,10 @@
 #include "pxl/Property.h"
 #include "qorn/io/ImageHeader.h"
 
-/** What the commands do with operators. Everything about an operator comes from the host's descriptions. */
+/** Operators for commands. All that is known of an operator comes from the host's descriptions. */
 namespace qorn {
 
-/** The record of an operator. @throws UsageError there is none with this name */
+/** The record of an operator. @throws UsageError there is no operator with this name */
 pxl::AlgoInfo& findOperator(std::string const& name);
 
 /** Loads these plug-ins, or those of the host's folder if there are none. @throws ProgramError */
@@ -29,9 +29,9 @@ bool isGivenByName(pxl::PropertyBase const& property);
 std::size_t countProperties(pxl::BaseAlgorithm const& algorithm, pxl::PropertyKinds kind);
 
 /**
- * Sets properties by name and checks that none is missing. `kernelOrigin` belongs to a kernel, see setKernel().
- * @throws UsageError a name that isn't known or comes twice, a value that can't be one, a property without a value,
- * or an origin without a kernel
+ * Sets properties by name and checks that none is missing. `kernelOrigin` is that of a kernel, see setKernel().
+ * @throws UsageError a name is unknown or occurs twice, a value is invalid, a property has no value, or there is an
+ *                    origin without a kernel
  */
 void setProperties(pxl::BaseAlgorithm& algorithm, std::vector<std::pair<std::string, std::string>> const& values,
                    std::optional<std::string> const& kernelOrigin);
@@ -40,15 +40,16 @@ void setProperties(pxl::BaseAlgorithm& algorithm, std::vector<std::pair<std::str
 void checkValues(pxl::BaseAlgorithm const& algorithm);
 
 /**
- * The header of an operator's output for inputs with this one: of the given type or else the operator's own, and with
- * a scale that suits what it computes.
+ * The header of an operator's output for an input with this header: of the given type, else the operator's natural
+ * type, and with the scale of the values that it computes.
  */
 io::ImageHeader makeOutputHeader(pxl::BaseAlgorithm const& algorithm, io::ImageHeader header,
                                  std::optional<pxl::VoxelTypes> type);
 
 /**
- * Asked before any file is touched. @throws ProgramError no plug-in offers the operator; UsageError no runner has the
- * name that was set
+ * Called before any file is opened.
+ * @throws ProgramError no plug-in provides the operator
+ * @throws UsageError   no runner has the name that was set
  */
 void checkIsOffered(pxl::BaseAlgorithm const& algorithm);
 

@@ -50,8 +50,8 @@ struct RunImages {
   std::vector<io::ImageFile> inputs;
   std::vector<std::unique_ptr<MappedFileGuard>> guards;  ///< of the inputs
   std::unique_ptr<io::OutputImage> output;               ///< null for operators without an output image
-  std::shared_ptr<pxl::Image> existing;                  ///< instead of it, for a window
-  std::optional<pxl::access::Region> region;             ///< what is computed; without, everything
+  std::shared_ptr<pxl::Image> existing;                  ///< the output instead, for a window
+  std::optional<pxl::access::Region> region;             ///< what is computed; everything if empty
 };
 
 RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
@@ -61,7 +61,7 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
   options.interpretation = command.interpretation;
   RunImages images;
   options.check = [&](io::ImageHeader const& header) {
-    // Of the first: the others must be as large.
+    // The sizes of the first input: all others must be equal.
     if (!images.region) images.region = getRegion(command.crop, command.window, header.sizes);
   };
   pxl::Property<pxl::ImageModel const*>* firstInput = nullptr;
@@ -92,14 +92,14 @@ RunImages openImages(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
           io::OutputOptions{command.isOnDisk, command.isReplacing, command.interpretation, isCancelRequested},
           command.isInPlace ? first.image : nullptr);
       output->set(images.output->getImage().get());
-      // On disk it is a copy of the first input.
+      // On disk the output is a copy of the first input.
       if (command.isInPlace) firstInput->set(images.output->getImage().get());
     }
   }
   return images;
 }
 
-/** The properties, the element's text in the spacing of the first input if that was asked for. */
+/** The properties, with the element's text in the spacing of the first input if requested. */
 std::vector<std::pair<std::string, std::string>> resolveSpacing(RunCommand const& command) {
   auto properties = command.properties;
   if (!command.hasSpacingOfFile) return properties;
@@ -114,12 +114,12 @@ std::vector<std::pair<std::string, std::string>> resolveSpacing(RunCommand const
   return properties;
 }
 
-/** What the first input says of its values. */
+/** The scale of the first input. */
 std::optional<io::ValueScale> getScale(RunImages const& images) {
   return images.inputs.empty() ? std::nullopt : images.inputs.front().header.scale;
 }
 
-/** Says what a user may not expect of a finished run. */
+/** Reports what may surprise a user of a finished run. */
 void writeNotices(pxl::BaseAlgorithm const& algorithm, std::optional<pxl::access::Region> const& region,
                   std::optional<io::ValueScale> const& scale) {
   std::string const name = algorithm.getAlgoInfo()->getName();
@@ -128,7 +128,7 @@ void writeNotices(pxl::BaseAlgorithm const& algorithm, std::optional<pxl::access
   }
   if (pxl::String const notice = algorithm.getNotice(); !notice.empty()) writeErrorLine(name + ": " + notice.str());
   if (scale && isReversedBy(*scale, *algorithm.getAlgoInfo())) {
-    writeErrorLine(name + ": the file's slope is negative: dilation and erosion change places in scaled values");
+    writeErrorLine(name + ": the file's slope is negative: dilation and erosion are swapped in scaled values");
   }
 }
 
@@ -173,7 +173,7 @@ ExitCodes execute(RunCommand const& command) {
       },
       images.region);
   if (images.output) images.output->commit();
-  // After all that may fail with a line of its own.
+  // After everything that may fail with its own line.
   std::optional<io::ValueScale> const scale = getScale(images);
   writeNotices(*algorithm, images.region, scale);
   if (scale) {

@@ -29,7 +29,7 @@ void prepareStandardStreams() {
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
   for (int descriptor = 0; descriptor <= 2; ++descriptor) {
-    // Read-only, so that writing still fails. open() takes the lowest free number, which is this one.
+    // Read-only, so that writing still fails. open() returns the lowest free descriptor, which is this one.
     if (::fcntl(descriptor, F_GETFD) < 0 && errno == EBADF) static_cast<void>(::open("/dev/null", O_RDONLY));
   }
 }

@@ -6,8 +6,8 @@
 namespace qorn {
 
 /**
- * Prepares the process for honest output: a closed pipe becomes an error of the write instead of a silent end, and
- * closed standard streams don't get reused for files.
+ * Prepares the process for output: writing to a closed pipe fails instead of ending the program silently, and closed
+ * standard streams aren't reused for files.
  */
 void prepareStandardStreams();
 
@@ -20,8 +20,8 @@ std::string makeErrorLine(std::string_view message);
 void writeErrorLine(std::string_view message);
 
 /**
- * Writes the text to standard error as it is, also in a signal handler. Failing to do so isn't reported: there is
- * nowhere left to complain.
+ * Writes the text to standard error unchanged. May be called in a signal handler. Failures can't be reported and are
+ * ignored.
  */
 void writeErrorText(std::string_view text);
 

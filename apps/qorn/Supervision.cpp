@@ -25,7 +25,7 @@ static_assert(std::atomic<bool>::is_always_lock_free, "it is set in a signal han
 constexpr std::array<int, 2> cSignals{SIGINT, SIGTERM};
 std::array<struct sigaction, cSignals.size()> s_previous;
 
-/** The second one does what it would do anyway. */
+/** Restores the previous action, which the second signal triggers. */
 void onSignal(int signal) {
   s_isCancelRequested.store(true, std::memory_order_relaxed);
   for (std::size_t i = 0; i < cSignals.size(); ++i) {
@@ -33,7 +33,7 @@ void onSignal(int signal) {
   }
 }
 
-/** While it exists, the first signal of a kind asks for a cancel. */
+/** While it exists, the first signal of a kind requests a cancel. */
 class SignalGuard : private pxl::Noncopyable {
  public:
   SignalGuard() {
@@ -44,7 +44,7 @@ class SignalGuard : private pxl::Noncopyable {
     sigemptyset(&action.sa_mask);
     for (std::size_t i = 0; i < cSignals.size(); ++i) {
       sigaction(cSignals[i], nullptr, &s_previous[i]);
-      // A signal that the caller had ignored, as for background jobs, stays ignored.
+      // A signal that the caller ignores, as for background jobs, stays ignored.
       if (s_previous[i].sa_handler != SIG_IGN) sigaction(cSignals[i], &action, nullptr);
     }
   }
@@ -53,7 +53,7 @@ class SignalGuard : private pxl::Noncopyable {
   }
 };
 
-/** One line on the terminal that is drawn over and over, and wiped at the end. */
+/** A progress line on the terminal that is redrawn, and cleared at the end. */
 class ProgressLine : private pxl::Noncopyable {
  public:
   ProgressLine(std::string const& name, bool isQuiet)
@@ -80,7 +80,7 @@ class ProgressLine : private pxl::Noncopyable {
 
 void executeSupervised(pxl::BaseAlgorithm& algorithm, SupervisedTask const& task, std::string const& name,
                        bool isQuiet) {
-  constexpr unsigned long cPeriodInMilliseconds = 5;  // far below what a user notices, far above what it costs
+  constexpr unsigned long cPeriodInMilliseconds = 5;  // too short to be noticed, and much longer than a poll
   pxl::RunInBackground run(algorithm);
   run.start(task.run);
   {
@@ -93,7 +93,7 @@ void executeSupervised(pxl::BaseAlgorithm& algorithm, SupervisedTask const& task
   run.get();
 }
 
-/** The signal may have come too late for the run, or between two steps. */
+/** The signal may have arrived too late for the run, or between two steps. */
 void throwIfCancelRequested() {
   if (isCancelRequested()) throw pxl::ExceptionCancelation();
 }
@@ -128,7 +128,7 @@ void executeNamed(pxl::BaseAlgorithm& algorithm, SupervisedTask const& task, boo
   } catch (std::bad_alloc const&) {
     throw ProgramError(cFailed, name, "not enough memory");
   } catch (std::exception const& error) {
-    // The host's own messages begin with the operator's name already.
+    // The host's messages already begin with the operator's name.
     std::string text = error.what();
     std::string const prefix = name + ": ";
     if (text.compare(0, prefix.size(), prefix) == 0) text.erase(0, prefix.size());

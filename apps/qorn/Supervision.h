@@ -8,28 +8,28 @@
 namespace qorn {
 
 /**
- * Runs an algorithm while this thread watches, and then `write`, which may write a result that nobody can see yet. An
- * interrupt or termination signal cancels either, a second one of the same kind ends the process. On return the
- * signals have their own effect again, and none has come before. A progress line is drawn on standard error if that
+ * Runs an algorithm while this thread waits, and then `write`, which may write a result that isn't visible yet. An
+ * interrupt or termination signal cancels either; a second one of the same kind ends the process. On return the
+ * signals have their previous effect again, and none was received. A progress line is drawn on standard error if that
  * is a terminal.
  *
- * @param window  the part that is computed; without, the whole result
- * @throws ProgramError cCancelled when a signal came; whatever the run throws, with the operator's name; of `write`
- * FileErrors come through unchanged
+ * @param window  the part that is computed; the whole result if empty
+ * @throws ProgramError cCancelled after a signal; else the failure of the run, with the operator's name
+ * @throws FileError    as `write`
  */
 void executeNamed(pxl::BaseAlgorithm& algorithm, bool isQuiet, std::function<void()> const& write = nullptr,
                   std::optional<pxl::access::Region> const& window = std::nullopt);
 
-/** What executeNamed() runs in place of an algorithm alone. */
+/** What executeNamed() runs instead of an algorithm. */
 struct SupervisedTask {
-  std::function<void()> run;            ///< runs the algorithm, maybe several times, and looks at isCancelRequested()
+  std::function<void()> run;            ///< runs the algorithm, possibly several times, and tests isCancelRequested()
   std::function<double()> getProgress;  ///< from 0 to 1; from any thread
 };
-/** The same for a task that runs `algorithm`, which is cancelled and gives its name. */
+/** The same for a task that runs `algorithm`, which is cancelled and whose name is used. */
 void executeNamed(pxl::BaseAlgorithm& algorithm, SupervisedTask const& task, bool isQuiet,
                   std::function<void()> const& write);
 
-/** Whether a signal has asked executeNamed() to end; what writes for long is to look at it. From any thread. */
+/** Whether a signal has asked executeNamed() to end; long writes must test it. From any thread. */
 bool isCancelRequested();
 
 }  // namespace qorn

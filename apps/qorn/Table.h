@@ -11,7 +11,7 @@ class Table {
   /** One letter for each column: 'l' aligns to the left, 'r' to the right. */
   explicit Table(std::string alignment);
 
-  /** As many cells as there are columns. */
+  /** Adds a row with as many cells as there are columns. */
   void addRow(std::vector<std::string> cells);
 
   std::string toText() const;

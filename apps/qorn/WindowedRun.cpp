@@ -24,7 +24,7 @@ Region makeWhole(pxl::ImageSizes const& sizes) {
 
 }  // namespace
 
-/** An image of which nothing but the sizes is there: what an operator says of a run may depend on them. */
+/** An image with sizes but without voxels: the properties of a run may depend on the sizes. */
 class WindowedRun::Sizes : public pxl::ImageModel {
  public:
   explicit Sizes(io::ImageHeader const& header) : m_header(header) {}
@@ -72,7 +72,7 @@ void WindowedRun::openFiles(RunCommand const& command) {
   m_outputHeader = io::cropHeader(makeOutputHeader(m_algorithm, getHeader(), command.outputType), m_region);
 }
 
-/** The voxels of inputs and output, and of the temporary image that an operator with neighbours may take. */
+/** The voxels of inputs and output, and of the temporary image that an operator with neighbours may need. */
 io::WindowDemand WindowedRun::makeDemand(unsigned long memory) const {
   unsigned long bytes = pxl::helper::getSizeOf(m_outputHeader.type);
   unsigned long largest = 0;
@@ -82,12 +82,12 @@ io::WindowDemand WindowedRun::makeDemand(unsigned long memory) const {
     largest = std::max(largest, inputBytes);
   }
   pxl::kernel::Margins const margins = m_algorithm.getMargins();
-  // A composition may take an extra image, and its steps a temporary one.
+  // A composition may need an extra image, and its steps a temporary one.
   if (margins != pxl::kernel::Margins()) bytes += largest * (m_algorithm.getAlgoInfo()->isComposed() ? 2 : 1);
   return {getHeader().sizes, m_region, margins, bytes, memory};
 }
 
-/** As a run on whole images would decide on a temporary image: the result may depend on it. */
+/** Uses a temporary image if a run on whole images would: the result may depend on it. */
 void WindowedRun::limitExtraMemory(RunCommand const& command) const {
   unsigned long const whole = io::getNbBytes(getHeader());
   bool const isAllowed = !command.maxExtraMemory || whole < *command.maxExtraMemory;
@@ -127,7 +127,7 @@ void WindowedRun::executeWindow(Region const& window) {
   ++m_nbSteps;
   std::vector<char>& result = m_buffers.back();
   auto const output = makeImage(result, m_outputHeader.type, enlarged);
-  // What an operator leaves unwritten is zero.
+  // Voxels that an operator doesn't write are zero.
   std::memset(result.data(), 0, result.size());
   m_outputProperty->set(output.get());
   bool const isWritten = static_cast<unsigned long>(window.plansBegin()) < m_algorithm.getMaxNumOfWrittenPlans();
@@ -143,7 +143,7 @@ void WindowedRun::executeWindow(Region const& window) {
 }
 
 void WindowedRun::execute() {
-  // For the largest window: a buffer that grows is there twice for a moment.
+  // For the largest window: growing a buffer would need its memory twice.
   m_buffers.resize(m_readers.size() + 1);
   unsigned long const nbVoxels = m_plan->getLargest();
   for (std::size_t i = 0; i < m_readers.size(); ++i) {

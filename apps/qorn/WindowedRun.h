@@ -16,27 +16,29 @@ namespace qorn {
 
 /**
  * A run from file to file in windows that fit into the memory of the command. Each window is read with the operator's
- * margins around it, computed and written; nothing else of an image is in memory.
+ * margins, computed and written. Only this window of an image is in memory.
  */
 class WindowedRun : private pxl::Noncopyable {
  public:
   /**
-   * Opens the files. The properties of the algorithm other than images are set.
-   * @throws UsageError the memory isn't enough for one row; FileError; ProgramError inputs of different sizes
+   * Opens the files. The properties of the algorithm other than images must be set.
+   * @throws UsageError   the memory isn't enough for one row
+   * @throws FileError    a file can't be used
+   * @throws ProgramError the inputs differ in size
    */
   WindowedRun(pxl::BaseAlgorithm& algorithm, RunCommand const& command);
   ~WindowedRun();
 
-  /** Computes and writes all windows. @throws FileError, ExceptionCancelation, and what the algorithm throws */
+  /** Computes and writes all windows. @throws FileError, ExceptionCancelation, and as the algorithm */
   void execute();
-  /** How much execute() has done; from any thread. */
+  /** The progress of execute(), from 0 to 1; from any thread. */
   double getProgress() const;
-  /** Makes the output of what was computed. @throws FileError; ExceptionCancelation */
+  /** Completes the output. @throws FileError, ExceptionCancelation */
   void write();
-  /** Gives the output its name. @throws FileError */
+  /** Renames the output to its final name. @throws FileError */
   void commit() { m_output->commit(); }
 
-  /** What the first input's file says. */
+  /** The header of the first input. */
   io::ImageHeader const& getHeader() const { return m_readers.front()->getHeader(); }
   /** The part that is computed. */
   pxl::access::Region const& getRegion() const { return m_region; }
@@ -61,8 +63,8 @@ class WindowedRun : private pxl::Noncopyable {
   pxl::access::Region m_region;
   std::optional<io::WindowPlan> m_plan;
   std::unique_ptr<io::WindowedOutput> m_output;
-  std::vector<std::vector<char>> m_buffers;  ///< of the inputs, and the output's
-  std::unique_ptr<Sizes> m_sizes;            ///< what the output property holds after the run
+  std::vector<std::vector<char>> m_buffers;  ///< of the inputs and of the output
+  std::unique_ptr<Sizes> m_sizes;            ///< the image of the output property after the run
   std::atomic<unsigned long> m_nbSteps{0};   ///< done
 };
 

@@ -8,8 +8,9 @@
 namespace pxl::filtering::linear {
 
 /**
- * Correlates the plan of a filter with taps: for each voxel the sum of its neighbours at `offsets` times
- * `coefficients`, of which there are at least as many; what is beyond is ignored. The list must not be empty.
+ * Correlates the plan of a filter with taps: each voxel is the sum of its neighbours at `offsets` times
+ * `coefficients`. There are at least as many coefficients as offsets; excess ones are ignored. The list of offsets
+ * must not be empty.
  */
 template <class T>
 struct FIR2dToValueSimd {

@@ -35,10 +35,11 @@ struct FIRFilterDispatcher {
     constexpr VoxelTypes cType = helper::DataTypeToVoxelTypeEnum<T>::cVoxelType;
     using Types = FIRTypes<Tag, Arch, T>;
 
-    // In this order: the adapters go before the views, and the output's first, which may still have to store voxels.
+    // The order matters: the adapters are destroyed before the views, and the output's first, which may still store
+    // voxels.
     typename Types::Kernel kernel = makeKernel<T>(algorithm->kernel.get());
     typename Types::Filter filter(algorithm, &kernel);
-    // Nothing is written through an adapter that only has views to read.
+    // An adapter with read views only writes nothing.
     ImageModel* const inputImage = const_cast<ImageModel*>(algorithm->inputImage.get());
     ImageModelAdapter const input(inputImage, cType, cRoundAndSaturate);
     auto mirror = access::MirrorBorderCondition<T>::New();

@@ -20,7 +20,7 @@ class AbstractFIRFilterRunner : public helper::SSE41Runner {
   }
 };
 
-/** Accepts every algorithm on a processor that is able to run it. */
+/** Accepts every algorithm if the processor can run it. */
 template <class Algo, class Dispatcher>
 class FIRFilterSSE41Runner final : public AbstractFIRFilterRunner<Algo, Dispatcher> {
  public:

@@ -7,12 +7,12 @@
 
 namespace pxl::filtering::linear {
 
-/** Sums up rows of voxels, each times its coefficient. */
+/** The sum of rows of voxels, each multiplied by its coefficient. */
 template <class T>
 struct WeightedSum {
   /**
-   * Computes `nbVoxels` voxels, whole vectors, from `count` rows (at least one), in their order. Products and sums
-   * are rounded each by itself, and the first product is what the sum begins with.
+   * Computes `nbVoxels` voxels, rounded up to whole vectors, from `count` rows (at least one), in their order. Each
+   * product and each sum is rounded. The accumulator starts with the first product.
    */
   [[gnu::noinline]] static void computeRow(T const* const* rows, T const* coefficients, unsigned long count, T* out,
                                            long nbVoxels) {
@@ -25,7 +25,7 @@ struct WeightedSum {
  private:
   using Vec = SimdVec::Simd<T>;
   static constexpr long L = Vec::cNbLanes;
-  // Sums that don't wait for each other, and pay for the look-up of a tap together; more gain nothing.
+  // Independent accumulators, which share the look-up of a tap; more of them are not faster.
   static constexpr int cNbAtOnce = 8;
 
   template <int N>

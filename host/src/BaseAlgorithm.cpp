@@ -35,20 +35,20 @@ BaseAlgorithm::~BaseAlgorithm() { delete m_execution; }
 namespace {
 
 // Starts the workers once from the host, so that TBB never depends on a plug-in that may be unloaded. Isolated: a
-// thread that waited here could be given a task of a caller's loop, which would come here again and wait for itself.
+// thread that waits here could otherwise get a task of a caller's loop, which would come here again and deadlock.
 void warmTaskScheduler() {
   static std::once_flag once;
   std::call_once(once, [] { tbb::this_task_arena::isolate([] { tbb::parallel_for(0, 2, [](int) {}); }); });
 }
 
-// Marks an algorithm as running and takes the mark off on every path.
+// Marks an algorithm as running, and removes the mark on every path.
 class Execution : private Noncopyable {
  public:
   /** `parent` is the run that this one is a step of, and whose cancel flag it shares. */
   explicit Execution(algorithms::ExecutionState& state, algorithms::ExecutionState const* parent = nullptr)
       : m_state(state), m_isStep(parent) {
     Lock const lock(getFrameLock());
-    if (m_state.isExecuting) PXL_RAISE(InvalidCall, "the algorithm is running already");
+    if (m_state.isExecuting) PXL_RAISE(InvalidCall, "the algorithm is already running");
     if (m_state.isEachCancelled) throw ExceptionCancelation();
     m_state.isCancelRequested = parent ? parent->isCancelRequested : std::make_shared<std::atomic<bool>>(false);
     m_state.isExecuting = true;
@@ -57,7 +57,7 @@ class Execution : private Noncopyable {
   ~Execution() {
     Lock const lock(getFrameLock());
     m_state.isExecuting = false;
-    // The flag of the parent stays as it is.
+    // The flag of the parent is left unchanged.
     if (m_isStep) m_state.isCancelRequested = std::make_shared<std::atomic<bool>>(false);
     *m_state.isCancelRequested = false;
   }

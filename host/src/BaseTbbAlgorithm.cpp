@@ -16,21 +16,26 @@ namespace {
 using Lock = std::lock_guard<std::recursive_mutex>;
 using Grains = AbstractPartitionerPolicy::PartitionerGrainSizes;
 
-// A row costs a few calls whatever its length, so rows stay whole up to this many columns.
+// A row costs a few calls, whatever its length, so rows up to this many columns are not split.
 constexpr unsigned long cMaxNbCols = 16384;
 // Voxels of a block in a plan: enough work to hide the scheduling of a task.
 constexpr unsigned long cNbVoxelsPerPlanBlock = 32 * 1024;
 constexpr unsigned long cMinNbRows = 8;
-// Rows and plans of a block in a volume. Each block reads a margin around itself, so that large ones are better, as
-// long as three planes that are read and one that is written stay in the second-level cache of a thread: half a
-// megabyte of 32-bit voxels. One pass over 256 x 256 x 256 with rows x plans of 16 x 32, 32 x 128, 128 x 64, 64 x 64
-// took, by the time of the same work without a host, 1.29, 1.19, 1.21, 1.17 (six neighbours, float) and 1.34, 1.21,
-// 1.13, 1.13 (cube, float); in 8 bit, where the cost of a row outweighs the margins, 1.87, 1.82, 1.89, 1.94 (six) and
-// 1.67, 1.72, 1.81, 1.66 (cube).
+// Rows and plans of a block in a volume. Each block also reads the margins around it, so large blocks are better, as
+// long as three planes that are read and one that is written fit into the second-level cache of a thread: half a
+// megabyte of 32-bit voxels. With 8-bit voxels the cost per row outweighs the margins.
+//
+// Time of one pass over 256 x 256 x 256 / time of the same work without a host, for blocks of rows x plans:
+//
+//                            16 x 32  32 x 128  128 x 64  64 x 64
+//   six neighbours, float      1.29      1.19      1.21     1.17
+//   cube, float                1.34      1.21      1.13     1.13
+//   six neighbours, uint8      1.87      1.82      1.89     1.94
+//   cube, uint8                1.67      1.72      1.81     1.66
 constexpr unsigned long cNbVoxelsPerVolumePlane = 32 * 1024;
 constexpr unsigned long cMaxNbRowsPerVolumeBlock = 64;
 constexpr unsigned long cNbPlansPerVolumeBlock = 64;
-// Blocks for each thread, so that a thread that is done early finds more work.
+// Blocks per thread, so that a thread that finishes early gets more work.
 constexpr unsigned long cNbBlocksPerThread = 4;
 
 unsigned long countOf(long size) { return size > 0 ? static_cast<unsigned long>(size) : 0; }
@@ -70,8 +75,8 @@ void BaseTbbAlgorithm::getPartitionerGrainSizes(Grains& grains) const {
   unsigned long const nbPlans = countOf(m_processingRegion.getNbPlans());
   WorkingDimension const dimension = getWorkingDimension(getPublicInterface());
   bool const isPlanByPlan = nbPlans <= 1 || dimension == WorkingDimension::cPlanByPlan;
-  // Without neighbours nothing is gained by compact blocks, and rows that follow each other in memory are read a
-  // third faster (256 x 256 x 256 float, two threads): plans are cut apart first, and rows only within a plan.
+  // Without neighbours compact blocks gain nothing, and consecutive rows are read in 2/3 of the time (256 x 256 x 256
+  // float, two threads). So the plans are split first, and rows only within a plan.
   bool const isFlat = isPlanByPlan || dimension == WorkingDimension::cVoxelByVoxel;
 
   grains.cols = std::clamp(nbCols, 1UL, cMaxNbCols);
@@ -79,7 +84,7 @@ void BaseTbbAlgorithm::getPartitionerGrainSizes(Grains& grains) const {
                        : std::clamp(cNbVoxelsPerVolumePlane / grains.cols, cMinNbRows, cMaxNbRowsPerVolumeBlock);
   grains.plans = isFlat ? 1 : cNbPlansPerVolumeBlock;
 
-  // Smaller blocks for small images, by the larger of the two outer grains; rows are never cut for it.
+  // Smaller blocks for small images: the larger of the two outer grains is halved. Rows are not split.
   unsigned long const nbWanted =
       cNbBlocksPerThread * static_cast<unsigned long>(tbb::this_task_arena::max_concurrency());
   unsigned long const nbPlansAtOnce = isPlanByPlan ? 1 : nbPlans;

@@ -16,7 +16,7 @@ unsigned long readNumber(std::string const& path) {
   return file >> value ? value : cUnlimited;
 }
 
-// Pages of files, which the system takes back where memory is needed.
+// Pages of files, which the system reclaims when memory is needed.
 unsigned long readReclaimable(std::string const& path) {
   std::ifstream file(path);
   std::string name;
@@ -34,8 +34,8 @@ unsigned long getAvailableOfGroup(std::string const& folder) {
   return limit - std::min(limit, needed);
 }
 
-// The path of the process's group of version 2, without a slash at its end; empty for the root. A group out of sight
-// counts as the root, which is as near to it as one can see.
+// The path of the process's version 2 group, without a trailing slash; empty for the root. A group that isn't visible
+// counts as the root, its nearest visible ancestor.
 std::string readOwnGroup(std::string const& path) {
   constexpr char cVersion2[] = "0::";
   std::ifstream file(path);

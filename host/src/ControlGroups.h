@@ -5,9 +5,8 @@
 namespace pxl {
 
 /**
- * Bytes that the process's control group (version 2) and all groups above it leave free; 2^64 - 1 where none has a
- * limit. Pages of files count as free. `root` is the folder that stands for the root of all files, empty for the
- * system's own.
+ * Bytes that the limits of the process's control group (version 2) and of all its ancestors leave free; 2^64 - 1 if
+ * none has a limit. Pages of files count as free. `root` replaces the root folder of the system in tests; else empty.
  */
 unsigned long getAvailableOfGroups(std::string const& root);
 

@@ -10,7 +10,7 @@ namespace pxl {
 
 class BaseAlgorithm;
 
-/** The run that the calling thread is in, as long as this object lives. Runs within runs hide each other. */
+/** The run of the calling thread, as long as this object exists. A nested run hides the outer one. */
 class CurrentRun : private Noncopyable {
  public:
   /** `isCancelled` is set when the run is to stop. */
@@ -20,15 +20,15 @@ class CurrentRun : private Noncopyable {
   /** Null outside a run, and on threads that only work for one. */
   static CurrentRun* get();
 
-  /** The bytes that the run of the calling thread may take beyond its images; outside a run those of the settings. */
+  /** The extra memory of the calling thread's run, in bytes; outside a run that of the settings. */
   static unsigned long getExtraMemory();
 
-  /** The cancel flag of the run that the calling thread is in, or one that is never set. */
+  /** The cancel flag of the calling thread's run, or one that is never set. */
   static std::shared_ptr<std::atomic<bool> const> getCancelFlag();
 
-  /** Keeps the first failure that its place could not raise. */
+  /** Keeps the first failure that could not be thrown where it happened. */
   void noteFailure(std::exception_ptr failure) noexcept;
-  /** Throws what was kept. */
+  /** Throws the failure that was kept, if any. */
   void raiseFailure() const;
 
  private:

@@ -4,15 +4,15 @@
 
 namespace pxl::kernel {
 
-/** @throws InvalidCall a structuring element of so many voxels is too large */
+/** @throws InvalidCall a structuring element of this many voxels is too large */
 void checkNbVoxels(unsigned long nbVoxels);
 
-/** Refuses an element of about so many voxels. @throws InvalidCall */
+/** Refuses an element of about this many voxels. @throws InvalidCall always */
 [[noreturn]] void refuseElement(double nbVoxels);
 
 /**
- * Why an element of such a radius is refused without counting its voxels: every round one would be too large. Empty
- * for smaller radii.
+ * Why an element of this radius is refused without counting voxels: every round element would be too large. Empty for
+ * smaller radii.
  * @param nbVoxels an estimate for large radii
  */
 String explainRadius(double radius, double nbVoxels);

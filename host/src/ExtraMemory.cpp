@@ -25,7 +25,7 @@ unsigned long getDefaultExtraMemory() {
   auto const getSetting = [](unsigned long defaultValue) {
     return globalSettings().getValueAsUnsignedLong("PXL_MAX_EXTRA_MEMORY", defaultValue);
   };
-  // Any number may be set: two defaults tell it from none.
+  // Any number may be set, so two different defaults are needed to detect that none is.
   if (unsigned long const bytes = getSetting(0); bytes != 0 || getSetting(1) == 0) return bytes;
   return std::min(getAvailableOfSystem(), getAvailableOfGroups("")) / 2;
 }

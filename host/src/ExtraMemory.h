@@ -2,9 +2,7 @@
 
 namespace pxl {
 
-/** Bytes: what the setting PXL_MAX_EXTRA_MEMORY says, else half of what the system and the process's groups have
- * free.
- */
+/** The setting PXL_MAX_EXTRA_MEMORY in bytes, else half of the free memory of the system and the process's groups. */
 unsigned long getDefaultExtraMemory();
 
 }  // namespace pxl

@@ -3,8 +3,9 @@
 namespace pxl {
 
 /**
- * Notes that the process uses threads and locks from now on. Takes no lock itself: in a forked process another thread
- * may hold it for ever. @throws RuntimeError the process was forked after its parent's first use
+ * Records that the process uses threads and locks from now on. Takes no lock itself: in a forked process it could be
+ * held forever by a thread that doesn't exist there.
+ * @throws RuntimeError the process was forked after its parent's first call
  */
 void checkForkAndNoteUse();
 

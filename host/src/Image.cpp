@@ -21,7 +21,7 @@ std::shared_ptr<VoxelStorage> makeOwnedStorage(VoxelTypes type, ImageSizes const
                                          true, voxels, nullptr);
 }
 
-// Whether every voxel lies so near to the first one that no distance of voxels overflows.
+// Whether all voxels are so close to the first one that no distance between voxels overflows.
 bool areStridesNear(ImageSizes const& sizes, ImageStrides const& strides) {
   constexpr long cMaxReach = 1L << 62;
   long reach = 0;
@@ -38,7 +38,7 @@ std::shared_ptr<VoxelStorage> makeForeignStorage(char* voxels, bool isWritable, 
                                                  ImageSizes const& sizes, ImageStrides const& strides,
                                                  std::shared_ptr<void> keepAlive) {
   unsigned long const bytes = access::checkLimits(type, sizes);
-  if (!voxels && bytes > 0) PXL_RAISE(InvalidCall, "an image on memory needs its address");
+  if (!voxels && bytes > 0) PXL_RAISE(InvalidCall, "an image in existing memory needs its address");
   if (sizes[cColumns] > 1 && strides[cColumns] != static_cast<long>(helper::getSizeOf(type)))
     PXL_RAISE(InvalidCall, "the voxels of a row must be adjacent; copy the image first");
   if (!areStridesNear(sizes, strides)) PXL_RAISE(InvalidCall, "the strides reach beyond the address space");

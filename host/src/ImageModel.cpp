@@ -27,7 +27,7 @@ access::VoxelSource ImageModel::getSource() const {
 std::shared_ptr<void> ImageModel::registerView(bool) const { return nullptr; }
 
 void ImageModel::enforceSameCharacteristics(ImageModel const* other, int const& characteristics) {
-  if (!other) PXL_RAISE(InvalidCall, "there is no image to take the characteristics of");
+  if (!other) PXL_RAISE(InvalidCall, "there is no image whose characteristics could be copied");
   bool isSame = true;
   for (int i = 0; i < cNbComponents && (characteristics & cSizes); ++i)
     isSame = isSame && getNumOf(static_cast<Components>(i)) == other->getNumOf(static_cast<Components>(i));
@@ -68,7 +68,7 @@ std::shared_ptr<void> ImageModelSizeProxy::registerView(bool isWritable) const {
 access::VoxelSource ImageModelSizeProxy::getSource() const {
   access::VoxelSource source = m_image->getSource();
   for (int i = 0; i < cNbComponents; ++i) {
-    // The image may have got other sizes since this window was made.
+    // The sizes of the image may have changed since this window was made.
     checkWindow(m_begin[i], m_size[i], source.size[i]);
     source.begin[i] += m_begin[i];
     source.size[i] = m_size[i];

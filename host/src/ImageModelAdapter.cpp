@@ -36,7 +36,7 @@ class ImageModelAdapter::Model final : public ImageModel {
   }
 
  private:
-  // Counts a view for as long as it lives.
+  // Counts a view as long as it exists.
   class Registration : private pxl::Noncopyable {
    public:
     Registration(std::shared_ptr<access::AdapterStorage> storage, bool isWritable)
@@ -44,7 +44,7 @@ class ImageModelAdapter::Model final : public ImageModel {
     ~Registration() {
       if (m_isCounted) m_storage->removeView(m_isWritable);
     }
-    /** The number of the collection that this starts, or 0. */
+    /** The number of the collection that this view started, or 0. */
     unsigned long begin() {
       unsigned long number = 0;
       if (m_isWritable)
@@ -71,7 +71,7 @@ ImageModelAdapter::ImageModelAdapter(ImageModel* image, VoxelTypes type, DataCon
     : m_nbExceptions(std::uncaught_exceptions()) {
   PXL_PROBE(onAdapterNew(image, type));
   if (!image) PXL_RAISE(InvalidCall, "an adapter needs an image");
-  if (!helper::isImageType(type)) PXL_RAISE(InvalidCall, "there are no images of the type of an adapter");
+  if (!helper::isImageType(type)) PXL_RAISE(InvalidCall, "no images of the adapter's type can be made");
   if (conversion != cRoundAndSaturate) PXL_RAISE(InvalidCall, "the conversion of an adapter is unknown");
   m_model = std::make_unique<Model>(*image, type);
 }

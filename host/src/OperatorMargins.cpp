@@ -5,7 +5,7 @@
 #include "pxl/kernel/StructuringElements.h"
 #include "pxl/morphology/Morphology.h"
 
-// How far each operator's result depends on voxels around it.
+// How far each operator's result depends on surrounding voxels.
 
 namespace pxl {
 namespace {
@@ -34,7 +34,7 @@ Margins findMargins(std::vector<kernel::Offset3D> const& offsets) {
   return {toReach(-minCol), toReach(maxCol), toReach(-minRow), toReach(maxRow), toReach(-minPlan), toReach(maxPlan)};
 }
 
-// At an edge of the image a tap that reaches over it reads on the other side of the voxel, as far as it reaches.
+// A tap that reaches beyond the edge of the image is mirrored, and so reads as far on the other side of the voxel.
 Margins mirror(Margins const& m) {
   unsigned long const cols = std::max(m.colsBefore, m.colsAfter);
   unsigned long const rows = std::max(m.rowsBefore, m.rowsAfter);
@@ -67,7 +67,7 @@ namespace morphology {
 
 Margins IteratedMorphology::getMargins() const { return makeEqualMargins(numberOfIterations, isInVolume(*this)); }
 
-// The fast shape takes as many passes as the exact one reaches voxels.
+// The fast shape takes `radius` passes, so both shapes reach `radius` voxels.
 Margins RadiusMorphology::getMargins() const { return makeEqualMargins(radius, isInVolume(*this)); }
 
 Margins OrientedDiskMorphology::getMargins() const {

@@ -8,7 +8,7 @@
 #include "pxl/morphology/ElementMorphology.h"
 #include "pxl/morphology/Morphology.h"
 
-// Which neighbours each operator looks at.
+// Which neighbours each operator reads.
 
 namespace pxl {
 namespace {
@@ -17,7 +17,7 @@ using Offsets = std::vector<kernel::Offset3D>;
 using kernel::ElementModes;
 using kernel::StructuringElement;
 
-// The taps of a kernel may name a voxel more than once.
+// Several taps of a kernel may have the same offset.
 Offsets sortUnique(Offsets offsets) {
   auto const toArray = [](kernel::Offset3D const& offset) {
     return std::array<long, 3>{offset.plan, offset.row, offset.col};
@@ -32,11 +32,11 @@ bool isInVolume(BaseAlgorithm const& algorithm) {
   return algorithm.getAlgoInfo()->getWorkingDimension() == WorkingDimension::cVolume;
 }
 
-// Where two neighbourhoods lead, one after the other.
+// The neighbourhood of two operators, one after the other.
 Offsets addEach(Offsets const& first, kernel::Margins const& reach, Offsets const& second) {
   constexpr double cMaxPairs = 1e9;  // a second or so
   if (static_cast<double>(first.size()) * static_cast<double>(second.size()) > cMaxPairs)
-    PXL_RAISE(InvalidCall, "the neighbours are too many to be listed");
+    PXL_RAISE(InvalidCall, "there are too many neighbours to list");
   unsigned long const cols = reach.colsBefore + reach.colsAfter + 1, rows = reach.rowsBefore + reach.rowsAfter + 1,
                       plans = reach.plansBefore + reach.plansAfter + 1;
   std::vector<bool> isReached(cols * rows * plans);

@@ -15,9 +15,9 @@ std::unique_ptr<BaseAlgorithm> makeAlgorithm() {
 
 }  // namespace pxl
 
-// The record of an operator, and its destructor; what follows the help goes to the constructor of AlgoInfo, with the
-// factory after the dimension. Records are never destroyed: plug-ins take their runners off as late as the end of the
-// process.
+// The record of an operator, and its destructor. The arguments after the help go to the constructor of AlgoInfo, with
+// the factory after the dimension. Records are never destroyed: plug-ins remove their runners as late as at the end
+// of the process.
 #define PXL_RECORD(Name, ...) PXL_RECORD_OF(Name, __VA_ARGS__, makeAlgorithm<Name>)
 #define PXL_COMPOSED_RECORD(Name, composition, ...) PXL_RECORD_OF(Name, __VA_ARGS__, makeAlgorithm<Name>, composition)
 #define PXL_RECORD_OF(Name, ...)                                      \

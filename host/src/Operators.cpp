@@ -12,7 +12,7 @@
 #include "pxl/morphology/Morphology.h"
 #include "pxl/point_operations/LogicalOperation.h"
 
-// The operators of the host: their records, constructors and destructors. Properties stand in their classes.
+// The operators of the host: their records, constructors and destructors. Properties are in their classes.
 
 namespace pxl {
 
@@ -32,7 +32,7 @@ PXL_RECORD(FiniteImpulseResponseFilter2D, "filtering", "correlation of plan 0 wi
            cPlanByPlan)
 String FiniteImpulseResponseFilter2D::getNotice() const {
   ImageModel const* const image = outputImage.get();
-  return image && image->getNumOf(cPlans) > 1 ? "plans above the first are left as they are" : "";
+  return image && image->getNumOf(cPlans) > 1 ? "plans above the first are left unchanged" : "";
 }
 RegionUses FiniteImpulseResponseFilter2D::getRegionUse() const { return RegionUses::cAnyRectangle; }
 FiniteImpulseResponseFilter3D::FiniteImpulseResponseFilter3D() = default;
@@ -44,7 +44,7 @@ namespace {
 
 constexpr double cMaxElement = limits::cMaxNbOffsets;  // no larger list is made
 
-// A long line keeps as many rows or plans in memory as it spans, each longer than the line.
+// A long line keeps all rows or plans that it spans in memory, each longer than the line.
 double estimateLineSteps(unsigned int size, unsigned int maxSize) {
   bool const isTooLong = size > maxSize && size <= cMaxElement;
   return isTooLong ? std::numeric_limits<double>::infinity() : std::min<double>(cMaxElement, size);
@@ -56,9 +56,9 @@ IteratedMorphology::IteratedMorphology(int defaultNeighborhood, Choices const& n
     : neighborhood(*this, "neighborhood", defaultNeighborhood, neighborhoods, "which neighbours take part") {}
 IteratedMorphology::~IteratedMorphology() = default;
 String IteratedMorphology::getNotice() const {
-  return numberOfIterations == 0U ? "with 0 iterations the output image is left as it is" : "";
+  return numberOfIterations == 0U ? "with 0 iterations the output image is left unchanged" : "";
 }
-// Driven in passes: only the sizes of a region count, and the temporary image ends where the region does.
+// Recursive filters use only the sizes of a region, and the temporary image has these sizes.
 RegionUses IteratedMorphology::getRegionUse() const {
   return numberOfIterations > 1U ? RegionUses::cWholeSlices : RegionUses::cFromOrigin;
 }
@@ -66,7 +66,7 @@ double IteratedMorphology::estimateSteps() const { return numberOfIterations; }
 RadiusMorphology::RadiusMorphology() = default;
 RadiusMorphology::~RadiusMorphology() = default;
 String RadiusMorphology::getNotice() const {
-  return shapeMode == cFastShape && radius == 0U ? "the fast shape with radius 0 leaves the output image as it is"
+  return shapeMode == cFastShape && radius == 0U ? "the fast shape with radius 0 leaves the output image unchanged"
                                                  : "";
 }
 String RadiusMorphology::getObjection() const {
@@ -145,7 +145,7 @@ PXL_RECORD(LogicalOperationWithValue, "point operations", "bitwise combination o
 
 namespace {
 
-// In the order of their runners' names; then those beyond the first plug-in's.
+// Those of the first plug-in in the order of their runners' names, then the others.
 template <class... Algos>
 std::vector<AlgoInfo*> collectRecords() {
   return {Algos::getClassInfo()...};

@@ -28,7 +28,8 @@ std::string findFolderOfLibrary() {
   return error ? std::string() : library.parent_path().string();
 }
 
-// Found while the library is loaded: its path may be relative to what is the working directory then. Never destroyed.
+// Determined while the library is loaded: its path may be relative to the working directory of that moment. Never
+// destroyed.
 std::string const& folderOfLibrary = *new std::string(findFolderOfLibrary());
 
 }  // namespace
@@ -40,7 +41,7 @@ std::string getFolder() {
 
 void load(std::string const& absolutePath) {
   if (absolutePath.empty() || absolutePath[0] != '/')
-    PXL_RAISE(InvalidCall, "a plug-in is loaded by its absolute path: " + absolutePath);
+    PXL_RAISE(InvalidCall, "the path of a plug-in must be absolute: " + absolutePath);
   PluginState& state = PluginState::get();
   std::lock_guard<std::mutex> lock(state.mutex);
   if (state.handles.count(absolutePath)) return;

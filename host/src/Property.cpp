@@ -30,7 +30,7 @@ constexpr PropertyKinds cKindOf<kernel::Kernel3D> = PropertyKinds::cKernel3D;
 template <>
 constexpr PropertyKinds cKindOf<kernel::StructuringElement> = PropertyKinds::cElement;
 
-// Whether a value that was set counts as one: pointers must point, kernels must have taps.
+// Whether a value counts as set: pointers must not be null, kernels must have taps.
 template <class T>
 bool isValue(T const&) {
   return true;

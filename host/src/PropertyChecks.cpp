@@ -27,7 +27,7 @@ bool isWhole(access::Region const& region, ImageModel const& image, Components c
   return static_cast<unsigned long>(counts[component]) == image.getNumOf(component);
 }
 
-// What a region lacks for its result to be that part of the whole result; null if it lacks nothing.
+// What a region lacks so that its result is that part of the whole result; null if it lacks nothing.
 char const* findLack(BaseAlgorithm const& algorithm, ImageModel const& image) {
   access::Region const& region = algorithm.getProcessingRegion();
   bool const isPlaneWhole = isWhole(region, image, cColumns) && isWhole(region, image, cRows);
@@ -39,15 +39,15 @@ char const* findLack(BaseAlgorithm const& algorithm, ImageModel const& image) {
   bool const isOrigin = isFirstPlan && region.rowsBegin() == 0 && region.colsBegin() == 0;
   switch (algorithm.getRegionUse()) {
     case RegionUses::cAnyBox:
-      return isFirstStack ? nullptr : "has to begin at 0 in sequence and spectral series";
+      return isFirstStack ? nullptr : "must begin at 0 in sequence and spectral series";
     case RegionUses::cAnyRectangle:
-      return isFirstPlan ? nullptr : "has to begin at 0 in plans, sequence and spectral series";
+      return isFirstPlan ? nullptr : "must begin at 0 in plans, sequence and spectral series";
     case RegionUses::cFromOrigin:
-      return isOrigin ? nullptr : "has to begin at 0 in every dimension";
+      return isOrigin ? nullptr : "must begin at 0 in every dimension";
     case RegionUses::cWholeSlices:
       if (isOrigin && (isPlanByPlan ? isPlaneWhole : isVolumeWhole)) return nullptr;
-      return isPlanByPlan ? "has to begin at 0 and hold whole plans, as there are several passes"
-                          : "has to begin at 0 and hold whole volumes, as there are several passes";
+      return isPlanByPlan ? "must begin at 0 and span whole plans, as there are several passes"
+                          : "must begin at 0 and span whole volumes, as there are several passes";
     case RegionUses::cWholeImage:
       break;
   }

@@ -34,7 +34,7 @@ void RunInBackground::start(std::function<void()> work) {
     m_thread = std::thread(&RunInBackground::run, this, std::move(work));
   } catch (std::system_error const& error) {
     end();
-    PXL_RAISE(RuntimeError, std::string("no thread can be made for a run in the background: ") + error.what());
+    PXL_RAISE(RuntimeError, std::string("no thread can be created for a run in the background: ") + error.what());
   } catch (...) {
     end();
     throw;
@@ -42,11 +42,11 @@ void RunInBackground::start(std::function<void()> work) {
   m_isStarted = true;
 }
 
-// From here on a cancel counts for executions that haven't begun.
+// From here on a cancel also cancels executions that haven't begun.
 void RunInBackground::begin() {
   FrameLock const lock(algorithms::getFrameLock());
   algorithms::ExecutionState& state = *m_algorithm.m_execution;
-  if (state.isExecuting || state.isInBackground) PXL_RAISE(InvalidCall, "the algorithm is running already");
+  if (state.isExecuting || state.isInBackground) PXL_RAISE(InvalidCall, "the algorithm is already running");
   state.isInBackground = true;
   state.isEachCancelled = m_isCancelled;
   state.progress = 0;
@@ -73,7 +73,7 @@ void RunInBackground::run(std::function<void()> work) noexcept {
   } catch (...) {
     failure = std::current_exception();
   }
-  work = nullptr;  // Whoever waits may unload the code of the work's destructor.
+  work = nullptr;  // A waiting caller may unload the code of the destructor of `work`.
   end();
   Lock const lock(m_mutex);
   m_failure = std::move(failure);
@@ -82,7 +82,7 @@ void RunInBackground::run(std::function<void()> work) noexcept {
 }
 
 bool RunInBackground::waitFor(unsigned long milliseconds) const {
-  // Longer times overflow the clock, and nobody lives to see the end of this one.
+  // Longer times would overflow the clock, and this one is longer than any process runs.
   constexpr unsigned long cMaxMilliseconds = 1UL << 40;
   Lock lock(m_mutex);
   return m_overSignal.wait_for(lock, std::chrono::milliseconds(std::min(milliseconds, cMaxMilliseconds)),
@@ -107,7 +107,7 @@ double RunInBackground::getProgress() const {
 
 void RunInBackground::get() {
   Lock lock(m_mutex);
-  if (!m_isStarted) PXL_RAISE(InvalidCall, "a run in the background that wasn't started has no end");
+  if (!m_isStarted) PXL_RAISE(InvalidCall, "the run in the background wasn't started");
   m_overSignal.wait(lock, [this] { return m_isOver; });
   if (m_failure) std::rethrow_exception(m_failure);
 }

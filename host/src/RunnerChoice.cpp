@@ -15,7 +15,7 @@ namespace {
 
 std::string nameOf(BaseAlgorithm const& algorithm) { return algorithm.getAlgoInfo()->getName(); }
 
-// All, or those of the name that is wanted. The runner of a composed operator hands the name on to its steps.
+// All, or those with the requested name. The runner of a composed operator passes the name on to its steps.
 std::vector<Runnable*> getEligibleRunners(BaseAlgorithm const& algorithm) {
   auto runners = algorithm.getAlgoInfo()->getRunners();
   std::string const wanted = algorithm.getRunner().str();
@@ -31,7 +31,7 @@ std::vector<Runnable*> getEligibleRunners(BaseAlgorithm const& algorithm) {
   return runners;
 }
 
-// What an algorithm lacks to be shown to a runner; empty if nothing.
+// What an algorithm lacks before a runner can be asked; empty if it lacks nothing.
 std::string findMissing(BaseAlgorithm const& algorithm) {
   for (PropertyBase const* property : algorithm.getProperties())
     if (!property->isSet()) return std::string(property->getName()) + " isn't set";

@@ -9,8 +9,9 @@ struct RunnerInfo;
 class Runnable;
 
 /**
- * The accepting runner with the highest optimisation type, the earliest on ties; of those with the wanted name, if
- * one is set. @throws RuntimeError none accepts
+ * The accepting runner with the highest optimisation type, the earliest on ties; only among those with the requested
+ * name, if one is set.
+ * @throws RuntimeError none accepts
  */
 Runnable* chooseRunner(BaseAlgorithm& algorithm);
 

@@ -16,7 +16,7 @@
 namespace pxl {
 namespace {
 
-// An image that only says what it is.
+// An image with characteristics but without voxels.
 class StandIn final : public ImageModel {
  public:
   explicit StandIn(ImageModel const& image)
@@ -32,7 +32,7 @@ class StandIn final : public ImageModel {
   ImageModel const& m_image;
 };
 
-// A copy of an algorithm on stand-ins of its images, to be changed and asked about.
+// A copy of an algorithm on stand-ins for its images, on which runners are asked about changed properties.
 class Trial {
  public:
   Trial(BaseAlgorithm const& algorithm, std::vector<Runnable*> const& runners)
@@ -105,7 +105,7 @@ void explainTooLarge(Trial& trial, std::ostringstream& text) {
   text << "; a grey image would be accepted";
 }
 
-// Tells whether a binary image was the reason.
+// Reports whether a binary image was the reason.
 bool explainBinary(Trial& trial, std::ostringstream& text) {
   std::vector<StandIn*> binaries;
   for (auto const& input : trial.inputs)
@@ -117,7 +117,7 @@ bool explainBinary(Trial& trial, std::ostringstream& text) {
   return isReason;
 }
 
-// The voxel types that would be accepted, of all images.
+// The voxel types of all images that would be accepted.
 void explainType(Trial& trial, std::ostringstream& text) {
   std::ostringstream accepted;
   for (int value = cUnsignedInteger8; value <= cDouble; ++value) {
@@ -142,7 +142,7 @@ void describeImages(BaseAlgorithm const& algorithm, std::ostringstream& text) {
     }
 }
 
-// What the runners say themselves, each text once.
+// The explanations of the runners, each text once.
 void addExplanations(BaseAlgorithm& algorithm, std::vector<Runnable*> const& runners, std::ostringstream& text) {
   std::set<std::string> explanations;
   for (Runnable const* runner : runners) {
@@ -151,14 +151,14 @@ void addExplanations(BaseAlgorithm& algorithm, std::vector<Runnable*> const& run
   }
 }
 
-// What the runners say, and what would have to be different.
+// The explanations of the runners, and the changes that would make one of them accept.
 void explainDifference(BaseAlgorithm& algorithm, std::vector<Runnable*> const& runners, std::ostringstream& text) {
   try {
     addExplanations(algorithm, runners, text);
     Trial trial(algorithm, runners);
     if (!explainBinary(trial, text)) explainType(trial, text);
   } catch (std::exception const&) {
-    // A runner that wants more of an image than a stand-in has: the refusal itself stays.
+    // A runner that needs more of an image than a stand-in has: only the refusal itself is reported.
   }
 }
 
@@ -178,7 +178,7 @@ std::string explainRefusal(BaseAlgorithm& algorithm, std::vector<Runnable*> cons
   text.imbue(std::locale::classic());
   text << algorithm.getAlgoInfo()->getName() << ": ";
   if (runners.empty()) {
-    text << "no plug-in offers it";
+    text << "no plug-in provides it";
     if (plugins::getLoaded().empty()) text << "; none is loaded";
     return text.str();
   }

@@ -9,13 +9,13 @@ class BaseAlgorithm;
 class Runnable;
 
 /**
- * Why none of these runners takes an algorithm: what they say themselves, and what would have to be different. That
- * is found by asking them again about stand-ins of the images and other values of the properties, on a copy of the
- * algorithm.
+ * Why none of these runners accepts an algorithm: their own explanations, and the changes that would make one of them
+ * accept. The changes are found by asking the runners again about a copy of the algorithm, with stand-ins for the
+ * images and other values of the properties.
  */
 std::string explainRefusal(BaseAlgorithm& algorithm, std::vector<Runnable*> const& runners);
 
-/** The same of one runner, without the operator's name. */
+/** The same for one runner, without the operator's name. */
 std::string explainOneRefusal(BaseAlgorithm& algorithm, Runnable& runner);
 
 }  // namespace pxl

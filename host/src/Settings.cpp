@@ -57,15 +57,15 @@ unsigned long Settings::getValueAsUnsignedLong(String const& name, unsigned long
 std::vector<Settings::Description> const& Settings::getDescriptions() {
   static auto const& descriptions = *new std::vector<Description>{
       {"PXL_MAX_EXTRA_MEMORY", "bytes",
-       "memory that a run may take beyond its images, unless set for the run; default half of what is free"},
+       "memory that a run may use beyond its images, unless set for the run; default half of the free memory"},
       {"PXL_MAX_KEPT_MEMORY", "bytes",
        "a temporary image's memory is kept for the next one up to this size; default 1 GiB, 0 keeps none"},
       {"PXL_RECURSIVITY_TMP_DISK_IMAGE", "boolean",
-       "whether repeated steps on images on disk take turns with a temporary image on disk; default true"}};
+       "whether repeated steps on images on disk alternate with a temporary image on disk; default true"}};
   return descriptions;
 }
 
-// Never destroyed, nor are the descriptions: runs may be made until the very end of the process.
+// Never destroyed, nor are the descriptions: runs are possible until the very end of the process.
 Settings& globalSettings() {
   static Settings* const settings = new Settings;
   return *settings;

@@ -33,7 +33,7 @@ std::vector<Offset3D> toVolume(std::vector<Offset2D> const& offsets) {
   return result;
 }
 
-/** The values of an axis in the order of arrays: 0 for the plans of two. */
+/** The value of an axis, in array order; 0 for the plans of a two-dimensional element. */
 long at(std::vector<long> const& values, std::size_t axis, long missing) {
   return values.size() == 3 ? values[axis] : axis == 0 ? missing : values[axis - 1];
 }
@@ -91,7 +91,7 @@ StructuringElement::Data const& StructuringElement::getData() const {
 StructuringElement StructuringElement::connectivity(unsigned int nbNeighbours, unsigned int iterations) {
   int const dimension = nbNeighbours == 4 || nbNeighbours == 8 ? 2 : 3;
   if (dimension == 3 && nbNeighbours != 6 && nbNeighbours != 18 && nbNeighbours != 26)
-    PXL_RAISE(InvalidCall, "a connectivity is 4, 8, 6, 18 or 26, and not " + std::to_string(nbNeighbours));
+    PXL_RAISE(InvalidCall, "a connectivity must be 4, 8, 6, 18 or 26, not " + std::to_string(nbNeighbours));
   auto data = std::make_unique<Data>(ElementKinds::cConnectivity, dimension, iterations);
   data->nbNeighbours = nbNeighbours;
   return StructuringElement(data.release());

@@ -7,7 +7,7 @@
 
 namespace pxl::kernel {
 
-/** What a structuring element is. */
+/** The data of a structuring element. */
 struct StructuringElement::Data final : RefImpl {
   Data(ElementKinds elementKind, int nbDimensions, unsigned int elementSize = 0)
       : kind(elementKind), dimension(nbDimensions), size(elementSize) {}
@@ -21,20 +21,20 @@ struct StructuringElement::Data final : RefImpl {
   double elevation = 0;
   double radius = 0;              ///< of ellipses
   std::vector<double> spacing;    ///< of ellipses
-  std::vector<Offset3D> offsets;  ///< of all but those in passes
+  std::vector<Offset3D> offsets;  ///< of all elements but those in passes
 };
 
-/** How a shape in passes is made: the passes by the neighbours they have, up to a face, an edge, a corner. */
+/** The numbers of passes of a shape: with neighbours across faces, also across edges, also across corners. */
 struct ElementPasses {
   unsigned long nbFaces = 0;
   unsigned long nbEdges = 0;
   unsigned long nbCorners = 0;
 };
 
-/** Those of a connectivity or a fast shape of dimension 2 or 3; with `nbNeighbours` 0 the shape is round. */
+/** The passes of a connectivity or a fast shape of dimension 2 or 3; with `nbNeighbours` 0 the shape is round. */
 ElementPasses countPasses(int dimension, unsigned int nbNeighbours, unsigned int size);
 
-/** What passes reach, in the order plan, row, column. @throws InvalidCall more than 10^6 voxels */
+/** The voxels that all passes reach, in the order plan, row, column. @throws InvalidCall more than 10^6 voxels */
 std::vector<Offset3D> collectPasses(int dimension, ElementPasses const& passes);
 
 /** Offsets of an ellipsoid, or of an ellipse with a spacing of two. @throws InvalidCall as StructuringElement */

@@ -7,7 +7,7 @@
 #include "Raise.h"
 #include "StructuringElementData.h"
 
-// The voxels of the elements that have no generator of their own.
+// The voxels of the elements without a generator.
 
 namespace pxl::kernel {
 namespace {
@@ -64,7 +64,7 @@ std::vector<Offset3D> collectPasses(int dimension, ElementPasses const& passes) 
   if (dimension == 3 && reach > cMaxCountedReach) refuseElement(4 * reach * reach * reach / 3);
   long const f = static_cast<long>(passes.nbFaces), e = static_cast<long>(passes.nbEdges),
              c = static_cast<long>(passes.nbCorners), r = f + e + c;
-  // Passes with all neighbours shorten each distance by one, those up to an edge two of them, those up to a face one.
+  // A pass reduces distances by 1: of all axes with all neighbours, of two up to an edge, of one up to a face.
   auto const isWithin = [f, e, c](long plan, long row, long col) {
     long const distances[] = {std::max(plan - c, 0L), std::max(row - c, 0L), std::max(col - c, 0L)};
     long sum = 0, sumOfEdges = 0;
@@ -82,16 +82,16 @@ std::vector<Offset3D> collectPasses(int dimension, ElementPasses const& passes) 
 }
 
 std::vector<Offset3D> collectEllipsoid(double radius, std::vector<double> const& spacing) {
-  if (!(radius >= 0) || !std::isfinite(radius)) PXL_RAISE(InvalidCall, "a radius has to be finite and not below 0");
+  if (!(radius >= 0) || !std::isfinite(radius)) PXL_RAISE(InvalidCall, "a radius must be finite and not negative");
   double nbVoxels = spacing.size() == 2 ? cPi : 4 * cPi / 3;
   for (double step : spacing) {
-    if (!(step > 0) || !std::isfinite(step)) PXL_RAISE(InvalidCall, "a spacing has to be finite and above 0");
+    if (!(step > 0) || !std::isfinite(step)) PXL_RAISE(InvalidCall, "a spacing must be finite and above 0");
     nbVoxels *= std::max(radius / step, 0.5);
   }
   if (radius == 0) return {{0, 0, 0}};
   // Beyond either bound rows needn't be counted.
   constexpr double cMaxReach = 1e6, cMaxNbRows = 2e6;
-  double steps[3] = {0, 0, 0}, reach[3] = {0, 0, 0};  // in the order of arrays; a step is a part of the radius
+  double steps[3] = {0, 0, 0}, reach[3] = {0, 0, 0};  // in array order; steps are relative to the radius
   for (std::size_t i = 0; i < spacing.size(); ++i) {
     std::size_t const axis = 3 - spacing.size() + i;
     steps[axis] = spacing[i] / radius;

@@ -7,7 +7,7 @@
 #include "Raise.h"
 #include "StructuringElementData.h"
 
-// Elements as texts.
+// Texts of structuring elements.
 
 namespace pxl::kernel {
 namespace {
@@ -74,7 +74,8 @@ void appendRow(std::string_view row, std::size_t& nbCols, std::vector<unsigned c
   nbCols = count;
 }
 
-// Rows end with ';' and plans with '|'; a single plan without an origin of three makes an element of two dimensions.
+// Rows are separated by ';' and plans by '|'. A single plan makes a two-dimensional element, unless it has an origin
+// of three values.
 StructuringElement makeMask(Words const& words) {
   std::vector<unsigned char> array;
   auto const plans = split(words[0], '|');
@@ -91,7 +92,7 @@ StructuringElement makeMask(Words const& words) {
   return StructuringElement::mask(array.data(), sizes, toPositions(words, 1, words.size()));
 }
 
-/** How a kind is written: with how many values, and what becomes of them. */
+/** The syntax of a kind: how many values it has, and what they mean. */
 struct Form {
   char const* name;
   char const* usage;
@@ -145,7 +146,7 @@ std::string join(std::vector<std::string> const& values) {
   return text;
 }
 
-/** What lists of offsets span, in the order of arrays. */
+/** The extent of a list of offsets, in array order. */
 struct Span {
   Span(std::vector<Offset3D> const& offsets, int dimension) {
     long lowest[3], highest[3];
@@ -200,7 +201,7 @@ StructuringElement StructuringElement::parse(String const& text) {
   if (form == std::end(cForms)) {
     std::string known;
     for (Form const& other : cForms) known += std::string(known.empty() ? " " : ", ") + other.name;
-    PXL_RAISE(InvalidCall, "\"" + std::string(name) + "\" is no element; there are" + known);
+    PXL_RAISE(InvalidCall, "\"" + std::string(name) + "\" isn't an element; known are" + known);
   }
   auto const raise = [form](std::string const& why) { PXL_RAISE(InvalidCall, std::string(form->name) + ": " + why); };
   if (open == std::string_view::npos || whole.back() != ')') raise(std::string("is written ") + form->usage);

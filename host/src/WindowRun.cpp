@@ -68,7 +68,7 @@ Window enlarge(Window window, kernel::Margins const& margins, Sizes const& sizes
   return window;
 }
 
-/** Where a window lies in one that contains it. */
+/** The position of a window within one that contains it. */
 Window moveInto(Window window, Window const& outer) {
   for (std::size_t i = 0; i < cNbComponents; ++i) window.begin[i] -= outer.begin[i];
   return window;
@@ -87,7 +87,7 @@ access::Region makeRegion(Window const& w) {
                         begin(cSequence), end(cSequence), begin(cSpectralSeries), end(cSpectralSeries));
 }
 
-/** A view's interface is asked for with each row: it looks at the cancel flag of the run. */
+/** Gets the view's interface for each row, which tests the cancel flag of the run. */
 template <class T>
 void copyVoxels(ImageModel const& source, ImageModel& target) {
   using View = access::View<T>;
@@ -125,10 +125,10 @@ WindowRun::WindowRun(BaseAlgorithm& algorithm)
   }
 }
 
-// The other constructor has made the object: its destructor runs when this one throws.
+// Delegates, so that the destructor runs if this constructor throws.
 WindowRun::WindowRun(BaseAlgorithm& algorithm, access::Region const& region) : WindowRun(algorithm) {
   if (algorithm.hasProcessingRegion())
-    PXL_RAISE(InvalidCall, nameOf(algorithm) + ": a window and a region to process exclude each other");
+    PXL_RAISE(InvalidCall, nameOf(algorithm) + ": a window can't be combined with a region to process");
   Sizes const sizes = checkImages();
   m_window = makeWindow(algorithm, region, sizes);
   for (auto const& output : m_outputs)
@@ -163,7 +163,7 @@ Sizes WindowRun::checkImages() {
   for (auto const& output : m_outputs) isAnyMissing = isAnyMissing || !output.image;
   if (isAnyMissing) {
     checkProperties(m_algorithm);
-    PXL_RAISE(InvalidCall, nameOf(m_algorithm) + ": there is no image to take a window of");
+    PXL_RAISE(InvalidCall, nameOf(m_algorithm) + ": there is no image for the window");
   }
   Sizes const sizes = getSizes(m_inputs.empty() ? *m_outputs.front().image : *m_inputs.front().image);
   for (auto const& output : m_outputs) m_isOutputWhole = m_isOutputWhole && getSizes(*output.image) == sizes;
@@ -205,7 +205,7 @@ void WindowRun::show(Window const& inner, Window const& enlarged, Sizes const& s
     m_algorithm.setProcessingRegion(makeRegion(moveInto(inner, enlarged)));
     m_isRegionChosen = true;
   } else {
-    // Passes may need as much as the largest input once more.
+    // Passes may need as much memory as the largest input.
     unsigned long voxelBytes = 0;
     for (auto const& input : m_inputs)
       voxelBytes = std::max(voxelBytes, helper::getSizeOf(input.image->getVoxelType()));
@@ -213,7 +213,7 @@ void WindowRun::show(Window const& inner, Window const& enlarged, Sizes const& s
     bool const isSmall = countVoxels(enlarged.size) < m_availableMemory / std::max(voxelBytes, 1UL);
     showTemporaries(inner, enlarged, isOnDisk || !isSmall ? io::cOnDisk : io::cInMemory);
   }
-  // The passes of a part decide on a temporary image as those of the whole would: the result may depend on it.
+  // The passes of a part use a temporary image if those of the whole would: the result may depend on it.
   __extension__ using Wide = unsigned __int128;
   Wide const whole = countVoxels(sizes);
   Wide const share = (Wide(m_availableMemory) * countVoxels(enlarged.size) + whole - 1) / whole;

@@ -21,19 +21,23 @@ struct Window {
 
 /**
  * While it exists, the image properties of an algorithm hold windows of their images, so that a run of its runner
- * computes a part of the whole result. Where voxels around the part have to be computed with it, all go to a
- * temporary image, from which store() takes the part.
+ * computes a part of the whole result. If surrounding voxels have to be computed as well, the result goes to a
+ * temporary image, from which store() copies the part.
  */
 class WindowRun : private Noncopyable {
  public:
-  /** Checks all that a run on a window asks for, see BaseAlgorithm::executeOnWindow(). */
+  /** Checks the requirements of a run on a window, see BaseAlgorithm::executeOnWindow(). */
   WindowRun(BaseAlgorithm& algorithm, access::Region const& region);
   ~WindowRun();
 
   /** Whether the operator writes or measures any voxel of the window. */
   bool hasWork() const { return m_hasWork; }
 
-  /** Copies what was computed apart. @throws ExceptionCancelation; UnexpectedError it can't be written */
+  /**
+   * Copies the part from the temporary image to the output.
+   * @throws ExceptionCancelation the run was cancelled
+   * @throws UnexpectedError      the output can't be written
+   */
   void store();
 
  private:
@@ -67,9 +71,9 @@ class WindowRun : private Noncopyable {
   std::vector<Result> m_results;
   Window m_window{};
   bool m_isOutputWhole = true;          ///< else it has the size of the window
-  unsigned long m_availableMemory = 0;  ///< for temporary images, asked only of operators with margins
+  unsigned long m_availableMemory = 0;  ///< for temporary images; set only for operators with margins
   bool m_hasWork = true;
-  bool m_isRegionChosen = false;  ///< here, to be taken back
+  bool m_isRegionChosen = false;  ///< by this object, which clears it again
 };
 
 }  // namespace pxl

@@ -32,8 +32,8 @@ TEST_F(CompositionFailure, ByAnOutputTypeThatDoesNotFit) {
       for (pxl::VoxelTypes to : types) {
         bool const isSigned = from == pxl::cInteger8 || from == pxl::cInteger16 || from == pxl::cInteger32;
         auto const wanted = isDifference(way) && isSigned ? static_cast<pxl::VoxelTypes>(from - 4) : from;
-        std::string const refusal = std::string(way.name) + ": of an image of " + pxl::helper::getNameOf(from) +
-                                    " the output is " + pxl::helper::getNameOf(wanted) + ", and not " +
+        std::string const refusal = std::string(way.name) + ": for an input of " + pxl::helper::getNameOf(from) +
+                                    " the output must be " + pxl::helper::getNameOf(wanted) + ", not " +
                                     pxl::helper::getNameOf(to);
         EXPECT_EQ(explain(way, element, from, to), to == wanted ? "" : refusal);
         EXPECT_EQ(makeAlgorithm(way, element, nullptr, nullptr)->getNaturalOutputType(from), wanted);
@@ -45,13 +45,13 @@ TEST_F(CompositionFailure, ByValuesWithoutAMeaning) {
   EXPECT_EQ(explain({"Open"}, StructuringElement(), u8, u8), "Open: element isn't set");
   for (int mode : {-1, 3, 7})
     EXPECT_EQ(explain({"Gradient", mode}, StructuringElement::disk(1), u8, u8),
-              "Gradient: gradientMode is 0 full, 1 outer or 2 inner, and not " + std::to_string(mode));
+              "Gradient: gradientMode must be 0 (full), 1 (outer) or 2 (inner), not " + std::to_string(mode));
   // Such a difference could be below 0.
   for (char const* text : {"box(1, 3, 0, -1)", "mask(1 0 1)"}) {
     auto const element = StructuringElement::parse(text);
     for (int mode : {1, 2})
       EXPECT_EQ(explain({"Gradient", mode}, element, u8, u8),
-                "Gradient: an outer or inner gradient needs an element that holds the voxel itself");
+                "Gradient: an outer or inner gradient needs an element that contains the voxel itself");
     for (Way const& way : cWays)
       if (way.gradientMode == 0) {
         EXPECT_EQ(explain(way, element, u8, u8), "") << way.name;

@@ -106,7 +106,7 @@ TEST_F(ChildOperator, RefusesAndFailsAsByItself) {
   executeParent([&](Stage& parent) {
     PlanOperator incomplete;
     EXPECT_EQ(refusalOf([&] { parent.runChildAlgo(incomplete); }), "TestOperator: inputImage isn't set");
-    EXPECT_TRUE(contains(raisedBy<pxl::RuntimeError>([&] { parent.runChildAlgo(child); }), "no plug-in offers it"));
+    EXPECT_TRUE(contains(raisedBy<pxl::RuntimeError>([&] { parent.runChildAlgo(child); }), "no plug-in provides it"));
     FakeRunner const runner(child.getAlgoInfo(), [](BaseAlgorithm*) { throw 7; });
     EXPECT_THROW(parent.runChildAlgo(child), int);
     EXPECT_EQ(parent.m_currentStep, 1u);

@@ -35,7 +35,7 @@ class Fork : public RunningTest {
     try {
       algorithm.execute();
     } catch (pxl::RuntimeError const& error) {
-      return contains(error.what(), "start workers by spawn or forkserver") ? 0 : 1;
+      return contains(error.what(), "start workers with spawn or forkserver") ? 0 : 1;
     } catch (...) {
       return 2;
     }

@@ -17,7 +17,7 @@ std::string parsed(char const* text) {
 
 TEST(StructuringElementRefusal, TellsUnknownElements) {
   EXPECT_EQ(parsed("sphere(3)"),
-            "\"sphere\" is no element; there are connectivity, disk, ball, line, line3d, disk3d, box, ellipse, "
+            "\"sphere\" isn't an element; known are connectivity, disk, ball, line, line3d, disk3d, box, ellipse, "
             "ellipsoid, mask");
   EXPECT_TRUE(contains(parsed(""), "\"\" is no element"));
   EXPECT_TRUE(contains(parsed("Ball(3)"), "\"Ball\" is no element"));
@@ -80,23 +80,24 @@ TEST(StructuringElementRefusal, TellsSpacingsAndRadii) {
     EXPECT_EQ(refusalOf([=] {
                 StructuringElement::ellipse(3, {1, spacing});
               }),
-              "a spacing has to be finite and above 0");
+              "a spacing must be finite and above 0");
     EXPECT_EQ(refusalOf([=] {
                 StructuringElement::ellipsoid(3, {spacing, 1, 1});
               }),
-              "a spacing has to be finite and above 0");
+              "a spacing must be finite and above 0");
   }
   for (double radius : {-1.0, cInfinity, cNaN})
     EXPECT_EQ(refusalOf([=] {
                 StructuringElement::ellipse(radius, {1, 1});
               }),
-              "a radius has to be finite and not below 0");
-  EXPECT_EQ(parsed("ellipsoid(3, 0, 1, 1)"), "ellipsoid: a spacing has to be finite and above 0");
+              "a radius must be finite and not negative");
+  EXPECT_EQ(parsed("ellipsoid(3, 0, 1, 1)"), "ellipsoid: a spacing must be finite and above 0");
   EXPECT_EQ(refusalOf([] { StructuringElement::disk(2147483648, ElementModes::cFast); }),
             "a radius is at most 2147483647");
   EXPECT_EQ(refusalOf([] { StructuringElement::ball(2147483648, ElementModes::cFast); }),
             "a radius is at most 2147483647");
-  EXPECT_EQ(refusalOf([] { StructuringElement::connectivity(5); }), "a connectivity is 4, 8, 6, 18 or 26, and not 5");
+  EXPECT_EQ(refusalOf([] { StructuringElement::connectivity(5); }),
+            "a connectivity must be 4, 8, 6, 18 or 26, not 5");
 }
 
 // Those that took time or memory in proportion to their element would not end here.

@@ -64,7 +64,7 @@ TEST_F(BadInput, NoRegularFile) {
 TEST_F(BadInput, WrongSuffix) {
   std::string const npy = makeNpy("|u1", "(2, 3)", makeValues<unsigned char>(6));
   for (std::string const name : {"image", "image.", "image.jpg", "image.npy.gz", "npy", "image.npyx"}) {
-    expectRefusedBytes(name, npy, "the suffix tells no image format");
+    expectRefusedBytes(name, npy, "no image format has this suffix");
   }
   expectRefusedBytes("image.png", npy, "not a PNG file");
   expectRefusedBytes("image.tif", npy, "not a TIFF file");

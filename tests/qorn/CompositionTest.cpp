@@ -92,15 +92,15 @@ TEST_F(CompositionCommands, RefuseWhatDoesNotFit) {
   expectFailure(runQorn({"open", input, output}), 2, "Open", "element=VALUE is missing");
   expectFailure(runQorn({"open", input, "--element", "ball(1)"}), 2, "Open", "needs 1 input image(s)");
   expectFailure(runQorn({"open", input, output, "--element", "bowl(1)"}), 2, "element=bowl(1)",
-                "\"bowl\" is no element; there are connectivity, disk, ball,");
+                "\"bowl\" isn't an element; known are connectivity, disk, ball,");
   expectFailure(runQorn({"open", input, output, "--element", "ball(1)", "element=ball(2)"}), 2, "element",
                 "is given twice");
   expectFailure(runQorn({"gradient", input, output, "--element", "ball(1)", "--output-type", "int16"}), 1, "Gradient",
-                "of an image of int16 the output is uint16, and not int16");
+                "for an input of int16 the output must be uint16, not int16");
   expectFailure(runQorn({"gradient", input, output, "--element", "ball(1)", "--in-place"}), 2, "--in-place",
                 "the output has the input's type, int16");
   expectFailure(runQorn({"gradient", input, output, "--element", "ball(1)", "gradientMode=3"}), 2, "Gradient",
-                "gradientMode is 0 full, 1 outer or 2 inner, and not 3");
+                "gradientMode must be 0 (full), 1 (outer) or 2 (inner), not 3");
   expectFailure(runQorn({"run", "Dilation2d", input, output, "--element", "ball(1)"}), 2, "element",
                 "no such property");
   EXPECT_FALSE(exists(output));
@@ -150,14 +150,14 @@ TEST_F(CompositionCommands, TakeTheSpacingOfAFile) {
   }
   run({"open", volume, result, "--element", "ball(3)", "--spacing", "auto", "--quiet"});
   expectFailure(runQorn({"open", volume, result, "--element", "line(3, 2)", "--spacing", "auto"}), 2,
-                "--spacing auto", "the element has to be ball(RADIUS)");
+                "--spacing auto", "the element must be ball(RADIUS)");
   expectFailure(runQorn({"open", volume, result, "--element", "ball(3)", "--spacing", "1"}), 2, "--spacing 1",
                 "must be auto");
   expectFailure(runQorn({"run", "Dilation3d", volume, result, "--spacing", "auto"}), 2, "--spacing auto",
                 "needs an element");
   writeRow();
   expectFailure(runQorn({"open", input, output, "--element", "ball(3)", "--spacing", "auto"}), 2, "--spacing auto",
-                input + " tells no spacing of 3 axes");
+                input + " has no spacing of 3 axes");
 }
 
 // Values are slope * voxel + intercept, and the intercept isn't part of a difference.

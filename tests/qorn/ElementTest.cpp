@@ -153,19 +153,19 @@ TEST_F(Element, OfAnOperatorThatDoesNothingIsAnEmptyOne) {
     Outcome const outcome = runElement({name, "radius=0"});
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_EQ(outcome.out, name + ": 0 voxels in 1 columns x 1 rows\no\n");
-    EXPECT_EQ(outcome.err, "qorn: " + name + ": the fast shape with radius 0 leaves the output image as it is\n");
+    EXPECT_EQ(outcome.err, "qorn: " + name + ": the fast shape with radius 0 leaves the output image unchanged\n");
   }
   Outcome const outcome = runElement({"Erosion2d", "numberOfIterations=0"});
   EXPECT_EQ(outcome.exitCode, 0);
   EXPECT_EQ(outcome.out, "Erosion2d: 0 voxels in 1 columns x 1 rows\no\n");
-  EXPECT_EQ(outcome.err, "qorn: Erosion2d: with 0 iterations the output image is left as it is\n");
+  EXPECT_EQ(outcome.err, "qorn: Erosion2d: with 0 iterations the output image is left unchanged\n");
 }
 
 TEST_F(Element, IsAskedForInTheRightWay) {
   for (std::string const name : {"IntensityExtrema", "LogicalOperationWithImage", "FiniteImpulseResponseFilter2D"})
     expectFailure(runElement({name}), 2, name, "has no structuring element");
   expectFailure(runElement({"Dilation4d"}), 2, "Dilation4d", "no such operator");
-  expectFailure(runElement({"Dilation2d", "image.npy"}), 2, "image.npy", "name=value is wanted");
+  expectFailure(runElement({"Dilation2d", "image.npy"}), 2, "image.npy", "expected name=value");
   expectFailure(runElement({"Dilation2d", "image=3"}), 2, "image", "no such property");
   expectFailure(runElement({"DilationDisk2d", "radius=-1"}), 2, "radius=-1", "out of range");
   expectFailure(runElement({"DilationDisk2d", "radius=1", "radius=1"}), 2, "radius", "twice");

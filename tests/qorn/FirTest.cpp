@@ -95,7 +95,7 @@ TEST_F(Fir, InPlaceAndOnDiskGivesTheSame) {
 TEST_F(Fir, Of2dTellsThatOtherPlansStay) {
   Outcome const outcome = runFir("2D", input, {"kernel=1"});
   EXPECT_EQ(outcome.exitCode, 0);
-  EXPECT_EQ(outcome.err, "qorn: FiniteImpulseResponseFilter2D: plans above the first are left as they are\n");
+  EXPECT_EQ(outcome.err, "qorn: FiniteImpulseResponseFilter2D: plans above the first are left unchanged\n");
   auto expected = voxels;
   std::fill(expected.begin() + 12, expected.end(), static_cast<unsigned char>(0));
   EXPECT_TRUE(readFile(output) == makeNpy("|u1", "(2, 3, 4)", expected));
@@ -118,7 +118,7 @@ TEST_F(Fir, RefusesKernelsThatCanNotBeMeant) {
   for (char const* const origin : {"1", "1,2,3", "1,", "1;2", "a,b", "1, 2", "1,9999999999"})
     expectUsage("2D", {"kernel=1", std::string("--kernel-origin=") + origin},
                 "--kernel-origin " + std::string(origin), "");
-  expectUsage("3D", {"kernel=1", "--kernel-origin=1,2"}, "--kernel-origin 1,2", "COLUMN,ROW,PLAN is wanted");
+  expectUsage("3D", {"kernel=1", "--kernel-origin=1,2"}, "--kernel-origin 1,2", "expected COLUMN,ROW,PLAN");
   expectFailure(runQorn({"run", "Dilation2d", plan, output, "--kernel-origin=0,0"}), 2, "--kernel-origin",
                 "Dilation2d has no kernel");
 }

@@ -98,7 +98,7 @@ TEST_F(KernelPresets, RefuseWhatMakesNoKernel) {
   };
   for (char const* kernel : {"gauss()", "gauss(x)"}) expect(kernel, "not a number of type real");
   expect("gauss(inf)", "must be finite");
-  for (char const* kernel : {"gauss(0)", "gauss(-1)"}) expect(kernel, "sigma has to be above 0");
+  for (char const* kernel : {"gauss(0)", "gauss(-1)"}) expect(kernel, "sigma must be above 0");
   for (char const* kernel : {"gauss(1000)", "gauss(1e300)", "box(1001)", "box(4000000000)"})
     expect(kernel, "a kernel has at most 1000000 coefficients");
   expect("box(0)", "a box has at least 1 voxel");

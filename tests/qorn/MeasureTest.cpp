@@ -208,9 +208,9 @@ TEST_F(Measure, OperatorsWithoutARunnerSaySo) {
   // A folder without plug-ins: nothing is offered, and nothing is read or written.
   Program::Options options;
   options.environment = {"PXLWORKS_PLUGIN_DIR=" + folder / ""};
-  expectFailure(runQorn({"run", "Dilation2d", path, output}, options), 1, "Dilation2d", "no plug-in offers it");
+  expectFailure(runQorn({"run", "Dilation2d", path, output}, options), 1, "Dilation2d", "no plug-in provides it");
   expectFailure(runQorn({"run", "IntensityExtrema", "missing.npy"}, options), 1, "IntensityExtrema",
-                "no plug-in offers it");
+                "no plug-in provides it");
   EXPECT_EQ(readFile(output), "");
   options.environment.clear();
   options.folder = folder / "";

@@ -216,7 +216,7 @@ TEST_F(Memory, IsRefusedWhereItCannotBe) {
                 "PNG holds 2-D");
   expectFailure(run({"Dilation2d"}, {input, folder / "output.xyz"}, memory), 1, folder / "output.xyz", "suffix");
   EXPECT_FALSE(exists(folder / "output.png"));
-  expectFailure(run({"Dilation2d"}, {input, other}, {"--memory=1M", "--no-clobber"}), 1, other, "exists already");
+  expectFailure(run({"Dilation2d"}, {input, other}, {"--memory=1M", "--no-clobber"}), 1, other, "already exists");
 }
 
 // Scratch file and output each need a name there.

@@ -198,7 +198,7 @@ TEST_F(Morphology, NoIterationsLeaveZerosAndOneWarning) {
       Outcome const outcome = runQorn({"run", name, input, output, "numberOfIterations=0", more});
       EXPECT_EQ(outcome.exitCode, 0);
       EXPECT_EQ(outcome.out, "");
-      EXPECT_EQ(outcome.err, "qorn: " + name + ": with 0 iterations the output image is left as it is\n");
+      EXPECT_EQ(outcome.err, "qorn: " + name + ": with 0 iterations the output image is left unchanged\n");
       EXPECT_EQ(readFile(output), makeNpy("<i2", "(3, 5, 7)", std::vector<short>(105, 0)));
     }
     Outcome const outcome = runQorn({"run", name, input, output, "numberOfIterations=0", "--in-place"});

@@ -188,7 +188,7 @@ TEST_F(NiftiReader, RefusesOtherHeaders) {
   }
   std::string const pair = folder / "image.hdr";
   writeFile(pair, NiftiStart({3, 4}, 2, 8).getBytes());
-  expectHeaderFault(pair, "the suffix tells no image format");
+  expectHeaderFault(pair, "no image format has this suffix");
 }
 
 TEST_F(NiftiReader, RefusesFilesThatAreTooShort) {

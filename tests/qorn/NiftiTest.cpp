@@ -199,7 +199,7 @@ TEST_F(Nifti, ANegativeSlopeIsWarnedOf) {
     Outcome const outcome = run({name, folder / "in.nii", folder / "out.nii"});
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_EQ(outcome.err, "qorn: " + name +
-                               ": the file's slope is negative: dilation and erosion change places in "
+                               ": the file's slope is negative: dilation and erosion are swapped in "
                                "scaled values\n");
     EXPECT_EQ(readNifti(folder / "out.nii").slope, -2);
   }

@@ -154,7 +154,7 @@ TEST(NpyFiles, HeaderAndVoxelsAreOfOneFile) {
       qorn::io::readNpy(file, options);
       ADD_FAILURE() << "the voxels of another file were taken";
     } catch (qorn::io::FileError const& error) {
-      EXPECT_EQ(error.what(), path + ": was exchanged while it was read");
+      EXPECT_EQ(error.what(), path + ": was replaced while it was read");
     }
   }
   options.isOnDisk = false;

@@ -112,7 +112,7 @@ TEST_P(OutputFileOn, ReplacesAFile) {
 
 TEST_P(OutputFileOn, NeverReplacesWithoutLeave) {
   writeFile(path, "old");
-  expectDone([this] { return getFault([this] { OutputFile(path, false); }) == path + ": exists already" ? 0 : 1; });
+  expectDone([this] { return getFault([this] { OutputFile(path, false); }) == path + ": already exists" ? 0 : 1; });
   ASSERT_EQ(::unlink(path.c_str()), 0);
   // Somebody else may be faster.
   expectDone([this] {
@@ -120,7 +120,7 @@ TEST_P(OutputFileOn, NeverReplacesWithoutLeave) {
     file.write("new", 3, 0);
     writeFile(path, "old");
     std::string const fault = getFault([&file] { file.commit(); });
-    return fault == path + (canBeExclusive() ? ": exists already" : ": can't be written: Operation not permitted")
+    return fault == path + (canBeExclusive() ? ": already exists" : ": can't be written: Operation not permitted")
                ? 0
                : 2;
   });
@@ -262,7 +262,7 @@ TEST_F(OutputFilePaths, LinksAreFollowed) {
   ASSERT_EQ(::mkdir((folder / "folder").c_str(), 0700), 0);
   writeFile(folder / "folder/file", "old");
   ASSERT_EQ(::symlink("folder/file", (folder / "link").c_str()), 0);
-  EXPECT_EQ(getFault([this] { OutputFile(folder / "link", false); }), (folder / "link") + ": exists already");
+  EXPECT_EQ(getFault([this] { OutputFile(folder / "link", false); }), (folder / "link") + ": already exists");
   OutputFile file(folder / "link", true);
   EXPECT_EQ(file.getPath(), folder / "link");
   file.write("new", 3, 0);

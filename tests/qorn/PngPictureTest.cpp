@@ -83,8 +83,7 @@ TEST_F(PngPicture, BitsAreZeroAndOneAndComeBack) {
 TEST_F(PngPicture, PalettesAreRefusedWithAWayOut) {
   for (int const bits : {1, 8}) {
     writePng(path, 8, 2, bits, 3, std::string(bits == 1 ? 2 : 16, '\1'));
-    expectHeaderFault(path,
-                      "has a palette: what it stores are numbers of colours, not values; save it as grey or RGB");
+    expectHeaderFault(path, "has a palette: its voxels are colour numbers, not values; convert it to grey or RGB");
   }
 }
 

@@ -104,7 +104,7 @@ TEST_P(SavingSignals, AnInputThatIsCutLeavesNothing) {
   program.send(SIGSTOP);  // before the first pass is done, or even begun
   resizeFile(image, 4096);
   program.send(SIGCONT);
-  expectFailure(program.wait(), 1, image, "can't be read any more");
+  expectFailure(program.wait(), 1, image, "can no longer be read");
   expectUntouched();
 }
 

@@ -75,7 +75,7 @@ TEST_F(Saving, SomethingInTheWay) {
 
 TEST_F(Saving, NamesOfFiles) {
   for (std::string const name : {"out", "out.", "out.jpg", "out.npy.gz", "out.npyx"}) {
-    expectFailure(save(folder / name), 1, folder / name, "the suffix tells no image format");
+    expectFailure(save(folder / name), 1, folder / name, "no image format has this suffix");
   }
   expectSaved(folder / "out/a.NPY");
   expectSaved(folder / ("out/" + std::string(251, 'x') + ".npy"));
@@ -91,7 +91,7 @@ TEST_F(Saving, NamesOfFiles) {
 TEST_F(Saving, ThroughALink) {
   writeFile(folder / "out/target.npy", "old");
   ASSERT_EQ(::symlink("out/target.npy", (folder / "link.npy").c_str()), 0);
-  expectFailure(save(folder / "link.npy", {"--no-clobber"}), 1, folder / "link.npy", "exists already");
+  expectFailure(save(folder / "link.npy", {"--no-clobber"}), 1, folder / "link.npy", "already exists");
   EXPECT_EQ(readFile(folder / "out/target.npy"), "old");
   expectSaved(folder / "link.npy");
   struct stat status;
@@ -107,14 +107,14 @@ TEST_F(Saving, NoClobber) {
     EXPECT_EQ(save(path, {"--no-clobber"}).exitCode, 0);
     std::string const bytes = readFile(path);
     EXPECT_NE(bytes, "");
-    expectFailure(save(path, {"--no-clobber", "numberOfIterations=2"}), 1, path, "exists already");
+    expectFailure(save(path, {"--no-clobber", "numberOfIterations=2"}), 1, path, "already exists");
     EXPECT_TRUE(readFile(path) == bytes);
     EXPECT_EQ(save(path, {"numberOfIterations=2"}).exitCode, 0);
     EXPECT_FALSE(readFile(path) == bytes);
   }
   std::string const bytes = readFile(input);
-  expectFailure(save(input, {"--no-clobber"}), 1, input, "exists already");
-  expectFailure(save(input, {"--no-clobber", "--in-place"}), 1, input, "exists already");
+  expectFailure(save(input, {"--no-clobber"}), 1, input, "already exists");
+  expectFailure(save(input, {"--no-clobber", "--in-place"}), 1, input, "already exists");
   EXPECT_TRUE(readFile(input) == bytes);
   EXPECT_EQ(listOut().size(), 5u);
 }
@@ -128,8 +128,8 @@ TEST_F(Saving, RefusalsComeBeforeTheRun) {
                 "only .npy can be used on disk");
   expectFailure(save(folder / "out/a.png", {forever, "--on-disk"}), 1, folder / "out/a.png",
                 "only .npy can be used on disk");
-  expectFailure(save(folder / "out/a.jpg", {forever}), 1, folder / "out/a.jpg", "the suffix tells no image format");
-  expectFailure(save(input, {forever, "--no-clobber"}), 1, input, "exists already");
+  expectFailure(save(folder / "out/a.jpg", {forever}), 1, folder / "out/a.jpg", "no image format has this suffix");
+  expectFailure(save(input, {forever, "--no-clobber"}), 1, input, "already exists");
   writeFile(input, makeNpy("|u1", "(1, 3, 2)", makeValues<unsigned char>(6)));
   expectFailure(save(folder / "out/a.png", {forever}), 1, folder / "out/a.png", "this one is 3-D of uint8");
   writeFile(input, makeNpy("|u1", "(1048577, 1, 1)", makeValues<unsigned char>(1048577)));
@@ -184,7 +184,7 @@ TEST_F(Saving, WithoutUnnamedFiles) {
     expectSaved(folder / "out/a.npy", {"--no-clobber"}, options);
     expectSaved(folder / "out/a.npy", {}, options);
     expectSaved(folder / "out/a.npy", {"--on-disk"}, options);
-    expectFailure(save(folder / "out/a.npy", {"--no-clobber"}, options), 1, folder / "out/a.npy", "exists already");
+    expectFailure(save(folder / "out/a.npy", {"--no-clobber"}, options), 1, folder / "out/a.npy", "already exists");
     EXPECT_EQ(listOut(), std::vector<std::string>{"a.npy"});
     ASSERT_EQ(::unlink((folder / "out/a.npy").c_str()), 0);
   }

@@ -28,7 +28,7 @@ TEST_F(TiffRefusal, PalettesAndOtherColours) {
   TiffLayout layout = makeLayout();
   layout.photometric = 3;
   writeTiff(path, layout, std::string(256, 'x'));
-  expectHeaderFault(path, "has a palette: what it stores are numbers of colours, not values; save it as grey or RGB");
+  expectHeaderFault(path, "has a palette: its voxels are colour numbers, not values; convert it to grey or RGB");
   layout.samples = 2;
   layout.photometric = 2;
   writeTiff(path, layout, std::string(512, 'x'));

@@ -202,7 +202,7 @@ TEST_F(Writer, UnknownSuffixesAreRefused) {
   for (std::string const name :
        {"image", "image.", "image.jpg", "image.npy.gz", "image.gz", "nii.gz", "npy", "image.npy/", "a.tif/b", ""}) {
     EXPECT_EQ(getSaveFault(folder / name, cAllTypes[0], {3, 4}),
-              "the suffix tells no image format; known are .npy .tif .tiff .png .nii .nii.gz");
+              "no image format has this suffix; known are .npy .tif .tiff .png .nii .nii.gz");
   }
   EXPECT_EQ(getSaveFault(folder / ".npy", cAllTypes[0], {3, 4}), "") << "a suffix is a name";
   EXPECT_EQ(listFolder(folder / ""), std::vector<std::string>{".npy"});

@@ -6,7 +6,7 @@
 
 namespace pxl::access {
 
-/** A box of voxels as the access layer sees it, in two or three dimensions. Intervals are half-open. */
+/** A box of voxels in two or three dimensions. Intervals are half-open. */
 class Block {
  public:
   virtual ~Block() = default;
@@ -47,7 +47,7 @@ struct BlockInterval {
     return asReal(size()) * asReal(other.grain) > asReal(other.size()) * asReal(grain);
   }
 
-  /** Gives the upper half, the larger one of an odd size, to `upper`, which is a copy of this. */
+  /** Keeps the lower half and moves the upper half, the larger one of an odd size, to `upper`, a copy of this. */
   void halve(BlockInterval& upper) {
     long const middle = begin + static_cast<long>(static_cast<unsigned long>(size()) / 2);
     end = middle;
@@ -173,8 +173,8 @@ struct OverlapBorder {
   /** Nothing is held back. */
   OverlapBorder() = default;
   /**
-   * Each side holds back what the neighbour beyond it reads towards this block: the high sides what is read towards
-   * lower indices, the low sides what is read towards higher ones.
+   * Each side holds back what the neighbouring block on that side reads from this block: the high sides what is read
+   * towards lower indices, the low sides what is read towards higher ones.
    */
   explicit OverlapBorder(AlgoBorderInfluence const& influence)
       : rowsBegin(influence.getNumOfVoxels(cRowsAfter)),

@@ -8,13 +8,13 @@ namespace pxl::access {
 template <class T>
 inline constexpr long cNbLanes128 = 16 / static_cast<long>(sizeof(T));
 
-/** Where an iterator stands in its block. Coordinates are relative to the block's first voxel. */
+/** The position of an iterator in its block. Coordinates are relative to the block's first voxel. */
 template <class T>
 struct BlockWalk {
   long col = 0;  ///< a multiple of the number of lanes
   long row = 0;
   long plan = 0;
-  long lastCol = 0;  ///< a vector that starts at or beyond it is the last of its row; negative in a narrow block
+  long lastCol = 0;  ///< a vector that starts here or later is the last of its row; negative in a narrow block
   long lastRow = 0;
   long lastPlan = 0;
   long nbPlans = 0;
@@ -22,7 +22,7 @@ struct BlockWalk {
 
   bool atEnd() const { return plan >= nbPlans; }
 
-  /** Stands at the first voxel of a block. */
+  /** Starts at the first voxel of a block. */
   void start(Block const& block, long nbLanes, T* voxels) {
     col = 0;
     row = 0;
@@ -55,7 +55,7 @@ class BlockCopy {
     m_block3d = block;
     m_block = &m_block3d;
   }
-  /** Calls function(block) with the block's own class, so that what it asks of the block needs no virtual calls. */
+  /** Calls function(block) with the block's concrete class, so that its calls on the block aren't virtual. */
   template <class Function>
   decltype(auto) visit(Function&& function) const {
     return m_block == &m_block3d ? function(m_block3d) : function(m_block2d);

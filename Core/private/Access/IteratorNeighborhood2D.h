@@ -16,7 +16,7 @@ struct Neighborhood2D_GenTag {};
 /** For neighbourhoods that need no data. */
 struct NoDataType {};
 
-/** Where a neighbourhood iterator stands in its block, see BlockWalk. */
+/** The position of a neighbourhood iterator in its block, see BlockWalk. */
 struct NeighborhoodWalk2D {
   long col = 0;
   long row = 0;
@@ -34,8 +34,8 @@ struct NeighborhoodWalk2D {
 };
 
 /**
- * Gives five pointers to the vectors around the current one, in a ring of three rows that are read one voxel wider
- * than the block on each side. Each source row is read once.
+ * Five pointers to the current vector and its neighbours, into a ring of three rows. The rows are one voxel wider
+ * than the block on each side, and each source row is read once.
  */
 template <class V, long L>
 class IteratorNeighborhood2D_4 : public NeighborhoodWalk2D, private Noncopyable {
@@ -58,7 +58,7 @@ class IteratorNeighborhood2D_4 : public NeighborhoodWalk2D, private Noncopyable 
     }
   }
 
-  /** On to the next row, from any vector of a row; fetches nothing after the last. */
+  /** Goes to the next row, from any vector of a row; fetches nothing after the last one. */
   void advanceRow();
 
   typename V::VoxelType const* above = nullptr;
@@ -82,11 +82,10 @@ class IteratorNeighborhood2D_4 : public NeighborhoodWalk2D, private Noncopyable 
 };
 
 /**
- * Gives one pointer for each offset of a list, in the list's order, in a ring of as many rows as the list spans.
+ * One pointer for each offset of a list, in the list's order, into a ring of as many rows as the list spans.
  *
- * In place a block is written row by row while it is read. The list then needs an offset in the row above the voxel
- * (-1) or in a later one.
- * Otherwise rows are fetched after the block has written them, without an error.
+ * In place, a block is written row by row while it is read. The list then needs an offset in the row above the voxel
+ * (-1) or in a later one. Otherwise rows are fetched after the block has written them, and nothing detects that.
  */
 template <class V, long L>
 class IteratorNeighborhood2D_Gen : public NeighborhoodWalk2D, private Noncopyable {
@@ -107,7 +106,7 @@ class IteratorNeighborhood2D_Gen : public NeighborhoodWalk2D, private Noncopyabl
   }
   void advanceRow();
 
-  /** How far the list reaches in each direction; 0 towards a side on which nothing lies. */
+  /** How far the list reaches in each direction; 0 in a direction without offsets. */
   AlgoBorderInfluence getBorderInfluence() const;
 
   std::vector<typename V::VoxelType const*> neighbours;

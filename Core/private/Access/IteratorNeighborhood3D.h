@@ -40,12 +40,12 @@ struct Neighborhood3D_18Tag {
 /** Any list of offsets. */
 struct Neighborhood3D_GenTag {};
 
-/** How far a neighbourhood reaches, seen from the voxel. */
+/** How far a neighbourhood reaches, relative to the voxel. */
 struct NeighborhoodReach3D {
   long minCol = -1, maxCol = 1, minRow = -1, maxRow = 1, minPlan = -1, maxPlan = 1;
 };
 
-/** The offsets of a tag, known to the compiler. */
+/** The offsets of a tag, as compile-time constants. */
 template <class Tag>
 struct FixedOffsets3D {
   template <class T>
@@ -63,7 +63,7 @@ struct ListedOffsets3D {
   std::vector<kernel::Offset3D> list;
 };
 
-/** The plans that a walk has read, of which the lowest is first. */
+/** The plans that a walk has read, lowest first. */
 template <class V>
 class PlanRing {
  public:
@@ -72,14 +72,14 @@ class PlanRing {
 
   /** Reads all plans around the block's first one. */
   void init(Block3d const& block);
-  /** Replaces the lowest plan by the one after the highest, where `plan` is the walk's next one. */
+  /** Replaces the lowest plan by the one after the highest; `plan` is the walk's next one. */
   void advance(long plan);
 
-  /** Where the rows of a plan start, both counted from the first that was read. */
+  /** The starts of the rows of a plan; both are counted from the first one that was read. */
   typename V::VoxelType const* const* getRows(long plan) const { return m_plans.data()[plan].rows.data(); }
 
  private:
-  /** A plan that was read; `rows` are the starts of its rows, at hand for the pointers of each row. */
+  /** A plan that was read; `rows` caches the starts of its rows, from which the pointers of each row are computed. */
   struct RingPlan {
     unsigned long slot;
     std::vector<typename V::VoxelType const*> rows;
@@ -95,9 +95,9 @@ class PlanRing {
 };
 
 /**
- * Gives one pointer for each offset of a neighbourhood, in its order, to the vectors around the current one. A ring
- * of as many plans as the neighbourhood spans is read, each a margin larger than the block, so that a step to the
- * next row reads nothing and each source plan is read once.
+ * One pointer for each offset of a neighbourhood, in its order, to the current vector and its neighbours. They lead
+ * into a ring of as many plans as the neighbourhood spans, each larger than the block by the margins. So a step to
+ * the next row reads nothing, and each source plan is read once.
  */
 template <class V, long L, class Offsets>
 class NeighborhoodWalk3D : private Noncopyable {
@@ -114,7 +114,7 @@ class NeighborhoodWalk3D : private Noncopyable {
       advanceRow();
     }
   }
-  /** On to the next row, from any vector of a row; fetches nothing after the last plan. */
+  /** Goes to the next row, from any vector of a row; fetches nothing after the last plan. */
   void advanceRow();
 
   long col = 0;
@@ -151,8 +151,8 @@ template <class V, long L>
 using IteratorNeighborhood3D_18 = FixedNeighborhood3D<V, L, Neighborhood3D_18Tag>;
 
 /**
- * The walk with any list. In place the list needs an offset in the voxel's own plan or in a later one. Otherwise
- * plans are fetched after the block has written them, without an error.
+ * The walk with any list. In place, the list needs an offset in the voxel's own plan or in a later one. Otherwise
+ * plans are fetched after the block has written them, and nothing detects that.
  */
 template <class V, long L>
 class IteratorNeighborhood3D_Gen : public NeighborhoodWalk3D<V, L, ListedOffsets3D> {
@@ -162,7 +162,7 @@ class IteratorNeighborhood3D_Gen : public NeighborhoodWalk3D<V, L, ListedOffsets
       : IteratorNeighborhood3D_Gen::NeighborhoodWalk3D(std::move(inputView), ListedOffsets3D{std::move(offsetList)}) {
   }
 
-  /** How far the list reaches in each direction; 0 towards a side on which nothing lies. */
+  /** How far the list reaches in each direction; 0 in a direction without offsets. */
   AlgoBorderInfluence getBorderInfluence() const;
 };
 

@@ -8,7 +8,7 @@
 namespace pxl::access {
 
 /**
- * Walks two inputs and one output in one step, for operators that look at each position by itself: a finished row is
+ * Walks two inputs and one output in step, for operators that process each voxel independently. A finished row is
  * written before the next one is read. `current` is the output's vector.
  */
 template <class V1, class V2, class V3, long L>

@@ -8,8 +8,8 @@
 namespace pxl::access {
 
 /**
- * Reads the voxels of a block vector by vector: along a row, from row to row, from plan to plan. Lives on a kernel's
- * stack for one block; keeps the view alive. `L` is the number of lanes of a vector.
+ * Reads the voxels of a block vector by vector: along a row, from row to row, from plan to plan. It is made on a
+ * kernel's stack for one block, and keeps the view alive. `L` is the number of lanes of a vector.
  */
 template <class V, long L>
 class IteratorPixelInput : public BlockWalk<typename V::VoxelType>, private Noncopyable {
@@ -18,13 +18,13 @@ class IteratorPixelInput : public BlockWalk<typename V::VoxelType>, private Nonc
   ~IteratorPixelInput();
 
   /**
-   * Stands at the first vector of the block. With `roundRowToVector` each row is read up to whole vectors, so that
-   * the surplus lanes of its last one hold voxels too: those next to the block, or the border's.
+   * Starts at the first vector of the block. With `roundRowToVector` each row is rounded up to whole vectors, so that
+   * the excess lanes of its last vector hold voxels, too: those next to the block, or those of the border condition.
    */
   void init(Block2d const& block, bool roundRowToVector);
   void init(Block3d const& block, bool roundRowToVector);
 
-  /** One vector further. At the end of the block the iterator holds still. */
+  /** Advances by one vector. At the end of the block it does nothing. */
   void advance() {
     if (this->col < this->lastCol) {
       this->col += L;
@@ -34,7 +34,7 @@ class IteratorPixelInput : public BlockWalk<typename V::VoxelType>, private Nonc
     }
   }
 
-  /** On to the first vector of the next row, from any vector of a row. */
+  /** Goes to the first vector of the next row, from any vector of a row. */
   void advanceRow();
 
  private:

@@ -9,7 +9,7 @@ namespace pxl::access {
 
 /**
  * Writes the voxels of a block vector by vector, in the order of IteratorPixelInput. Each row is computed in a
- * private buffer and written when it is finished, the last one by the last step: the loop goes on until atEnd().
+ * private buffer and written when it is finished. The last step writes the last row, so loops must run until atEnd().
  */
 template <class V, long L>
 class IteratorPixelOutput : public BlockWalk<typename V::VoxelType>, private Noncopyable {
@@ -30,7 +30,7 @@ class IteratorPixelOutput : public BlockWalk<typename V::VoxelType>, private Non
     }
   }
 
-  /** Writes the finished row and goes on to the next, from any vector of it. */
+  /** Writes the finished row and goes to the next one, from any vector of it. */
   void advanceRow();
 
  private:

@@ -8,11 +8,11 @@
 #include "pxl/access/View.h"
 
 /**
- * Sets of private row buffers. They keep in each slot what they were told to put there and decide nothing: a fetch
- * always reads. For one thread at a time; a cache must not outlive its view.
+ * Sets of private row buffers. The caller chooses the slot of each row: a fetch always reads, and nothing is evicted
+ * or looked up. A cache is used by one thread at a time and must not outlive its view.
  *
- * `slot` and `nbVoxels` name the buffer and its length from now on; offsets are relative to the block's begin in
- * their dimension, and any resulting coordinate may lie beyond the image.
+ * `slot` is the index of the buffer and `nbVoxels` its new length. Offsets are relative to the block's begin in their
+ * dimension, and the resulting coordinates may be beyond the image.
  */
 namespace pxl::access {
 
@@ -26,7 +26,7 @@ class RowCacheRead : private Noncopyable {
   RowCacheRead(V const* sourceView, unsigned long count, unsigned long planSlot);
   ~RowCacheRead();
 
-  /** Makes the row of a slot anew, as those that the constructor made. */
+  /** Replaces the row of a slot by an empty one, as the constructor made it. */
   void makeRow(unsigned long slot);
 
   /** Fills the row of a slot with the voxels at that place. */
@@ -34,7 +34,7 @@ class RowCacheRead : private Noncopyable {
   Row* fetchRowInBlock(unsigned long slot, unsigned long nbVoxels, AnyBlock const& block, long colOffset,
                        long rowOffset, long planOffset, long sequenceOffset, long spectralOffset) const;
 
-  /** The addresses of the first voxels of all rows in use, side by side: the rows lie all over the memory. */
+  /** The addresses of the first voxels of all rows in use, in one array: the rows are scattered in memory. */
   void listRowStarts(std::vector<typename V::VoxelType const*>& starts) const;
 
   std::vector<std::shared_ptr<Row>> rows;
@@ -55,11 +55,11 @@ class RowCacheReadWrite : private Noncopyable {
 
   void makeRow(unsigned long slot);
 
-  /** Places the row of a slot; its voxels are whatever they were. */
+  /** Sets the position of the row of a slot; its voxels are undefined. */
   template <class AnyBlock>
   Row* getRowInBlock(unsigned long slot, unsigned long nbVoxels, AnyBlock const& block, long colOffset,
                      long rowOffset, long planOffset, long sequenceOffset, long spectralOffset) const;
-  /** Places the row of a slot and reads the image's present voxels into it. */
+  /** Sets the position of the row of a slot and reads the image's present voxels into it. */
   template <class AnyBlock>
   Row* fetchRowInBlock(unsigned long slot, unsigned long nbVoxels, AnyBlock const& block, long colOffset,
                        long rowOffset, long planOffset, long sequenceOffset, long spectralOffset) const;
@@ -99,7 +99,7 @@ class PlanCacheReadWrite : private Noncopyable {
   PlanCacheReadWrite(V* targetView, unsigned long count);
   ~PlanCacheReadWrite();
 
-  /** Places rows 0 to `nbRows` - 1 of the plan of a slot; nothing is read. */
+  /** Sets the positions of rows 0 to `nbRows` - 1 of the plan of a slot; nothing is read. */
   template <class AnyBlock>
   Plan* getPlanInBlock(unsigned long slot, unsigned long nbVoxels, unsigned long nbRows, AnyBlock const& block,
                        long colOffset, long rowOffset, long planOffset, long sequenceOffset,

@@ -8,7 +8,7 @@
 
 namespace pxl::access {
 
-/** A private buffer for one row of voxels, aligned and with slack for a whole vector behind its end. */
+/** A private buffer for one row of voxels, aligned, with slack for a whole vector after its end. */
 template <class V, class A>
 class BaseRow : private Noncopyable {
  public:
@@ -27,8 +27,8 @@ class InputRow final : public BaseRow<V, A> {
 };
 
 /**
- * A row to be written. It knows its absolute position, any coordinate of which may lie beyond the image; what lies
- * beyond is never stored. A row that isn't passed to writeRow() is lost.
+ * A row to be written. Its position is absolute, and each coordinate may be beyond the image; voxels beyond it are
+ * never stored. A row that isn't passed to writeRow() is lost.
  */
 template <class V, class A>
 class OuputRow final : public BaseRow<V, A> {
@@ -36,8 +36,8 @@ class OuputRow final : public BaseRow<V, A> {
   OuputRow(unsigned long slot, V* outputView) : BaseRow<V, A>(slot), view(outputView) {}
 
   /**
-   * Stores the row, but holds back what lies in the margins of the block until View::writeAllTemporizedRows(). A side
-   * of the block on the image's edge has no margin.
+   * Stores the row, but holds back the voxels in the margins of the block until View::writeAllTemporizedRows(). A
+   * side of the block on the image's edge has no margin.
    * @throws UnexpectedError the image can't be written
    */
   template <class AnyBlock>
@@ -45,7 +45,7 @@ class OuputRow final : public BaseRow<V, A> {
   /** The same without margins: a row within its block, or one voxel beyond its end, is stored at once. */
   template <class AnyBlock>
   void writeRow(AnyBlock const& block) const;
-  /** Stores what lies within the inclusive limits at once and holds back the rest, or stores all of it. */
+  /** Stores the voxels within the inclusive limits at once and holds back the others; else stores all at once. */
   void writeRow(bool temporize, long rowMin, long rowMax, long planMin, long planMax, long colMin, long colMax) const;
 
   long col = 0;  ///< of the buffer's first voxel

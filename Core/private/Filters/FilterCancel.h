@@ -5,7 +5,7 @@
 
 namespace pxl::details {
 
-/** A cancelled task group ends its loop without an exception; this is what tells the caller. */
+/** A cancelled task group ends its loop without an exception; this throws it. */
 inline void throwIfCancelled(algorithms::AbstractPrivateImplementation const& frame) {
   if (frame.m_cancelled.load(std::memory_order_relaxed)) throw ExceptionCancelation();
 }

@@ -9,7 +9,7 @@ struct Filter3dTag {};
 
 /** A filter that writes an image. */
 struct FilterWithoutReductionTag {};
-/** A filter that yields a value. */
+/** A filter that computes a value. */
 struct FilterWithReductionTag {};
 
 /** A pass that reads the input image of a filter and writes another one. */

@@ -7,7 +7,7 @@
 #include "pxl/access/View.h"
 
 /**
- * Filters that go once over one or two input images and write an output image. `Functor` has `run(block, filter)
+ * Filters that read one or two input images once and write an output image. `Functor` has `run(block, filter)
  * const`, which reads and writes one block through the filter's views; it is shared by all threads and must outlive
  * the filter. The output may be one of the inputs. A filter serves one run.
  *
@@ -15,7 +15,7 @@
  */
 namespace pxl {
 
-/** What the two kinds share. */
+/** The common part of both filters. */
 template <class Functor>
 class FilterWithFunctor : public BaseTbbAlgorithm {
  public:
@@ -26,7 +26,7 @@ class FilterWithFunctor : public BaseTbbAlgorithm {
  protected:
   FilterWithFunctor(BaseAlgorithm* algorithm, Functor* functor) : BaseTbbAlgorithm(algorithm), m_functor(functor) {}
 
-  /** Makes a view of an image, which is an ImageModel or a constant one. */
+  /** Makes a view of an ImageModel, const or not. */
   template <class View, class Image, class Border>
   void take(View& view, Image* image, Border border) {
     view = std::remove_const_t<typename View::element_type>::New(image, std::move(border));

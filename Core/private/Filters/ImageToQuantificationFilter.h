@@ -9,9 +9,9 @@
 namespace pxl {
 
 /**
- * Reads an image once and collects a value. `Functor` has a default state, `run(block, filter)`, which reads a block
- * through the filter's view, and `merge(other)`; blocks run in parallel on functors of their own, and everything ends
- * up in the caller's. Serves one run.
+ * Reads an image once and reduces it to a value. `Functor` is default-constructible and has `run(block, filter)`,
+ * which reads a block through the filter's view, and `merge(other)`. Blocks run in parallel on their own functors,
+ * which are merged into the caller's. Serves one run.
  */
 template <class T, class Arch, class Functor, class Tag>
 class ImageToQuantificationFilter : public BaseTbbAlgorithm {

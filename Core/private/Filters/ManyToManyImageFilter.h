@@ -5,7 +5,7 @@
 
 namespace pxl {
 
-/** Runs a functor on blocks and counts their voxels; the functor is shared by all threads. */
+/** Runs a functor on blocks and adds their voxels to the progress; all threads share the functor. */
 template <class Functor, class Filter, class AnyBlock>
 struct TbbBodyManyToManyImageFilter {
   void operator()(AnyBlock const& block) const;
@@ -21,8 +21,8 @@ struct TbbBody3DManyToManyImageFilter : TbbBodyManyToManyImageFilter<Functor, Fi
 namespace details {
 
 /**
- * The loop of the filters that go once over their images: one parallel run for each sequence and spectral position.
- * In 2D only plan 0 is processed. Reduction says whether the blocks write an image or contribute to a value.
+ * The loop of the filters that read their images once: one parallel loop for each sequence and spectral position. In
+ * 2D only plan 0 is processed. `Reduction` selects whether the blocks write an image or contribute to a value.
  */
 template <class Tag, class Reduction>
 struct DoRunManyToManyImageFilter {

@@ -11,9 +11,10 @@
 namespace pxl {
 
 /**
- * What one pass of a recursive filter gives to its kernel: the views of the pass, and for each thread a slot for each
- * kind of cache, so that a thread makes its caches once for all blocks of the pass. Caches die with the pass: the
- * next one may read another image. Kernels take this type, and are compiled once for both kinds of passes.
+ * What one pass of a recursive filter passes to its kernel: the views of the pass, and thread-local slots for each
+ * kind of cache, so that a thread makes its caches once for all blocks of the pass. Caches are destroyed with the
+ * pass: the next one may read another image. Kernels take this type, so that they are compiled once for both kinds of
+ * passes.
  */
 template <class In, class Out, class Arch>
 class PassContext : private Noncopyable {
@@ -32,13 +33,13 @@ class PassContext : private Noncopyable {
   PassContext(std::shared_ptr<InputView const> inputView, std::shared_ptr<OutputView> outputView);
   ~PassContext();
 
-  /** Each puts a new cache of `count` slots into the calling thread's slot, whatever stood there, and returns it. */
+  /** Each replaces the calling thread's cache by a new one of `count` slots and returns it. */
   std::shared_ptr<InputRowCache> createInputRowCache(unsigned long count);
   std::shared_ptr<OutputRowCache> createOuputRowCache(unsigned long count);
   std::shared_ptr<InputPlanCache> createInputPlanCache(unsigned long count);
   std::shared_ptr<OutputPlanCache> createOuputPlanCache(unsigned long count);
 
-  /** Whether the pass reads and writes one image. */
+  /** Whether the pass reads and writes the same image. */
   bool isInPlace() const { return pxl::isInPlace(*input, *output); }
 
   std::shared_ptr<InputView const> input;
@@ -49,7 +50,7 @@ class PassContext : private Noncopyable {
   PerThread<OutputPlanCache> outputPlanCaches;
 };
 
-/** The context of a pass of one kind: `Direction` says which. */
+/** The context of the kind of pass that `Direction` selects. */
 template <class In, class Out, class Arch, class Direction>
 class RecursiveImageContext final : public PassContext<In, Out, Arch> {
  public:

@@ -10,14 +10,14 @@ namespace pxl {
 
 /**
  * Runs the passes of a recursive filter, slice by slice; a slice is a plan in 2D and a volume in 3D. Each pass reads
- * what the one before it wrote: a temporary image and the output take turns so that the last pass writes the output,
- * or, where no temporary is allowed, all but the first pass work in place, with the voxels between blocks held back
- * until the pass is over. Nothing is copied between passes.
+ * what the previous one wrote. Passes write the temporary image and the output alternately, so that the last pass
+ * writes the output. Where no temporary is allowed, all passes but the first work in place, and the voxels between
+ * blocks are held back until the pass is over. Nothing is copied between passes.
  *
  * A temporary is made for images on disk if the setting "PXL_RECURSIVITY_TMP_DISK_IMAGE" allows it, and in memory for
  * more than one iteration where it is smaller than the extra memory of the algorithm.
  *
- * @throws RuleException        the temporary can't be allocated; nothing has run then
+ * @throws RuleException        the temporary can't be allocated; no pass has run then
  * @throws ExceptionCancelation the filter was cancelled; the output holds what was written so far
  */
 template <class Tag>
@@ -27,8 +27,8 @@ struct DoRunRecursiveImage {
 };
 
 /**
- * Applies a kernel `nbIterations` times. The kernel is shared by all threads, and its run(block, context) computes
- * one block of one pass; it must outlive the filter. Serves one run.
+ * Applies a kernel `nbIterations` times. All threads share the kernel, whose run(block, context) computes one block
+ * of one pass; it must outlive the filter. Serves one run.
  */
 template <class In, class Out, class Arch, class Kernel, class Tag>
 class RecursiveImageFilter : public BaseTbbAlgorithm {
@@ -48,7 +48,7 @@ class RecursiveImageFilter : public BaseTbbAlgorithm {
     if (!m_isRegionChosen) setProcessingRegion(input->getLargestPossibleRegion());
   }
 
-  /** The border condition also serves the temporary image, so that all images of the passes have the same edges. */
+  /** The temporary image gets the same border condition, so that the edges are the same in all passes. */
   void setOutput(ImageModel* image, std::shared_ptr<access::BorderCondition<Out>> border) {
     outputBorderCondition = border;
     output = OutputView::New(image, std::move(border));
@@ -59,7 +59,7 @@ class RecursiveImageFilter : public BaseTbbAlgorithm {
 
   void run() override { DoRunRecursiveImage<Tag>::run(this); }
 
-  /** Nothing: the passes store held-back rows themselves. */
+  /** Does nothing: the passes store held-back rows themselves. */
   virtual void writeTemporizedOutputs() {}
 
   Kernel* kernel;

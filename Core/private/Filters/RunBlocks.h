@@ -5,7 +5,7 @@
 
 namespace pxl::details {
 
-/** Calls body(leaf) for the leaves of a block, on many threads at once. */
+/** Calls body(leaf) in parallel for the leaves of a block. All threads share the body. */
 template <class Body, class AnyBlock>
 void runBlocks(AnyBlock const& block, Body const& body, tbb::task_group_context& context) {
   parallel::forEachBlock(
@@ -14,8 +14,8 @@ void runBlocks(AnyBlock const& block, Body const& body, tbb::task_group_context&
 }
 
 /**
- * Calls body(leaf) for the leaves of a block on bodies that are split off as threads need them, by the constructor
- * Body(Body&, tbb::split), and joined by join(right).
+ * Calls body(leaf) in parallel for the leaves of a block. Further bodies are made on demand with the constructor
+ * Body(Body&, tbb::split), and merged with join(right).
  */
 template <class Body>
 void reduceBlocks(access::Block3d const& block, Body& body, tbb::task_group_context& context) {

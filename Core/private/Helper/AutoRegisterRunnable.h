@@ -6,8 +6,8 @@
 namespace pxl::helper {
 
 /**
- * Registers a runner with the record of its operator for as long as the library is loaded: each unit has one global
- * object. An operator without a record is left out. The runner itself is never deleted.
+ * Registers a runner with the record of its operator as long as the library is loaded: each unit has one global
+ * object. An operator without a record is skipped. The runner itself is never deleted.
  */
 template <class Algo, class Runner>
 struct AutoRegisterRunnable {

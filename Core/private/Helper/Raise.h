@@ -6,7 +6,7 @@
 
 namespace pxl::helper {
 
-/** Throws an E that carries a text and the source place it comes from. */
+/** Throws an E with a message and its source location. */
 template <class E>
 [[noreturn]] void raise(std::string const& message, char const* file, long line) {
   Exception::ExceptionInfo info;

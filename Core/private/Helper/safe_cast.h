@@ -9,8 +9,9 @@
 namespace pxl::helper {
 
 /**
- * Casts between pointers of a polymorphic hierarchy. Null or an object of another class is an UnexpectedError, whose
- * text holds the mangled names of the two pointer types.
+ * Casts between pointers of a polymorphic hierarchy.
+ * @throws UnexpectedError the pointer is null or the object has another class; the text has the mangled names of both
+ *                         pointer types
  */
 template <class To, class From>
 To safe_cast(From object) {

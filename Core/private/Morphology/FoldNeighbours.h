@@ -9,8 +9,8 @@
 namespace pxl::morphology {
 
 /**
- * Folds a functor over the vectors at a list of pointers, for each vector of a row, in the order of the list. One
- * walk over the list serves several vectors, so that a pointer is loaded once for all of them.
+ * Folds a functor over the vectors at a list of pointers, for each vector of a row, in the order of the list. Several
+ * vectors are computed in one pass over the list, so that each pointer is loaded once for all of them.
  */
 template <class Functor>
 struct ListFold {

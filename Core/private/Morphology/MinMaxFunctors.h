@@ -7,9 +7,8 @@
 namespace pxl::morphology::details {
 
 /**
- * The elementary operation of a dilation, and the value of voxels beyond the image's edge, which never win: the
- * lowest finite one. Real types follow the processor: where either operand is NaN or both are zero, the second is
- * taken.
+ * The elementary operation of a dilation, and the value of voxels beyond the image's edge: the lowest finite value,
+ * which never wins. Real types follow the processor: the second operand wins where either is NaN or both are zero.
  */
 struct DilationFunctor {
   template <class T>

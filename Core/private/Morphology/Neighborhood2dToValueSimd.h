@@ -26,8 +26,8 @@ class Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_4Tag, access::No
   }
 
  private:
-  // Whole rows, with the pointers in registers: stores of vectors may alias anything, so that fields of the iterators
-  // would be read again for each vector.
+  // Whole rows, with the pointers in registers: stores of vectors may alias anything, so the fields of the iterators
+  // would be reloaded for each vector.
   template <class T>
   [[gnu::noinline]] static void computeRow(T const* __restrict above, T const* __restrict row,
                                            T const* __restrict below, T* __restrict out, long nbVoxels) {
@@ -42,8 +42,10 @@ class Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_4Tag, access::No
   }
 };
 
-/** Any list of offsets, in the order of the list, which must not be empty. In place it
- * has to have an offset in the row before the voxel or in a later one, see IteratorNeighborhood2D_Gen. */
+/**
+ * Any list of offsets, in the order of the list, which must not be empty. In place, it needs an offset in the row
+ * above the voxel or in a later one, see IteratorNeighborhood2D_Gen.
+ */
 template <class Functor>
 class Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_GenTag, std::vector<kernel::Offset2D>> {
  public:

@@ -57,7 +57,7 @@ class Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_18Tag, access::N
   }
 
  private:
-  // The 19 pointers lead into nine rows, which fit into the registers.
+  // The 19 pointers lead into nine rows, whose addresses fit into the registers.
   template <class T>
   [[gnu::noinline]] static void computeRow(std::array<T const*, 19> const& n, T* __restrict out, long nbVoxels) {
     using Vec = SimdVec::Simd<T>;
@@ -79,8 +79,10 @@ class Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_18Tag, access::N
   }
 };
 
-/** Any list of offsets, in the order of the list, which must not be empty. In place it
- * has to have an offset in the voxel's plan or in a later one, see IteratorNeighborhood3D_Gen. */
+/**
+ * Any list of offsets, in the order of the list, which must not be empty. In place, it needs an offset in the voxel's
+ * plan or in a later one, see IteratorNeighborhood3D_Gen.
+ */
 template <class Functor>
 class Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_GenTag, std::vector<kernel::Offset3D>> {
  public:

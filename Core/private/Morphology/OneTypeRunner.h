@@ -7,7 +7,7 @@
 
 namespace pxl::morphology {
 
-/** Casts the algorithm, and reaches `Dispatcher::run<T>` by the voxel type of its input image. */
+/** Casts the algorithm, and calls `Dispatcher::run<T>` for the voxel type of its input image. */
 template <class Algo, class Dispatcher>
 void dispatchOnInput(BaseAlgorithm* algorithm) {
   Algo* const concrete = helper::safe_cast<Algo*>(algorithm);
@@ -15,7 +15,7 @@ void dispatchOnInput(BaseAlgorithm* algorithm) {
   tmpl_dispatch::Visitor1Args<tmpl_dispatch::AllTypes, Dispatcher, Algo*>()(type, concrete);
 }
 
-/** The runner of operators with a shape or an element: they need an output of the input's type. */
+/** The runner of operators with a shape or an element, which require an output of the input's type. */
 template <class Algo, class Dispatcher>
 class SSE41OneTypeMinMaxRunner final : public helper::SSE41Runner {
  public:

@@ -7,8 +7,8 @@ namespace pxl::morphology {
 
 /**
  * The filter of the given dimension that applies a kernel `nbIterations` times. Voxels beyond the edge have the
- * functor's neutral value, in the images and in the temporary. `algorithm` is null for a stage that another frame
- * runs.
+ * functor's neutral value, in the images and in the temporary image. `algorithm` is null for a stage that another
+ * frame runs.
  */
 template <class Tag, class Functor, class T, class Kernel>
 struct MorphologyFilter {

@@ -10,9 +10,9 @@
 namespace pxl::tmpl_dispatch {
 
 /**
- * Turns a run-time voxel type into a call of Visitor::run<T>(arg). A known type that the list misses, and the two
- * complex types, are let pass without a call; the 64-bit integers and anything that isn't a voxel type are a
- * RuntimeError.
+ * Maps a run-time voxel type to a call of Visitor::run<T>(arg). Nothing is called for a known type that isn't in the
+ * list, and for the two complex types.
+ * @throws RuntimeError the type is a 64-bit integer, or not a voxel type
  */
 template <class List, class Visitor, class Arg>
 class Visitor1Args {

@@ -4,7 +4,7 @@
 
 namespace qorn::io {
 
-/** Turns the bytes of each voxel round. */
+/** Reverses the bytes of each voxel. */
 inline void swapBytes(char* voxels, unsigned long count, unsigned long voxelBytes) {
   for (unsigned long i = 0; i < count; ++i, voxels += voxelBytes) std::reverse(voxels, voxels + voxelBytes);
 }

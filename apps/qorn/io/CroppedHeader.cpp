@@ -7,7 +7,7 @@
 namespace qorn::io {
 namespace {
 
-/** Where the voxel (x, y, z) lies by a row of an affine transform. */
+/** The coordinate of the voxel (x, y, z) that a row of an affine transform gives. */
 float apply(float const (&row)[4], pxl::access::Region const& region) {
   double const sum = static_cast<double>(row[0]) * static_cast<double>(region.colsBegin()) +
                      static_cast<double>(row[1]) * static_cast<double>(region.rowsBegin()) +
@@ -55,7 +55,7 @@ ImageHeader cropHeader(ImageHeader header, pxl::access::Region const& region) {
   if (unsigned long const nbSamples = getNbSamples(header.picture);
       nbSamples > 1 && nbSamples != sizes[pxl::cSpectralSeries]) {
     header.picture = Picture();
-    // One sample for each pixel is an image of fewer dimensions.
+    // With one sample per pixel the image has fewer dimensions.
     if (sizes[pxl::cSpectralSeries] == 1) {
       header.rank = sizes[pxl::cSequence] > 1 ? 4 : sizes[pxl::cPlans] > 1 ? 3 : 2;
     }

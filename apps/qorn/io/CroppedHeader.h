@@ -9,9 +9,9 @@ namespace qorn::io {
 pxl::ImageSizes getSizes(pxl::access::Region const& region);
 
 /**
- * The header of a part of an image. In NIfTI the voxels of the part keep their places in space and time: both
- * transforms and the time offset move with its first voxel. What is said of the timing of slices is left out. Some of
- * the channels of a picture are no picture; one of them is a grey one.
+ * The header of a part of an image. In NIfTI the voxels of the part keep their positions in space and time: both
+ * transforms and the time offset are shifted to its first voxel. The timing of slices is dropped. Several but not all
+ * channels of a picture are no longer a picture; a single one is a grey picture.
  */
 ImageHeader cropHeader(ImageHeader header, pxl::access::Region const& region);
 

@@ -30,10 +30,10 @@ std::shared_ptr<pxl::Image> openExistingOutput(std::string const& path, ImageHea
   }
   try {
     auto image = pxl::Image::OnDisk(path, pxl::FileModes::cReadWrite, header.type, header.sizes, npy.dataOffset);
-    if (!file.holds(*image)) throw FileError(path, "was exchanged while it was read");
+    if (!file.holds(*image)) throw FileError(path, "was replaced while it was read");
     return image;
   } catch (pxl::Exception const& error) {
-    // The host names the file, too.
+    // The message of the host already contains the file.
     std::string const text = error.what();
     std::string const prefix = path + ": ";
     throw FileError(path, text.compare(0, prefix.size(), prefix) == 0 ? text.substr(prefix.size()) : text);

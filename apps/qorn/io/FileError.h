@@ -5,7 +5,7 @@
 
 namespace qorn::io {
 
-/** A file that can't be used. The text is one line: "PATH: WHY"; a path without letters is named. */
+/** A file can't be used. The text is one line, "PATH: WHY"; an empty path is shown as "empty path". */
 class FileError : public std::runtime_error {
  public:
   FileError(std::string const& path, std::string const& why)

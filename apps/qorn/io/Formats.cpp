@@ -26,7 +26,7 @@ Format const& findFormat(std::string const& path) {
     if (suffix == format.suffix) return format;
     known += std::string(" ") + format.suffix;
   }
-  throw FileError(path, "the suffix tells no image format; known are" + known);
+  throw FileError(path, "no image format has this suffix; known are" + known);
 }
 
 }  // namespace qorn::io

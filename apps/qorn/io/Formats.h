@@ -9,7 +9,7 @@ namespace qorn::io {
 class InputFile;
 class OutputFile;
 
-/** How files with one suffix are read and written, see ImageReaders.h and ImageWriters.h. */
+/** How files with a suffix are read and written, see ImageReaders.h and ImageWriters.h. */
 struct Format {
   char const* suffix;
   char const* name;  ///< for users; several suffixes may share one
@@ -17,10 +17,10 @@ struct Format {
   ImageFile (*read)(InputFile const& file, ReadOptions const& options);
   void (*check)(std::string const& path, ImageHeader const& header);
   void (*write)(OutputFile const& file, ImageHeader const& header, void const* voxels);
-  bool isUsableOnDisk;  ///< an output's voxels can be worked on where they lie in the file
+  bool isUsableOnDisk;  ///< an output's voxels can be processed in the file itself
 };
 
-/** The format that the suffix of a path tells. @throws FileError it tells none */
+/** The format with the suffix of a path. @throws FileError no format has it */
 Format const& findFormat(std::string const& path);
 
 }  // namespace qorn::io

@@ -10,11 +10,11 @@ namespace qorn::io {
 namespace {
 
 constexpr unsigned long cBufferBytes = 1ul << 18;
-/** What the library takes at once; its counters have 32 bits. */
+/** The bytes that are passed to the library at once; its counters have 32 bits. */
 constexpr unsigned long cMaxStepBytes = 1ul << 30;
-/** What is compressed before the next look at a cancel: some ten milliseconds. */
+/** The bytes that are compressed between tests of the cancel flag: about ten milliseconds. */
 constexpr unsigned long cCompressedStepBytes = 1ul << 19;
-/** The largest window, with the header and the check sum of gzip. */
+/** The largest window, with the header and the checksum of gzip. */
 constexpr int cGzipWindow = MAX_WBITS + 16;
 
 }  // namespace
@@ -69,7 +69,7 @@ void GzipReader::skip(unsigned long count) {
 }
 
 void GzipReader::finish() {
-  if (m_stream.total_in == 0) return;  // the stream has ended already, and another one hasn't begun
+  if (m_stream.total_in == 0) return;  // the stream has ended, and no other one has begun
   unsigned char byte = 0;
   m_stream.next_out = &byte;
   m_stream.avail_out = 1;
@@ -78,7 +78,7 @@ void GzipReader::finish() {
 }
 
 GzipWriter::GzipWriter(OutputFile const& file) : m_file(file), m_offset(0), m_buffer(cBufferBytes), m_stream() {
-  constexpr int cMemoryLevel = 8;  // the library's own default
+  constexpr int cMemoryLevel = 8;  // the default of the library
   if (deflateInit2(&m_stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, cGzipWindow, cMemoryLevel, Z_DEFAULT_STRATEGY) !=
       Z_OK) {
     throw FileError(file.getPath(), "not enough memory");
@@ -87,7 +87,7 @@ GzipWriter::GzipWriter(OutputFile const& file) : m_file(file), m_offset(0), m_bu
 
 GzipWriter::~GzipWriter() { deflateEnd(&m_stream); }
 
-/** Compresses all input that is there; with Z_FINISH also what the library holds back. */
+/** Compresses all present input; with Z_FINISH also what the library buffers. */
 void GzipWriter::step(int flush) {
   do {
     m_stream.next_out = m_buffer.data();

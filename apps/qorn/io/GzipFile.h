@@ -11,21 +11,21 @@ namespace qorn::io {
 class InputFile;
 class OutputFile;
 
-/** No deflate stream holds more than this many times its own size. */
+/** The largest expansion factor of a deflate stream. */
 constexpr unsigned long cMaxDeflateRatio = 1032;
 
-/** The uncompressed bytes of a gzip file, from its beginning to its end. */
+/** The uncompressed bytes of a gzip file, read sequentially. */
 class GzipReader : private pxl::Noncopyable {
  public:
   /** @throws FileError not a gzip file */
   explicit GzipReader(InputFile const& file);
   ~GzipReader();
 
-  /** The next `count` bytes. @throws FileError broken, or ends too soon */
+  /** The next `count` bytes. @throws FileError the data is broken or ends too soon */
   void read(void* bytes, unsigned long count);
-  /** Passes over the next `count` bytes. @throws FileError */
+  /** Skips the next `count` bytes. @throws FileError */
   void skip(unsigned long count);
-  /** When nothing is left, checks the sum behind the data; bytes that are left aren't looked at. @throws FileError */
+  /** At the end of the data, verifies the checksum; remaining bytes aren't read. @throws FileError */
   void finish();
 
  private:
@@ -38,16 +38,16 @@ class GzipReader : private pxl::Noncopyable {
   z_stream m_stream;
 };
 
-/** Compresses bytes into a file from its beginning. */
+/** Compresses bytes into a file, from its beginning on. */
 class GzipWriter : private pxl::Noncopyable {
  public:
   /** @throws FileError not enough memory */
   explicit GzipWriter(OutputFile const& file);
   ~GzipWriter();
 
-  /** @throws FileError; ExceptionCancelation */
+  /** @throws FileError, ExceptionCancelation */
   void write(void const* bytes, unsigned long count);
-  /** Writes what is left and the check sum. @throws FileError */
+  /** Writes the remaining data and the checksum. @throws FileError */
   void finish();
 
  private:

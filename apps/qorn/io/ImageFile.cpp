@@ -17,14 +17,14 @@ void checkBeforeReading(std::string const& path, ImageHeader const& header, Read
 
 namespace {
 
-/** People have these; whatever a file is called, it is told what it is. */
+/** Refuses JPEG files with an explanation, whatever their suffix. */
 void checkIsNoJpeg(InputFile const& file) {
   unsigned char start[3] = {};
   if (file.getSize() >= sizeof start) file.read(start, sizeof start, 0);
   if (start[0] == 0xff && start[1] == 0xd8 && start[2] == 0xff) {
     throw FileError(file.getPath(),
-                    "is a JPEG file, which isn't read: its compression has changed the values that "
-                    "were recorded; save it as PNG or TIFF to go on with those it has");
+                    "is a JPEG file, which isn't read: its compression has changed the recorded "
+                    "values; convert it to PNG or TIFF to use the values that it has");
   }
 }
 

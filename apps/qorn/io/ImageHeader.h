@@ -14,28 +14,28 @@ namespace qorn::io {
 /** The names of the dimensions, in the order of pxl::Components. */
 constexpr char const* cAxisNames[pxl::cNbComponents] = {"columns", "rows", "plans", "sequence", "spectral"};
 
-/** Compressed files may declare this many voxels unless the caller allows more: a small file can claim anything. */
+/** The default limit on the voxels of compressed files: a small file can declare any size. */
 constexpr unsigned long cDefaultMaxCompressedVoxels = 1ul << 30;
 
 struct NiftiHeader;
 
-/** The value that a voxel stands for is slope * voxel + intercept. */
+/** The value of a voxel is slope * voxel + intercept. */
 struct ValueScale {
   float slope;
   float intercept;
 };
 
-/** What an image file says about its voxels. */
+/** What an image file declares about its voxels. */
 struct ImageHeader {
   pxl::VoxelTypes type;
   pxl::ImageSizes sizes;
-  int rank;                                        ///< number of dimensions of the array in the file, 2 to 5
-  bool isCompressed;                               ///< the bytes of the file don't bound the number of voxels
-  std::vector<float> spacing = {};                 ///< of the dimensions of the file; empty: the file doesn't tell
-  std::optional<ValueScale> scale = std::nullopt;  ///< what voxels mean; they are never changed by it
+  int rank;                                            ///< number of dimensions of the array in the file, 2 to 5
+  bool isCompressed;                                   ///< the size of the file doesn't limit the number of voxels
+  std::vector<float> spacing = {};                     ///< of the dimensions of the file; empty if unknown
+  std::optional<ValueScale> scale = std::nullopt;      ///< of the values; voxels are never scaled
   std::shared_ptr<NiftiHeader const> nifti = nullptr;  ///< the whole header of a NIfTI file
   Picture picture = {};                                ///< of PNG and TIFF; other files have pixels of one sample
-  char const* format = "";                             ///< the name in the table of formats, of a file that was read
+  char const* format = "";                             ///< the name in the table of formats, for a file that was read
 };
 
 /**
@@ -50,10 +50,10 @@ ImageHeader makeHeader(std::string const& path, pxl::VoxelTypes type, std::vecto
 ImageHeader makeHeader(std::string const& path, pxl::VoxelTypes type, std::vector<unsigned long> shape,
                        bool isCompressed, Picture const& picture);
 
-/** Whether a picture is to be written with one bit for each pixel: its file had one, and all voxels are 0 and 1. */
+/** Whether a picture is written with one bit per pixel: its file had one, and all voxels are 0 or 1. */
 bool isMask(ImageHeader const& header, void const* voxels);
 
-/** Makes the scale that of differences of voxels, in which the intercept has gone. */
+/** Converts the scale to that of differences of voxels: the intercept becomes 0. */
 void dropIntercept(ImageHeader& header);
 
 /** The number of voxels of a header that makeHeader() made. */

@@ -7,10 +7,10 @@
 
 namespace qorn::io {
 
-/** A regular file that is open for reading, and how many bytes it had when it was opened. */
+/** A regular file that is open for reading, and its size in bytes when it was opened. */
 class InputFile : private pxl::Noncopyable {
  public:
-  /** Never waits, whatever `path` is. @throws FileError missing, not readable, not a regular file, or empty */
+  /** Never blocks, whatever `path` is. @throws FileError missing, not readable, not a regular file, or empty */
   explicit InputFile(std::string path);
   ~InputFile();
 
@@ -19,10 +19,10 @@ class InputFile : private pxl::Noncopyable {
 
   /** Reads exactly `count` bytes. @throws FileError */
   void read(void* bytes, unsigned long count, unsigned long offset) const;
-  /** The same for callers that exceptions must not cross: 0, or the error number; -1 when the file ends too soon. */
+  /** The same without exceptions: returns 0, the error number, or -1 if the file ends too soon. */
   int tryRead(void* bytes, unsigned long count, unsigned long offset) const noexcept;
 
-  /** Whether the voxels of an image on disk or of a mapped file lie in this very file, whatever has its path now. */
+  /** Whether the voxels of an image on disk or of a mapped file are in this file, whatever file has its path now. */
   bool holds(pxl::Image const& image) const;
 
   /** A second descriptor of the file, which the caller owns. @throws FileError */

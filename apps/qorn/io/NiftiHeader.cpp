@@ -56,7 +56,7 @@ int swapInteger(int value) {
   return value;
 }
 
-/** The sizes, the slowest first; at least rows and columns. */
+/** The sizes, slowest first; at least rows and columns. */
 std::vector<unsigned long> getShape(std::string const& path, nifti_1_header const& fields) {
   constexpr int cMaxRank = pxl::cNbComponents;
   int const rank = fields.dim[0];
@@ -72,7 +72,7 @@ std::vector<unsigned long> getShape(std::string const& path, nifti_1_header cons
   return shape;
 }
 
-/** What the file says of the meaning of its voxels, unless that is nothing. */
+/** The scale that the file declares for its voxels, if any. */
 std::optional<ValueScale> getScale(nifti_1_header const& fields) {
   ValueScale const scale{fields.scl_slope, fields.scl_inter};
   bool const isValid = std::isfinite(scale.slope) && std::isfinite(scale.intercept) && scale.slope != 0;
@@ -103,7 +103,7 @@ NiftiHeader parseNiftiHeader(std::string const& path, void const* start) {
   nifti.isSwapped = bytes == swapInteger(cHeaderBytes);
   if (bytes != cHeaderBytes && !nifti.isSwapped) throw FileError(path, "not a NIfTI-1 file");
   if (std::memcmp(nifti.fields.magic, "ni1", 4) == 0) {
-    throw FileError(path, "its voxels are in another file; only files that hold everything are read");
+    throw FileError(path, "its voxels are in another file; only single files are read");
   }
   if (std::memcmp(nifti.fields.magic, "n+1", 4) != 0) throw FileError(path, "not a NIfTI-1 file");
   if (nifti.isSwapped) swap_nifti_header(&nifti.fields, 1);

@@ -9,7 +9,7 @@
 namespace qorn::io {
 namespace {
 
-/** The header and four zeros, which say that there are no extensions. */
+/** The header and four zeros, which declare that there are no extensions. */
 std::string makeStart(OutputFile const& file, ImageHeader const& header) {
   std::string start(cNiftiStartBytes, '\0');
   nifti_1_header const fields = makeNiftiFields(file.getPath(), header);

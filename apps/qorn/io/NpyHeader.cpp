@@ -13,7 +13,7 @@ namespace {
 constexpr std::string_view cMagic("\x93NUMPY", 6);
 constexpr unsigned long cMaxHeaderBytes = 64 * 1024;
 
-/** Why a header can't be used; becomes a FileError with the path. */
+/** Why a header can't be used; converted to a FileError with the path. */
 using HeaderFault = std::runtime_error;
 
 /** The tokens of the dictionary, one after the other. */
@@ -21,7 +21,7 @@ class Scanner {
  public:
   explicit Scanner(std::string_view text) : m_rest(text) {}
 
-  /** Whether `token` comes next; if so it is passed over. */
+  /** Whether `token` is next; if so, skips it. */
   bool accept(char token) {
     skipSpace();
     if (m_rest.empty() || m_rest.front() != token) return false;
@@ -165,7 +165,7 @@ NpyHeader parseDictionary(std::string_view text) {
     int index = 0;
     while (index < 3 && cKeys[index] != key) ++index;
     if (index == 3) throw HeaderFault("malformed header: unknown key '" + std::string(key) + "'");
-    if (isSeen[index]) throw HeaderFault("malformed header: key '" + std::string(key) + "' comes twice");
+    if (isSeen[index]) throw HeaderFault("malformed header: key '" + std::string(key) + "' occurs twice");
     isSeen[index] = true;
     scanner.expect(':');
     if (index == 0) {

@@ -9,7 +9,7 @@ namespace qorn::io {
 
 class InputFile;
 
-/** What stands before the data of a .npy file. */
+/** The header of a .npy file. */
 struct NpyHeader {
   pxl::VoxelTypes type;
   bool isSwapped;  ///< the voxels have the other byte order

@@ -23,8 +23,8 @@ ImageHeader makeCheckedHeader(InputFile const& file, NpyHeader const& npy) {
 
 /**
  * Reads data in Fortran order into an image. The column is the slowest axis of the file and the fastest of the image,
- * so blocks of some columns and some rows are read together, else every voxel would touch a cache line of its own.
- * With few rows a block has more columns, so that reads don't become tiny.
+ * so blocks of several columns and rows are read together; otherwise every voxel would touch another cache line. With
+ * few rows a block has more columns, so that reads don't become too small.
  */
 void readTransposed(InputFile const& file, NpyHeader const& npy, pxl::ImageSizes const& sizes, char* voxels) {
   constexpr unsigned long cMinBlockCols = 64;
@@ -78,8 +78,8 @@ ImageFile readNpy(InputFile const& file, ReadOptions const& options) {
                                                              header.sizes, npy.dataOffset, options.interpretation)
                                         : pxl::Image::OnMappedFile(path, header.type, header.sizes, npy.dataOffset,
                                                                    options.interpretation);
-    // It was opened by its path once more.
-    if (!file.holds(*image)) throw FileError(path, "was exchanged while it was read");
+    // The file was opened again by its path.
+    if (!file.holds(*image)) throw FileError(path, "was replaced while it was read");
     return {header, image};
   }
   if (options.isOnDisk) {

@@ -21,7 +21,7 @@ namespace {
   throw FileError(path, std::string("can't be written: ") + std::strerror(error));
 }
 
-/** The file that a path leads to; the path itself where there is none yet. */
+/** The target of a path behind symbolic links; the path itself if the file doesn't exist yet. */
 std::string followLinks(std::string const& path) {
   std::error_code error;
   std::filesystem::path const target = std::filesystem::canonical(path, error);
@@ -42,12 +42,12 @@ void checkTarget(std::string const& path, std::string const& target, bool isRepl
   if (S_ISDIR(status.st_mode)) throw FileError(path, "is a directory");
   if (S_ISLNK(status.st_mode)) throw FileError(path, "is a symbolic link to nothing");
   if (!S_ISREG(status.st_mode)) throw FileError(path, "not a regular file");
-  if (!isReplacing) throw FileError(path, "exists already");
+  if (!isReplacing) throw FileError(path, "already exists");
 }
 
 std::string getDescriptorPath(int descriptor) { return "/proc/self/fd/" + std::to_string(descriptor); }
 
-/** A new file without a name, or -1 where that isn't possible or it could be given none later. */
+/** A new unnamed file, or -1 if that isn't supported or it couldn't be named later. */
 int openUnnamed(std::string const& folder) {
   int const descriptor = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0666);
   if (descriptor < 0 || ::access(getDescriptorPath(descriptor).c_str(), F_OK) == 0) return descriptor;
@@ -127,23 +127,23 @@ void OutputFile::commit() {
   m_name.reset();
 }
 
-/** Some network file systems tell only when a descriptor is closed that they couldn't keep what was written. */
+/** Some network file systems report failed writes only when the descriptor is closed. */
 void OutputFile::checkIsStored() const {
   int const descriptor = ::fcntl(m_descriptor, F_DUPFD_CLOEXEC, 0);
   if (descriptor < 0 || (::close(descriptor) != 0 && errno != EINTR)) fail(m_path, errno);
 }
 
-// Never replaces a file, whoever made it meanwhile.
+// Never replaces a file, even one that was created meanwhile.
 void OutputFile::link(std::string const& path) const {
   if (::linkat(AT_FDCWD, getOpenPath().c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0) return;
-  if (errno == EEXIST) throw FileError(m_path, "exists already");
+  if (errno == EEXIST) throw FileError(m_path, "already exists");
   fail(m_path, errno);
 }
 
-// Neither does this. File systems without unnamed files may know only one of the two ways.
+// Doesn't replace a file either. File systems without unnamed files may support only one of the two calls.
 void OutputFile::moveToFreeTarget() {
   if (::renameat2(AT_FDCWD, m_name->getPath().c_str(), AT_FDCWD, m_target.c_str(), RENAME_NOREPLACE) != 0) {
-    if (errno == EEXIST) throw FileError(m_path, "exists already");
+    if (errno == EEXIST) throw FileError(m_path, "already exists");
     link(m_target);
   }
   m_name.reset();

@@ -11,7 +11,7 @@
 namespace qorn::io {
 namespace {
 
-/** @throws FileError the format doesn't take such an image */
+/** @throws FileError the format can't hold such an image */
 Format const& chooseFormat(std::string const& path, ImageHeader const& header, bool isOnDisk) {
   Format const& format = findFormat(path);
   format.check(path, header);

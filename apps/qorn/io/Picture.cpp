@@ -5,7 +5,7 @@
 namespace qorn::io {
 namespace {
 
-/** Copies voxels between places that are so many bytes apart. */
+/** Copies voxels between buffers with these strides in bytes. */
 template <unsigned long cBytes>
 void copySpaced(char const* source, unsigned long sourceStep, char* target, unsigned long targetStep,
                 unsigned long count) {
@@ -16,7 +16,7 @@ void copySpaced(char const* source, unsigned long sourceStep, char* target, unsi
 
 using Copy = void (*)(char const*, unsigned long, char*, unsigned long, unsigned long);
 
-/** With a size that the compiler knows each voxel is one instruction. */
+/** With a constant size, the compiler copies each voxel with one instruction. */
 Copy getCopy(unsigned long voxelBytes) {
   switch (voxelBytes) {
     case 1:

@@ -5,22 +5,22 @@
 
 namespace qorn::io {
 
-/** What a sample beyond grey, or red, green and blue, stands for. The values are those of the TIFF standard. */
+/** The meaning of a sample beyond grey, or red, green and blue. The values are those of the TIFF standard. */
 enum class ExtraSamples { cUnknown = 0, cPremultipliedAlpha = 1, cAlpha = 2 };
 
 /**
- * The pixels of a picture as its file has them. In an image each sample is a position of the spectral series, and
- * voxels have the values that are stored. An output that is a picture gets pixels as those of the first input.
+ * The pixel format of a picture in its file. In an image each sample is a position of the spectral series, and voxels
+ * have the stored values. An output that is a picture gets the pixel format of the first input.
  */
 struct Picture {
   bool isColour = false;                 ///< red, green and blue come first, else grey
   std::vector<ExtraSamples> extra = {};  ///< after them
   bool isOneBit = false;                 ///< a mask; its voxels are 0 and 1
   bool isWhiteZero = false;              ///< the smallest value is shown white; for TIFF
-  bool isPlanar = false;                 ///< each sample has a plane of its own in the file; for TIFF
+  bool isPlanar = false;                 ///< each sample has its own plane in the file; for TIFF
 };
 
-/** The samples of a pixel; an image of a picture has as many spectral positions if they are several. */
+/** The number of samples per pixel, which is the number of spectral positions of the image. */
 unsigned long getNbSamples(Picture const& picture);
 
 /** "red", "grey", "alpha" and so on, in the order of the spectral series. */
@@ -29,12 +29,12 @@ std::vector<std::string> getSampleNames(Picture const& picture);
 /** Whether two pictures have samples of the same meaning and width. */
 bool haveSameSamples(Picture const& a, Picture const& b);
 
-/** How a file with a palette can be used all the same. */
+/** Why a file with a palette is refused, and how to convert it. */
 constexpr char const* cPaletteAdvice =
-    "has a palette: what it stores are numbers of colours, not values; save it as grey or RGB first, for example by "
+    "has a palette: its voxels are colour numbers, not values; convert it to grey or RGB first, for example with "
     "Pillow's Image.convert(\"RGB\")";
 
-/** Separates pixels of some samples: sample s of pixel i becomes voxel i of the plane that begins at planes[s]. */
+/** Deinterleaves samples: sample s of pixel i becomes voxel i of the plane that begins at planes[s]. */
 void separateSamples(char const* pixels, unsigned long nbPixels, std::vector<char*> const& planes,
                      unsigned long voxelBytes);
 /** The inverse. */

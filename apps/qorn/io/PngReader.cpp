@@ -13,7 +13,7 @@
 namespace qorn::io {
 namespace {
 
-/** What the library's callbacks need. Plain data: a longjmp passes over its users. */
+/** The data of the library's callbacks. Trivial types only: a longjmp skips destructors. */
 struct Stream {
   InputFile const* file;
   unsigned long offset;
@@ -36,8 +36,8 @@ void onRead(png_structp png, png_bytep bytes, png_size_t count) {
 }
 
 /**
- * Decoder of one file. The library reports errors by longjmp, which must not pass over objects with destructors: it
- * is called within guard() only, by steps that hold plain data.
+ * Decoder of one file. The library reports errors with longjmp, which must not skip destructors. So it is called only
+ * within guard(), in steps that have only trivial objects.
  */
 class Decoder : private pxl::Noncopyable {
  public:
@@ -60,7 +60,7 @@ class Decoder : private pxl::Noncopyable {
     png_structp const png = m_png;
     png_infop const info = m_info;
     guard([png, info] {
-      png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);  // the program has limits of its own
+      png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);  // the program has its own limits
       png_read_info(png, info);
     });
     std::string const& path = m_stream.file->getPath();
@@ -103,7 +103,7 @@ class Decoder : private pxl::Noncopyable {
     if (nbSamples == 1) {
       for (int pass = 0; pass < nbPasses; ++pass) readRows(voxels, rowBytes, nbRows);
     } else {
-      // Each pass adds to what those before have left of a row, so that interlaced pixels are needed all at once.
+      // Each pass adds pixels to the rows of the previous ones, so interlaced pictures need all pixels at once.
       unsigned long const nbAtOnce = nbPasses > 1 ? nbRows : 1;
       std::vector<char> pixels(nbAtOnce * rowBytes * nbSamples);
       std::vector<char*> planes;

@@ -13,7 +13,7 @@
 namespace qorn::io {
 namespace {
 
-/** What the library's callbacks need. Plain data: a longjmp passes over its users. */
+/** The data of the library's callbacks. Trivial types only: a longjmp skips destructors. */
 struct Stream {
   OutputFile const* file;
   unsigned long offset;
@@ -39,7 +39,7 @@ int getColourType(Picture const& picture) {
   return (picture.isColour ? PNG_COLOR_MASK_COLOR : 0) | (picture.extra.empty() ? 0 : PNG_COLOR_MASK_ALPHA);
 }
 
-/** The rows of a picture, one by one as its file has them. */
+/** The rows of a picture, one by one, in the layout of the file. */
 class Rows : private pxl::Noncopyable {
  public:
   Rows(ImageHeader const& header, void const* voxels)
@@ -76,13 +76,13 @@ class Rows : private pxl::Noncopyable {
   unsigned long m_voxelBytes;
   bool m_isMask;
   std::vector<char const*> m_planes;
-  std::vector<char> m_row;  ///< empty where voxels are the row
+  std::vector<char> m_row;  ///< empty if the voxels are the row
 };
 
-/** Everything between the setjmp and a longjmp; owns nothing that a jump would leak. */
+/** All code between setjmp and longjmp; owns nothing that a jump would leak. */
 bool encode(Stream const& stream, png_structp png, png_infop info, ImageHeader const& header, Rows& rows) {
   if (setjmp(png_jmpbuf(png)) != 0) return false;
-  png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);  // the program has limits of its own
+  png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);  // the program has its own limits
   png_set_IHDR(png, info, static_cast<png_uint_32>(header.sizes[pxl::cColumns]),
                static_cast<png_uint_32>(header.sizes[pxl::cRows]), rows.getBits(), getColourType(header.picture),
                PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);

@@ -5,8 +5,8 @@
 namespace qorn::io {
 
 /**
- * The suffix of a path with its dot, in lower case; empty if there is none. A path that is a suffix is its own. That
- * of a.nii.gz is .nii.gz; of any other .gz it is .gz alone.
+ * The suffix of a path with its dot, in lower case; empty if there is none. If the whole name is a suffix, it is
+ * returned. The suffix of a.nii.gz is .nii.gz; that of any other .gz file is .gz.
  */
 std::string getSuffix(std::string const& path);
 

@@ -16,7 +16,7 @@ std::array<struct sigaction, cSignals.size()> s_previous;
 std::atomic<char const*> s_path{nullptr};
 static_assert(std::atomic<char const*>::is_always_lock_free, "it is read in a signal handler");
 
-/** The signal then does what it would have done, as soon as it is no longer blocked: on return. */
+/** Restores the previous action and raises the signal again; it takes effect when it is unblocked, on return. */
 void onSignal(int signal) {
   TemporaryName::unlinkPresent();
   for (std::size_t i = 0; i < cSignals.size(); ++i) {
@@ -25,7 +25,7 @@ void onSignal(int signal) {
   ::raise(signal);
 }
 
-/** Short, so that it is possible wherever the name of the finished file is. */
+/** Short, so that it is valid wherever the name of the finished file is. */
 std::string makePath(std::string const& folder) {
   std::random_device random;
   char name[32];
@@ -43,7 +43,7 @@ TemporaryName::TemporaryName(std::string const& folder) : m_path(makePath(folder
   sigemptyset(&action.sa_mask);
   for (std::size_t i = 0; i < cSignals.size(); ++i) {
     sigaction(cSignals[i], nullptr, &s_previous[i]);
-    // A signal that the caller had ignored stays ignored.
+    // A signal that the caller ignores stays ignored.
     if (s_previous[i].sa_handler != SIG_IGN) sigaction(cSignals[i], &action, nullptr);
   }
 }

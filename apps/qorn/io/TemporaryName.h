@@ -7,12 +7,12 @@
 namespace qorn::io {
 
 /**
- * The name of an unfinished file, removed by the destructor, and before a signal such as an interrupt ends the
- * process. Only one at a time.
+ * The name of an unfinished file. The file is removed by the destructor, and before a signal such as an interrupt
+ * ends the process. Only one may exist at a time.
  */
 class TemporaryName : private pxl::Noncopyable {
  public:
-  /** A name in this folder that is very likely free. Nothing is created. */
+  /** Makes a random name in this folder. Nothing is created. */
   explicit TemporaryName(std::string const& folder);
   ~TemporaryName();
 

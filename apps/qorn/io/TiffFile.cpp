@@ -11,7 +11,7 @@ namespace qorn::io {
 TiffFile::TiffFile(InputFile const& file) : m_file(file), m_tiff(nullptr), m_page(1) {
   captureTiffMessages();
   int const descriptor = file.duplicateDescriptor();
-  ::lseek(descriptor, 0, SEEK_SET);  // it shares its place with those that were opened before
+  ::lseek(descriptor, 0, SEEK_SET);  // the position is shared with the other descriptors of the file
   m_tiff = TIFFFdOpen(descriptor, file.getPath().c_str(), "rm");
   if (m_tiff == nullptr) {
     ::close(descriptor);
@@ -27,7 +27,7 @@ TiffFile::TiffFile(InputFile const& file) : m_file(file), m_tiff(nullptr), m_pag
 
 TiffFile::~TiffFile() { TIFFClose(m_tiff); }
 
-/** The library takes a directory whose last bytes are missing as the last one: pages would be lost without a word. */
+/** The library treats a truncated directory as the last one: pages would be lost silently. */
 void TiffFile::checkDirectory() const {
   unsigned char start[4] = {};
   m_file.read(start, sizeof start, 0);
@@ -41,7 +41,7 @@ void TiffFile::checkDirectory() const {
   m_file.read(bytes, countBytes, offset);
   unsigned long count = 0;
   for (unsigned long i = 0; i < countBytes; ++i) count = count << 8 | bytes[isBigEndian ? i : countBytes - 1 - i];
-  unsigned long const rest = m_file.getSize() - offset - countBytes;  // these bytes could be read
+  unsigned long const rest = m_file.getSize() - offset - countBytes;  // bytes available for entries
   if (rest < nextBytes || count > (rest - nextBytes) / entryBytes) fail("the file ends within a page's directory");
 }
 

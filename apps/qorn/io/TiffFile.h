@@ -10,10 +10,10 @@ namespace qorn::io {
 
 class InputFile;
 
-/** A TIFF file that is open for reading, and its present page. The library's messages go into the exceptions. */
+/** A TIFF file that is open for reading, and its present page. Exceptions contain the library's messages. */
 class TiffFile : private pxl::Noncopyable {
  public:
-  /** Opens the file at its first page. The file isn't mapped: one that is cut meanwhile must not raise a signal. */
+  /** Opens the file at its first page. The file isn't mapped: truncating it must not raise a signal. */
   explicit TiffFile(InputFile const& file);
   ~TiffFile();
 
@@ -22,12 +22,12 @@ class TiffFile : private pxl::Noncopyable {
   /** The number of the present page, from 1. */
   unsigned long getPage() const { return m_page; }
 
-  /** Goes to the next page; false when there is none. @throws FileError when there is one that can't be read */
+  /** Goes to the next page; false if there is none. @throws FileError the next page can't be read */
   bool nextPage();
   /** Goes back to the first page. @throws FileError */
   void firstPage();
 
-  /** Throws a FileError that names the page, if there are several, and adds what the library said last. */
+  /** Throws a FileError with the number of the page, if there are several, and the library's last message. */
   [[noreturn]] void fail(std::string const& why) const;
 
  private:

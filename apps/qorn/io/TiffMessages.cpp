@@ -12,7 +12,7 @@ namespace {
 
 thread_local char t_message[200];
 
-/** The error of a system call that made the library give up; it drops the reason. */
+/** The error of the system call that failed in the library, which doesn't report it. */
 thread_local int t_error;
 
 void onError(char const*, char const* format, std::va_list arguments) {
@@ -23,7 +23,7 @@ void onError(char const*, char const* format, std::va_list arguments) {
 
 }  // namespace
 
-// The handlers belong to the process and to the library; errors are kept by thread, warnings dropped.
+// The handlers are global; errors are kept per thread, warnings are dropped.
 void captureTiffMessages() {
   static bool const cIsInstalled = [] {
     TIFFSetErrorHandler(onError);

@@ -4,11 +4,11 @@
 
 namespace qorn::io {
 
-/** Turns the library's messages away from standard error and forgets those of this thread. */
+/** Keeps the library's messages off standard error, and clears those of this thread. */
 void captureTiffMessages();
-/** The first error since then on this thread; empty if there was none. */
+/** The first error since then on this thread; empty if there is none. */
 std::string getTiffMessage();
-/** What the system said when it was reported; empty if no system call had failed by then. */
+/** The system's message at that time; empty if no system call had failed. */
 std::string getTiffSystemError();
 
 }  // namespace qorn::io

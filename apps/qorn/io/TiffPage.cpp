@@ -10,9 +10,9 @@
 namespace qorn::io {
 namespace {
 
-/** A strip may be the whole page, which the limits of images bound. */
+/** A strip may be the whole page, which the limits of images limit. */
 constexpr unsigned long cMaxStripVoxels = pxl::limits::cMaxNbVoxels;
-/** A tile needs memory of its own, whatever part of it lies within the page: a small file could claim much. */
+/** A tile needs memory for all of its pixels, however few are within the page: a small file could declare much. */
 constexpr unsigned long cMaxTileVoxels = 1ul << 26;
 constexpr unsigned long cMaxTilePages = 4;
 constexpr unsigned long cMaxTileRest = 1ul << 24;  ///< bytes beyond that many times the page
@@ -34,7 +34,7 @@ pxl::VoxelTypes getVoxelType(TiffFile const& file, Picture const& picture) {
       {SAMPLEFORMAT_INT, 16, pxl::cInteger16},          {SAMPLEFORMAT_INT, 32, pxl::cInteger32},
       {SAMPLEFORMAT_IEEEFP, 32, pxl::cFloat},           {SAMPLEFORMAT_IEEEFP, 64, pxl::cDouble}};
   for (Known const& known : cKnown) {
-    // Samples without a declared meaning are taken as unsigned, as if the tag weren't there.
+    // Samples of undefined format are read as unsigned, as without the tag.
     if (known.bits == bits && known.format == (format == SAMPLEFORMAT_VOID ? SAMPLEFORMAT_UINT : format)) {
       return known.type;
     }
@@ -65,7 +65,7 @@ Picture readPicture(TiffFile const& file) {
   if (photometric == PHOTOMETRIC_PALETTE) file.fail(cPaletteAdvice);
   Picture picture;
   picture.isColour = photometric == PHOTOMETRIC_RGB;
-  // Stored values are kept, so white on black and black on white are read alike.
+  // Stored values are kept, so both photometric interpretations of grey are read alike.
   picture.isWhiteZero = photometric == PHOTOMETRIC_MINISWHITE;
   if (!picture.isColour && !picture.isWhiteZero && photometric != PHOTOMETRIC_MINISBLACK) {
     file.fail("photometric interpretation " + std::to_string(photometric) + " isn't grey or RGB");
@@ -75,7 +75,7 @@ Picture readPicture(TiffFile const& file) {
     file.fail("has " + std::to_string(samples) + " samples per pixel, which is too few for " +
               (picture.isColour ? "RGB" : "grey") + " and " + std::to_string(extraSamples) + " more");
   }
-  // Some writers don't tell what the samples after the colour are.
+  // Some writers don't declare the meaning of the samples after the colour.
   picture.extra.assign(samples - nbColours, ExtraSamples::cUnknown);
   for (unsigned int i = 0; i < extraSamples; ++i) {
     bool const isKnown = extraTypes[i] == EXTRASAMPLE_ASSOCALPHA || extraTypes[i] == EXTRASAMPLE_UNASSALPHA;
@@ -107,22 +107,22 @@ TiffPieces getPieces(TiffFile const& file, unsigned long cols, unsigned long row
   return {false, count, count / nbPlanes, nbSamples / nbPlanes, cols, std::min<unsigned long>(stripRows, rows)};
 }
 
-/** How many bytes a compressed byte can become at most; 0 where there is no useful bound. */
+/** The largest expansion factor of a compression; 0 if there is no useful bound. */
 unsigned long getMaxRatio(std::uint16_t compression) {
   switch (compression) {
     case COMPRESSION_PACKBITS:
-      return 64;  // two bytes stand for 128
+      return 64;  // two bytes encode at most 128
     case COMPRESSION_ADOBE_DEFLATE:
     case COMPRESSION_DEFLATE:
       return 1032;
     case COMPRESSION_LZW:
-      return 4096;  // a code of at least nine bits stands for less than 4096 bytes
+      return 4096;  // a code of at least nine bits encodes less than 4096 bytes
     default:
       return 0;
   }
 }
 
-/** The most voxels, of all samples, that a strip or tile of the page may have. */
+/** The maximum number of voxels, of all samples, of a strip or tile of the page. */
 unsigned long getMaxPieceVoxels(TiffPage const& page) {
   if (!page.pieces.isTiled) return cMaxStripVoxels;
   unsigned long const rowVoxels = page.cols * page.pieces.nbSamples;

@@ -8,13 +8,13 @@
 
 namespace qorn::io {
 
-/** The strips or tiles of a page: pieces of the picture that are stored one by one, in C order, sample by sample. */
+/** The strips or tiles of a page: separately stored pieces of the picture, in C order, sample by sample. */
 struct TiffPieces {
   bool isTiled;
   unsigned long count;
-  unsigned long countPerPlane;  ///< less where each sample has pieces of its own
+  unsigned long countPerPlane;  ///< of one plane, if each sample has its own pieces; else all
   unsigned long nbSamples;      ///< of each pixel in a piece
-  unsigned long cols;           ///< of every piece; tiles reach beyond the picture's edge
+  unsigned long cols;           ///< of every piece; tiles may reach beyond the picture's edge
   unsigned long rows;           ///< the last strip may have fewer
 };
 
@@ -29,17 +29,18 @@ struct TiffPage {
 };
 
 /**
- * Describes the present page and checks that its data can be in the file: every piece lies within it, pieces without
- * compression are complete, compressed ones aren't smaller than the method allows.
- * @throws FileError also for palettes, other colours than red, green and blue, and sample types that no image has
+ * Describes the present page and checks that its data can be in the file: every piece is within it, uncompressed
+ * pieces are complete, and compressed ones aren't smaller than the method allows.
+ * @throws FileError a check failed, or there is a palette, a colour space other than RGB or an unsupported sample
+ * type
  */
 TiffPage readTiffPage(TiffFile const& file);
 
-/** The rows of piece `index`, those of a tile that lie below the picture among them. */
+/** The number of rows of piece `index`, including those of a tile below the picture. */
 unsigned long getPieceRows(TiffPage const& page, unsigned long index);
-/** The bytes of a row of a piece when it isn't compressed. */
+/** The bytes of an uncompressed row of a piece. */
 unsigned long getPieceRowBytes(TiffPage const& page);
-/** The bytes of piece `index` when it isn't compressed. */
+/** The bytes of piece `index` without compression. */
 unsigned long getPieceBytes(TiffPage const& page, unsigned long index);
 
 }  // namespace qorn::io

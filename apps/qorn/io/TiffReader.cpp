@@ -14,7 +14,7 @@
 namespace qorn::io {
 namespace {
 
-/** The "shape" in the description of the present page; empty if there is none, or nothing that could be one. */
+/** The "shape" in the description of the present page; empty if there is none or it is malformed. */
 std::vector<unsigned long> readDeclaredShape(TiffFile const& file) {
   constexpr std::size_t cMaxDescriptionBytes = 64 * 1024;
   char const* description = nullptr;
@@ -33,9 +33,9 @@ std::vector<unsigned long> readDeclaredShape(TiffFile const& file) {
 }
 
 /**
- * The shape of the array that the pages make, for one sample. A declared one counts only if it fits all pages:
- * writers that append pages describe each by itself, and some drop last sizes of 1 from the pages. It counts several
- * samples, too, where the pages have them.
+ * The shape of the array of all pages, for one sample. A declared shape is used only if it fits all pages: writers
+ * that append pages describe each page separately, and some drop trailing sizes of 1 from the pages. A declared shape
+ * also includes the samples, if the pages have several.
  */
 std::vector<unsigned long> getShape(std::vector<unsigned long> declared, TiffPage const& page,
                                     unsigned long nbPages) {
@@ -64,7 +64,7 @@ bool isLike(TiffPage const& page, unsigned long cols, unsigned long rows, pxl::V
   return page.cols == cols && page.rows == rows && page.type == type && haveSameSamples(page.picture, picture);
 }
 
-/** Goes over all pages, so that nothing is allocated before all of them are known to be good. */
+/** Checks all pages before anything is allocated. */
 ImageHeader readHeader(TiffFile& file) {
   std::string const& path = file.getFile().getPath();
   std::vector<unsigned long> const declared = readDeclaredShape(file);
@@ -75,7 +75,7 @@ ImageHeader readHeader(TiffFile& file) {
   while (true) {
     for (unsigned long i = 0; i < page.pieces.count && !page.isCompressed; ++i) {
       bytesInPlace += getPieceBytes(page, i);
-      // Pieces that share bytes would let a small file declare a large image.
+      // With pieces that share bytes a small file could declare a large image.
       if (bytesInPlace > file.getFile().getSize()) file.fail("declares more data than the file has");
     }
     if (!file.nextPage()) break;
@@ -88,7 +88,7 @@ ImageHeader readHeader(TiffFile& file) {
   return makeHeader(path, first.type, getShape(declared, first, file.getPage()), isCompressed, first.picture);
 }
 
-/** Copies the part of a piece that lies within the page to the planes of its samples. */
+/** Copies the part of a piece that is within the page to the planes of its samples. */
 void copyPiece(TiffPage const& page, unsigned long index, char const* piece, std::vector<char*> const& planes) {
   unsigned long const voxelBytes = pxl::helper::getSizeOf(page.type);
   unsigned long const across = (page.cols - 1) / page.pieces.cols + 1;
@@ -113,10 +113,10 @@ void copyPiece(TiffPage const& page, unsigned long index, char const* piece, std
   }
 }
 
-/** Decodes the present page to packed rows, each sample to a plane of its own. `buffer` is used again and again. */
+/** Decodes the present page to packed rows, each sample to its own plane. `buffer` is reused. */
 void readPage(TiffFile const& file, TiffPage const& page, std::vector<char>& buffer,
               std::vector<char*> const& planes) {
-  // Strips of one sample have the bytes of the image.
+  // Strips of one sample are already in the layout of the image.
   bool const isDirect = !page.pieces.isTiled && page.pieces.nbSamples == 1 && !page.picture.isOneBit;
   for (unsigned long i = 0; i < page.pieces.count; ++i) {
     auto const bytes = static_cast<tmsize_t>(getPieceBytes(page, i));
@@ -156,7 +156,7 @@ ImageFile readTiff(InputFile const& file, ReadOptions const& options) {
   std::vector<char*> planes(getNbSamples(header.picture));
   tiff.firstPage();
   for (unsigned long i = 0; i < nbPages; ++i) {
-    // The pages are read a second time here: a file that is written meanwhile must not reach beyond the image.
+    // The pages are read a second time here: if the file has changed, they must not exceed the image.
     if (i > 0 && !tiff.nextPage()) tiff.fail("the file was changed while it was read");
     TiffPage const page = readTiffPage(tiff);
     if (!isLike(page, cols, rows, header.type, header.picture)) {

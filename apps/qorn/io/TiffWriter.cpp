@@ -28,25 +28,25 @@ std::uint16_t getSampleFormat(pxl::VoxelTypes type) {
   return type >= pxl::cInteger8 ? SAMPLEFORMAT_INT : SAMPLEFORMAT_UINT;
 }
 
-/** A page has all samples of its pixels. */
+/** The number of pages; each has all samples of its pixels. */
 unsigned long getNbPages(ImageHeader const& header) {
   return header.sizes[pxl::cPlans] * header.sizes[pxl::cSequence] * header.sizes[pxl::cSpectralSeries] /
          getNbSamples(header.picture);
 }
 
-/** What pages alone don't tell: more than three dimensions, or a stack of one plan. */
+/** The shape, where pages alone don't define it: more than three dimensions, or a stack of one plan. */
 std::string describeShape(ImageHeader const& header) {
   bool const hasSamples = getNbSamples(header.picture) > 1;
   if (hasSamples && header.sizes[pxl::cSequence] == 1) return {};
   if (header.rank == 2 || (header.rank == 3 && header.sizes[pxl::cPlans] > 1)) return {};
   std::vector<unsigned long> shape;
   for (int i = header.rank - 1; i >= 0; --i) shape.push_back(header.sizes[static_cast<std::size_t>(i)]);
-  // The samples stand where pages have them.
+  // The samples are at their position within the pages.
   if (hasSamples) std::rotate(shape.begin(), shape.begin() + 1, shape.end() - (header.picture.isPlanar ? 2 : 0));
   return nlohmann::json{{"shape", shape}}.dump();
 }
 
-/** What is the same on all pages of a file. */
+/** The data that all pages of a file have in common. */
 struct Layout {
   unsigned long nbSamples;
   unsigned long voxelBytes;
@@ -89,7 +89,7 @@ void setPageFields(TIFF* tiff, ImageHeader const& header, Layout const& layout) 
   }
 }
 
-/** The bytes of a strip. @return where they are: `buffer`, or the voxels themselves */
+/** The bytes of a strip. @return their address: `buffer`, or the voxels themselves */
 char* fillStrip(ImageHeader const& header, Layout const& layout, unsigned long row, unsigned long rows,
                 std::vector<char*> const& planes, std::vector<char>& buffer) {
   unsigned long const cols = header.sizes[pxl::cColumns];
@@ -109,7 +109,7 @@ char* fillStrip(ImageHeader const& header, Layout const& layout, unsigned long r
   return buffer.data();
 }
 
-/** Writes the strips of some planes, whose samples lie together in the file, and counts them. */
+/** Writes the strips of planes whose samples are interleaved in the file, and counts the strips. */
 bool writeStrips(OutputFile const& file, TIFF* tiff, ImageHeader const& header, Layout const& layout,
                  std::vector<char*> const& planes, std::uint32_t& strip) {
   std::vector<char> buffer;

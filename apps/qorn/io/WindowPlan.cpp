@@ -5,14 +5,14 @@
 namespace qorn::io {
 namespace {
 
-/** A size with its margins, as far as the image goes. */
+/** A size with its margins, clamped to the image. */
 unsigned long addMargins(unsigned long size, unsigned long before, unsigned long after, unsigned long imageSize) {
   return std::min(imageSize, size + before + after);
 }
 
 unsigned long countParts(unsigned long size, unsigned long part) { return (size - 1) / part + 1; }
 
-/** An interval with its margins, as far as the image goes. */
+/** An interval with its margins, clamped to the image. */
 struct Interval {
   Interval(long begin, long end, unsigned long before, unsigned long after, unsigned long imageSize)
       : first(begin - static_cast<long>(std::min(before, static_cast<unsigned long>(begin)))),
@@ -30,7 +30,7 @@ WindowPlan::WindowPlan(WindowDemand const& demand)
   choose();
 }
 
-/** Voxels of a window with its margins; of the largest one, as windows at the edge of the image have less around. */
+/** The voxels of the largest window with its margins; windows at the edge of the image are smaller. */
 unsigned long WindowPlan::countVoxels(unsigned long plans, unsigned long rows) const {
   pxl::kernel::Margins const& m = m_demand.margins;
   Interval const cols(m_demand.region.colsBegin(), m_demand.region.colsEnd(), m.colsBefore, m.colsAfter,
@@ -51,7 +51,7 @@ unsigned long WindowPlan::findRows(unsigned long plans) const {
   return fitting;
 }
 
-/** Voxels that are worked through: what lies on both sides of a cut is taken twice. */
+/** The number of processed voxels; margins at a cut count for both sides. */
 double WindowPlan::estimateCost(unsigned long plans, unsigned long rows) const {
   pxl::kernel::Margins const& m = m_demand.margins;
   auto const withCuts = [](unsigned long size, unsigned long part, unsigned long margins) {
@@ -75,11 +75,11 @@ void WindowPlan::choose() {
       m_rows = rows;
     }
     if (plans == m_nbPlans) break;
-    constexpr unsigned long cTryAll = 64;  // beyond, sizes a quarter apart are near enough to the best
+    constexpr unsigned long cTryAll = 64;  // above this, sizes in steps of a quarter are close enough to the best one
     plans = std::min(m_nbPlans, plans < cTryAll ? plans + 1 : plans + plans / 4);
   }
   if (m_plans == 0) return;
-  // As many windows of nearly equal size take less memory.
+  // The same number of windows of nearly equal size needs less memory.
   m_plans = countParts(m_nbPlans, countParts(m_nbPlans, m_plans));
   m_rows = countParts(m_nbRows, countParts(m_nbRows, m_rows));
 }

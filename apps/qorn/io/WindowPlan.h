@@ -6,7 +6,7 @@
 
 namespace qorn::io {
 
-/** What is to be worked through, and how much memory there is. */
+/** The image to process, and the available memory. */
 struct WindowDemand {
   pxl::ImageSizes sizes;       ///< of the images
   pxl::access::Region region;  ///< what is computed
@@ -16,25 +16,25 @@ struct WindowDemand {
 };
 
 /**
- * Cuts a region into windows that fit into memory with their margins, which are clamped to the image: whole plans or
- * slabs of rows, of one or several plans. Of the sizes that fit it takes the one with the fewest voxels in all
- * margins, and of such the one with the fewest windows. A window lies in one stack. Windows are disjoint, and
- * together they are the region.
+ * Splits a region into windows that fit into memory with their margins, which are clamped to the image. A window is
+ * whole plans or slabs of rows, of one or several plans, within one stack. Of the sizes that fit, the one with the
+ * fewest voxels in all margins is used, and of those the one with the fewest windows. Windows are disjoint and cover
+ * the region.
  */
 class WindowPlan {
  public:
   explicit WindowPlan(WindowDemand const& demand);
 
-  /** The number of windows; 0 when not even one row fits. */
+  /** The number of windows; 0 if not even one row fits. */
   unsigned long getCount() const;
-  /** A window by its number, rows before plans before stacks. */
+  /** The window with this number; rows vary fastest, then plans, then stacks. */
   pxl::access::Region getWindow(unsigned long index) const;
   /** The window with its margins. */
   pxl::access::Region getEnlarged(pxl::access::Region const& window) const;
 
-  /** The voxels of the largest window with its margins, or more. */
+  /** An upper bound on the voxels of a window with its margins. */
   unsigned long getLargest() const { return countVoxels(m_plans, m_rows); }
-  /** The least memory that a plan needs. */
+  /** The least memory with which the region can be processed. */
   unsigned long getLeastBytes() const;
 
  private:

@@ -18,7 +18,7 @@
 namespace qorn::io {
 namespace {
 
-/** An open file whose pieces are read until somebody cancels. */
+/** An open file that is read in pieces and can be cancelled. */
 class CancellableFile : private pxl::Noncopyable {
  public:
   CancellableFile(std::string const& path, bool (*isCancelled)()) : m_file(path), m_isCancelled(isCancelled) {}
@@ -38,7 +38,7 @@ class CancellableFile : private pxl::Noncopyable {
   bool (*m_isCancelled)();
 };
 
-/** Where voxels lie in a file that has all of them in C order. */
+/** The positions of voxels in a file with all voxels in C order. */
 struct PlainData {
   unsigned long offset;
   bool isSwapped;
@@ -57,7 +57,7 @@ class PlainReader final : public WindowReader {
     auto const cols = static_cast<unsigned long>(region.getNbCols());
     auto const rows = static_cast<unsigned long>(region.getNbRows());
     auto const plans = static_cast<unsigned long>(region.getNbPlans());
-    // What is adjacent in the file is read at once.
+    // Adjacent bytes of the file are read at once.
     bool const areRowsWhole = cols == sizes[pxl::cColumns];
     bool const arePlansWhole = areRowsWhole && rows == sizes[pxl::cRows];
     unsigned long const run = cols * (areRowsWhole ? rows : 1) * (arePlansWhole ? plans : 1);
@@ -86,7 +86,7 @@ class PlainReader final : public WindowReader {
   PlainData m_data;
 };
 
-/** Strips and tiles that are stored as they are, read without the library. */
+/** Uncompressed strips and tiles, read without the library. */
 class TiffWindows final : public WindowReader {
  public:
   explicit TiffWindows(std::unique_ptr<CancellableFile> file)
@@ -165,13 +165,13 @@ class TiffWindows final : public WindowReader {
     }
   }
 
-  /** Some rows of a piece, or of a part of its columns. */
+  /** Several rows of a piece, or of a part of its columns. */
   struct Part {
     unsigned long offset;
     unsigned long rowBytes;  ///< from row to row in the file
     unsigned long targetRowBytes;
     unsigned long rows;
-    unsigned long bytes;  ///< of a row that are wanted
+    unsigned long bytes;  ///< of a row to read
   };
 
   void readPart(Part const& part, char* target) const {
@@ -179,7 +179,7 @@ class TiffWindows final : public WindowReader {
     if (part.bytes == part.rowBytes && part.bytes == part.targetRowBytes) {
       return m_file->read(target, part.rows * part.bytes, part.offset);
     }
-    // Narrow tiles are read some rows at a time.
+    // Narrow tiles are read several rows at a time.
     unsigned long const atOnce = part.bytes == part.rowBytes ? std::max(1ul, cBufferBytes / part.rowBytes) : 1;
     std::vector<char> buffer(std::min(atOnce, part.rows) * part.bytes);
     for (unsigned long row = 0; row < part.rows; row += atOnce) {

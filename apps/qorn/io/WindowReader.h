@@ -17,12 +17,12 @@ class WindowReader : private pxl::Noncopyable {
  public:
   virtual ~WindowReader() = default;
 
-  /** `isCancelled` is asked between pieces of what is read. @throws FileError also for a file of another kind */
+  /** `isCancelled` is called between pieces. @throws FileError the file can't be read, or is of another kind */
   static std::unique_ptr<WindowReader> open(std::string const& path, bool (*isCancelled)());
 
   virtual ImageHeader const& getHeader() const = 0;
 
-  /** Reads a region of one stack, packed, in native byte order. @throws FileError; ExceptionCancelation */
+  /** Reads a region of one stack, packed, in native byte order. @throws FileError, ExceptionCancelation */
   virtual void read(pxl::access::Region const& region, void* voxels) const = 0;
 };
 

@@ -10,7 +10,7 @@
 namespace qorn::io {
 namespace {
 
-/** The mapped scratch file that a writer reads now, and who is asked whether to go on. */
+/** The mapped scratch file that a writer reads, and the caller's test for cancellation. */
 struct Reading {
   void* pages = nullptr;
   unsigned long bytes = 0;
@@ -19,8 +19,8 @@ struct Reading {
 Reading s_reading;
 
 /**
- * Is asked by writers between pieces of at most 16 MiB, most of them much smaller. Gives back the memory of what was
- * read: pages of a mapped file count as the program's as long as they are mapped.
+ * Called by writers between pieces of at most 16 MiB, most of them much smaller. Releases the pages that were read:
+ * pages of a mapped file count as memory of the program as long as they are mapped.
  */
 bool isCancelledAfterRelease() {
   if (s_reading.pages != nullptr) ::madvise(s_reading.pages, s_reading.bytes, MADV_DONTNEED);
@@ -61,7 +61,7 @@ void WindowedOutput::write(pxl::access::Region const& region, char const* voxels
   unsigned long const voxelBytes = pxl::helper::getSizeOf(m_header.type);
   auto const rows = static_cast<unsigned long>(region.getNbRows());
   unsigned long const rowBytes = static_cast<unsigned long>(region.getNbCols()) * voxelBytes;
-  // Rows that are adjacent here and there are written at once.
+  // Rows that are adjacent in memory and in the file are written at once.
   bool const isAdjacent = rowBytes == rowDistance && rowBytes == sizes[pxl::cColumns] * voxelBytes;
   unsigned long const nbAtOnce = isAdjacent ? rows : 1;
   auto const stack = static_cast<unsigned long>(region.spectralSeriesBegin()) * sizes[pxl::cSequence] +

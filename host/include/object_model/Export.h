@@ -1,4 +1,4 @@
 #pragma once
 
-/** Marks what a library of the host offers to others; everything else is built hidden. */
+/** Marks what a library of the host exports; everything else has hidden visibility. */
 #define OBJECT_MODEL_API __attribute__((visibility("default")))

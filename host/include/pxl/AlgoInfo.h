@@ -16,7 +16,7 @@ class Runnable;
 enum class WorkingDimension {
   cPlanByPlan,   ///< one plan after the other
   cVolume,       ///< whole volumes, with neighbours in all directions
-  cVoxelByVoxel  ///< whole volumes, each voxel by itself
+  cVoxelByVoxel  ///< whole volumes, each voxel independently of its neighbours
 };
 
 /**
@@ -44,7 +44,7 @@ class PXL_API AlgoInfo : private Noncopyable {
 
   /** Adds a runner, which the record doesn't own. It must stay alive until it is removed. */
   void addRunner(Runnable* runner);
-  /** Takes a runner away again; one that isn't there is ignored. */
+  /** Removes a runner; one that isn't registered is ignored. */
   void removeRunner(Runnable* runner);
   /** The registered runners, in the order in which they were added. */
   std::vector<Runnable*> getRunners() const;

@@ -20,7 +20,7 @@ class AbstractPrivateImplementation;
 struct ExecutionState;
 }  // namespace algorithms
 
-/** Which regions to process give the same part of the whole result. The whole image always does. */
+/** For which processing regions the result is that part of the whole result. It always is for the whole image. */
 enum class RegionUses {
   cAnyBox,        ///< any rows, columns and plans; sequence and spectral positions from 0 on
   cAnyRectangle,  ///< any rows and columns; plans, sequence and spectral positions from 0 on
@@ -29,19 +29,19 @@ enum class RegionUses {
   cWholeImage     ///< none but the whole image
 };
 
-/** A runner that is registered for an operator, and whether it takes an algorithm as it is. */
+/** A runner that is registered for an operator, and whether it accepts an algorithm with its present properties. */
 struct RunnerInfo {
   String name;  ///< see Runnable::getName()
   int optimType;
   bool isAccepting;
-  String refusal;  ///< why it doesn't accept, as far as it can be told; one line
+  String refusal;  ///< why it doesn't accept, as far as known; one line
 };
 
 /**
  * An operator with its parameters, ready to be executed. Derived classes add public properties.
  *
- * execute() blocks; cancelExecution() and getProgress() may be called from any thread meanwhile. One object runs once
- * at a time; different objects run side by side.
+ * execute() blocks; cancelExecution() and getProgress() may be called from any thread meanwhile. One object has at
+ * most one run at a time; different objects run concurrently.
  */
 class PXL_API BaseAlgorithm : private Noncopyable {
  public:
@@ -51,114 +51,115 @@ class PXL_API BaseAlgorithm : private Noncopyable {
   virtual AlgoInfo* getAlgoInfo() const = 0;
 
   /**
-   * Checks the images, chooses among the registered runners the accepting one with the highest optimisation type
-   * (the earliest on ties) and runs it.
+   * Checks the images and runs the accepting runner with the highest optimisation type, the earliest on ties.
    *
-   * @throws InvalidCall          images missing, of different sizes, overlapping in part, output not writable or with
-   *                              voxels that lie on each other, a region beyond the image or one that getRegionUse()
-   *                              leaves out, an objection, or a run going on
-   * @throws RuntimeError         no runner accepts; the text says why as far as it can be told. Or an adapter could
-   *                              not store the result, see ImageModelAdapter. Or the process was forked from one
-   *                              that had run an algorithm: its threads are missing
+   * @throws InvalidCall          images are missing, differ in size or overlap in part; the output isn't writable, or
+   *                              its voxels overlap each other; the region reaches beyond the image or isn't one that
+   *                              getRegionUse() allows; getObjection() returns a text; a run is in progress
+   * @throws RuntimeError         no runner accepts, and the text says why as far as known; an adapter couldn't store
+   *                              the result, see ImageModelAdapter; the process was forked from one that had run an
+   *                              algorithm, so that its worker threads are missing
    * @throws ExceptionCancelation the run was cancelled; an output image then holds what was written so far
-   * Everything a runner throws comes through unchanged.
+   * Exceptions of the runner are passed on unchanged.
    */
   void execute();
 
   /** The registered runners in the order in which they were added, with the present properties. */
   std::vector<RunnerInfo> getRunners();
   /**
-   * Leaves execute() only the runners of this name to choose from, so that it throws RuntimeError where none of them
-   * is registered or accepts. An empty name lets it choose among all again.
+   * Restricts execute() to the runners of this name. It throws RuntimeError if none of them is registered and accepts.
+   * A composed operator passes the name on to its steps. An empty name removes the restriction.
    */
   void setRunner(String const& name);
   String const& getRunner() const;
 
   /**
-   * Computes a part of the whole result, with the same bits as in a run on whole images. An operator that measures
-   * measures the window. The output has the size of the inputs, and its voxels outside the window keep their values,
-   * or it has the size of the window. Input and output may be one image: the window is computed from the voxels as
-   * they are at the call; a further window reads what this one wrote, so that windows in place aren't parts of one
-   * result unless the operator has no margins. During the run the image properties hold other images.
+   * Computes a part of the whole result, bit for bit as in a run on whole images. An operator that measures
+   * measures the window. During the run the image properties hold other images.
    *
-   * With margins a temporary image is used, except for regions that getRegionUse() allows within an output of the
-   * size of the inputs. It is on disk if an image of the run is, or if it would not fit into the extra memory.
+   * Sizes: the output has the size of the inputs, and its voxels outside the window keep their values; or it has the
+   * size of the window.
+   * Aliasing: input and output may be one image. The window is computed from the voxels as they are at the call. A
+   * later window reads what this one wrote, so in place only an operator without margins can be run window by window.
+   * Memory: an operator with margins needs a temporary image, except for regions that getRegionUse() allows within
+   * an output of the size of the inputs. It is on disk if an image of the run is, or if it exceeds the extra memory.
    *
-   * @throws InvalidCall          an empty window, one that reaches beyond the images, an output of neither size, a
-   *                              region to process; and all that execute() refuses
-   * @throws RuntimeError         the temporary image can't be made; and as execute() does
-   * @throws ExceptionCancelation as execute() does
+   * @throws InvalidCall          the window is empty or reaches beyond the images; the output has neither size; a
+   *                              processing region is set; and as execute()
+   * @throws RuntimeError         the temporary image can't be made; and as execute()
+   * @throws ExceptionCancelation as execute()
    */
   void executeOnWindow(access::Region const& window);
 
   /**
-   * Asks the present run to end as soon as it can; without a run nothing happens. From any thread, never waits. A
+   * Asks the present run to end as soon as it can; without a run nothing happens. From any thread; doesn't wait. A
    * RunInBackground can be cancelled before it begins.
    */
   void cancelExecution();
 
-  /** What is done of the present or last run, from 0 to 1, never going back within a run. From any thread. */
+  /** The finished fraction of the present or last run, from 0 to 1; never decreases within a run. From any thread. */
   double getProgress() const;
 
   /**
-   * Restricts the work of runners to a region of the images, until clearProcessingRegion(). Voxels beyond it are read
-   * as neighbours and keep their values. execute() refuses a region whose result would not be that part of the whole
-   * result, see getRegionUse().
+   * Restricts runs to a region of the images until clearProcessingRegion(). Voxels outside it are read as neighbours
+   * and keep their values. execute() refuses a region whose result isn't that part of the whole result, see
+   * getRegionUse().
    */
   void setProcessingRegion(access::Region const& region);
   void clearProcessingRegion();
   bool hasProcessingRegion() const;
   /**
-   * The regions that execute() takes with the present properties. Here cAnyBox, which is what the loops of filters
-   * honour.
+   * The regions that execute() accepts with the present properties. Here cAnyBox, which the loops of filters support.
    */
   virtual RegionUses getRegionUse() const;
   access::Region const& getProcessingRegion() const;
 
   /**
-   * What a window has to have around itself so that a run on the window with these margins, clamped to the image,
-   * gives its inside the bits of the whole result, with the present properties. Here nothing for an operator that
-   * works voxel by voxel, and for any other one more than an image has.
-   * @throws InvalidCall an element that can't be made, as execute()
+   * The margins around a window, with the present properties: a run on the window enlarged by them, clamped to the
+   * image, gives the window the bits of the whole result. Here 0 for an operator that works voxel by voxel, and more
+   * than any image has for all others.
+   * @throws InvalidCall the element can't be made
    */
   virtual kernel::Margins getMargins() const;
-  /** How many plans of each stack a run writes, from 0 on; the others are left as they are. Here all. */
+  /** How many plans of each stack a run writes, from 0 on; the others keep their values. Here all. */
   virtual unsigned long getMaxNumOfWrittenPlans() const;
 
   /**
-   * What a user may not expect of a run with the present properties, such as an output that stays as it is; one line
-   * for a program to show, empty if there is nothing.
+   * What may surprise a user of a run with the present properties, such as an output that is left unchanged. One line
+   * for a program to show, or empty.
    */
   virtual String getNotice() const;
 
   /**
-   * Why a run with the present property values is refused; one line, which execute() throws as InvalidCall, empty if
-   * there is nothing. Here: a real number that isn't finite.
+   * Why a run with the present property values is refused, or empty. One line, which execute() throws as InvalidCall.
+   * Here: a real number that isn't finite.
    */
   virtual String getObjection() const;
 
   /**
-   * About how many steps a run with the present properties takes for each voxel: passes, or voxels of an element. For
-   * programs that ask before they run. Infinite where a run needs much more memory than its images. Here 1.
+   * An estimate of the steps per voxel of a run with the present properties: passes, or voxels of an element.
+   * Programs use it to warn before a long run. Infinite where a run needs much more memory than its images. Here 1.
    */
   virtual double estimateSteps() const;
 
   /**
-   * Which voxels of the input a voxel of the result is computed from with the present properties, relative to it,
-   * away from the edge; each once, in no particular order. Empty where a run leaves its output as it is. Here the
-   * voxel alone.
-   * @throws InvalidCall they are more than 10^6, or an objection
+   * The offsets of the input voxels that a result voxel away from the edge is computed from, with the present
+   * properties; each once, in no particular order. Empty where a run leaves its output unchanged. Here {0, 0, 0}.
+   * @throws InvalidCall there are more than 10^6, or getObjection() returns a text
    */
   virtual std::vector<kernel::Offset3D> getOffsets() const;
 
-  /** Whether any image property lives on disk, also through proxies and adapters. */
+  /** Whether the voxels of any image property are on disk, also through proxies and adapters. */
   bool hasPropertyImageOnDisk() const;
 
-  /** Bytes that a run may take beyond its images: what was set here, else the setting, else half of what is free. */
+  /**
+   * Bytes that a run may allocate beyond its images: what was set here, else the setting, else half of the available
+   * memory.
+   */
   unsigned long getMaximumExtraMemoryUsageInBytes() const;
   void setMaximumExtraMemoryUsageInBytes(unsigned long bytes);
 
-  /** The voxel type of the output images with a first input image of type `ofInput`. Here the same type. */
+  /** The natural voxel type of an output image if the first input image is of type `ofInput`. Here the same type. */
   virtual VoxelTypes getNaturalOutputType(VoxelTypes ofInput) const;
 
   /** The properties in their declared order. */

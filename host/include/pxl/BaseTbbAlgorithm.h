@@ -10,8 +10,8 @@
 namespace pxl {
 
 /**
- * A run, or a stage of one, that works through TBB: base of all filters. Its task group is isolated, so that nothing
- * but its own cancelExecution() stops it. One object serves one run.
+ * A run, or a stage of one, that is parallel through TBB; base of all filters. Its task group is isolated: only its
+ * own cancelExecution() stops it. One object serves one run.
  */
 class PXL_API BaseTbbAlgorithm : public algorithms::AbstractPrivateImplementation {
  public:
@@ -19,23 +19,23 @@ class PXL_API BaseTbbAlgorithm : public algorithms::AbstractPrivateImplementatio
   explicit BaseTbbAlgorithm(BaseAlgorithm* algorithm);
   ~BaseTbbAlgorithm() override;
 
-  /** Raises the flag, then cancels the task group; from any thread. */
+  /** Sets the flag, then cancels the task group. From any thread. */
   void cancelExecution() override;
 
-  /** A hook for hosts that run bodies by themselves; this host doesn't. */
+  /** A hook for hosts that run bodies on their own scheduler; returns null in this host. */
   virtual void* getBody();
 
   void setProcessingRegion(access::Region const& region);
 
   /**
-   * The smallest block that is still worth a task of its own, for the region to process and the threads of the
-   * present arena. All three are at least 1.
+   * The smallest block that is worth a task of its own, in voxels, for the processing region and the threads of the
+   * present arena. All three sizes are at least 1.
    */
   void getPartitionerGrainSizes(AbstractPartitionerPolicy::PartitionerGrainSizes& grains) const;
 
   tbb::task_group_context m_taskGroupContext;
   access::Region m_processingRegion;
-  bool m_isRegionChosen;  ///< a caller chose the region; views set before a run then don't change it
+  bool m_isRegionChosen;  ///< the caller chose the region; setting views before a run doesn't change it then
 };
 
 }  // namespace pxl

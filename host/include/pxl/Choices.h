@@ -14,15 +14,15 @@ struct Choice {
   char const* help;  ///< one line
 };
 
-/** How several named values make one. */
+/** Whether named values can be combined. */
 enum class ChoiceKinds {
-  cOne,  ///< they don't: one of them is chosen
-  cSum   ///< they are bits, of which any number may be set
+  cOne,  ///< no: exactly one is chosen
+  cSum   ///< yes: they are bits, and any number of them may be set
 };
 
 /**
- * The named values of an integer property, in the order in which they are shown. They are no limit: any other number
- * may be set as well, and the operator says what it means. Refers to the array it is made of.
+ * The named values of an integer property, in the order in which they are shown. Other numbers may be set, too; the
+ * operator defines what they mean. Refers to the array that it is made from, and doesn't copy it.
  */
 class PXL_API Choices {
  public:
@@ -38,12 +38,12 @@ class PXL_API Choices {
   constexpr ChoiceKinds getKind() const { return m_kind; }
 
   /**
-   * The value that a text names: one name or, for a sum, names with commas between them.
+   * Converts a text to a value: one name or, for a sum, comma-separated names.
    * @return whether all names are known; `value` is set only then
    */
   bool findValue(String const& text, int& value) const;
 
-  /** The name of a value, of a sum the names with commas between them; empty for one that has none. */
+  /** The name of a value, or comma-separated names for a sum; empty for a value without a name. */
   String getText(int value) const;
 
  private:

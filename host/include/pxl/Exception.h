@@ -8,12 +8,12 @@
 namespace pxl {
 
 /**
- * Base of everything the host and its plug-ins throw. Objects are thrown by value and may be caught on the other side
- * of a library border: vtables and type information live in the host.
+ * Base of all exceptions of the host and its plug-ins. They are thrown by value and can be caught across library
+ * boundaries: vtables and type information are in the host.
  */
 class OBJECT_MODEL_API Exception : public std::exception {
  public:
-  /** What a failure tells about itself. */
+  /** The description of a failure. */
   struct OBJECT_MODEL_API ExceptionInfo {
     ExceptionInfo();
     ExceptionInfo(ExceptionInfo const&);
@@ -21,7 +21,7 @@ class OBJECT_MODEL_API Exception : public std::exception {
     ~ExceptionInfo();
 
     String message;
-    String file;    ///< source path of the raising file
+    String file;    ///< path of the source file that throws
     long line = 0;  ///< line in that file
     String context;
     String advice;
@@ -29,7 +29,7 @@ class OBJECT_MODEL_API Exception : public std::exception {
 
   ~Exception() override;
 
-  /** The text of the failure; with `withLocation` the source file and line are added. */
+  /** The text of the failure, with the source file and line if `withLocation`. */
   virtual String getInfo(bool withLocation) const = 0;
 
   /** The text of getInfo(false); valid as long as the exception lives. */
@@ -50,28 +50,28 @@ class OBJECT_MODEL_API ProcessingException : public Exception {
   ExceptionInfo m_info;
 };
 
-/** Something happened that correct code and a sound system rule out. */
+/** An internal error: it can't happen with correct code on a sound system. */
 class OBJECT_MODEL_API UnexpectedError : public ProcessingException {
  public:
   explicit UnexpectedError(ExceptionInfo const& info);
   ~UnexpectedError() override;
 };
 
-/** A failure that only shows while running: a file that can't be read, a value that isn't known. */
+/** A failure that can only be detected at run time, such as a file that can't be read or an unknown value. */
 class OBJECT_MODEL_API RuntimeError : public ProcessingException {
  public:
   explicit RuntimeError(ExceptionInfo const& info);
   ~RuntimeError() override;
 };
 
-/** A call whose arguments or moment are wrong. */
+/** A call with wrong arguments or at the wrong time. */
 class OBJECT_MODEL_API InvalidCall : public ProcessingException {
  public:
   explicit InvalidCall(ExceptionInfo const& info);
   ~InvalidCall() override;
 };
 
-/** A rule of the system, such as a limit on memory, forbids what was asked. */
+/** A rule of the system, such as a memory limit, forbids the request. */
 class OBJECT_MODEL_API RuleException : public ProcessingException {
  public:
   explicit RuleException(ExceptionInfo const& info);

@@ -5,8 +5,8 @@
 #include "pxl/Export.h"
 
 /**
- * Classes that are template arguments of exported templates. An instance is only exported when its arguments are
- * known to be, so that their first declaration must say so, wherever it is met.
+ * Classes that are template arguments of exported templates. An instance is exported only if its arguments are known
+ * to be exported, so their first declaration in any unit must say so.
  */
 namespace pxl {
 

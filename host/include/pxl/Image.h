@@ -10,35 +10,41 @@ namespace pxl {
 
 /** Sizes in the order of Components: columns, rows, plans, sequence, spectral series. */
 using ImageSizes = std::array<unsigned long, cNbComponents>;
-/** Bytes from one voxel to the next in each dimension, in the order of Components. Any sign. */
+/** Bytes from one voxel to the next in each dimension, in the order of Components. Strides may be negative. */
 using ImageStrides = std::array<long, cNbComponents>;
 
 /** How a file is opened as an image. */
 enum class FileModes {
   cReadOnly,
   cReadWrite,
-  cCreate  ///< made anew with its space reserved, zero-filled; fails if it exists
+  cCreate  ///< created with its space reserved, zero-filled; fails if the file exists
 };
 
 /**
- * An image with voxels of its own: in memory, on the memory of somebody else, or in a file.
+ * An image with its own voxels: in memory, in memory of the caller, or in a file.
  *
- * Limits, checked before anything is allocated: each size at most limits::cMaxSize, at most limits::cMaxNbVoxels
- * voxels, byte size without overflow. A size of 0 is allowed in memory and makes an image without voxels.
+ * Limits, checked before anything is allocated: each size is at most limits::cMaxSize, the number of voxels is at
+ * most limits::cMaxNbVoxels, and the size in bytes doesn't overflow. A size of 0 is allowed in memory and gives an
+ * image without voxels.
  *
- * Threads: any number may make views, read voxels, and run algorithms that read the image. Any number may write
- * voxels that no other thread reads or writes meanwhile. setInterpretation() and enforceSameCharacteristics() need
- * the image for themselves.
+ * Threads: any number of threads may make views, read voxels, and run algorithms that read the image. They may write
+ * voxels that no other thread reads or writes at the same time. setInterpretation() and enforceSameCharacteristics()
+ * need exclusive access.
  */
 class PXL_API Image : public ImageModel {
  public:
-  /** New voxels in memory, 64-byte aligned and zero. @throws InvalidCall limits; std::bad_alloc */
+  /**
+   * New voxels in memory, 64-byte aligned and zero.
+   * @throws InvalidCall    a limit is exceeded
+   * @throws std::bad_alloc there isn't enough memory
+   */
   static std::shared_ptr<Image> New(VoxelTypes type, ImageSizes const& sizes, int interpretation = cGrey);
 
   /**
-   * A view on foreign memory, which must outlive the image and every view on it, or be kept alive by `keepAlive`.
-   * Voxels needn't be aligned. @throws InvalidCall limits, null, strides beyond the address space, or a column stride
-   * other than one voxel
+   * Voxels in memory of the caller, not copied. The memory must outlive the image and all views on it, unless
+   * `keepAlive` owns it. Voxels needn't be aligned.
+   * @throws InvalidCall a limit is exceeded, `voxels` is null, the strides reach beyond the address space, or the
+   *                     column stride isn't one voxel
    */
   static std::shared_ptr<Image> OnMemory(void* voxels, VoxelTypes type, ImageSizes const& sizes,
                                          ImageStrides const& strides, int interpretation = cGrey,
@@ -49,18 +55,26 @@ class PXL_API Image : public ImageModel {
                                          std::shared_ptr<void> keepAlive = nullptr);
 
   /**
-   * Voxels in a file, contiguous in C order from `offset` on, native byte order. Rows are read and written by
-   * pread and pwrite: the image may be larger than memory. Counts as on disk.
-   * @throws InvalidCall limits; RuntimeError the file can't be opened, isn't regular or is too short
+   * Voxels in a file, contiguous in C order from byte `offset` on, in native byte order. Rows are read and written
+   * with pread and pwrite, so the image may be larger than memory. Counts as on disk.
+   * @throws InvalidCall  a limit is exceeded
+   * @throws RuntimeError the file can't be opened, isn't a regular file, or is too short
    */
   static std::shared_ptr<Image> OnDisk(std::string const& path, FileModes mode, VoxelTypes type,
                                        ImageSizes const& sizes, unsigned long offset = 0, int interpretation = cGrey);
 
-  /** A file mapped read-only: the pages come as they are read. Doesn't count as on disk. */
+  /**
+   * The same for a file that is mapped read-only: its pages are loaded on first access. Doesn't count as on disk.
+   * @throws InvalidCall  a limit is exceeded
+   * @throws RuntimeError the file can't be opened or mapped, isn't a regular file, or is too short
+   */
   static std::shared_ptr<Image> OnMappedFile(std::string const& path, VoxelTypes type, ImageSizes const& sizes,
                                              unsigned long offset = 0, int interpretation = cGrey);
 
-  /** Voxels in a storage of any kind. @throws InvalidCall limits, null */
+  /**
+   * Voxels in a storage of any kind.
+   * @throws InvalidCall a limit is exceeded, or `storage` is null
+   */
   static std::shared_ptr<Image> OnStorage(std::shared_ptr<access::VoxelStorage> storage, int interpretation = cGrey);
 
   ~Image() override;
@@ -70,7 +84,11 @@ class PXL_API Image : public ImageModel {
   int getInterpretation() const override;
   void setInterpretation(int interpretation);
   access::VoxelSource getSource() const override;
-  /** Images made by New() get new, zero voxels if sizes or type change; the others only check. */
+  /**
+   * An image made by New() gets new, zero voxels if sizes or type change; all others only check.
+   * @throws InvalidCall    see ImageModel; or a limit is exceeded
+   * @throws std::bad_alloc there isn't enough memory
+   */
   void enforceSameCharacteristics(ImageModel const* other, int const& characteristics) override;
 
   ImageSizes getSizes() const;

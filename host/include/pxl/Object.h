@@ -7,7 +7,7 @@
 
 namespace pxl {
 
-/** Shared data behind Objects: counts the Objects that hold it and deletes itself with the last one. Thread-safe. */
+/** Reference-counted data of Objects; deletes itself with the last Object that holds it. Thread-safe. */
 class OBJECT_MODEL_API RefImpl : private Noncopyable {
  public:
   void addReference();
@@ -22,7 +22,7 @@ class OBJECT_MODEL_API RefImpl : private Noncopyable {
   std::atomic<unsigned long> m_nbReferences;
 };
 
-/** Handle on a RefImpl: copying shares the data and costs one atomic increment. */
+/** Handle of a RefImpl. Copying shares the data and costs one atomic increment. */
 class OBJECT_MODEL_API Object {
  public:
   Object(Object const& other);

@@ -2,10 +2,10 @@
 
 namespace pxl {
 
-/** Decides into how large pieces the work on a region is cut. */
+/** How finely the work on a region is split. */
 class AbstractPartitionerPolicy {
  public:
-  /** The smallest sizes that are not cut any further. */
+  /** Blocks of these sizes, in voxels, are not split any further. */
   struct PartitionerGrainSizes {
     unsigned long cols;
     unsigned long rows;

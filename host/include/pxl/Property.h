@@ -18,7 +18,7 @@ namespace analysis {
 class Measure;
 }
 
-/** What kind of value a property holds; visitProperty() gives the property in its own type. */
+/** What kind of value a property holds; visitProperty() passes the property with its type. */
 enum class PropertyKinds {
   cInputImage,
   cOutputImage,
@@ -31,7 +31,7 @@ enum class PropertyKinds {
   cMeasure
 };
 
-/** The part of a property that doesn't depend on its type: its description. */
+/** The description of a property: the part that doesn't depend on its type. */
 class PXL_API PropertyBase : private Noncopyable {
  public:
   virtual ~PropertyBase();
@@ -40,15 +40,18 @@ class PXL_API PropertyBase : private Noncopyable {
   char const* getHelp() const;  ///< one line
   PropertyKinds getKind() const;
   bool hasDefault() const;
-  /** The names of values, of an integer that has some. */
+  /** The named values of an integer; empty for all others. */
   Choices const& getChoices() const;
   /**
-   * Whether a value was given: by default, or by set() with something other than a null pointer, an empty kernel or
-   * no element.
+   * Whether there is a value: a default, or one passed to set() that isn't a null pointer, an empty kernel or no
+   * element.
    */
   virtual bool isSet() const = 0;
 
-  /** Takes the value of a property of the same type. @throws InvalidCall the types differ */
+  /**
+   * Copies the value of a property of the same type.
+   * @throws InvalidCall the types differ
+   */
   virtual void assign(PropertyBase const& other) = 0;
 
  protected:
@@ -87,13 +90,13 @@ struct PropertyParent<analysis::IntensityExtremaMsr*> {
 };
 
 /**
- * A parameter of an operator. The description (name, default, names of values, one line of help) stands in the
- * operator's class and nowhere else. Not synchronised: properties are set before a run and only read during it.
+ * A parameter of an operator. Its description (name, default, named values, one line of help) is in the operator's
+ * class and nowhere else. Not synchronised: properties are set before a run and only read during it.
  */
 template <class T>
 class PXL_API Property final : public PropertyParent<T>::Type {
  public:
-  /** A property that must be given. */
+  /** A property that must be set. */
   Property(BaseAlgorithm& owner, char const* name, char const* help);
   /** A property with a default. */
   Property(BaseAlgorithm& owner, char const* name, T const& defaultValue, char const* help);
@@ -128,20 +131,20 @@ extern template class Property<kernel::Kernel3D>;
 extern template class Property<kernel::StructuringElement>;
 extern template class Property<analysis::IntensityExtremaMsr*>;
 
-/** A visitor made of lambdas. One that takes a PropertyBase serves all the types that the others don't take. */
+/** A visitor made of lambdas. One that takes a PropertyBase handles all types that the others don't. */
 template <class... Lambdas>
 struct Overloaded : Lambdas... {
   explicit Overloaded(Lambdas... lambdas) : Lambdas(std::move(lambdas))... {}
   using Lambdas::operator()...;
 };
 
-/** `Derived` or, for a `Base` that is const, `Derived const`. */
+/** `Derived const` if `Base` is const, else `Derived`. */
 template <class Derived, class Base>
 using WithConstOf = std::conditional_t<std::is_const_v<Base>, Derived const, Derived>;
 
 /**
- * Calls `visitor` with the property in its own type: a Property<T>&, or a MeasureProperty& for any measure. Returns
- * what the visitor returns, which must be of one type. The only place where a kind becomes a type.
+ * Calls `visitor` with the property as its own type: a Property<T>&, or a MeasureProperty& for any measure. Returns
+ * what the visitor returns, which must be one type. The only place that maps a kind to a type.
  *
  * @param property  a PropertyBase, const or not
  */
@@ -170,7 +173,7 @@ decltype(auto) visitProperty(Base& property, Visitor&& visitor) {
   return visitor(static_cast<WithConstOf<MeasureProperty, Base>&>(property));
 }
 
-/** The property in its own type if it holds a T, else null. */
+/** The property as a Property<T> if it holds a T, else null. */
 template <class T, class Base>
 auto asProperty(Base& property) {
   using Typed = WithConstOf<Property<T>, Base>;

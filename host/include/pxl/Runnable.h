@@ -7,29 +7,33 @@ namespace pxl {
 
 class BaseAlgorithm;
 
-/** An implementation of one operator, registered with the operator's AlgoInfo. Usable from any number of threads. */
+/** An implementation of one operator, registered with the operator's AlgoInfo. Thread-safe. */
 class PXL_API Runnable {
  public:
   virtual ~Runnable();
 
-  /** Runs the configured algorithm to its end on the calling thread and the workers below it; fails by exception. */
+  /**
+   * Runs the algorithm with its present properties on the calling thread and its workers, and returns when it is
+   * done.
+   * @throws Exception the run failed or was cancelled
+   */
   virtual void run(BaseAlgorithm* algorithm) const = 0;
 
-  /** Whether run() can take this algorithm with its present properties on this machine. */
+  /** Whether run() supports this algorithm with its present properties on this machine. */
   virtual bool isRunnable(BaseAlgorithm* algorithm) const = 0;
 
-  /** The optimisation type: among the accepting runners the host takes the highest, the earliest added on ties. */
+  /** The optimisation type. The host takes the accepting runner with the highest, the earliest added on ties. */
   virtual int getOptimType() const = 0;
 
   /**
-   * Why isRunnable() refuses this algorithm, in a few words for the user, such as "needs SSE4.1"; asked only after a
-   * refusal. Empty, as here, if the runner has nothing to say.
+   * Why isRunnable() refuses this algorithm, in a few words for the user, such as "needs SSE4.1". Only called after a
+   * refusal. Here empty: no explanation.
    */
   virtual String explainRefusal(BaseAlgorithm* algorithm) const;
 
   /**
-   * The name by which a user asks for this runner, such as that of an instruction set; runners of several operators
-   * may share one. Empty, as here, if it has none: then only the host chooses it.
+   * The name with which a user selects this runner, such as that of an instruction set. Runners of several operators
+   * may share one. Here empty: only the host can choose the runner.
    */
   virtual char const* getName() const;
 };

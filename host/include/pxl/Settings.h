@@ -11,7 +11,7 @@
 
 namespace pxl {
 
-/** Named values that hold for the process, kept as texts. Thread-safe. Nothing is persisted. */
+/** Named values of the process, stored as texts. Thread-safe. Not persistent. */
 class PXL_API Settings : private Noncopyable {
  public:
   Settings();
@@ -26,7 +26,7 @@ class PXL_API Settings : private Noncopyable {
   unsigned long getValueAsUnsignedLong(String const& name, unsigned long defaultValue) const;
   String getValueAsString(String const& name, String const& defaultValue) const;
 
-  /** A setting that this system reads. */
+  /** The description of a setting. */
   struct Description {
     char const* name;
     char const* type;

@@ -6,7 +6,7 @@
 
 namespace pxl {
 
-/** The host's text: UTF-8 bytes, owned. A null pointer counts as the empty text. */
+/** A text that owns its UTF-8 bytes. A null pointer counts as the empty text. */
 class OBJECT_MODEL_API String {
  public:
   String();

@@ -4,7 +4,7 @@
 
 namespace pxl {
 
-/** Run-time voxel type. 3, 7, 10 and 11 are known names of which this host makes no image. */
+/** Run-time voxel type. 3, 7, 10 and 11 are names only: the host makes no images of these types. */
 enum VoxelTypes : int {
   cUnsignedInteger8 = 0,
   cUnsignedInteger16 = 1,
@@ -20,15 +20,24 @@ enum VoxelTypes : int {
   cComplexDouble = 11
 };
 
-/** How voxels change their type: 0 rounds half to even, saturates, and turns NaN into 0 for integers. No scaling. */
+/**
+ * How voxels are converted to another type: 0 rounds half to even, saturates, and converts NaN to 0 for integers.
+ * Values are not scaled.
+ */
 enum DataConvertionTypes : int { cRoundAndSaturate = 0 };
 
-/** The five dimensions, fastest first. A plan is a slice (z), the sequence is time, a spectral series a channel. */
+/**
+ * The five dimensions, fastest first. Terms used everywhere:
+ *
+ *   plan             slice of a volume (z)
+ *   sequence         time
+ *   spectral series  channel
+ */
 enum Components : int { cColumns = 0, cRows = 1, cPlans = 2, cSequence = 3, cSpectralSeries = 4 };
 
 constexpr int cNbComponents = 5;
 
-/** The interpretations that are told apart; any value but 0 is grey. */
+/** The interpretations of voxels; any value but 0 means grey. */
 enum Interpretations : int { cBinary = 0, cGrey = 1 };
 
 namespace helper {
@@ -36,10 +45,10 @@ namespace helper {
 /** Bytes of one voxel; 0 for a value that isn't a voxel type. */
 PXL_API unsigned long getSizeOf(VoxelTypes const& type);
 
-/** "uint8", "float32" and so on; "unknown" for a value that isn't a voxel type. The result lives for ever. */
+/** "uint8", "float32" and so on; "unknown" for a value that isn't a voxel type. The result is static. */
 PXL_API char const* getNameOf(VoxelTypes const& type);
 
-/** Whether images of this type can be made: exactly 0, 1, 2, 4, 5, 6, 8 and 9. */
+/** Whether images of this type can be made: true for 0, 1, 2, 4, 5, 6, 8 and 9. */
 PXL_API bool isImageType(VoxelTypes const& type);
 
 /** The enumeration value of a C++ voxel type. */

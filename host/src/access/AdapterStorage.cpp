@@ -7,7 +7,7 @@
 namespace pxl::access {
 namespace {
 
-// The place of the window. Views on it are told from those on the image, and those on other types from each other.
+// The key of the window. Views through adapters differ from those on the image, and from those of other types.
 StorageKey makeKey(VoxelSource const& base) {
   constexpr unsigned long cNbAdaptations = 16;  // more than there are types
   StorageKey key = base.storage->getKey();
@@ -21,7 +21,7 @@ StorageKey makeKey(VoxelSource const& base) {
 
 }  // namespace
 
-// The living adapters. Never destroyed, as views may outlive the static objects of the host.
+// The existing adapters. Never destroyed, as views may outlive the static objects of the host.
 class AdapterStorage::Registry {
  public:
   static Registry& get() {
@@ -110,8 +110,8 @@ void AdapterStorage::removeView(bool isWritable) {
   --(isWritable ? m_nbWriters : m_nbReaders);
 }
 
-// A pass in place holds back what its neighbours still read, so that it needs no collection once it reads its own
-// results. What a filter has not written yet is not worth an end: it may be about to work in place.
+// A pass in place holds back what its neighbours still read, so it needs no collection once it reads its own results.
+// An empty collection is not ended: the filter may be about to work in place.
 void AdapterStorage::settle(Settling occasion) {
   m_base.getSource().storage->settle(occasion);
   if (!m_collection.load(std::memory_order_acquire)) return;
@@ -125,7 +125,7 @@ void AdapterStorage::endCollection(unsigned long number, bool isKept) {
   if (m_owned && number == m_nbCollections) finish(isKept);
 }
 
-// Readers that don't take the lock come after the last voxel was stored.
+// Readers that don't take the lock see the null pointer only after the last voxel is stored.
 void AdapterStorage::finish(bool isKept) {
   std::unique_ptr<Collection> const collection = std::move(m_owned);
   struct Forget {

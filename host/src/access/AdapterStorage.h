@@ -11,7 +11,7 @@
 namespace pxl::access {
 
 /**
- * A window of a storage as voxels of another type, see ImageModelAdapter. There is one living object for each place
+ * A window of a storage as voxels of another type, see ImageModelAdapter. There is at most one object for each place
  * and type, so that the views of all its adapters share their interface.
  */
 class AdapterStorage final : public VoxelStorage {
@@ -29,18 +29,21 @@ class AdapterStorage final : public VoxelStorage {
   void settle(Settling occasion) override;
 
   /**
-   * A view that reads is being made, which sees what filters before it wrote.
-   * @throws RuntimeError what they wrote can't be stored
+   * A read view is being made. It sees what earlier filters wrote.
+   * @throws RuntimeError their writes can't be stored
    */
   void addReader();
   /**
-   * A view that writes is being made. Where a view that reads lives that starts a collection, whose number is
-   * returned for endCollection(); else 0.
+   * A writable view is being made. If a read view exists, this starts a collection and returns its number for
+   * endCollection(); else it returns 0.
    * @throws RuntimeError there is no room for the collection
    */
   unsigned long addWriter(ExtraMemory getExtraMemory);
   void removeView(bool isWritable);
-  /** Stores what was collected, or drops it, unless that was done before. Throws RuntimeError when it can't. */
+  /**
+   * Stores or discards the collection, unless that was done before.
+   * @throws RuntimeError it can't be stored
+   */
   void endCollection(unsigned long number, bool isKept);
 
  private:
@@ -55,10 +58,10 @@ class AdapterStorage final : public VoxelStorage {
   std::mutex m_mutex;
   unsigned long m_nbReaders = 0;
   unsigned long m_nbWriters = 0;
-  unsigned long m_nbCollections = 0;  ///< so far; the last one's number
+  unsigned long m_nbCollections = 0;  ///< so far, and the number of the last one
   std::unique_ptr<Collection> m_owned;
-  std::atomic<Collection*> m_collection;  ///< null as soon as the place has what was collected
-  /** Storages of the same place: its voxels may belong to any of them. */
+  std::atomic<Collection*> m_collection;  ///< null as soon as all of it is stored
+  /** Storages of the same place: its voxels may be owned by any of them. */
   std::vector<std::shared_ptr<VoxelStorage>> m_others;
 };
 

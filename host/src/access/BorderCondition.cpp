@@ -43,7 +43,7 @@ bool isWithin(ViewInterface<T> const& image, long count, long col, long row, lon
          isInside(sequence, image.nbSequence) && isInside(spectralSeries, image.nbSpectralSeries);
 }
 
-// Nothing to take a voxel from: a row of an image without voxels.
+// A row of an image without voxels: there is nothing to read.
 template <class T>
 bool fillEmpty(T* first, T* last) {
   std::fill(first, last, T(0));
@@ -76,7 +76,7 @@ class alignas(cCacheLine) FixedBorder final : public BorderCondition<T> {
   }
 
  private:
-  // Mostly of one voxel, for which a call would cost more than the voxel.
+  // Usually one voxel, for which a call would cost more than the voxel itself.
   void fillMargin(T* first, T* last) const {
     if (last - first == 1)
       *first = m_value;
@@ -114,7 +114,7 @@ class alignas(cCacheLine) ContinueBorder final : public BorderCondition<T> {
   }
 };
 
-// The position that stands for `position` in a dimension reflected at both ends: 2 1 0 1 2 3 2 1 0 ...
+// Maps `position` into a dimension that is reflected at both ends: 2 1 0 1 2 3 2 1 0 ...
 long reflect(long position, long size) {
   if (isInside(position, size)) return position;
   if (size == 1) return 0;
@@ -148,7 +148,7 @@ class alignas(cCacheLine) MirrorBorder final : public BorderCondition<T> {
   }
 
  private:
-  // Reads what lies within the image at once, and takes the reflections from what was read.
+  // Reads the voxels within the image at once, and copies the reflections from them.
   static void readWithMargins(ViewInterface<T> const& image, T* first, long begin, long end, long nbBefore,
                               long nbAfter, RowPosition const& at) {
     T* const inside = first + nbBefore;
@@ -158,7 +158,7 @@ class alignas(cCacheLine) MirrorBorder final : public BorderCondition<T> {
     for (long i = 1; i <= nbAfter; ++i) last[i] = last[-i];
   }
 
-  // Reads one run of the reflected row, rising or falling, and returns its length.
+  // Reads one run of the reflected row, ascending or descending, and returns its length.
   static long readRun(ViewInterface<T> const& image, T* voxels, long count, long col, RowPosition const& at) {
     long const from = reflect(col, image.nbCols);
     if (image.nbCols == 1) {

@@ -5,8 +5,8 @@
 namespace pxl::access {
 
 /**
- * Objects that all threads read for each row start a cache line and fill it: else they may share one with a row
- * buffer of some thread, which is written just as often.
+ * Objects that all threads read for each row get cache lines of their own. Otherwise they could share one with a
+ * thread's row buffer, which is written as often (false sharing).
  */
 constexpr std::size_t cCacheLine = 64;
 

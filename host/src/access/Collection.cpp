@@ -47,7 +47,7 @@ bool Collection::write(void const* voxels, unsigned long count, Position const& 
   return true;
 }
 
-// Rows come one after the other, or in turns with the margins of their blocks.
+// Rows are written one after the other, or alternate with the margins of their blocks.
 void Collection::note(Pieces& pieces, unsigned long count, Position const& position) {
   constexpr std::ptrdiff_t cNbLast = 4;
   auto const isBelow = [&](Piece const& piece) {
@@ -67,7 +67,7 @@ void Collection::note(Pieces& pieces, unsigned long count, Position const& posit
 }
 
 void Collection::commit() {
-  // Both have the same type: voxels are only moved.
+  // Both have the same type: voxels are copied without conversion.
   VoxelTypes const type = m_target.storage->getVoxelType();
   ConvertedWindow const from(m_window.getSource(), type);
   ConvertedWindow const to(m_target, type);

@@ -9,30 +9,30 @@
 
 namespace pxl::access {
 
-/** Gives the bytes that may be taken in memory beyond images; asked when they are about to be taken. */
+/** Returns the extra memory in bytes; called just before memory is allocated. */
 using ExtraMemory = unsigned long (*)();
 
 /**
- * What is written to a window of an image, as voxels of some type, kept apart in a temporary image of the window's
- * own type until it is stored in the image or dropped with this object. Each thread takes note of what it wrote by
- * itself, as few rectangles.
+ * Buffers the writes to a window of an image, as voxels of some type, in a temporary image of the window's own type,
+ * until they are stored in the image or discarded with this object. The record of what was written is thread-local,
+ * as few rectangles.
  */
 class Collection : private Noncopyable {
  public:
   /** @throws RuntimeError there is no room, neither in memory nor on disk */
   Collection(VoxelSource const& target, VoxelTypes type, ExtraMemory getExtraMemory);
 
-  /** Keeps `count` voxels of one row; false on failure. By many threads at once. */
+  /** Buffers `count` voxels of one row. Thread-safe. @return false on failure */
   bool write(void const* voxels, unsigned long count, Position const& position);
 
-  /** Whether nothing was written. While nobody writes. */
+  /** Whether nothing was written. Must not be called while a thread writes. */
   bool isEmpty() const { return m_pieces.empty(); }
 
-  /** Stores what was written, on the calling thread alone. @throws RuntimeError the image can't be written */
+  /** Stores the buffered writes, on the calling thread only. @throws RuntimeError the image can't be written */
   void commit();
 
  private:
-  // Rows of equal length under each other.
+  // Consecutive rows of equal length.
   struct Piece {
     Position begin;
     unsigned long nbCols;
@@ -44,7 +44,7 @@ class Collection : private Noncopyable {
 
   VoxelSource m_target;
   io::TemporaryImageReference m_room;
-  ConvertedWindow m_window;  ///< of the room
+  ConvertedWindow m_window;  ///< of the temporary image
   tbb::enumerable_thread_specific<Pieces, tbb::cache_aligned_allocator<Pieces>, tbb::ets_no_key> m_pieces;
 };
 

@@ -11,17 +11,17 @@
 namespace pxl::access {
 namespace {
 
-// Two voxels, for which the compiler has operators: in a loop over voxels comparisons would become jumps.
+// Vectors of two voxels: in a loop over single voxels the compiler turns comparisons into branches.
 using Doubles __attribute__((vector_size(16))) = double;
 using Floats __attribute__((vector_size(8))) = float;
 using Whole __attribute__((vector_size(8))) = int;
 
-// Rounds half to even and saturates; NaN becomes 0. For unsigned numbers of 32 bits the sign bit is changed.
+// Rounds half to even and saturates; NaN becomes 0. For unsigned 32-bit integers the sign bit is inverted.
 template <class To>
 Whole roundTwo(Doubles v) {
   constexpr double cLowest = std::numeric_limits<To>::lowest();
   constexpr double cHighest = std::numeric_limits<To>::max();
-  // A number this large has no bits behind the point, so that adding it rounds.
+  // Adding 1.5 * 2^52 rounds to an integer: the sum has no fraction bits.
   constexpr double cLarge = 6755399441055744.;
   constexpr double cShift = std::is_same_v<To, unsigned int> ? 2147483648. : 0.;
   Doubles const zero{}, lowest = zero + cLowest, highest = zero + cHighest;
@@ -77,7 +77,7 @@ To convertVoxel(From value) {
   }
 }
 
-// The results of filters, which shouldn't cost more than the filter.
+// The conversion of filters' results, which must not take longer than the filter.
 template <class To>
 void convertFloats(To* __restrict to, float const* __restrict from, long count) {
   using Round = RoundFloats<To>;

@@ -8,7 +8,7 @@
 namespace pxl::access {
 namespace {
 
-// Whether every voxel of the window lies at a multiple of its size, as converters expect it. Foreign memory may not.
+// Whether all voxels of the window are aligned to their size, as converters require. Memory of the caller may not be.
 bool isAligned(char const* memory, long const* strides, unsigned long size) {
   bool isAligned = reinterpret_cast<unsigned long>(memory) % size == 0;
   for (int i = 0; i < cNbComponents; ++i) isAligned = isAligned && strides[i] % static_cast<long>(size) == 0;

@@ -7,8 +7,8 @@
 namespace pxl::access {
 
 /**
- * A window of a storage as voxels of any type. Positions are those of the window. What lies in memory is converted
- * from and to where it lies, anything else goes through a small buffer.
+ * A window of a storage as voxels of any type. Positions are relative to the window. Voxels in memory are converted
+ * in place; all others are converted through a small buffer.
  */
 class ConvertedWindow {
  public:
@@ -16,9 +16,9 @@ class ConvertedWindow {
 
   VoxelSource const& getSource() const { return m_source; }
 
-  /** Reads `count` voxels of one row. Throws RuntimeError. */
+  /** Reads `count` voxels of one row. @throws RuntimeError the storage fails */
   void read(void* voxels, unsigned long count, Position const& position) const;
-  /** The reverse; false on failure. */
+  /** The reverse. @return false on failure */
   bool write(void const* voxels, unsigned long count, Position const& position) const;
 
  private:
@@ -34,7 +34,7 @@ class ConvertedWindow {
   Converter m_fromStored;
   Converter m_toStored;
   long const* m_strides;  ///< of the storage
-  char const* m_memory;   ///< of the window's first voxel; null when voxels can't be converted where they are
+  char const* m_memory;   ///< of the window's first voxel; null if voxels can't be converted in place
 };
 
 }  // namespace pxl::access

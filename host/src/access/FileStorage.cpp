@@ -20,7 +20,7 @@ namespace {
   PXL_RAISE(RuntimeError, path + ": " + what + ": " + std::strerror(error));
 }
 
-// Opens without ever waiting for the other end of a pipe.
+// Opens without blocking if the path is a pipe.
 int openFile(std::string const& path, FileModes mode) {
   int const flags = mode == FileModes::cReadOnly    ? O_RDONLY
                     : mode == FileModes::cReadWrite ? O_RDWR
@@ -42,7 +42,7 @@ void checkFile(std::string const& path, int file, unsigned long offset, unsigned
   key.origin = offset;
 }
 
-// The error of the system, or 0. On a full disk this fails here, and no later write to the file does.
+// Returns the error of the system, or 0. If the disk is full, this fails here and not in a later write.
 int reserve(int file, unsigned long bytes) {
   int error = 0;
   do {
@@ -51,7 +51,7 @@ int reserve(int file, unsigned long bytes) {
   return error;
 }
 
-// Moves `bytes` by `transfer` (pread or pwrite), however many calls it takes; false when the file ends or fails.
+// Transfers `bytes` with as many calls of pread or pwrite as needed. Returns false if the file ends or fails.
 template <class Transfer, class Pointer>
 bool transferAll(Transfer transfer, int file, Pointer data, unsigned long bytes, long offset) {
   while (bytes > 0) {
@@ -93,7 +93,7 @@ FileStorage::FileStorage(VoxelTypes type, ImageSizes const& sizes, std::string c
 FileStorage::FileStorage(VoxelTypes type, ImageSizes const& sizes, FileDescriptor&& file, std::string const& name)
     : VoxelStorage(type, toPosition(sizes).at), m_key(), m_file(-1), m_isWritable(true), m_path(name) {
   unsigned long const bytes = checkLimits(type, sizes);
-  if (file.get() < 0) raiseSystemError(name, "no file can be made", errno);
+  if (file.get() < 0) raiseSystemError(name, "no file can be created", errno);
   if (int const error = reserve(file.get(), bytes)) raiseSystemError(name, "space can't be reserved", error);
   checkFile(name, file.get(), 0, bytes, m_key);
   m_key.access = StorageAccesses::cWritableFile;

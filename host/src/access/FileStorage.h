@@ -11,12 +11,12 @@ namespace pxl::access {
 
 class FileDescriptor;
 
-/** Voxels in a file, read by pread and written by pwrite. */
+/** Voxels in a file, read with pread and written with pwrite. */
 class FileStorage final : public VoxelStorage {
  public:
   FileStorage(VoxelTypes type, ImageSizes const& sizes, std::string const& path, FileModes mode,
               unsigned long offset);
-  /** Reserves the space in an open, empty file, and takes it over when that is done. `name` is for messages. */
+  /** Reserves the space in an open, empty file, and then takes ownership of it. `name` is for messages. */
   FileStorage(VoxelTypes type, ImageSizes const& sizes, FileDescriptor&& file, std::string const& name);
   ~FileStorage() override;
 
@@ -36,7 +36,7 @@ class FileStorage final : public VoxelStorage {
   std::string m_path;
 };
 
-/** Maps `bytes` of a file from `offset` on, read-only; `key` receives the place. */
+/** Maps `bytes` of a file from `offset` on, read-only; `key` receives the identity of the place. */
 std::shared_ptr<void> mapFile(std::string const& path, unsigned long bytes, unsigned long offset, StorageKey& key);
 
 }  // namespace pxl::access

@@ -13,16 +13,16 @@
 namespace pxl::access {
 
 /**
- * Pieces of rows that wait to be stored in an image. Each thread appends to a store of its own, without a lock; the
+ * Pieces of rows that are stored in an image later. Each thread appends to a thread-local store, without a lock; the
  * stores keep their memory from one pass to the next. In-place operators hold back two pieces of nearly every row, so
- * that this is as hot as the writing itself.
+ * this path is as hot as writing itself.
  */
 template <class T>
 class HeldBackRows : private Noncopyable {
  public:
   bool isEmpty() const { return !m_isFilled.load(std::memory_order_relaxed); }
 
-  /** Copies what lies within the image of `count` voxels from a position on. */
+  /** Copies `count` voxels from a position on, as far as they are within the image. */
   void keep(ViewInterface<T> const& image, T const* voxels, long count, long col, long row, long plan, long sequence,
             long spectralSeries) {
     long const skip = std::max(-col, 0L);
@@ -39,7 +39,7 @@ class HeldBackRows : private Noncopyable {
     m_isFilled.store(true, std::memory_order_relaxed);
   }
 
-  /** Stores all pieces and forgets them. After a failure the next call stores what is left. */
+  /** Stores all pieces and clears the stores. After a failure the next call stores the remaining pieces. */
   void writeAll(ViewInterface<T>& image) {
     for (Store& store : m_stores) {
       for (Piece const& piece : store.pieces)
@@ -62,7 +62,7 @@ class HeldBackRows : private Noncopyable {
     long spectralSeries;
   };
 
-  // Voxels in chunks that never move, as pieces point into them.
+  // Voxels in chunks that never move, because pieces point into them.
   struct Store {
     static constexpr long cChunkSize = 65536 / static_cast<long>(sizeof(T));
 

@@ -5,10 +5,12 @@
 
 namespace pxl::access {
 
-/** The strides as they identify a place: those of dimensions of size 1 play no part. */
+/** The strides that identify a place: 0 in dimensions of size 1. */
 void setKeyStrides(StorageKey& key, ImageSizes const& sizes, ImageStrides const& strides);
 
-/** Voxels times bytes per voxel. @throws InvalidCall a limit of the host is exceeded or the type has no images */
+/**
+ * Number of voxels * bytes per voxel. @throws InvalidCall a limit of the host is exceeded or the type has no images
+ */
 unsigned long checkLimits(VoxelTypes type, ImageSizes const& sizes);
 
 }  // namespace pxl::access

@@ -32,8 +32,8 @@ void MemoryStorage::readRun(void* voxels, unsigned long count, Position const& p
 }
 
 bool MemoryStorage::writeRun(void const* voxels, unsigned long count, Position const& position) {
-  // Memory that is known by its address alone may also belong to a writable image, whose views share the interface
-  // made on this storage. Whether an image may be written is asked when a writable view is made.
+  // Memory that is identified by its address may also belong to a writable image, whose views share the interface
+  // made on this storage. Writability is checked when a writable view is made.
   if (!m_isWritable && m_key.space[1] != 0) return false;
   std::memcpy(addressOf(position), voxels, count * helper::getSizeOf(getVoxelType()));
   return true;

@@ -11,7 +11,7 @@ namespace pxl::access {
 /** Voxels in memory. */
 class MemoryStorage final : public VoxelStorage {
  public:
-  /** `owner` keeps the memory; `key` is null for memory that is only known by its address. */
+  /** `owner` keeps the memory alive; `key` is null for memory that is identified by its address. */
   MemoryStorage(VoxelTypes type, ImageSizes const& sizes, ImageStrides const& strides, char* voxels, bool isWritable,
                 std::shared_ptr<void> owner, StorageKey const* key);
 

@@ -7,7 +7,7 @@
 namespace pxl::access {
 namespace {
 
-// A window as bytes of a place. Dimensions of size 1 have stride 0.
+// A window as bytes of its place. Dimensions of size 1 have stride 0.
 struct Layout {
   explicit Layout(VoxelSource const& source)
       : key(source.storage->getKey()), voxelSize(static_cast<long>(source.storage->getStoredVoxelSize())) {
@@ -48,9 +48,9 @@ void getByteRange(Layout const& window, long& begin, long& end) {
   }
 }
 
-// Looks for a voxel of `a` and one of `b` that share bytes, in two windows of equal strides: a difference of their
-// indices that bridges a distance in bytes, from the dimension with the largest stride down. Where each stride steps
-// over all that the smaller ones reach, few steps are to be tried in each dimension.
+// Searches two windows of equal strides for a voxel of `a` and one of `b` that share bytes. It looks for a difference
+// of their indices that bridges the distance in bytes, from the dimension with the largest stride down. If each
+// stride exceeds the reach of all smaller ones, few differences have to be tried in each dimension.
 class Search {
  public:
   Search(Layout const& a, Layout const& b) : m_a(a), m_b(b) {
@@ -73,7 +73,7 @@ class Search {
     }
   }
 
-  // Whether voxels share bytes when `b` begins so many bytes after `a`; also when that would take too long to tell.
+  // Whether voxels share bytes if `b` begins this many bytes after `a`; true if the search would take too long.
   bool findsShared() { return finds(m_b.origin - m_a.origin, 0, true); }
 
   // Whether different voxels of one window share bytes, `a` and `b` being this window.
@@ -83,10 +83,10 @@ class Search {
   struct Dimension {
     long stride;
     long lowest, highest;  // differences of indices
-    long reachBelow;       // bytes that the smaller dimensions and the voxels bridge
+    long reachBelow;       // bytes that the smaller dimensions and a voxel bridge
   };
 
-  // `isDifferent` when indices of two voxels that are compared may be, or are, different.
+  // `isDifferent`: whether the indices of the two voxels differ, or may still differ.
   bool finds(long distance, int depth, bool isDifferent) {
     if (++m_nbSteps > cMaxNbSteps) return true;
     if (depth == cNbComponents) return isDifferent && distance < m_a.voxelSize && -distance < m_b.voxelSize;

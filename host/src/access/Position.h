@@ -4,10 +4,10 @@
 
 namespace pxl::access {
 
-/** Five coordinates or sizes in the order of Components, as the contract's operations take them. */
+/** Five coordinates or sizes in the order of Components, as functions of the contract take them. */
 using Position = unsigned long[cNbComponents];
 
-/** The same as a value: arrays are neither returned nor made from others. */
+/** The same as a value: arrays can't be returned or copied. */
 struct PositionValue {
   Position at;
 };

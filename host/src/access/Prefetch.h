@@ -8,9 +8,9 @@ constexpr int cForReading = 0;
 constexpr int cForWriting = 1;
 
 /**
- * Has the beginning of a row brought near that is likely the next one: what a kernel does between two rows would else
- * end the processor's own look ahead. The beginning is enough; writing gains by it as much as reading does (a tenth
- * of a pass over 8-bit voxels). Any address will do.
+ * Prefetches the beginning of the row that is likely the next one. The hardware prefetcher loses the stream in the
+ * work that a kernel does between two rows. The beginning is enough. Reads and writes gain equally: a tenth of the
+ * time of a pass over 8-bit voxels. Any address is allowed.
  */
 template <int Use>
 inline void prefetchRow(char const* address, unsigned long bytes) {

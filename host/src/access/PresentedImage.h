@@ -7,8 +7,8 @@
 namespace pxl::access {
 
 /**
- * An image as a grey one, and with its bits read as another voxel type of the same size. It must not outlive the
- * image.
+ * Presents an image as a grey one, with its bits reinterpreted as another voxel type of the same size. It must not
+ * outlive the image.
  */
 class PresentedImage final : public ImageModel {
  public:

@@ -7,18 +7,18 @@
 namespace pxl::access {
 
 /**
- * Rounds floats to integers of 8 or 16 bits: half to even, saturated, NaN gives 0. It needs no more than what every
- * x86-64 processor has, as the host runs on any of them; only for unsigned 16 bits it needs SSE4.1.
+ * Rounds floats to integers of 8 or 16 bits: half to even, saturated, NaN becomes 0. It uses only what every x86-64
+ * processor has, as the host runs on all of them; only unsigned 16-bit integers need SSE4.1.
  */
 template <class To>
 struct RoundFloats {
   static_assert(std::is_integral_v<To> && sizeof(To) <= 2);
   static constexpr long cNbVoxels = 16 / static_cast<long>(sizeof(To));
 
-  /** Whether this processor can. */
+  /** Whether this processor supports it. */
   static bool isAvailable() { return !std::is_same_v<To, unsigned short> || __builtin_cpu_supports("sse4.1"); }
 
-  /** Rounds whole vectors of cNbVoxels, and returns how many voxels of `count` that were. */
+  /** Rounds whole vectors of cNbVoxels. @return how many of the `count` voxels were rounded */
   static long roundVectors(float const* from, To* to, long count) {
     if constexpr (std::is_same_v<To, unsigned short>) return roundUnsigned16(from, to, count);
     long i = 0;
@@ -36,11 +36,11 @@ struct RoundFloats {
   }
 
  private:
-  // To signed numbers of 16 bits; narrower limits are left to the packing.
+  // To signed 16-bit integers; packing saturates to narrower types.
   static __m128i roundEight(float const* from) { return _mm_packs_epi32(roundFour(from), roundFour(from + 4)); }
 
-  // To 32 bits. What is too low for them becomes the lowest number, and so does NaN, which the minimum lets pass as
-  // its second operand: packed to unsigned numbers that is 0.
+  // To 32-bit integers. Values that are too low become the lowest integer, and so does NaN, which the minimum returns
+  // as its second operand. Packing to unsigned integers turns that into 0.
   static __m128i roundFour(float const* from) {
     __m128 v = _mm_loadu_ps(from);
     if constexpr (std::is_signed_v<To>) v = _mm_and_ps(v, _mm_cmpord_ps(v, v));

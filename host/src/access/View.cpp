@@ -15,8 +15,8 @@ namespace {
 // A small number for each thread, so that neighbouring threads use different shares of a view's border condition.
 std::size_t getThreadNumber() {
   static std::atomic<std::size_t> lastNumber{0};
-  // Zero until it is known: a variable with a computed start would be checked by a call for each row. The model saves
-  // the call that finds the variable, for a few bytes that every thread of the process keeps for this library.
+  // Zero until it is assigned: a thread-local variable with a dynamic initialiser would be checked by a call for each
+  // row. The TLS model avoids the call that looks up the variable, and costs every thread a few bytes.
   [[gnu::tls_model("initial-exec")]] thread_local std::size_t number = 0;
   if (__builtin_expect(number == 0, 0)) number = lastNumber.fetch_add(1, std::memory_order_relaxed) + 1;
   return number;
@@ -29,7 +29,7 @@ std::size_t getThreadNumber() {
 
 }  // namespace
 
-// The count of a share changes with every row: it has cache lines of its own, which no other thread reads.
+// The reference count of a share changes with every row, so it has cache lines of its own.
 template <class T, class A>
 struct View<T, A>::BorderShare {
   struct alignas(cCacheLine) Owner {

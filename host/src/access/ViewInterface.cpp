@@ -26,7 +26,7 @@ ViewInterface<T>::~ViewInterface() = default;
 
 namespace {
 
-// Voxels of type T in memory: a row is one copy away.
+// Voxels of type T in memory: reading a row is one copy.
 template <class T>
 class alignas(cCacheLine) MemoryInterface final : public ViewInterface<T> {
  public:
@@ -46,7 +46,7 @@ class alignas(cCacheLine) MemoryInterface final : public ViewInterface<T> {
     prefetchRow<cForReading>(address + m_strides[cRows], bytes);
   }
 
-  // Whether the image may be written is asked when a writable view is made; views of one memory share this object.
+  // Writability is checked when a writable view is made; all views of one memory share this object.
   bool writeRowAt(long count, T const* voxels, long col, long row, long plan, long sequence,
                   long spectralSeries) override {
     bool isStored = true;
@@ -70,7 +70,7 @@ class alignas(cCacheLine) MemoryInterface final : public ViewInterface<T> {
   long m_strides[cNbComponents];
 };
 
-// Voxels of any type anywhere.
+// Voxels of any type in any storage.
 template <class T>
 class alignas(cCacheLine) StorageInterface final : public ViewInterface<T> {
  public:
@@ -118,8 +118,8 @@ Key makeKey(VoxelSource const& source) {
   return key;
 }
 
-// The living interface objects of one voxel type. Entries go with their objects. Never destroyed: a view may outlive
-// the static objects of the host.
+// The existing interface objects of one voxel type. Entries are removed with their objects. Never destroyed: a view
+// may outlive the static objects of the host.
 template <class T>
 class Registry {
  public:
@@ -131,7 +131,7 @@ class Registry {
   std::shared_ptr<ViewInterface<T>> find(VoxelSource const& source) {
     Key const key = makeKey(source);
     if (auto known = findKnown(key)) return known;
-    // Made before the lock is taken, as its deleter takes it, also when the pointer can't be made.
+    // Made before the lock is taken: its deleter takes the lock, even if the shared pointer can't be made.
     std::shared_ptr<ViewInterface<T>> made(make(source), [this, key](ViewInterface<T>* object) {
       forget(key);
       delete object;
@@ -160,7 +160,7 @@ class Registry {
   void forget(Key const& key) {
     std::lock_guard<std::mutex> lock(m_mutex);
     auto const entry = m_interfaces.find(key);
-    // Another thread may have made a new object for the key since this one lost its last owner.
+    // Another thread may have made a new object for the key since the last owner of this one released it.
     if (entry != m_interfaces.end() && entry->second.expired()) m_interfaces.erase(entry);
   }
 

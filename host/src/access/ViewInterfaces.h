@@ -8,8 +8,8 @@
 namespace pxl::access {
 
 /**
- * The interface object of a window of a storage as voxels of type T. Equal windows of one place give one object as
- * long as anybody holds it.
+ * The interface object of a window of a storage as voxels of type T. Equal windows of one place share one object as
+ * long as it is in use.
  */
 template <class T>
 std::shared_ptr<ViewInterface<T>> getViewInterface(VoxelSource const& source);

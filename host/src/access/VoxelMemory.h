@@ -4,7 +4,7 @@
 
 namespace pxl::access {
 
-/** Zero-filled memory with a 64-byte aligned start. Large pieces come as whole pages, huge ones where possible. */
+/** Zero-filled, 64-byte aligned memory. Large blocks consist of whole pages, huge pages where possible. */
 std::shared_ptr<void> allocateVoxels(unsigned long bytes);
 
 }  // namespace pxl::access

@@ -11,7 +11,7 @@ namespace pxl::algorithms {
 
 using Lock = std::lock_guard<std::recursive_mutex>;
 
-// A step counts as not begun until its work is declared: 0 of 1.
+// A step counts as 0 of 1 until its work is declared.
 AbstractPrivateImplementation::AbstractPrivateImplementation(BaseAlgorithm* algorithm)
     : m_cancelled(false),
       m_progress(0),
@@ -38,7 +38,7 @@ AbstractPrivateImplementation::~AbstractPrivateImplementation() {
   frames.erase(std::remove(frames.begin(), frames.end(), this), frames.end());
 }
 
-// Not virtual: the frame may be in the middle of its construction or destruction.
+// Not virtual: the frame may be in its constructor or destructor.
 void AbstractPrivateImplementation::raiseCancel() {
   Lock const lock(getFrameLock());
   m_cancelled.store(true, std::memory_order_relaxed);
@@ -55,7 +55,7 @@ BaseAlgorithm* AbstractPrivateImplementation::getPublicInterface() const { retur
 
 void AbstractPrivateImplementation::runChildAlgo(AbstractPrivateImplementation* child) {
   PXL_PROBE(onRunChild(this, child));
-  // Takes the child off again on every path, before anybody can destroy it.
+  // Unregisters the child on every path, before it can be destroyed.
   struct Publication {
     Publication(AbstractPrivateImplementation& parentFrame, AbstractPrivateImplementation* child)
         : parent(parentFrame) {
@@ -77,7 +77,7 @@ void AbstractPrivateImplementation::runChildAlgo(AbstractPrivateImplementation* 
   publication.isDone = true;
 }
 
-// Stands for an operator in the frame of another one.
+// Represents an operator in the frame of another one.
 class AbstractPrivateImplementation::OperatorRun final : public AbstractPrivateImplementation {
  public:
   explicit OperatorRun(BaseAlgorithm& child) : AbstractPrivateImplementation(nullptr) { m_operator = &child; }
@@ -106,7 +106,7 @@ double AbstractPrivateImplementation::getDoneFraction() const {
   double const nbSteps = static_cast<double>(m_numberOfSteps.load());
   if (nbSteps == 0) return 1;
   double const total = static_cast<double>(m_maxProgress.load());
-  // A poll between the two stores that begin a step may see the work of the last one.
+  // A poll between the two stores that begin a step may see the work of the previous one.
   double const ofStep = m_currentChild ? m_currentChild->getDoneFraction()
                         : total == 0   ? 1
                                        : std::min(1.0, static_cast<double>(m_progress.load()) / total);

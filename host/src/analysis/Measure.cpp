@@ -16,7 +16,7 @@ void MeasureArray::resize(object_model::Tuple const& shape) {
   if (shape.getSize() != 3) PXL_RAISE(InvalidCall, "a measure has three dimensions");
   for (unsigned long i = 0; i < 3; ++i)
     if (__builtin_mul_overflow(count, shape[i], &count))
-      PXL_RAISE(InvalidCall, "a measure of so many cells is too large");
+      PXL_RAISE(InvalidCall, "a measure of this many cells is too large");
   allocate(shape, shape[0], shape[0] * shape[1], count);
 }
 

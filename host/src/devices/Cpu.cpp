@@ -5,7 +5,7 @@
 namespace pxl::devices {
 namespace {
 
-// The compiler's test also asks the operating system whether it saves the wide registers.
+// The compiler's test also checks that the operating system saves the wide registers.
 int detectLevel() {
   __builtin_cpu_init();
   if (__builtin_cpu_supports("avx2")) return 128;

@@ -1,8 +1,8 @@
 #pragma once
 
 /**
- * The seam for watching the host from tests. The product compiles it away; the instrumented library of the tests is
- * built of the same sources with PXLWORKS_INSTRUMENTED and hands each call to the active probe.
+ * Hooks that let tests observe the host. They compile to nothing in the product. The instrumented library of the
+ * tests is built from the same sources with PXLWORKS_INSTRUMENTED, and passes each call to the active probe.
  */
 #ifdef PXLWORKS_INSTRUMENTED
 

@@ -22,7 +22,7 @@
 namespace pxl::io {
 namespace {
 
-// The memory of the last temporary, kept for the next one: pages that are there already cost nothing to touch.
+// The memory of the last temporary image, kept for the next one: reused pages cause no page faults.
 class MemoryPool {
  public:
   static MemoryPool& get() {
@@ -31,7 +31,7 @@ class MemoryPool {
   }
 
   std::shared_ptr<void> take(unsigned long bytes) {
-    // Read here, as it allocates: giving back must not fail.
+    // Read here because it allocates: returning memory must not fail.
     unsigned long const maxKept = globalSettings().getValueAsUnsignedLong("PXL_MAX_KEPT_MEMORY", cDefaultMaxKept);
     Block block = takeFitting(bytes);
     if (!block.memory) block = {access::allocateVoxels(bytes), bytes};
@@ -77,7 +77,7 @@ std::string getFolderOfTemporaries() {
   return folder && *folder ? folder : "/var/tmp";
 }
 
-// A file that has no name, or loses it at once where the file system can't do without; -1 on failure.
+// An unnamed file, or one that is unlinked at once if the file system doesn't support unnamed files; -1 on failure.
 access::FileDescriptor openUnnamedFile(std::string const& folder) {
   int const file = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
   if (file >= 0) return access::FileDescriptor(file);

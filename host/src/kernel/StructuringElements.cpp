@@ -12,7 +12,7 @@ namespace pxl::kernel {
 namespace {
 
 constexpr double cPi = 3.14159265358979323846;
-// Differences that are due to the rounding of sines and cosines alone.
+// Tolerance for the rounding errors of sines and cosines.
 constexpr double cTolerance = 1e-9;
 
 /** The largest whole number whose square is at most `square`. */

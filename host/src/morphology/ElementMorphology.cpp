@@ -9,7 +9,7 @@
 #include "pxl/ImageModel.h"
 #include "pxl/Runnable.h"
 
-// The operators with any element, and how the composed ones are composed.
+// The operators with any element, and the steps of the composed ones.
 
 namespace pxl::morphology {
 namespace {
@@ -62,7 +62,7 @@ void compose(Gradient const& algorithm, MorphologySteps& steps) {
     steps.erode(steps.getInput(), element, eroded);
     steps.subtract(steps.getInput(), eroded);
   } else {
-    // The dilation comes last: in place it takes the input's place.
+    // The dilation comes last: in place it overwrites the input.
     ImageModel* const eroded = steps.getExtra();
     steps.erode(steps.getInput(), element, eroded);
     steps.dilate(steps.getInput(), element, steps.getOutput());
@@ -93,8 +93,8 @@ String refuseType(BaseAlgorithm const& algorithm, ImageModel const* input, Image
   if (!input || !output) return String();
   VoxelTypes const type = input->getVoxelType(), wanted = algorithm.getNaturalOutputType(type);
   if (output->getVoxelType() == wanted) return String();
-  return std::string("of an image of ") + helper::getNameOf(type) + " the output is " + helper::getNameOf(wanted) +
-         ", and not " + helper::getNameOf(output->getVoxelType());
+  return std::string("for an input of ") + helper::getNameOf(type) + " the output must be " +
+         helper::getNameOf(wanted) + ", not " + helper::getNameOf(output->getVoxelType());
 }
 
 bool holdsItself(StructuringElement const& element) {
@@ -159,30 +159,32 @@ ErosionElement3d::ErosionElement3d() = default;
 PXL_RECORD(ErosionElement3d, "morphology", "smallest voxel of any element", cVolume)
 
 Dilate::Dilate() : ComposedMorphology(1) {}
-PXL_COMPOSED_RECORD(Dilate, Composition<Dilate>::get(), "morphology", "dilation by any element", cVolume)
+PXL_COMPOSED_RECORD(Dilate, Composition<Dilate>::get(), "morphology", "dilation with any element", cVolume)
 Erode::Erode() : ComposedMorphology(1) {}
-PXL_COMPOSED_RECORD(Erode, Composition<Erode>::get(), "morphology", "erosion by any element", cVolume)
+PXL_COMPOSED_RECORD(Erode, Composition<Erode>::get(), "morphology", "erosion with any element", cVolume)
 Open::Open() : ComposedMorphology(2) {}
-PXL_COMPOSED_RECORD(Open, Composition<Open>::get(), "morphology", "erosion, then dilation by the mirrored element",
+PXL_COMPOSED_RECORD(Open, Composition<Open>::get(), "morphology", "erosion, then dilation with the mirrored element",
                     cVolume)
 Close::Close() : ComposedMorphology(2) {}
-PXL_COMPOSED_RECORD(Close, Composition<Close>::get(), "morphology", "dilation, then erosion by the mirrored element",
-                    cVolume)
+PXL_COMPOSED_RECORD(Close, Composition<Close>::get(), "morphology",
+                    "dilation, then erosion with the mirrored element", cVolume)
 WhiteTopHat::WhiteTopHat() : MorphologicalDifference(2) {}
-PXL_COMPOSED_RECORD(WhiteTopHat, Composition<WhiteTopHat>::get(), "morphology", "the image less its opening", cVolume)
+PXL_COMPOSED_RECORD(WhiteTopHat, Composition<WhiteTopHat>::get(), "morphology", "the image minus its opening",
+                    cVolume)
 BlackTopHat::BlackTopHat() : MorphologicalDifference(2) {}
-PXL_COMPOSED_RECORD(BlackTopHat, Composition<BlackTopHat>::get(), "morphology", "the closing less the image", cVolume)
+PXL_COMPOSED_RECORD(BlackTopHat, Composition<BlackTopHat>::get(), "morphology", "the closing minus the image",
+                    cVolume)
 
-// Both passes go over the input.
+// Both passes read the input.
 Gradient::Gradient() : MorphologicalDifference(1) {}
-PXL_COMPOSED_RECORD(Gradient, Composition<Gradient>::get(), "morphology", "dilation less erosion, or half of it",
+PXL_COMPOSED_RECORD(Gradient, Composition<Gradient>::get(), "morphology", "dilation minus erosion, or half of it",
                     cVolume)
 String Gradient::getObjection() const {
   int const mode = gradientMode;
   if (gradientMode.getChoices().getText(mode).empty())
-    return std::string("gradientMode is 0 full, 1 outer or 2 inner, and not ") + std::to_string(mode);
+    return std::string("gradientMode must be 0 (full), 1 (outer) or 2 (inner), not ") + std::to_string(mode);
   if (mode != cFullGradient && !holdsItself(element))
-    return "an outer or inner gradient needs an element that holds the voxel itself";
+    return "an outer or inner gradient needs an element that contains the voxel itself";
   return MorphologicalDifference::getObjection();
 }
 double Gradient::estimateSteps() const {

@@ -30,7 +30,7 @@ std::unique_ptr<BaseAlgorithm> onImages(std::unique_ptr<Algo> algorithm, ImageMo
   return algorithm;
 }
 
-/** The operator whose element this is, set up. */
+/** The operator that has this element, with its properties set. */
 std::unique_ptr<BaseAlgorithm> makeOperator(bool isDilation, StructuringElement const& element,
                                             ImageModel const* from, ImageModel* to) {
   switch (element.getKind()) {
@@ -93,12 +93,12 @@ std::unique_ptr<BaseAlgorithm> makeOperator(bool isDilation, StructuringElement 
   }
 }
 
-/** An element as others that are applied one after the other: a box as lines where that is less work. */
+/** An element as a sequence of others: a box as lines, where that is less work. */
 std::vector<StructuringElement> decompose(StructuringElement const& element) {
   if (element.getKind() != ElementKinds::cBox) return {element};
   std::vector<kernel::Offset3D> const offsets = element.getOffsets();
   kernel::Offset3D const &first = offsets.front(), &last = offsets.back();
-  // In the order of arrays.
+  // In array order.
   std::vector<long> const sizes{last.plan - first.plan + 1, last.row - first.row + 1, last.col - first.col + 1};
   std::vector<long> const origin{-first.plan, -first.row, -first.col};
   std::vector<StructuringElement> lines;
@@ -117,7 +117,7 @@ std::vector<StructuringElement> decompose(StructuringElement const& element) {
   return cost < static_cast<long>(offsets.size()) + cCostOfPass ? lines : std::vector<StructuringElement>{element};
 }
 
-/** Whether the element is one in passes that has none; the operators would leave the output as it is. */
+/** Whether the element is applied in 0 passes; the operators would leave the output unchanged. */
 bool isWithoutPasses(StructuringElement const& element) {
   bool const isInPasses =
       element.getKind() == ElementKinds::cConnectivity || element.getMode() == kernel::ElementModes::cFast;

@@ -15,23 +15,23 @@ class AbstractPrivateImplementation;
 
 namespace pxl::morphology {
 
-/** The steps of a composition: first they are listed, then they are run with one progress and one cancel. */
+/** The steps of a composition: they are listed first, then run with a common progress and cancellation. */
 class MorphologySteps {
  public:
   explicit MorphologySteps(ElementMorphology& algorithm);
 
-  /** The images of the algorithm as grey ones of the input's type. */
+  /** Presents the images of the algorithm as grey ones of the input's type. */
   ImageModel const* getInput() const { return &m_input; }
   ImageModel* getOutput() { return &m_output; }
   bool isInPlace() const { return m_isInPlace; }
-  /** An extra image like the input, made on the first call. @throws RuleException there is no room for it */
+  /** An extra image like the input, made by the first call. @throws RuleException there is no room for it */
   ImageModel* getExtra();
-  /** Where a result can be made that is needed together with the input. */
+  /** The image for a result that is needed together with the input. */
   ImageModel* getFree() { return m_isInPlace ? getExtra() : getOutput(); }
 
   void dilate(ImageModel const* from, kernel::StructuringElement const& element, ImageModel* to);
   void erode(ImageModel const* from, kernel::StructuringElement const& element, ImageModel* to);
-  /** Into the algorithm's output. */
+  /** Writes the algorithm's output. */
   void subtract(ImageModel const* from, ImageModel const* what);
 
   void run();
@@ -50,7 +50,7 @@ class MorphologySteps {
   std::vector<std::function<void(algorithms::AbstractPrivateImplementation&)>> m_steps;
 };
 
-/** How many passes or voxels an element takes for each voxel of an image. */
+/** The number of passes or voxels of an element per voxel of an image. */
 double estimateSteps(kernel::StructuringElement const& element);
 
 }  // namespace pxl::morphology

@@ -17,7 +17,7 @@ namespace {
 template <class T>
 using View = access::View<T>;
 
-/** What one leaf of the loop does. */
+/** The work on one leaf of the loop. */
 template <class T>
 struct Body {
   void operator()(access::Block3d const& block) const {

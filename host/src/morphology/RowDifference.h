@@ -9,9 +9,9 @@ class ImageModel;
 namespace pxl::morphology {
 
 /**
- * A step of a composition: writes the voxels of one image, less those of another one of its type if there is one.
- * What would be below 0 is 0. A difference of integers is written with the bits of the unsigned type of their width,
- * which is the output's type or has its size. The output may be either image.
+ * A step of a composition: copies an image, or writes its difference to another image of the same type. Differences
+ * below 0 become 0. A difference of integers is written with the bits of the unsigned type of the same width, which
+ * is the output's type or has its size. The output may be either image.
  */
 class RowDifference final : public BaseTbbAlgorithm {
  public:
@@ -19,7 +19,10 @@ class RowDifference final : public BaseTbbAlgorithm {
   RowDifference(ImageModel const* from, ImageModel const* what, ImageModel* output);
   ~RowDifference() override;
 
-  /** @throws ExceptionCancelation; UnexpectedError the output can't be written */
+  /**
+   * @throws ExceptionCancelation the run was cancelled
+   * @throws UnexpectedError      the output can't be written
+   */
   void run() override;
 
  private:

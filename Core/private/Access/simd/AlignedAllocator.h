@@ -11,15 +11,16 @@
 namespace pxl::SimdVec {
 
 /**
- * Allocator of row buffers: aligned, with at least 16 bytes of usable slack behind the last element, so that the last
- * vector of a row may be loaded and stored whole. The address that malloc gave stands just below the result.
+ * Allocator of row buffers: aligned, with at least 16 bytes of usable slack after the last element, so that the last
+ * vector of a row can be loaded and stored as a whole. The address that malloc returned is kept just below the
+ * result.
  */
 template <class T, std::size_t Alignment>
 class AlignedAllocator {
  public:
-  static_assert(Alignment == 16, "the slack is reckoned for 16 bytes");
+  static_assert(Alignment == 16, "the slack is computed for 16 bytes");
   using value_type = T;
-  // The alignment isn't a type, so that std::allocator_traits can't rebind by itself.
+  // std::allocator_traits can't rebind it: the alignment isn't a type.
   template <class U>
   struct rebind {
     using other = AlignedAllocator<U, Alignment>;

@@ -5,8 +5,8 @@
 #include <utility>
 
 /**
- * The vector vocabulary: 128 bits wide, SSE4.1 and below. Kernels take their neighbours from unaligned addresses, so
- * that nothing is ever shifted, masked, compared or blended.
+ * Vectors of 128 bits, with SSE4.1 and below. Kernels load their neighbours from unaligned addresses, so that no
+ * shifts, masks, comparisons or blends are needed.
  */
 namespace pxl::SimdVec {
 
@@ -18,12 +18,12 @@ struct arch_128_tag {};
  * lane-wise `min` and `max`, for real types `add` and `multiply`, for integers bitAnd to bitAndNot (a and not b),
  * `broadcast` of a scalar, and `extract<lane>`.
  *
- * min and max of real types give the second operand where either is NaN or both are zero.
+ * min and max of real types return the second operand where either is NaN or both are zero.
  */
 template <class T>
 struct Simd;
 
-/** What the six integer types share: 128 bits are 128 bits. */
+/** The operations that are the same for all six integer types. */
 template <class T>
 struct SimdInteger {
   using Vector = __m128i;

@@ -8,14 +8,15 @@
 
 namespace pxl::access {
 
-/** The rule for reads beyond the edge of an image. Immutable, thread-safe. */
+/** The rule for reads beyond the edge of an image. Immutable and thread-safe. */
 template <class T>
 class PXL_API BorderCondition : private Noncopyable {
  public:
   /**
-   * Fills [first, last) with the voxels of one row from column `col` onward. Every coordinate may be negative or
-   * beyond the image; such voxels are made by the rule. In-image runs are copied, never looked at one by one.
+   * Fills [first, last) with the voxels of one row from column `col` on. Each coordinate may be negative or beyond
+   * the image; the rule supplies those voxels. Runs of voxels inside the image are copied at once.
    * @return true
+   * @throws RuntimeError the storage fails
    */
   virtual bool readRowAt(ViewInterface<T> const* viewInterface, T* first, T* last, long col, long row, long plan,
                          long sequence, long spectralSeries) const = 0;
@@ -32,7 +33,7 @@ class PXL_API FixedBorderCondition {
   static std::shared_ptr<BorderCondition<T>> New(T value);
 };
 
-/** Voxels beyond the edge repeat the nearest voxel: each coordinate is clamped by itself. */
+/** Voxels beyond the edge repeat the nearest voxel: each coordinate is clamped independently. */
 template <class T>
 class PXL_API ContinueBorderCondition {
  public:
@@ -40,8 +41,8 @@ class PXL_API ContinueBorderCondition {
 };
 
 /**
- * The image is reflected at its edge without repeating the edge voxel, at any distance (period 2(n-1)); a dimension
- * of size 1 repeats its voxel. For float and double only.
+ * The image is reflected at its edges without repeating the edge voxel, at any distance: the period is 2(n-1) in a
+ * dimension of size n. A dimension of size 1 repeats its voxel. For float and double only.
  */
 template <class T>
 class MirrorBorderCondition;

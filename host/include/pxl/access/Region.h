@@ -30,7 +30,7 @@ class PXL_API Region {
   virtual long spectralSeriesBegin() const;
   virtual long spectralSeriesEnd() const;
 
-  /** The product of the five sizes, taken through the operations above, modulo 2^64. */
+  /** The product of the five sizes modulo 2^64, computed from the virtual functions above. */
   unsigned long getNumOfVoxels() const;
 
  private:

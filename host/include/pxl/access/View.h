@@ -31,11 +31,11 @@ class HeldBackRows;
 
 /**
  * Typed access to an image: rows of T, with a rule for reads beyond the edge. An image of another type is converted
- * row by row (see DataConvertionTypes). A view keeps the voxels alive, not the image object; it may outlive the
+ * row by row, see DataConvertionTypes. A view keeps the voxels alive but not the image object: it may outlive the
  * image model, proxy or adapter that it was made on. Reading is thread-safe.
  *
- * A view that is made on the thread of a run takes part in its cancellation: each row that is read or written
- * through it looks at the flag of the run. So a run stops within the time of a row, however large its blocks are.
+ * A view that is made on the thread of a run takes part in its cancellation: each read or write of a row tests the
+ * cancel flag of the run. So a run stops within the time of one row, however large its blocks are.
  */
 template <class T, class A = SimdVec::AlignedAllocator<T, 16>>
 class PXL_API View : private Noncopyable {
@@ -43,7 +43,7 @@ class PXL_API View : private Noncopyable {
   using VoxelType = T;
   using Allocator = A;
 
-  /** @throws InvalidCall when `image` is null or isn't an image of the host */
+  /** @throws InvalidCall `image` or `border` is null, `image` isn't an image of the host, or it isn't writable */
   static std::shared_ptr<View const> New(ImageModel const* image, std::shared_ptr<BorderCondition<T>> border);
   static std::shared_ptr<View> New(ImageModel* image, std::shared_ptr<BorderCondition<T>> border);
   ~View();
@@ -51,23 +51,29 @@ class PXL_API View : private Noncopyable {
   /** The whole image. */
   Region getLargestPossibleRegion() const;
 
-  /** The type that the view answers with: T's. */
+  /** The voxel type of T, whatever the type of the image. */
   VoxelTypes getVoxelType() const;
 
   /**
-   * The border condition given at construction, counted for the calling thread so that threads don't contend. Asked
-   * for with each row that is fetched.
-   * @throws ExceptionCancelation the run that the view was made in is cancelled
+   * The border condition given at construction. Its reference count is per group of threads, so that threads don't
+   * contend. Called for each row that is fetched.
+   * @throws ExceptionCancelation the run in which the view was made is cancelled
    */
   std::shared_ptr<BorderCondition<T> const> getBorderCondition() const;
   std::shared_ptr<BorderCondition<T>> getBorderCondition();
 
-  /** Equal for two views exactly when they show the same voxels as the same T. Asked for with each row written. */
+  /**
+   * The same object for two views if and only if they show the same voxels as the same T. Called for each row
+   * written.
+   * @throws ExceptionCancelation the run in which the view was made is cancelled
+   */
   ViewInterface<T>* getInterface() const;
 
   /**
-   * A cache of `count` rows, or plans of rows, for one thread; it must not outlive the view. To read through a view
-   * that writes is to begin a pass: it gives what the last pass left, also where an adapter kept that apart.
+   * A cache of `count` rows, or plans of rows, for one thread; it must not outlive the view. Making a read cache of a
+   * writable view begins a pass: writes that an adapter still buffers are stored first, so that the pass reads what
+   * the previous one wrote.
+   * @throws RuntimeError buffered writes can't be stored
    */
   std::shared_ptr<RowCacheRead<View, A>> createRowCacheRead(unsigned long count) const;
   std::shared_ptr<PlanCacheRead<View, A>> createPlanCacheRead(unsigned long count) const;
@@ -76,12 +82,13 @@ class PXL_API View : private Noncopyable {
 
   /**
    * Keeps a copy of a row, or of `count` of its voxels from buffer index `offset` on, until writeAllTemporizedRows().
-   * What lies beyond the image is not kept. May be called by many threads at once: each has a store of its own.
+   * Voxels beyond the image are dropped. Thread-safe: the copies are thread-local.
    */
   void temporizeRowWriting(OuputRow<View, A> const& row);
   void temporizeRowWriting(OuputRow<View, A> const& row, unsigned long count, unsigned long offset);
   /**
-   * Stores every row kept so far and forgets it; costs nothing when there is none. Not while rows are being kept.
+   * Stores all rows kept so far and discards the copies; free of cost if there are none. Must not be called while
+   * another thread keeps rows.
    * @throws UnexpectedError the image can't be written
    */
   void writeAllTemporizedRows();
@@ -106,10 +113,10 @@ class PXL_API View : private Noncopyable {
   static constexpr std::size_t cNbShares = 32;
 
   std::shared_ptr<ViewInterface<T>> m_interface;
-  std::shared_ptr<VoxelStorage> m_storage;  ///< the image's own: the interface may hold another one of the same place
+  std::shared_ptr<VoxelStorage> m_storage;  ///< the image's; the interface may hold another one of the same place
   std::shared_ptr<BorderCondition<T>> m_border;
   mutable std::array<std::atomic<BorderShare*>, cNbShares> m_shares;
-  std::shared_ptr<std::atomic<bool> const> m_isCancelled;  ///< of the run that this was made in
+  std::shared_ptr<std::atomic<bool> const> m_isCancelled;  ///< of the run in which this was made
   std::shared_ptr<void> m_registration;                    ///< with the image model
   std::unique_ptr<HeldBackRows<T>> m_heldBack;             ///< null in a read-only view
 };

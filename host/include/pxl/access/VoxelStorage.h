@@ -8,19 +8,19 @@
 
 namespace pxl::access {
 
-/** How a place is reached: the same file mapped and opened is one place, but not one and the same access. */
+/** How a place is accessed. A file that is both mapped and opened is one place with two accesses. */
 enum class StorageAccesses : unsigned long {
-  cAddress = 0,  ///< in memory; mapped files too
+  cAddress = 0,  ///< in memory, including mapped files
   cReadOnlyFile = 1,
   cWritableFile = 2
 };
 
-/** What makes two storages the same voxels: equal keys mean equal places. */
+/** The identity of the voxels of a storage: equal keys mean the same voxels. */
 struct StorageKey {
-  /** The place's name: (0, 0) for memory, (device, inode) for a file, (address, 0) for anything else. */
+  /** The address space: (0, 0) for memory, (device, inode) for a file, (address, 0) for anything else. */
   unsigned long space[2];
   StorageAccesses access;
-  /** Where adapters show the place as another type, which types they show; else 0. */
+  /** The types that adapters present the place as; 0 without adapters. */
   unsigned long adaptation;
   /** Address or file offset of the first voxel. */
   unsigned long origin;
@@ -28,15 +28,15 @@ struct StorageKey {
   long strides[cNbComponents];
 };
 
-/** When what a storage keeps apart has to be stored, see VoxelStorage::settle(). */
+/** When buffered writes have to be stored, see VoxelStorage::settle(). */
 enum class Settling {
-  cNextFilter,  ///< a view that reads is being made: what earlier filters wrote, unless a view that writes lives
-  cNextPass     ///< a filter begins to read what it wrote itself
+  cNextFilter,  ///< a read view is made: the writes of earlier filters, unless a writable view still exists
+  cNextPass     ///< a filter begins to read its own writes
 };
 
 /**
- * Where the voxels of an image are kept. Images, proxies and views share it; it dies with the last of them. Voxels
- * of one row are adjacent, the four outer dimensions may lie at any distance.
+ * Where the voxels of an image are kept. Images, proxies and views share it; the last of them destroys it. The voxels
+ * of a row are adjacent; the strides of the four outer dimensions are arbitrary.
  */
 class PXL_API VoxelStorage : private Noncopyable {
  public:
@@ -48,23 +48,29 @@ class PXL_API VoxelStorage : private Noncopyable {
   virtual bool isOnDisk() const = 0;
   virtual bool isWritable() const = 0;
 
-  /** The address of voxel 0 and the byte strides, when the voxels are in memory; else null. */
+  /** The address of voxel 0 if the voxels are in memory, else null. */
   virtual char const* getMemory() const;
+  /** Bytes from one voxel to the next in each dimension, as in getKey(). */
   virtual long const* getStrides() const = 0;
   virtual StorageKey getKey() const = 0;
 
-  /** Copies `count` voxels of one row, stored type, position in the order of Components. Throws RuntimeError. */
+  /**
+   * Reads `count` adjacent voxels of the stored type from `position`, in the order of Components.
+   * @throws RuntimeError the storage fails
+   */
   virtual void readRun(void* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) const = 0;
-  /** The reverse; false on failure. */
+  /** The reverse. @return false if the storage fails */
   virtual bool writeRun(void const* voxels, unsigned long count, unsigned long const (&position)[cNbComponents]) = 0;
 
   /**
-   * Makes readable what was written but is kept apart; here there is nothing. By many threads at once, none of which
-   * writes. Throws RuntimeError when it can't be stored.
+   * Stores buffered writes so that they can be read. Here there are none. Thread-safe as long as no thread writes.
+   * @throws RuntimeError they can't be stored
    */
   virtual void settle(Settling occasion);
 
-  /** Bytes of a voxel where it is kept; other than the type's when the voxels are presented as another type. */
+  /**
+   * Bytes of a voxel as it is stored; differs from the size of the type if the voxels are presented as another type.
+   */
   virtual unsigned long getStoredVoxelSize() const;
 
  protected:
@@ -75,7 +81,7 @@ class PXL_API VoxelStorage : private Noncopyable {
   unsigned long m_sizes[cNbComponents];
 };
 
-/** A window of a storage: what an image model gives to a view. */
+/** A window of a storage, from which a view is made. */
 struct VoxelSource {
   std::shared_ptr<VoxelStorage> storage;
   unsigned long begin[cNbComponents];

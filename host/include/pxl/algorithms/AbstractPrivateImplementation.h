@@ -13,38 +13,39 @@ class BaseTbbAlgorithm;
 namespace pxl::algorithms {
 
 /**
- * One run of an algorithm or of a stage of it: the frame that carries cancellation and progress. While it exists it
- * is known to its public algorithm, whose cancelExecution() and getProgress() reach it; construction, destruction,
+ * One run of an algorithm or of a stage of it: the frame of cancellation and progress. It is registered with its
+ * public algorithm as long as it exists, whose cancelExecution() and getProgress() use it. Construction, destruction,
  * cancelling and polling share one lock of the host.
  */
 class PXL_API AbstractPrivateImplementation : private Noncopyable {
  public:
-  /** `algorithm` may be null for a stage that runChildAlgo() will run. A pending cancel of the algorithm is taken on.
-   */
+  /** `algorithm` may be null for a stage that runChildAlgo() will run. Inherits a pending cancel of the algorithm. */
   explicit AbstractPrivateImplementation(BaseAlgorithm* algorithm);
   virtual ~AbstractPrivateImplementation();
 
   /**
-   * Asks the run and its present child to end; from any thread. An override must call this one. It is called for a
-   * child of runChildAlgo(), whose life the host knows. BaseAlgorithm::cancelExecution() sets the flag and the task
-   * group of the algorithm's own frames without it: they may be in their constructors or destructors at that moment.
+   * Asks the run and its present child to end. From any thread. An override must call this one.
+   *
+   * The host calls it only for the children of runChildAlgo(), whose lifetime it controls. For the algorithm's own
+   * frames, BaseAlgorithm::cancelExecution() sets the flag and cancels the task group directly, because they may be
+   * in their constructors or destructors at that moment.
    */
   virtual void cancelExecution();
 
-  /** Does the work; the base class has none. */
+  /** Does the work. Here nothing. */
   virtual void run();
 
   BaseAlgorithm* getPublicInterface() const;
 
   /**
-   * Runs `child` as the current step: it takes part in cancellation and progress, gets the public algorithm of this
-   * one if it has none, and on success the next step begins. Exceptions come through unchanged.
+   * Runs `child` as the current step: it takes part in cancellation and progress, and gets the public algorithm of
+   * this frame if it has none. On success the next step begins. Exceptions are passed on unchanged.
    */
   void runChildAlgo(AbstractPrivateImplementation* child);
 
   /**
-   * Executes another operator as the current step: as BaseAlgorithm::execute(), but with the cancel flag of the
-   * public algorithm of this frame, whose progress it is part of and whose limit on extra memory it takes over.
+   * Executes another operator as the current step, as BaseAlgorithm::execute() does. It shares the cancel flag, the
+   * progress and the extra memory of the public algorithm of this frame.
    */
   void runChildAlgo(BaseAlgorithm& child);
 
@@ -53,7 +54,7 @@ class PXL_API AbstractPrivateImplementation : private Noncopyable {
   /** Declares the work of the current step, in voxels, and begins at 0. */
   void setMaxProgress(unsigned long count);
 
-  std::atomic<bool> m_cancelled;             ///< set when the run is to stop; read relaxed
+  std::atomic<bool> m_cancelled;             ///< set to stop the run; read with relaxed order
   std::atomic<unsigned long> m_progress;     ///< voxels done in the current step
   std::atomic<unsigned long> m_maxProgress;  ///< voxels of the current step
   std::atomic<unsigned long> m_currentStep;  ///< from 1
@@ -70,8 +71,8 @@ class PXL_API AbstractPrivateImplementation : private Noncopyable {
   BaseAlgorithm* m_publicInterface;
   BaseAlgorithm* m_registeredWith;
   AbstractPrivateImplementation* m_currentChild;
-  BaseAlgorithm* m_operator;           ///< that this frame executes, with frames of its own; else null
-  BaseTbbAlgorithm* m_taskGroupOwner;  ///< this, while it has a task group that a cancel must stop
+  BaseAlgorithm* m_operator;           ///< the one that runChildAlgo() executes, with its own frames; else null
+  BaseTbbAlgorithm* m_taskGroupOwner;  ///< this, while it has a task group that a cancel must cancel
 };
 
 }  // namespace pxl::algorithms

@@ -4,7 +4,9 @@
 
 namespace pxl::analysis {
 
-/** What an operator that measures can keep apart: the bits of its property `analysisDimensions`; other bits are none.
+/**
+ * The dimensions along which an operator returns separate results: the bits of its property `analysisDimensions`.
+ * Other bits are ignored.
  */
 enum AnalysisDimensions : int {
   cWholeImage = 0,

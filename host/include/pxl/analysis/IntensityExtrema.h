@@ -8,12 +8,12 @@
 namespace pxl::analysis {
 
 /**
- * The smallest and the largest voxel value of an image: as a whole, or for each plan, sequence position or spectral
- * position apart.
+ * The smallest and the largest voxel value of an image, or of each plan, sequence position or spectral position.
  *
- * The result has three dimensions (plans, sequence, spectral series); one that isn't asked for has size 1. Values
- * are those of the voxels, exact as double. Infinities count as the comparisons give: only finite values lie within
- * the starting range. NaN is never a result, but with NaN in the image the result depends on how the work was cut.
+ * Shape: plans x sequence x spectral series; a dimension that isn't selected has size 1.
+ * Values: those of the voxels, exact as double. The search starts with the largest and the lowest finite value of the
+ * type, so that an infinity is a result only where a comparison with them selects it. NaN is never a result, but with
+ * NaN in the image the result depends on how the work is split.
  * Cost: one read of the image.
  */
 class PXL_API IntensityExtrema : public BaseAlgorithm {
@@ -25,12 +25,12 @@ class PXL_API IntensityExtrema : public BaseAlgorithm {
   RegionUses getRegionUse() const override;
 
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to measure"};
-  /** AnalysisDimensions */
+  /** A sum of AnalysisDimensions. */
   Property<int> analysisDimensions{*this,
                                    "analysisDimensions",
                                    cWholeImage,
                                    {cAnalysisDimensionNames, ChoiceKinds::cSum},
-                                   "what has a result of its own"};
+                                   "dimensions with separate results"};
   Property<IntensityExtremaMsr*> outputMeasure{*this, "outputMeasure", "arrays that receive the values"};
 };
 

@@ -9,22 +9,22 @@
 
 namespace pxl::analysis {
 
-/** What IntensityExtrema measures. */
+/** The results of IntensityExtrema. */
 class PXL_API IntensityExtremaMsr final : public Measure {
  private:
   std::unique_ptr<MeasureArray> m_ownMinimum;
   std::unique_ptr<MeasureArray> m_ownMaximum;
 
  public:
-  /** Arrays of its own. */
+  /** Owns its arrays. */
   IntensityExtremaMsr();
-  /** Arrays of the caller, which must outlive the measure. */
+  /** Uses arrays of the caller, which must outlive the measure. */
   IntensityExtremaMsr(MeasureArray& minimumArray, MeasureArray& maximumArray);
   ~IntensityExtremaMsr() override;
 
   /** "minimum" and "maximum". */
   std::vector<Entry> getEntries() const override;
-  /** A negative slope exchanges smallest and largest. */
+  /** A negative slope swaps smallest and largest. */
   void scale(double slope, double intercept) override;
 
   MeasureArray& minimum;

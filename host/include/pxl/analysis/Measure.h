@@ -9,8 +9,8 @@
 namespace pxl::analysis {
 
 /**
- * An array of measured values with three dimensions. The cell (i0, i1, i2) stands at i0 + strides[1] * i1 +
- * strides[2] * i2 of `values`.
+ * A three-dimensional array of measured values. The cell (i0, i1, i2) is values[i0 + strides[1] * i1 +
+ * strides[2] * i2].
  */
 class PXL_API MeasureArray : private Noncopyable {
  public:
@@ -18,8 +18,9 @@ class PXL_API MeasureArray : private Noncopyable {
   virtual ~MeasureArray();
 
   /**
-   * Gives the array the shape of the tuple, packed, every cell NaN: a cell that isn't reached stays visible.
-   * @throws InvalidCall other than three dimensions, or more cells than can be counted
+   * Gives the array the shape of the tuple, packed, and fills it with NaN, so that a cell that is never set is
+   * visible.
+   * @throws InvalidCall the tuple doesn't have three dimensions, or the number of cells overflows
    */
   virtual void resize(object_model::Tuple const& shape);
 
@@ -31,7 +32,7 @@ class PXL_API MeasureArray : private Noncopyable {
   unsigned long* strides;
 
  protected:
-  /** Storage of `count` cells, NaN, for the given shape and strides. */
+  /** Allocates `count` cells of NaN for the given shape and strides. */
   void allocate(object_model::Tuple const& shape, unsigned long stride1, unsigned long stride2, unsigned long count);
 
  private:
@@ -40,7 +41,7 @@ class PXL_API MeasureArray : private Noncopyable {
   unsigned long m_strides[3];
 };
 
-/** What an operator measures, for programs that print it without knowing the operator. */
+/** The results of a measuring operator, so that programs can print them without knowing the operator. */
 class PXL_API Measure : private Noncopyable {
  public:
   virtual ~Measure();
@@ -52,7 +53,7 @@ class PXL_API Measure : private Noncopyable {
   /** The results, all of one shape. */
   virtual std::vector<Entry> getEntries() const = 0;
 
-  /** Makes of the results for voxels v those for the values slope * v + intercept. */
+  /** Converts the results for voxel values v to those for slope * v + intercept. */
   virtual void scale(double slope, double intercept) = 0;
 
  protected:

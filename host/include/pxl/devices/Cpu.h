@@ -7,7 +7,7 @@ namespace pxl::devices {
 /** The processor. */
 class PXL_API Cpu {
  public:
-  /** The one processor of the process; never null. */
+  /** The processor of this machine; never null. */
   static Cpu* getDevice();
 
   bool hasSSE() const;

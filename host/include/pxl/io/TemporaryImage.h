@@ -9,9 +9,10 @@ namespace pxl {
 class Image;
 
 /**
- * Gives the memory that is kept for the next temporary image back to the system: that of the last one, unless it was
- * larger than the setting PXL_MAX_KEPT_MEMORY in bytes, by default 1 GiB. Temporaries in use are left alone. From any
- * thread. @return the bytes that were kept
+ * Returns to the system the memory that is kept for the next temporary image. It is that of the last one, unless that
+ * was larger than the setting PXL_MAX_KEPT_MEMORY in bytes, 1 GiB by default. Temporaries in use are not affected.
+ * From any thread.
+ * @return the bytes that were kept
  */
 PXL_API unsigned long releaseTemporaries();
 
@@ -24,7 +25,7 @@ enum LocationMode : int { cInMemory = 1, cOnDisk = 2 };
 
 class TemporaryImage;
 
-/** A share of a temporary image. Using an empty one is an UnexpectedError. */
+/** A shared reference to a temporary image. */
 class PXL_API TemporaryImageReference {
  public:
   TemporaryImageReference();
@@ -33,6 +34,7 @@ class PXL_API TemporaryImageReference {
   TemporaryImageReference& operator=(TemporaryImageReference const&);
   ~TemporaryImageReference();
 
+  /** @throws UnexpectedError the reference is empty */
   TemporaryImage* operator->() const;
 
  private:
@@ -40,17 +42,21 @@ class PXL_API TemporaryImageReference {
 };
 
 /**
- * An image for the length of a computation. In memory its pages are reused from one temporary to the next, and kept
- * until releaseTemporaries() or until one of another size is made; on disk it
- * is a file without a name in the folder of temporaries (PXLWORKS_TMPDIR, ignored in set-uid programs, else
- * /var/tmp), whose space is reserved before it is used. New voxels have any value.
+ * An image for the duration of a computation. Its voxels are uninitialised.
+ *
+ * In memory, its pages are reused by the next temporary image, and kept until releaseTemporaries() or until one of
+ * another size is made. On disk, it is an unnamed file in PXLWORKS_TMPDIR (ignored in set-uid programs), else in
+ * /var/tmp, whose space is reserved before it is used.
  */
 class PXL_API TemporaryImage : private Noncopyable {
  public:
   static TemporaryImageReference New(LocationMode location);
   ~TemporaryImage();
 
-  /** Makes the voxels. @return false when there is no room for them, or they exceed the limits of images */
+  /**
+   * Allocates the voxels.
+   * @return false if there isn't enough room for them, or a limit of images is exceeded
+   */
   bool reserve(VoxelTypes const& type, unsigned long cols, unsigned long rows, unsigned long plans,
                unsigned long sequence, unsigned long spectralSeries);
 

@@ -3,8 +3,8 @@
 namespace pxl::kernel {
 
 /**
- * How far neighbours reach on each side of a voxel, in voxels: before it, towards lower indices, and after it,
- * towards higher ones.
+ * How far neighbours reach on each side of a voxel, in voxels: before it (towards lower indices) and after it
+ * (towards higher ones).
  */
 struct Margins {
   unsigned long colsBefore = 0;
@@ -15,7 +15,7 @@ struct Margins {
   unsigned long plansAfter = 0;
 };
 
-/** How far neighbours of neighbours reach: two operators, one after the other. */
+/** The margins of two operators, one after the other. */
 constexpr Margins operator+(Margins const& a, Margins const& b) {
   return {a.colsBefore + b.colsBefore, a.colsAfter + b.colsAfter,     a.rowsBefore + b.rowsBefore,
           a.rowsAfter + b.rowsAfter,   a.plansBefore + b.plansBefore, a.plansAfter + b.plansAfter};

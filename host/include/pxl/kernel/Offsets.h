@@ -24,7 +24,7 @@ inline bool operator==(Offset3D const& a, Offset3D const& b) {
   return a.col == b.col && a.row == b.row && a.plan == b.plan;
 }
 
-/** The smallest and largest offsets of a list; all 0 for an empty one. */
+/** The smallest and largest offset of a list in each dimension; all 0 for an empty list. */
 PXL_API void computeExtrema(std::vector<Offset2D> const& offsets, long& minCol, long& maxCol, long& minRow,
                             long& maxRow);
 PXL_API void computeExtrema(std::vector<Offset3D> const& offsets, long& minCol, long& maxCol, long& minRow,

@@ -7,16 +7,16 @@
 
 /**
  * The voxels of structuring elements, relative to the voxel being computed, which is always one of them. A size or
- * radius of 0 gives that voxel alone. Lists are in the order plan, row, column, but those of lines, which run along
- * the line. Cost: time and memory in proportion to the number of voxels.
+ * radius of 0 gives that voxel alone. Lists are in the order plan, row, column, except for those of lines, which run
+ * along the line. Cost: time and memory proportional to the number of voxels.
  *
- * Angles are degrees, counter-clockwise as displayed, rows pointing down; multiples of 90 are exact. Digital lines
- * and planes step by one voxel along the axis on which their direction or normal is largest, and round the others to
- * the nearest voxel, halves away from zero (J. Bresenham, Algorithm for computer control of a digital plotter, 1965;
- * E. Andres, R. Acharya, C. Sibata, Discrete analytical hyperplanes, 1997).
+ * Angles are in degrees, counter-clockwise as displayed, with rows pointing down; multiples of 90 are exact. Digital
+ * lines and planes advance one voxel at a time along the axis of the largest component of their direction or normal.
+ * The other coordinates are rounded to the nearest voxel, halves away from zero (J. Bresenham, Algorithm for computer
+ * control of a digital plotter, 1965; E. Andres, R. Acharya, C. Sibata, Discrete analytical hyperplanes, 1997).
  *
- * All throw InvalidCall for an angle that isn't finite, and for an element of more than 10^6 voxels, whose number is
- * then part of the text.
+ * All functions:
+ * @throws InvalidCall an angle isn't finite, or the element has more than 10^6 voxels; the text has their number
  */
 namespace pxl::kernel {
 
@@ -27,20 +27,20 @@ PXL_API std::vector<Offset2D> generateDiskOffset2DCollection(unsigned long radiu
 PXL_API std::vector<Offset3D> generateSphereOffset3DCollection(unsigned long radius);
 
 /**
- * A line of max(lineSize, 1) voxels whatever its angle. Centred, with the spare voxel of an even size on the far
- * side; not centred, it begins at the voxel being computed.
+ * A line of max(lineSize, 1) voxels at any angle. If centred, the extra voxel of an even size is on the far side;
+ * else the line begins at the voxel being computed.
  */
 PXL_API std::vector<Offset2D> generateLineOffset2DCollectionWithConstNumOfPixels(double angle, unsigned long lineSize,
                                                                                  bool isCentred);
 
-/** The same in a volume. `elevation` is out of the plan, towards higher plans; with 0 this is the line in a plan. */
+/** The same in a volume. `elevation` is out of the plan, towards higher plans; 0 gives the line in a plan. */
 PXL_API std::vector<Offset3D> generateLineOffset3DCollectionWithConstNumOfPixels(double elevation, double azimuth,
                                                                                  unsigned long lineSize,
                                                                                  bool isCentred);
 
 /**
  * A flat disk, one voxel thick: the voxels of a digital plane within the radius. The angles are those of its normal;
- * with elevation 90 this is the disk in a plan.
+ * elevation 90 gives the disk in a plan.
  */
 PXL_API std::vector<Offset3D> generateDiskOffset3DCollection(double elevation, double azimuth, unsigned long radius);
 

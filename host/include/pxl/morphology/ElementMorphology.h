@@ -5,13 +5,13 @@
 #include "pxl/kernel/StructuringElement.h"
 
 /**
- * Morphology with any structuring element. Input and output have the same sizes; they may be the same image. What
- * Morphology.h says of voxels beyond the edge, NaN and infinities holds here, too. See Serra, Image Analysis and
+ * Morphology with any structuring element B. Input and output have the same sizes and may be the same image. Voxels
+ * beyond the edge, NaN and infinities are handled as Morphology.h describes. See Serra, Image Analysis and
  * Mathematical Morphology, 1982, and Soille, Morphological Image Analysis, 2003.
  */
 namespace pxl::morphology {
 
-/** Properties of the operators with any element. An element of two dimensions is applied to each plan. */
+/** Properties of the operators with any element. A two-dimensional element is applied to each plan. */
 class PXL_API ElementMorphology : public BaseAlgorithm {
  public:
   ~ElementMorphology() override;
@@ -24,7 +24,7 @@ class PXL_API ElementMorphology : public BaseAlgorithm {
   ElementMorphology();
 };
 
-/** Properties of the two operators that go over the list of an element in one pass. */
+/** Properties of the two operators that apply the voxels of an element in one pass. Cost: voxels x size of B. */
 class PXL_API ListedMorphology : public ElementMorphology {
  public:
   ~ListedMorphology() override;
@@ -40,18 +40,20 @@ class PXL_API ListedMorphology : public ElementMorphology {
 };
 
 /**
- * What users compose of dilations and erosions. The host runs these itself, each step with the operator whose element
- * it is, else with DilationElement3d or ErosionElement3d; a box as lines where that is less work. Nothing is refused
- * that has a meaning: elements in passes without a pass copy the input, and binary images have no limit.
+ * Compositions of dilations and erosions. The host runs them itself, each step with the operator that has this
+ * element, else with DilationElement3d or ErosionElement3d. A box is applied as lines where that is less work.
+ * Degenerate cases are defined: elements in 0 passes copy the input, and binary images have no limit.
  *
- * The output has the input's type. A difference of signed integers has the unsigned type of the same width instead,
- * which holds it exactly. A difference that would be below 0 is 0: of an infinity that lost to a finite value beyond
- * the edge, or where no voxel of the element lies in the image. One of equal infinities is NaN. Opening and closing
- * turn their element around for the second step, so that an opening is never above the image, a closing never below
- * it, and a second one changes nothing.
+ * Type: the output has the input's type. A difference of signed integers has the unsigned type of the same width
+ * instead, which holds it exactly. A difference below 0 becomes 0; this happens where an infinity lost to a finite
+ * value beyond the edge, or where no voxel of the element is inside the image. A difference of equal infinities is
+ * NaN.
  *
- * The steps are done in the output image. A gradient needs one extra image, and so does a difference in place, but
- * for the gradient: in memory if it is smaller than the extra memory and no image is on disk, else on disk.
+ * Opening and closing use the mirrored element in the second step. So an opening is never above the image, a closing
+ * is never below it, and repeating either changes nothing.
+ *
+ * Memory: the steps are computed in the output image. A gradient needs one extra image, and so does any other
+ * difference in place. It is in memory if it is smaller than the extra memory and no image is on disk, else on disk.
  */
 class PXL_API ComposedMorphology : public ElementMorphology {
  public:
@@ -59,9 +61,9 @@ class PXL_API ComposedMorphology : public ElementMorphology {
 
   String getObjection() const override;
   RegionUses getRegionUse() const override;
-  /** Those of the element, and of the mirrored one where that follows. */
+  /** The margins of the element, plus those of the mirrored one where it follows. */
   kernel::Margins getMargins() const override;
-  /** Those of the element, and from there of the mirrored one where that follows. */
+  /** The offsets of the element, extended by those of the mirrored one where it follows. */
   std::vector<kernel::Offset3D> getOffsets() const override;
   double estimateSteps() const override;
 
@@ -92,33 +94,35 @@ class PXL_API MorphologicalDifference : public ComposedMorphology {
     AlgoInfo* getAlgoInfo() const override; \
   };
 
-/** The largest voxel of an element. */
+/** Largest voxel of the element: out(p) = max { in(p + b) : b in B }. */
 PXL_ELEMENT_OPERATOR(DilationElement3d, ListedMorphology)
-/** The smallest voxel of an element. */
+/** Smallest voxel of the element: out(p) = min { in(p + b) : b in B }. */
 PXL_ELEMENT_OPERATOR(ErosionElement3d, ListedMorphology)
 
+/** Dilation: out(p) = max { in(p + b) : b in B }. */
 PXL_ELEMENT_OPERATOR(Dilate, ComposedMorphology)
+/** Erosion: out(p) = min { in(p + b) : b in B }. */
 PXL_ELEMENT_OPERATOR(Erode, ComposedMorphology)
-/** Erosion, then dilation by the mirrored element. */
+/** Erosion with B, then dilation with the mirrored B. */
 PXL_ELEMENT_OPERATOR(Open, ComposedMorphology)
-/** Dilation, then erosion by the mirrored element. */
+/** Dilation with B, then erosion with the mirrored B. */
 PXL_ELEMENT_OPERATOR(Close, ComposedMorphology)
-/** The image less its opening. */
+/** The image - its opening. */
 PXL_ELEMENT_OPERATOR(WhiteTopHat, MorphologicalDifference)
-/** The closing less the image. */
+/** Its closing - the image. */
 PXL_ELEMENT_OPERATOR(BlackTopHat, MorphologicalDifference)
 
 #undef PXL_ELEMENT_OPERATOR
 
-/** What is taken from what; no other number is one. */
+/** What is subtracted from what. Other numbers are invalid. */
 enum GradientModes : int { cFullGradient = 0, cOuterGradient = 1, cInnerGradient = 2 };
 
 inline constexpr Choice cGradientModeNames[] = {
-    {"full", cFullGradient, "the dilation less the erosion"},
-    {"outer", cOuterGradient, "the dilation less the image; the element holds the voxel itself"},
-    {"inner", cInnerGradient, "the image less the erosion; the element holds the voxel itself"}};
+    {"full", cFullGradient, "the dilation minus the erosion"},
+    {"outer", cOuterGradient, "the dilation minus the image; the element contains the voxel itself"},
+    {"inner", cInnerGradient, "the image minus the erosion; the element contains the voxel itself"}};
 
-/** How much voxels differ around each voxel. */
+/** The difference of two of dilation, image and erosion; see GradientModes. */
 class PXL_API Gradient : public MorphologicalDifference {
  public:
   Gradient();
@@ -127,7 +131,8 @@ class PXL_API Gradient : public MorphologicalDifference {
   AlgoInfo* getAlgoInfo() const override;
 
   /** One of GradientModes. */
-  Property<int> gradientMode{*this, "gradientMode", cFullGradient, cGradientModeNames, "what is taken from what"};
+  Property<int> gradientMode{*this, "gradientMode", cFullGradient, cGradientModeNames,
+                             "what is subtracted from what"};
 
   String getObjection() const override;
   double estimateSteps() const override;

@@ -9,25 +9,26 @@
  *   dilation  out(p) = max { in(p + b) : b in B }
  *   erosion   out(p) = min { in(p + b) : b in B }
  *
- * The structuring element B holds the voxel itself, b = 0. kernel/StructuringElements.h makes those of the exact
- * shapes. Input and output have the same sizes; they may be the same image. See Serra, Image Analysis and
- * Mathematical Morphology, 1982, and Soille, Morphological Image Analysis, 2003.
+ * The structuring element B contains the voxel itself, b = 0. kernel/StructuringElements.h makes those of the exact
+ * shapes. Input and output have the same sizes and may be the same image. See Serra, Image Analysis and Mathematical
+ * Morphology, 1982, and Soille, Morphological Image Analysis, 2003.
  *
- * Voxels beyond the image's edge have the lowest finite value of the type for a dilation, the highest for an erosion:
- * they never win against finite voxels. Other reals follow the processor:
- * - An infinity loses to the finite value beyond the edge: a dilation of nothing but -infinity gives the lowest
- * finite value along the edge, an erosion of nothing but infinity the highest.
- * - Of two voxels the one that is taken later stays where either is NaN or both are zero. So a NaN may spread or
- *   vanish, and a zero has the sign of the last one, by the fixed order in which an operator takes its neighbours; a
- *   value beyond the edge that comes after a NaN wins.
- * - In an output of integers NaN becomes 0, which is not a monotone conversion. The result of several passes on an
- *   input with NaN then depends on the extra memory: a temporary image keeps NaN from one pass to the next, the
- *   output doesn't.
+ * Border: voxels beyond the edge have the lowest finite value of the type in a dilation, and the highest in an
+ * erosion, so that they never win against finite voxels.
+ *
+ * Infinities, NaN and zeros follow the processor's maximum and minimum:
+ * - An infinity loses to the finite value beyond the edge. A dilation of an image of -infinity gives the lowest
+ *   finite value along the edge, and an erosion of an image of infinity gives the highest.
+ * - If either of two voxels is NaN, or both are zero, the one that is taken later wins. Each operator takes its
+ *   neighbours in a fixed order. So a NaN may spread or vanish, a value beyond the edge that comes after a NaN wins,
+ *   and a zero has the sign of the last one.
+ * - In an integer output NaN becomes 0, which is not a monotone conversion. The result of several passes on an input
+ *   with NaN then depends on the extra memory: a temporary image keeps NaN between passes, the output doesn't.
  */
 namespace pxl::morphology {
 
 /**
- * The neighbourhoods in a plan, each with the voxel itself, O. Any other number counts as cSquare.
+ * The neighbourhoods in a plan, each with the voxel itself, O. Any other number means cSquare.
  *
  *   cCross  . # .   cSquare  # # #
  *           # O #            # O #
@@ -36,8 +37,8 @@ namespace pxl::morphology {
 enum Neighborhoods2d : int { cCross = 0, cSquare = 1 };
 
 /**
- * The neighbourhoods in a volume, each with the voxel itself, O; the plans before and after, and the voxel's own. Any
- * other number counts as cCube.
+ * The neighbourhoods in a volume, each with the voxel itself, O. On the left the plan before, which equals the plan
+ * after; on the right the voxel's own plan. Any other number means cCube.
  *
  *   cFaces  . . .  . # .   cEdges  . # .  # # #   cCube  # # #  # # #
  *           . # .  # O #           # # #  # O #          # # #  # O #
@@ -45,7 +46,7 @@ enum Neighborhoods2d : int { cCross = 0, cSquare = 1 };
  */
 enum Neighborhoods3d : int { cFaces = 0, cEdges = 1, cCube = 2 };
 
-/** How exact a disk or ball is. Any other number counts as cExactShape. */
+/** How a disk or ball is made. Any other number means cExactShape. */
 enum ShapeModes : int { cFastShape = 0, cExactShape = 1 };
 
 inline constexpr Choice cNeighborhood2dNames[] = {{"cross", cCross, "the 4 neighbours that share an edge"},
@@ -56,18 +57,18 @@ inline constexpr Choice cNeighborhood3dNames[] = {{"faces", cFaces, "the 6 neigh
                                                   {"cube", cCube, "all 26 neighbours, as with any other number"}};
 
 inline constexpr Choice cShapeModeNames[] = {
-    {"fast", cFastShape, "an octagon or polyhedron; with radius 0 the output stays untouched"},
+    {"fast", cFastShape, "an octagon or polyhedron; with radius 0 the output is left unchanged"},
     {"exact", cExactShape, "all voxels within the radius, as with any other number"}};
 
-/** Properties of the operators that repeat an elementary step. */
+/** Properties of the operators that repeat an elementary step. Cost: proportional to numberOfIterations. */
 class PXL_API IteratedMorphology : public BaseAlgorithm {
  public:
   ~IteratedMorphology() override;
 
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
   Property<unsigned int> numberOfIterations{*this, "numberOfIterations", 1,
-                                            "how often the step is repeated; with 0 the output stays untouched"};
-  /** Neighborhoods2d or Neighborhoods3d. */
+                                            "number of repetitions of the step; with 0 the output is left unchanged"};
+  /** One of Neighborhoods2d or Neighborhoods3d. */
   Property<int> neighborhood;
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
@@ -82,9 +83,8 @@ class PXL_API IteratedMorphology : public BaseAlgorithm {
 };
 
 /**
- * Properties of the operators with a round neighbourhood. The fast shape takes `radius` passes, whatever the size of
- * the element, and always works on the whole image; the exact one is a single pass in time proportional to the voxels
- * of the element.
+ * Properties of the operators with a round neighbourhood. The fast shape takes `radius` passes and always works on
+ * the whole image. The exact shape takes one pass, in time proportional to the number of voxels of the element.
  */
 class PXL_API RadiusMorphology : public BaseAlgorithm {
  public:
@@ -92,7 +92,7 @@ class PXL_API RadiusMorphology : public BaseAlgorithm {
 
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read"};
   Property<unsigned int> radius{*this, "radius", 1, "radius in voxels"};
-  /** ShapeModes */
+  /** One of ShapeModes. */
   Property<int> shapeMode{*this, "shapeMode", cFastShape, cShapeModeNames, "how the shape is made"};
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
@@ -167,7 +167,10 @@ class PXL_API Line3dMorphology : public BaseAlgorithm {
   Line3dMorphology();
 };
 
-/** Largest neighbour in each plan: numberOfIterations times out(p) = max in(p + b), b in a cross or square. */
+/**
+ * Largest voxel of a cross or square in each plan, repeated numberOfIterations times:
+ * out(p) = max { in(p + b) : b in B }, B by `neighborhood`: 0 cCross, 1 cSquare (default).
+ */
 class PXL_API Dilation2d : public IteratedMorphology {
  public:
   Dilation2d();
@@ -176,7 +179,10 @@ class PXL_API Dilation2d : public IteratedMorphology {
   AlgoInfo* getAlgoInfo() const override;
 };
 
-/** Largest neighbour in the volume: numberOfIterations times out(p) = max in(p + b), b in one of Neighborhoods3d. */
+/**
+ * Largest voxel of a neighbourhood in the volume, repeated numberOfIterations times:
+ * out(p) = max { in(p + b) : b in B }, B by `neighborhood`: 0 cFaces, 1 cEdges, 2 cCube (default).
+ */
 class PXL_API Dilation3d : public IteratedMorphology {
  public:
   Dilation3d();
@@ -185,7 +191,7 @@ class PXL_API Dilation3d : public IteratedMorphology {
   AlgoInfo* getAlgoInfo() const override;
 };
 
-/** Largest voxel of a ball: out(p) = max in(p + b), |b| <= radius, or b in the polyhedron of fast steps. */
+/** Largest voxel of a ball: out(p) = max { in(p + b) : |b| <= radius }, or b in a polyhedron with cFastShape. */
 class PXL_API DilationBall3d : public RadiusMorphology {
  public:
   DilationBall3d();
@@ -194,7 +200,10 @@ class PXL_API DilationBall3d : public RadiusMorphology {
   AlgoInfo* getAlgoInfo() const override;
 };
 
-/** Largest voxel of a disk in each plan: out(p) = max in(p + b), |b| <= radius, or b in the octagon of fast steps. */
+/**
+ * Largest voxel of a disk in each plan: out(p) = max { in(p + b) : |b| <= radius }, or b in an octagon with
+ * cFastShape.
+ */
 class PXL_API DilationDisk2d : public RadiusMorphology {
  public:
   DilationDisk2d();
@@ -203,7 +212,7 @@ class PXL_API DilationDisk2d : public RadiusMorphology {
   AlgoInfo* getAlgoInfo() const override;
 };
 
-/** Largest voxel of a flat disk in the volume: out(p) = max in(p + b), b in a digital plane, |b| <= radius. */
+/** Largest voxel of a flat disk in the volume: out(p) = max { in(p + b) : b in a digital plane, |b| <= radius }. */
 class PXL_API DilationDisk3d : public OrientedDiskMorphology {
  public:
   DilationDisk3d();
@@ -212,7 +221,7 @@ class PXL_API DilationDisk3d : public OrientedDiskMorphology {
   AlgoInfo* getAlgoInfo() const override;
 };
 
-/** Largest voxel of a line in each plan: out(p) = max in(p + b), b on a digital line of lineSize voxels. */
+/** Largest voxel of a line in each plan: out(p) = max { in(p + b) : b on a digital line of lineSize voxels }. */
 class PXL_API DilationLine2d : public Line2dMorphology {
  public:
   DilationLine2d();
@@ -221,7 +230,7 @@ class PXL_API DilationLine2d : public Line2dMorphology {
   AlgoInfo* getAlgoInfo() const override;
 };
 
-/** Largest voxel of a line in the volume: out(p) = max in(p + b), b on a digital line of lineSize voxels. */
+/** Largest voxel of a line in the volume: out(p) = max { in(p + b) : b on a digital line of lineSize voxels }. */
 class PXL_API DilationLine3d : public Line3dMorphology {
  public:
   DilationLine3d();
@@ -230,7 +239,10 @@ class PXL_API DilationLine3d : public Line3dMorphology {
   AlgoInfo* getAlgoInfo() const override;
 };
 
-/** Smallest neighbour in each plan: numberOfIterations times out(p) = min in(p + b), b in a cross or square. */
+/**
+ * Smallest voxel of a cross or square in each plan, repeated numberOfIterations times:
+ * out(p) = min { in(p + b) : b in B }, B by `neighborhood`: 0 cCross, 1 cSquare (default).
+ */
 class PXL_API Erosion2d : public IteratedMorphology {
  public:
   Erosion2d();
@@ -239,7 +251,10 @@ class PXL_API Erosion2d : public IteratedMorphology {
   AlgoInfo* getAlgoInfo() const override;
 };
 
-/** Smallest neighbour in the volume: numberOfIterations times out(p) = min in(p + b), b in one of Neighborhoods3d. */
+/**
+ * Smallest voxel of a neighbourhood in the volume, repeated numberOfIterations times:
+ * out(p) = min { in(p + b) : b in B }, B by `neighborhood`: 0 cFaces, 1 cEdges, 2 cCube (default).
+ */
 class PXL_API Erosion3d : public IteratedMorphology {
  public:
   Erosion3d();
@@ -248,7 +263,7 @@ class PXL_API Erosion3d : public IteratedMorphology {
   AlgoInfo* getAlgoInfo() const override;
 };
 
-/** Smallest voxel of a ball: out(p) = min in(p + b), |b| <= radius, or b in the polyhedron of fast steps. */
+/** Smallest voxel of a ball: out(p) = min { in(p + b) : |b| <= radius }, or b in a polyhedron with cFastShape. */
 class PXL_API ErosionBall3d : public RadiusMorphology {
  public:
   ErosionBall3d();
@@ -257,7 +272,9 @@ class PXL_API ErosionBall3d : public RadiusMorphology {
   AlgoInfo* getAlgoInfo() const override;
 };
 
-/** Smallest voxel of a disk in each plan: out(p) = min in(p + b), |b| <= radius, or b in the octagon of fast steps.
+/**
+ * Smallest voxel of a disk in each plan: out(p) = min { in(p + b) : |b| <= radius }, or b in an octagon with
+ * cFastShape.
  */
 class PXL_API ErosionDisk2d : public RadiusMorphology {
  public:
@@ -267,7 +284,7 @@ class PXL_API ErosionDisk2d : public RadiusMorphology {
   AlgoInfo* getAlgoInfo() const override;
 };
 
-/** Smallest voxel of a flat disk in the volume: out(p) = min in(p + b), b in a digital plane, |b| <= radius. */
+/** Smallest voxel of a flat disk in the volume: out(p) = min { in(p + b) : b in a digital plane, |b| <= radius }. */
 class PXL_API ErosionDisk3d : public OrientedDiskMorphology {
  public:
   ErosionDisk3d();
@@ -276,7 +293,7 @@ class PXL_API ErosionDisk3d : public OrientedDiskMorphology {
   AlgoInfo* getAlgoInfo() const override;
 };
 
-/** Smallest voxel of a line in each plan: out(p) = min in(p + b), b on a digital line of lineSize voxels. */
+/** Smallest voxel of a line in each plan: out(p) = min { in(p + b) : b on a digital line of lineSize voxels }. */
 class PXL_API ErosionLine2d : public Line2dMorphology {
  public:
   ErosionLine2d();
@@ -285,7 +302,7 @@ class PXL_API ErosionLine2d : public Line2dMorphology {
   AlgoInfo* getAlgoInfo() const override;
 };
 
-/** Smallest voxel of a line in the volume: out(p) = min in(p + b), b on a digital line of lineSize voxels. */
+/** Smallest voxel of a line in the volume: out(p) = min { in(p + b) : b on a digital line of lineSize voxels }. */
 class PXL_API ErosionLine3d : public Line3dMorphology {
  public:
   ErosionLine3d();

@@ -5,7 +5,7 @@
 
 namespace pxl::point_operations {
 
-/** The bitwise operators; no other number is one. */
+/** The bitwise operators. Other numbers are invalid. */
 enum LogicalOperators : int {
   cLogicalAnd = 0,
   cLogicalOr = 1,
@@ -21,7 +21,10 @@ inline constexpr Choice cLogicalOperatorNames[] = {
     {"nand", cLogicalNand, "~(a & b)"},  {"nor", cLogicalNor, "~(a | b)"}, {"nxor", cLogicalNxor, "~(a ^ b)"},
     {"andnot", cLogicalAndNot, "a & ~b"}};
 
-/** Bitwise combination of two integer images; acts on the bits of the voxels, the same for all six integer types. */
+/**
+ * Bitwise combination of two integer images: out(p) = a(p) op b(p), on the bits of the voxels in the type of a. The
+ * output may be one of the inputs. Cost: one read of each input and one write.
+ */
 class PXL_API LogicalOperationWithImage : public BaseAlgorithm {
  public:
   LogicalOperationWithImage();
@@ -33,11 +36,12 @@ class PXL_API LogicalOperationWithImage : public BaseAlgorithm {
   Property<ImageModel const*> inputImage2{*this, "inputImage2",
                                           "second image to read, b; converted to the type of a"};
   /** One of LogicalOperators. */
-  Property<int> logicalOperator{*this, "logicalOperator", cLogicalAnd, cLogicalOperatorNames, "how bits combine"};
+  Property<int> logicalOperator{*this, "logicalOperator", cLogicalAnd, cLogicalOperatorNames,
+                                "how the bits are combined"};
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 };
 
-/** Bitwise combination of an integer image with one value. */
+/** Bitwise combination of an integer image with one value: out(p) = a(p) op b. Otherwise the same. */
 class PXL_API LogicalOperationWithValue : public BaseAlgorithm {
  public:
   LogicalOperationWithValue();
@@ -48,7 +52,8 @@ class PXL_API LogicalOperationWithValue : public BaseAlgorithm {
   Property<ImageModel const*> inputImage{*this, "inputImage", "image to read, a"};
   Property<unsigned int> value{*this, "value", "value to combine with, b"};
   /** One of LogicalOperators. */
-  Property<int> logicalOperator{*this, "logicalOperator", cLogicalAnd, cLogicalOperatorNames, "how bits combine"};
+  Property<int> logicalOperator{*this, "logicalOperator", cLogicalAnd, cLogicalOperatorNames,
+                                "how the bits are combined"};
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 };
 

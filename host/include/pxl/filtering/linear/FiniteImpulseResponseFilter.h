@@ -6,9 +6,14 @@
 namespace pxl::filtering::linear {
 
 /**
- * Correlation of plan 0 of each stack with a kernel of taps, mirrored at the image's edge. Other plans are left as
- * they are. Computed in float for results of 8 and 16 bits and float, else in double, in the order of the taps, each
- * step rounded.
+ * Correlation of plan 0 of each stack with the taps of a kernel; other plans of the output keep their values:
+ *
+ *   out(p) = sum over the taps k of coefficient_k * in(p + offset_k)
+ *
+ * Border: mirrored, see MirrorBorderCondition. Aliasing: input and output may be the same image.
+ * Precision: float for outputs of float and of 8- and 16-bit integers, else double. Products are added in the order
+ * of the taps, and each step is rounded. The sum is converted to the output type as DataConvertionTypes defines.
+ * Cost: proportional to voxels x taps.
  */
 class PXL_API FiniteImpulseResponseFilter2D : public BaseAlgorithm {
  public:
@@ -27,7 +32,7 @@ class PXL_API FiniteImpulseResponseFilter2D : public BaseAlgorithm {
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 };
 
-/** The same on volumes. */
+/** The same in volumes: all plans are computed, and offsets have three dimensions. */
 class PXL_API FiniteImpulseResponseFilter3D : public BaseAlgorithm {
  public:
   FiniteImpulseResponseFilter3D();
