@@ -9,6 +9,7 @@
 #include "frame/support/Registered.h"
 #include "frame/support/Runners.h"
 #include "gtest/gtest.h"
+#include "host/support/PluginLoading.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/Exception.h"
 #include "pxl/Runnable.h"
@@ -33,6 +34,7 @@ class PluginLife : public testing::TestWithParam<char const*> {
   }
 
   void load() {
+    host_test::RunnersMayStay const stay;
     m_handle = ::dlopen(GetParam(), RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(m_handle, nullptr) << ::dlerror();
     m_loadTrace = m_probe.getTrace();

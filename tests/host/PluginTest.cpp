@@ -92,8 +92,9 @@ TEST_F(Plugins, FolderIsThatOfTheHostWhereverTheProcessGoes) {
   std::filesystem::create_directory(folder / "libraries");
   std::filesystem::copy_file(original, folder / "libraries/" + original.filename().string());
   std::string const program = std::filesystem::canonical("/proc/self/exe").string();
-  std::string const command = "cd " + folder.path() + " && LD_LIBRARY_PATH=libraries " + cChild + "=1 " + program +
-                              " --gtest_filter=Plugins.FolderIsThatOfTheHostWherever*";
+  std::string const command = "cd " + folder.path() +
+                              " && LD_LIBRARY_PATH=libraries GTEST_TOTAL_SHARDS=1 GTEST_SHARD_INDEX=0 " + cChild +
+                              "=1 " + program + " --gtest_filter=Plugins.FolderIsThatOfTheHostWherever*";
   FILE* const output = ::popen(command.c_str(), "r");
   ASSERT_NE(output, nullptr);
   std::string text(10000, 0);
