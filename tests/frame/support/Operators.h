@@ -48,16 +48,20 @@ using ShapedOperators =
                    FRAME_TEST_OPERATOR(ErosionLine2d, cShaped), FRAME_TEST_OPERATOR(ErosionLine3d, cShaped)>;
 using LogicalOperators = testing::Types<LogicalWithImage, LogicalWithValue>;
 using FirOperators = testing::Types<Fir2D, Fir3D>;
-using AllOperators =
-    testing::Types<Extrema, Fir2D, Fir3D, FRAME_TEST_OPERATOR(Dilation2d, cIterated),
-                   FRAME_TEST_OPERATOR(Dilation3d, cIterated), FRAME_TEST_OPERATOR(DilationBall3d, cShaped),
-                   FRAME_TEST_OPERATOR(DilationDisk2d, cShaped), FRAME_TEST_OPERATOR(DilationDisk3d, cShaped),
-                   FRAME_TEST_OPERATOR(DilationLine2d, cShaped), FRAME_TEST_OPERATOR(DilationLine3d, cShaped),
-                   FRAME_TEST_OPERATOR(Erosion2d, cIterated), FRAME_TEST_OPERATOR(Erosion3d, cIterated),
-                   FRAME_TEST_OPERATOR(ErosionBall3d, cShaped), FRAME_TEST_OPERATOR(ErosionDisk2d, cShaped),
-                   FRAME_TEST_OPERATOR(ErosionDisk3d, cShaped), FRAME_TEST_OPERATOR(ErosionLine2d, cShaped),
-                   FRAME_TEST_OPERATOR(ErosionLine3d, cShaped), LogicalWithImage, LogicalWithValue>;
 #undef FRAME_TEST_OPERATOR
+
+template <class... Lists>
+struct Joined;
+template <class... First>
+struct Joined<testing::Types<First...>> {
+  using Types = testing::Types<First...>;
+};
+template <class... First, class... Second, class... Lists>
+struct Joined<testing::Types<First...>, testing::Types<Second...>, Lists...>
+    : Joined<testing::Types<First..., Second...>, Lists...> {};
+
+using AllOperators =
+    Joined<testing::Types<Extrema>, FirOperators, IteratedOperators, ShapedOperators, LogicalOperators>::Types;
 
 /** Names of the instances of typed tests. */
 struct OperatorNames {
