@@ -204,7 +204,7 @@ TEST_F(InBackground, WrongCallsAreRefused) {
   EXPECT_NE(refusalOf([&] { run.get(); }), "");
   run.start();
   EXPECT_NE(refusalOf([&] { run.start(); }).find("only once"), std::string::npos);
-  EXPECT_NE(refusalOf([&] { other.start(); }).find("running already"), std::string::npos);
+  EXPECT_NE(refusalOf([&] { other.start(); }).find("already running"), std::string::npos);
   gate.set_value();
   run.get();
   EXPECT_NE(refusalOf([&] { run.start(); }).find("only once"), std::string::npos);

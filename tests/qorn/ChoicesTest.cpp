@@ -119,7 +119,7 @@ TEST_F(Choices, AreDescribed) {
       << text;
   std::string const measuring = runQorn({"operators", "IntensityExtrema"}).out;
   EXPECT_NE(measuring.find(" none "), std::string::npos) << measuring;
-  EXPECT_NE(measuring.find(" several names are given with commas"), std::string::npos) << measuring;
+  EXPECT_NE(measuring.find(" several names are separated by commas"), std::string::npos) << measuring;
 }
 
 }  // namespace
