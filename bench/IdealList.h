@@ -35,7 +35,7 @@ class IdealList {
 
   void operator()() const {
     bool const isVolume = m_nbPlans > 1;
-    long const nbRowsPerTile = isVolume ? 64 : 128, nbPlansPerTile = 64;
+    unsigned long const nbRowsPerTile = isVolume ? 64 : 128, nbPlansPerTile = 64;
     tbb::blocked_range2d<long> const all(0, m_nbPlans, nbPlansPerTile, 0, m_nbRows, nbRowsPerTile);
     tbb::parallel_for(all, [this, isVolume](tbb::blocked_range2d<long> const& tile) {
       isVolume ? runPlans(tile.rows().begin(), tile.rows().end(), tile.cols().begin(), tile.cols().end())
@@ -108,7 +108,7 @@ class IdealList {
   }
   template <int Count>
   [[gnu::always_inline]] static void compute(T const* const* tap, T const* const* end, long col, T* out) {
-    typename Vec::Vector v[Count];
+    typename Vec::Vector v[static_cast<unsigned long>(Count)];
     T const* voxels = *tap + col;
 #pragma GCC unroll 8
     for (int i = 0; i < Count; ++i) v[i] = Vec::load(voxels + i * L);

@@ -33,7 +33,7 @@ struct Image {
  private:
   unsigned long indexOf(Five const& p) const {
     long index = 0;
-    for (int d = 4; d >= 0; --d) {
+    for (unsigned long d = 5; d-- > 0;) {
       if (p[d] < 0 || p[d] >= sizes[d]) std::abort();
       index = index * sizes[d] + p[d];
     }
@@ -54,7 +54,7 @@ void forEachPosition(Five const& sizes, Visit&& visit) {
 /** Voxels beyond the image have one value. */
 template <class T>
 T fixedAt(Image<T> const& image, Five const& p, T value) {
-  for (int d = 0; d < 5; ++d)
+  for (unsigned long d = 0; d < 5; ++d)
     if (p[d] < 0 || p[d] >= image.sizes[d]) return value;
   return image.at(p);
 }
@@ -62,7 +62,7 @@ T fixedAt(Image<T> const& image, Five const& p, T value) {
 /** Voxels beyond the image are those nearest to them. */
 template <class T>
 T continueAt(Image<T> const& image, Five p) {
-  for (int d = 0; d < 5; ++d) {
+  for (unsigned long d = 0; d < 5; ++d) {
     if (p[d] < 0) p[d] = 0;
     if (p[d] >= image.sizes[d]) p[d] = image.sizes[d] - 1;
   }
@@ -73,7 +73,7 @@ T continueAt(Image<T> const& image, Five p) {
  */
 template <class T>
 T mirrorAt(Image<T> const& image, Five p) {
-  for (int d = 0; d < 5; ++d) {
+  for (unsigned long d = 0; d < 5; ++d) {
     long const last = image.sizes[d] - 1;
     if (last == 0) p[d] = 0;
     while (p[d] < 0 || p[d] > last) p[d] = p[d] < 0 ? -p[d] : 2 * last - p[d];
