@@ -67,8 +67,8 @@ class PXL_API BaseAlgorithm : private Noncopyable {
   /** The registered runners in the order in which they were added, with the present properties. */
   std::vector<RunnerInfo> getRunners();
   /**
-   * Restricts execute() to the runners of this name. It throws RuntimeError if none of them is registered and accepts.
-   * A composed operator passes the name on to its steps. An empty name removes the restriction.
+   * Restricts execute() to the runners of this name. It throws RuntimeError if none of them is registered and
+   * accepts. A composed operator passes the name on to its steps. An empty name removes the restriction.
    */
   void setRunner(String const& name);
   String const& getRunner() const;
