@@ -17,7 +17,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Algorithm = std::unique_ptr<pxl::BaseAlgorithm>;
 
-/** An operator whose blocks take long, and the image that it runs on. */
+/** An operator with slow blocks, and the image that it runs on. */
 struct SlowRun {
   std::shared_ptr<pxl::Image> input;
   std::shared_ptr<pxl::Image> output;

@@ -7,7 +7,7 @@
 #include <opencv2/imgproc.hpp>
 #endif
 
-// Compositions against those of OpenCV with the same element, and against their steps run one by one.
+// Compositions relative to those of OpenCV with the same element, and relative to their steps run one by one.
 namespace bench {
 namespace {
 
@@ -35,7 +35,7 @@ Side makeOurs(Case const& one) {
   return [one, algorithm = makeAlgorithm<Algorithm>(one)] { algorithm->execute(); };
 }
 
-/** The two steps of an opening, each a run. */
+/** The two steps of an opening as separate runs. */
 Side makeSteps(Case const& one) {
   auto const erosion = makeAlgorithm<Erode>(one);
   auto const dilation = makeAlgorithm<Dilate>(one);
@@ -52,7 +52,7 @@ Side makeOpenCv(Case const& one, int operation) {
   int const rows = static_cast<int>(countRows(one.input)), cols = static_cast<int>(countCols(one.input));
   cv::Mat const input(rows, cols, cv::traits::Type<T>::value, one.input->getVoxels());
   cv::Mat const output(rows, cols, cv::traits::Type<T>::value, one.output->getVoxels());
-  // All elements here are their own mirror.
+  // All elements here are symmetric.
   auto const margins = one.element.getMargins();
   int const reachOfRows = static_cast<int>(margins.rowsAfter), reachOfCols = static_cast<int>(margins.colsAfter);
   cv::Mat element = cv::Mat::zeros(2 * reachOfRows + 1, 2 * reachOfCols + 1, CV_8U);
@@ -93,7 +93,7 @@ void addType(std::string const& type) {
            [](Case const& one) { return makeOpenCv<T>(one, cv::MORPH_GRADIENT); });
 #endif
     add<T>("Open" + end + "its_steps", sizes, parsed, makeOurs<Open>, makeSteps);
-    // What the difference costs: three images are touched.
+    // The cost of the difference: three images are read or written.
     add<T>("WhiteTopHat" + end + "its_opening", sizes, parsed, makeOurs<WhiteTopHat>, makeOurs<Open>);
   }
 }

@@ -9,8 +9,9 @@
 namespace bench {
 
 /**
- * Rows of an image as an operator gets and stores them by the contract: each read takes a counted reference to the
- * view's border condition and asks it, each result goes to the view's interface. Nothing else is done.
+ * Rows of an image, read and written through the contract as an operator does: each read takes a counted reference to
+ * the view's border condition and calls it, and each result is written through the view's interface. Nothing else is
+ * done.
  */
 template <class T>
 class ContractRows {

@@ -4,8 +4,8 @@
 #include "Images.h"
 #include "pxl/morphology/Morphology.h"
 
-// Erosions are dilations with one word changed: what is measured of the one holds for the other as far as their times
-// are equal.
+// Erosions differ from dilations in one instruction. If their times are equal, the figures of the dilations hold for
+// both.
 namespace bench {
 namespace {
 

@@ -58,7 +58,7 @@ Side makeCeiling(Case const& one) {
 }
 
 #ifdef PXLWORKS_HAVE_OPENCV
-// By its documentation the library goes through the frequencies for kernels from about 11 x 11 up.
+// According to its documentation, the library uses a Fourier transform for kernels of about 11 x 11 and larger.
 template <class T>
 Side makeOpenCv(Case const& one) {
   int const side = static_cast<int>(2 * one.taps.reach + 1);

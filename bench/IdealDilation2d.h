@@ -17,9 +17,9 @@
 namespace bench {
 
 /**
- * A dilation straight on the memory of an image of one plan: the least that a pass can cost which copies each source
- * row once and each result row once, with the same vectors and threads. No views, borders, margins, progress or
- * cancel.
+ * A baseline: a dilation directly on the memory of an image of one plan. It is a lower bound for a pass that copies
+ * each source row once and each result row once, with the same vectors and threads. No views, borders, margins,
+ * progress or cancel.
  */
 template <class T, bool cIsSquare>
 class IdealDilation2d {

@@ -18,10 +18,10 @@
 namespace bench {
 
 /**
- * A dilation straight on the memory of a volume, with rings of three copied planes for each tile of rows and plans:
- * what a pass costs at least that copies each source row in and each result row out. `cNeighborhood` 0 are the six
- * faces, 1 faces and edges, 2 the cube. No views, borders, margins, progress or cancel; with `cIsByContract`
- * rows come and go by the contract.
+ * A baseline: a dilation directly on the memory of a volume, with rings of three copied planes for each tile of rows
+ * and plans. It is a lower bound for a pass that copies each source row in and each result row out. `cNeighborhood` 0
+ * is the six faces, 1 faces and edges, 2 the cube. No views, borders, margins, progress or cancel. With
+ * `cIsByContract` rows are read and written through the contract.
  */
 template <class T, int cNeighborhood, bool cIsByContract>
 class IdealDilation3d {

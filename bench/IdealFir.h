@@ -24,9 +24,9 @@ struct Taps {
 };
 
 /**
- * A correlation straight on the memory of an image whose rows are whole vectors: what it costs at least that converts
- * each source row while it is copied into a ring, and each result row while it is copied out. The ring holds planes
- * of a tile of rows, or, in an image of one plan, rows. No views, borders, progress or cancel.
+ * A baseline: a correlation directly on the memory of an image whose rows are whole vectors. It is a lower bound for
+ * one that converts each source row as it is copied into a ring, and each result row as it is copied out. The ring
+ * holds planes of a tile of rows, or rows in an image of one plan. No views, borders, progress or cancel.
  */
 template <class T>
 class IdealFir {
@@ -41,7 +41,7 @@ class IdealFir {
         m_nbPlans(static_cast<long>(input->getNumOf(pxl::cPlans))) {}
 
   void operator()() const {
-    // One plan is cut into bands, with a ring that goes down the rows.
+    // One plan is split into bands, with a ring of rows.
     bool const isPlan = m_nbPlans == 1;
     tbb::blocked_range2d<long> const all(0, m_nbPlans, 64, 0, m_nbRows, isPlan ? 64 : 32);
     tbb::parallel_for(all, [&](auto const& tile) {

@@ -16,9 +16,9 @@
 namespace bench {
 
 /**
- * A dilation with a list of offsets straight on the memory of an image: rings of copied planes for each tile of rows
- * and plans, each source row copied in once for a tile and each result row out. In images of one plan the ring is one
- * of rows. No views, borders, margins, progress or cancel.
+ * A baseline: a dilation with a list of offsets directly on the memory of an image. It has rings of copied planes for
+ * each tile of rows and plans; each source row is copied in once per tile, and each result row out. In images of one
+ * plan the rings hold rows. No views, borders, margins, progress or cancel.
  */
 template <class T>
 class IdealList {

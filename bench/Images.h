@@ -36,7 +36,7 @@ inline long countRows(ImagePointer const& image) {
   return static_cast<long>(image->getNumOf(pxl::cRows) * image->getNumOf(pxl::cPlans));
 }
 
-/** A plain copy of an image, by one thread. */
+/** A plain copy of an image, on one thread. */
 template <class T>
 Side makeCopy(ImagePointer image) {
   auto target = std::make_shared<std::vector<T>>(static_cast<std::size_t>(countCols(image) * countRows(image)));

@@ -30,8 +30,8 @@ Side makeOurs(ImagePointer image) {
   };
 }
 
-// An idealised scan straight on the rows of an image in memory, with or without a copy of each row: four independent
-// pairs of accumulators, no host, no border, no progress.
+// A baseline: a scan directly on the rows of an image in memory, with or without a copy of each row. It has four
+// independent pairs of accumulators, and no host, border or progress.
 template <class T, bool cHasCopy>
 class IdealScan {
  public:

@@ -48,9 +48,9 @@ Side makeOurs(Case const& one) {
   };
 }
 
-// The operation straight on the memory of the images, in bands of rows: without copies; with a copy of each row in
-// and out, which is what a row costs at least that the image doesn't hand out; and with rows that come and go by the
-// contract.
+// Baselines: the operation directly on the memory of the images, in bands of rows. Either without copies; or with a
+// copy of each row in and out, the lower bound if rows can't be used in place; or with rows that are read and written
+// through the contract.
 enum class Rows { cDirect, cCopied, cByContract };
 
 template <class T, Rows cRows>
@@ -125,7 +125,7 @@ class IdealXor {
 #ifdef PXLWORKS_HAVE_OPENCV
 template <class T>
 Side makeOpenCv(Case const& one) {
-  // Bits have no type: 32-bit voxels go as signed ones.
+  // Bits have no type: 32-bit voxels are passed as signed ones.
   constexpr int cDepth = sizeof(T) == 1 ? CV_8U : sizeof(T) == 2 ? CV_16U : CV_32S;
   auto const wrap = [](ImagePointer const& image) {
     return cv::Mat(static_cast<int>(countRows(image)), static_cast<int>(countCols(image)), cDepth,

@@ -99,7 +99,7 @@ Side makeOpenCvSlices(Case const& one) {
 }
 #endif
 
-/** Registers the pairs of one case; makeInput gives the volume. */
+/** Registers the pairs of one case; makeInput returns the volume. */
 template <class T>
 void addCase(std::string const& volume, std::function<ImagePointer()> const& makeInput, int neighborhood,
              unsigned int nbIterations) {

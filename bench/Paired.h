@@ -4,9 +4,8 @@
 #include <string>
 
 /**
- * Benchmarks in pairs: two sides that do the same work run in turn, A B B A A B ..., so that whatever else the
- * machine does falls on both. What counts is the median of the ratios, pair by pair; absolute times are only for
- * orientation.
+ * Paired benchmarks: two sides that do the same work run alternately, A B B A A B ..., so that other load on the
+ * machine affects both. The result is the median of the ratios of the pairs; absolute times are only for orientation.
  */
 namespace bench {
 
@@ -14,10 +13,10 @@ namespace bench {
 using Side = std::function<void()>;
 
 /**
- * Registers "name" with the counters `ratio` (median of time of `ours` by time of `theirs`), `ours_ms`, `theirs_ms`
+ * Registers "name" with the counters `ratio` (median of time of `ours` / time of `theirs`), `ours_ms`, `theirs_ms`
  * (medians) and the quartiles of the ratio. Both sides run in one arena of `nbThreads`, the same for all benchmarks
- * with that number of threads. `setUp` is called before the first pair and gives the two sides, so that images only
- * live while they are needed.
+ * with that number of threads. `setUp` is called before the first pair and returns the two sides, so that images
+ * exist only while they are needed.
  */
 struct Pair {
   Side ours;

@@ -7,7 +7,7 @@
 
 namespace bench {
 
-/** What correlations of T are computed in. */
+/** The type in which correlations of T are computed. */
 template <class T>
 using Real = std::conditional_t<std::is_same_v<T, double>, double, float>;
 

@@ -123,7 +123,7 @@ Side makePassesCeiling(Case const& one) {
   return [ideal] { (*ideal)(); };
 }
 
-/** The element as a box of bytes with the voxel itself in the middle. */
+/** The element as a box of bytes, centred on the voxel itself. */
 struct Box {
   explicit Box(std::vector<Offset3D> const& voxels) {
     for (Offset3D const& o : voxels) reach = std::max({reach, std::abs(o.col), std::abs(o.row), std::abs(o.plan)});
@@ -164,7 +164,7 @@ Side makeCImg(Case const& one) {
 }
 #endif
 
-// A peer that takes many seconds.
+// The other library takes many seconds.
 constexpr int cNbSlowPairs = 3;
 using MakeSide = Side (*)(Case const&);
 
@@ -191,7 +191,7 @@ void addPlane(std::string const& type, std::string const& size, ImageSizes const
 #endif
   }
   for (unsigned int radius : {3U, 10U, 50U}) {
-    // The peers do the exact disk: nobody else has the fast one.
+    // The other libraries compute the exact disk: none has the fast one.
     Shape const fast{"fast_disk_r" + std::to_string(radius), makeRound<pxl::morphology::DilationDisk2d>(radius, 0),
                      inPlan(pxl::kernel::generateDiskOffset2DCollection(radius)), radius};
     addPairs<T>(name, sizes, fast, "squares_ceiling", makePassesCeiling<T>);

@@ -12,7 +12,7 @@ namespace {
 using pxl::ImageSizes;
 using pxl::access::Region;
 
-/** What windows of these sizes cost relative to one run: margins, a temporary image, a copy. */
+/** The cost of windows of these sizes relative to one run: margins, a temporary image, a copy. */
 template <class Algorithm>
 struct Case {
   ImageSizes sizes;

@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
-"""Times `qorn run` against calls of scipy.ndimage, in turns: against_scipy.py QORN [NAME...]
+"""Compares the times of `qorn run` and of calls of scipy.ndimage, alternately: against_scipy.py QORN [NAME...]
 
-Printed is the median of the ratios of pairs, qorn's time by scipy's. Qorn's time is that of the whole process with its
-files, scipy's that of the call alone, in memory; scipy uses one thread, qorn two.
+Prints the median of the ratios of the pairs, time of qorn / time of scipy; below 1 is faster. The time of qorn is that
+of the whole process with its files. The time of scipy is that of the call only, in memory. scipy uses one thread, qorn
+two.
 """
 import os
 import statistics
@@ -24,7 +25,8 @@ def correlation(side):
     def prepare(image, folder):
         path = os.path.join(folder, "kernel.npy")
         numpy.save(path, kernel)
-        return ["FiniteImpulseResponseFilter3D", f"kernel={path}"], lambda: ndimage.correlate(image, kernel, mode="mirror")
+        command = ["FiniteImpulseResponseFilter3D", f"kernel={path}"]
+        return command, lambda: ndimage.correlate(image, kernel, mode="mirror")
 
     return prepare
 
@@ -86,8 +88,8 @@ def main():
                     pairs.append(times if i % 2 == 0 else times[::-1])
             ratio = statistics.median(ours / theirs for ours, theirs in pairs)
             ours, theirs = (statistics.median(side) for side in zip(*pairs))
-            print(f"{name}, {image.dtype}: ratio {ratio:.4f}, ours {ours * 1e3:.0f} ms, scipy's {theirs * 1e3:.0f} ms",
-                  flush=True)
+            print(f"{name}, {image.dtype}: ratio {ratio:.4f}, ours {ours * 1e3:.0f} ms, "
+                  f"scipy's {theirs * 1e3:.0f} ms", flush=True)
 
 
 if __name__ == "__main__":

@@ -1,9 +1,9 @@
 #!/bin/bash
 # Instructions per voxel of an operator on one thread, for each voxel type, counted by callgrind:
 #   bench/count_instructions.sh QORN OPERATOR [name=value ...]
-# "kernel" is what the innermost functions of the plug-in execute (computeRow, reduce and scan), "all" everything from
-# file to file. Both are slopes between two large sizes of image, so that what happens once counts nothing. An
-# operator with two input images gets the same one twice.
+# "kernel" is the count of the innermost functions of the plug-in (computeRow, reduce and scan), "all" that of the
+# whole run from file to file. Both are slopes between two large image sizes, so that one-time costs cancel. An
+# operator with two input images gets the same image twice.
 set -euo pipefail
 qorn=$(realpath "$1")
 operator=$2

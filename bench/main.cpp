@@ -5,7 +5,7 @@
 #include "pxl/Plugins.h"
 
 int main(int argc, char** argv) {
-  // Workers for the largest arena; switching the limit between benchmarks would leave some short of them.
+  // Workers for the largest arena: if the limit changed between benchmarks, some would have too few.
   tbb::global_control const workers(tbb::global_control::max_allowed_parallelism, 16);
   pxl::plugins::load(PXLWORKS_PLUGIN_PATH);
   pxl::plugins::load(PXLWORKS_ELEMENTS_PATH);

@@ -3,9 +3,9 @@ include(CMakePackageConfigHelpers)
 
 set(plugins pxlworks_pxl_qorn pxlworks_pxl_elements)
 set(installed_libraries pxlworks_object_model pxlworks_pxl ${plugins})
-# The libraries find each other where they stand, installed or not: CMake would make room for other paths by empty ones
-# in the build folder, and an empty one is the working directory. A TBB outside the system's folders is found by its
-# path; that of the thread sanitizer, within the project, isn't among those that CMake adds by itself.
+# The libraries find each other in their own folder, installed or not. Otherwise CMake would reserve space for other
+# paths with empty ones in the build folder, and an empty path is the working directory. A TBB outside the system's
+# folders is found by its path; CMake doesn't add that of the thread sanitizer, which is within the project.
 set(near_paths "")
 if(TBB_DIR MATCHES "^${PROJECT_SOURCE_DIR}/")
   set(near_paths "$<TARGET_FILE_DIR:TBB::tbb>")

@@ -14,8 +14,8 @@ set(PXLWORKS_PLUGIN_COMPILE_OPTIONS
   ${PXLWORKS_PLUGIN_OPTIMISATION} -msse4.1 -ffp-contract=off $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>
   CACHE INTERNAL "Compile options of plug-ins")
 
-# What every plug-in compiles once, whatever the number of its operators: the bodies of Core/private for the eight voxel
-# types. Headers declare them `extern template`.
+# The units that every plug-in compiles once, whatever the number of its operators: the bodies of Core/private for the
+# eight voxel types. Headers declare them `extern template`.
 set(PXLWORKS_PLUGIN_BODIES
   Access/IteratorBodies.cpp Access/RowBodies.cpp Filters/ContextBodies.cpp Filters/FilterBodies.cpp)
 if(EXISTS "${CMAKE_CURRENT_LIST_DIR}/../Core/private")
@@ -39,8 +39,8 @@ function(pxlworks_compile_as_plugin name)
 endfunction()
 
 # pxlworks_add_plugin(NAME sources...)
-# Makes the target NAME, a library libNAME.so that exports nothing: the host takes note of its runners by their
-# constructors. Beside the host's libraries it is found by itself if NAME begins with pxlworks_pxl_.
+# Makes the target NAME, a library libNAME.so that exports nothing: constructors register its runners with the host.
+# In the folder of the host's libraries it is loaded automatically if NAME begins with pxlworks_pxl_.
 function(pxlworks_add_plugin name)
   if(NOT TARGET pxlworks_plugin_bodies)
     add_library(pxlworks_plugin_bodies OBJECT ${PXLWORKS_PLUGIN_BODIES})

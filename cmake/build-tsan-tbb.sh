@@ -1,11 +1,11 @@
 #!/bin/bash
-# Builds Debian's TBB with the thread sanitizer into build/tsan-tbb: with the packaged library, the sanitizer can't see
-# TBB's synchronisation and reports races that aren't there. Done at once when that version has been built before.
+# Builds Debian's TBB with the thread sanitizer into build/tsan-tbb: with the packaged library, the sanitizer can't
+# see TBB's synchronisation and reports false races. Does nothing if this version has been built before.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 cmake/install-packages.sh g++ cmake ninja-build libtbb-dev dpkg-dev
-# The source of the very version that the other builds use.
+# The source of the version that the other builds use.
 source=$(dpkg-query -W -f '${source:Package}=${source:Version}' libtbb-dev)
 prefix=$PWD/build/tsan-tbb
 stamp="$source, $(g++ -dumpfullversion)"
@@ -15,7 +15,7 @@ echo "building $source with the thread sanitizer ..." >&2
 work=$PWD/build/tsan-tbb-work
 rm -rf "$work" "$prefix"
 mkdir -p "$work"/{sources,lists/partial,cache/archives/partial}
-# From here on everything goes to a log, which is shown only on failure.
+# From here on all output goes to a log, which is shown only on failure.
 exec 3>&2 >"$work/log" 2>&1
 trap '(($? == 0)) || tail -n 40 "$work/log" >&3' EXIT
 

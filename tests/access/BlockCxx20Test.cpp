@@ -1,4 +1,4 @@
-// Compiled as C++20: TBB asks more of ranges and bodies there.
+// Compiled as C++20, in which TBB has stricter requirements on ranges and bodies.
 #include <tbb/parallel_for.h>
 #include <tbb/parallel_reduce.h>
 

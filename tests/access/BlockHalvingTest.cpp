@@ -153,7 +153,7 @@ TEST(BlockHalving, DividesWhileAnyDimensionExceedsItsGrain) {
     EXPECT_EQ(makeBlock3d(box).is_divisible(), exceeds(0) || exceeds(1) || exceeds(2));
     EXPECT_EQ(makeBlock2d(box).is_divisible(), exceeds(1) || exceeds(2));
     if (!exceeds(0) && !exceeds(1) && !exceeds(2)) continue;
-    // What is at its grain stays whole as long as something else can be cut.
+    // A dimension at its grain size isn't split as long as another one can be.
     Block3d source = makeBlock3d(box);
     Block3d const upper(source, tbb::split());
     EXPECT_TRUE(exceeds(0) || source.getNbPlans() == box[0].end - box[0].begin);
@@ -184,7 +184,7 @@ TEST(BlockHalving, ComparesInDouble) {
   Block3d const deepUpper(deep, tbb::split());
   EXPECT_EQ(deep.getNbPlans(), cLarge / 2);
   EXPECT_EQ(deepUpper.getNbRows(), cLarge + 1);
-  // The products are made in double too: in 64 bits they would wrap to 0 and 16.
+  // The products are computed in double, too: in 64 bits they would wrap to 0 and 16.
   Block2d product(0, 1L << 40, 1L << 4, 0, 1L << 60, 1L << 10, 0, 0, 0);
   Block2d const productUpper(product, tbb::split());
   EXPECT_EQ(product.getNbCols(), 1L << 59);

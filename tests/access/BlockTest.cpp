@@ -24,7 +24,7 @@ static_assert(std::is_constructible_v<Block3d, Block3d&, tbb::split>);
 static_assert(std::is_copy_constructible_v<Block2d> && std::is_copy_assignable_v<Block2d>);
 static_assert(std::is_copy_constructible_v<Block3d> && std::is_copy_assignable_v<Block3d>);
 
-// The fields of a block as they lie behind the pointer to its table of operations.
+// The fields of a block after the pointer to its virtual table.
 template <class AnyBlock>
 auto readFields(AnyBlock const& block) {
   std::array<long, sizeof(AnyBlock) / sizeof(long) - 1> fields;
@@ -32,7 +32,7 @@ auto readFields(AnyBlock const& block) {
   return fields;
 }
 
-// The operations in the order of their slots, behind the two destructors, called as compiled code does.
+// The virtual functions in the order of their slots, after the two destructors, called as compiled code calls them.
 std::array<long, 15> callSlots(Block const& block) {
   using Slot = long (*)(Block const*);
   void** const slots = *reinterpret_cast<void** const*>(&block);

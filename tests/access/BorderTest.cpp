@@ -1,4 +1,4 @@
-// Reads through the border conditions, at any position, against the oracle's rules; and which views are one image.
+// Reads through the border conditions at any position, compared with the oracle; and which views are the same image.
 #include <atomic>
 #include <limits>
 #include <thread>
@@ -11,7 +11,7 @@ namespace {
 
 using oracle::Five;
 
-// Sizes 1 and 2 in every dimension at times.
+// Sometimes sizes 1 and 2 in every dimension.
 Five makeSizes(oracle::Random& random) {
   Five sizes;
   for (long& size : sizes) size = random.number(0, 3) ? random.number(1, 6) : 1;

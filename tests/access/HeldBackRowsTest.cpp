@@ -152,7 +152,7 @@ TEST(HeldBackRows, MayBeLongAndMany) {
   }
 }
 
-// Threads beside each other in the same rows, with voxels of one byte: neighbours in the same word.
+// Concurrent threads in the same rows, with voxels of one byte: neighbours in the same word.
 TEST(HeldBackRows, AreKeptForManyThreadsAtOnce) {
   constexpr long cNbThreads = 8, cWidth = 9, cNbRows = 60;
   oracle::Random random(822);

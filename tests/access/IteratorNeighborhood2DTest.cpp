@@ -78,7 +78,7 @@ TYPED_TEST(CrossIteratorOf, FetchesEachRowOnceWithAColumnOnEachSide) {
           ASSERT_EQ(getReads(recorder), expected) << "nothing within a row";
           iterator.advance();
         }
-        // The last row ends the block: nothing lies below it that anybody needs.
+        // The last row ends the block: no row below it is needed.
         if (row + 1 < block.getNbRows()) expected.push_back(this->makeRead(block, row + 2));
         ASSERT_EQ(getReads(recorder), expected) << row;
       }
@@ -117,7 +117,7 @@ TYPED_TEST(CrossIteratorOf, KeepsItsRingAfterTheLastRow) {
   }
 }
 
-// What kernels use to go through a row with pointers of their own.
+// The functions with which kernels walk a row with their own pointers.
 TYPED_TEST(CrossIteratorOf, SkipsToTheNextRowFromAnyVector) {
   for (long nbCols : {1L, this->L, this->L + 1, 3 * this->L + 1})
     for (long nbSkipped = 0; nbSkipped * this->L < nbCols; ++nbSkipped) {

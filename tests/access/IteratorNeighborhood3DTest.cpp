@@ -134,7 +134,7 @@ TYPED_TEST(FixedNeighbourhood3dOf, KeepsItsRingAfterTheLastPlan) {
   });
 }
 
-// What kernels use to go through a row with pointers of their own.
+// The functions with which kernels walk a row with their own pointers.
 TYPED_TEST(FixedNeighbourhood3dOf, SkipsToTheNextRowFromAnyVector) {
   this->forBoth([&](auto const& makeIterator, Offsets3d const& offsets) {
     for (long nbCols : {1L, this->L, this->L + 1, 2 * this->L + 1})

@@ -34,7 +34,7 @@ T combine(T a, T b, long col) {
   return (a < b) == (col % 2 == 0) ? b : a;
 }
 
-/** Runs the operator over a block and compares where the iterator stands. */
+/** Runs the operator over a block and compares the positions of the iterator. */
 template <long L, class Iterator>
 void runOperator(Iterator& iterator, Block3d const& block) {
   using T = std::remove_pointer_t<decltype(iterator.current)>;

@@ -33,7 +33,7 @@ class InputIteratorOf : public testing::Test {
     return Block2d(cRow, cRow + cNbRows, 1, cCol, cCol + nbCols, 1, cPlan, cSequence, cSpectral);
   }
 
-  // How many voxels a fetch brings.
+  // How many voxels a fetch reads.
   static long lengthOf(long nbCols, bool isRounded) {
     long length = nbCols;
     while (isRounded && length % L != 0) ++length;
@@ -82,7 +82,7 @@ TYPED_TEST(InputIteratorOf, WalksPlansOfAnyWidth) {
     }
 }
 
-// One cache of one row; each row is fetched when it is come to, all with the same length.
+// One cache of one row; each row is fetched when it is reached, all with the same length.
 TYPED_TEST(InputIteratorOf, FetchesEachRowOnce) {
   for (long nbCols : {1L, this->L - 1, this->L, this->L + 1, 2 * this->L, 2 * this->L + 1})
     for (bool isRounded : {false, true}) {
@@ -163,7 +163,7 @@ TYPED_TEST(InputIteratorOf, KeepsTheViewAlive) {
   EXPECT_TRUE(watched.expired());
 }
 
-// What kernels use to go through a row with pointers of their own.
+// The functions with which kernels walk a row with their own pointers.
 TYPED_TEST(InputIteratorOf, SkipsToTheNextRowFromAnyVector) {
   for (long nbCols = 1; nbCols <= 3 * this->L + 1; ++nbCols)
     for (long skipped = 0; skipped * this->L < nbCols; ++skipped) {

@@ -140,13 +140,13 @@ TYPED_TEST(OutputIteratorOf, WritesTheLastRowWithTheLastStep) {
   this->m_probe.clear();
   iterator.advance();
   EXPECT_TRUE(iterator.atEnd());
-  // Nothing is got any more.
+  // Nothing more is fetched.
   EXPECT_EQ(getCalls(this->m_probe), (Calls{{"writeRowAt",
                                              {this->L + 1, this->cCol, this->cRow + this->cNbRows - 1,
                                               this->cPlan + this->cNbPlans - 1, this->cSequence, this->cSpectral}}}));
 }
 
-// What kernels use to fill a row with pointers of their own.
+// The functions with which kernels fill a row with their own pointers.
 TYPED_TEST(OutputIteratorOf, SkipsToTheNextRowFromAnyVector) {
   for (long nbCols = 1; nbCols <= 3 * this->L + 1; ++nbCols)
     for (long skipped = 0; skipped * this->L < nbCols; ++skipped) {

@@ -1,4 +1,4 @@
-// Fields and virtual operations in the order of the contract: compiled code of others reaches them by their places.
+// Fields and virtual functions in the order of the contract: other compiled code uses their positions.
 #include <array>
 
 #include "access/support/Layout.h"
@@ -72,7 +72,7 @@ TYPED_TEST(LayoutOf, OfBordersBeginsWithTheReadOfARow) {
     check(pxl::access::MirrorBorderCondition<T>::New(), [&](Five const& p) { return oracle::mirrorAt(image, p); });
 }
 
-// Behind the destructors: a size by its number, the type, the interpretation. Of images and of windows.
+// After the destructors: a size by its number, the type, the interpretation. For images and for windows.
 TEST(Layout, OfImageModelsIsSizeThenTypeThenInterpretation) {
   auto const image = pxl::Image::New(pxl::cInteger16, {7, 6, 5, 4, 3}, 2);
   pxl::ImageModelSizeProxy const window(static_cast<pxl::ImageModel const*>(image.get()), 1, 6, 1, 5, 1, 4, 1, 3, 1,

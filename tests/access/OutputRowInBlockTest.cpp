@@ -32,7 +32,7 @@ class OutputRowInBlock : public testing::Test {
     return m_probe.getNames();
   }
 
-  // Writes rows of the block, two voxels longer than it on either side, and looks at the image before and after the
+  // Writes rows of the block, two voxels longer than it on either side, and compares the image before and after the
   // flush.
   void expectMargins(pxl::access::Block const& block, OverlapBorder const& overlap) {
     struct Voxel {

@@ -23,7 +23,7 @@ void write(Row const& row, bool temporize, Limits const& l) {
 
 Limits withColumns(long colMin, long colMax) { return {-cFar, cFar, -cFar, cFar, colMin, colMax}; }
 
-// What becomes of each voxel of a row, decided one by one: 'w'ritten at once, 'h'eld back, or '-' dropped.
+// The fate of each voxel of a row, computed one by one: 'w'ritten at once, 'h'eld back, or '-' dropped.
 template <class Row>
 std::string getFates(Row const& row, bool temporize, Limits const& l, Five const& sizes) {
   std::string fates;
@@ -89,7 +89,7 @@ TYPED_TEST(OutputRowOf, GoesWhereEachOfItsVoxelsBelongs) {
     probe.clear();
     write(row, temporize, limits);
     ASSERT_EQ(getCalls(probe), callsOf(row, fates, limits));
-    // What is written shows at once, what is held back with the flush, and nothing else at all.
+    // Written voxels are visible at once, held-back ones after the flush, and nothing else changes.
     for (char fate : {'w', 'h'}) {
       if (fate == 'h') target.view->writeAllTemporizedRows();
       for (unsigned long k = 0; k < fates.size(); ++k)
@@ -124,7 +124,7 @@ TEST_F(OutputRow, IsDroppedBeyondTheImage) {
   for (unsigned long d = 1; d < 5; ++d)
     for (long outside :
          {-1L, -cFar, std::numeric_limits<long>::min(), sizes[d], sizes[d] + cFar, std::numeric_limits<long>::max()})
-      // Also where the limits would have it held back.
+      // Also where the limits would hold it back.
       for (bool temporize : {false, true})
         for (Limits const& limits : {cEverything, cNothing}) {
           Five at{-3, 2, 3, 1, 1};
@@ -161,7 +161,7 @@ TEST_F(OutputRow, IsWrittenAtOnceWhenNothingIsHeldBack) {
   EXPECT_EQ(callsOfRow(-3, 30, false, withColumns(5, 8)), Calls{written(20, 0)});
 }
 
-// Unclipped: what lies beyond the image is left to the view.
+// Not clipped: the view drops the voxels beyond the image.
 TEST_F(OutputRow, IsPassedOnWholeBeyondTheRowsAndPlans) {
   for (Limits const& limits : {Limits{3, cFar, -cFar, cFar, -cFar, cFar}, Limits{-cFar, 1, -cFar, cFar, -cFar, cFar},
                                Limits{-cFar, cFar, 4, cFar, -cFar, cFar}, Limits{-cFar, cFar, -cFar, 2, -cFar, cFar}})

@@ -1,4 +1,4 @@
-// How far the loops of all operators cut their blocks.
+// How finely the loops of all operators split their blocks.
 #include <atomic>
 #include <mutex>
 #include <vector>
@@ -13,7 +13,7 @@ namespace {
 using pxl::access::Block2d;
 using pxl::access::Block3d;
 
-/** Notes the leaves of a loop or of a reduction. */
+/** Records the leaves of a loop or of a reduction. */
 struct NotingBody {
   explicit NotingBody(std::vector<long>* noted) : sizes(noted) {}
   NotingBody(NotingBody& source, tbb::split) : sizes(source.sizes) {}
@@ -35,7 +35,7 @@ std::vector<long> listLeaves(Run&& run) {
   return sizes;
 }
 
-// Cutting to the grain would make as many leaves as voxels, and not cutting at all a single one.
+// Splitting down to the grain would make as many leaves as voxels, and not splitting at all a single one.
 void expectCutForThreads(std::vector<long> const& leaves, long nbVoxels) {
   long sum = 0;
   for (long size : leaves) sum += size;

@@ -79,7 +79,7 @@ TYPED_TEST(ReadWriteCacheOf, PlacesRowsAnywhere) {
   this->m_target.expectStored();
 }
 
-// The voxels stay whatever they were; those that are new are zero.
+// Existing voxels are kept; new ones are zero.
 TYPED_TEST(ReadWriteCacheOf, LeavesTheVoxelsOfAPlacedRow) {
   auto const cache = this->m_target.view->createRowCacheReadWrite(2);
   TracingBlock const block({1, 2, 3, 1, 1});
@@ -123,7 +123,7 @@ TYPED_TEST(ReadWriteCacheOf, FetchesThePresentVoxelsThroughTheBorder) {
   }
 }
 
-// Not those that another row still has to bring.
+// But not those that another row provides later.
 TYPED_TEST(ReadWriteCacheOf, FetchesWhatIsInTheImageByNow) {
   auto const cache = this->m_target.view->createRowCacheReadWrite(2);
   TracingBlock const block({0, 4, 3, 1, 1});
@@ -211,7 +211,7 @@ TYPED_TEST(ReadWriteCacheOf, KeepsSurplusRowsInPlace) {
   for (unsigned long r = 0; r < 6; ++r) EXPECT_EQ(plan->rows[r], rows[r]);
 }
 
-// How reduction kernels give back what they made of a plan.
+// How reduction kernels write the results of a plan.
 TYPED_TEST(ReadWriteCacheOf, RowsOfAPlanAreWrittenOneByOne) {
   auto const cache = this->m_target.view->createPlanCacheReadWrite(1);
   pxl::access::Block3d const block(2, 5, 1, 1, 6, 1, 3, 12, 1, 1, 0);

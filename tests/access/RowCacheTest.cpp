@@ -88,7 +88,7 @@ TYPED_TEST(RowCacheOf, FetchesRowsFromAnywhere) {
   }
 }
 
-// A probe that sees where the host is about to write a row.
+// A probe that records where the host is about to write a row.
 class BufferProbe : public pxl::instrument::Recorder {
  public:
   std::vector<void const*> buffers;
@@ -211,7 +211,7 @@ TYPED_TEST(RowCacheOf, ServesABlockOfOneVoxel) {
   }
 }
 
-// The protocol of all neighbourhoods: the slot of the row left behind gets the new one, the others stay as they are.
+// The protocol of all neighbourhoods: the slot of the oldest row gets the new one, and the others are kept.
 TYPED_TEST(RowCacheOf, RollsAsARingWithoutMovingRows) {
   oracle::Random random(508);
   Source<TypeParam> const source(random.image<TypeParam>({21, 12, 1, 1, 1}));

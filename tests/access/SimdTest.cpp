@@ -64,7 +64,7 @@ TYPED_TEST(SimdOf, LoadsAndStoresAtAnyVoxel) {
       std::memset(target, 0x5a, sizeof(target));
       Simd<TypeParam>::store(target + to, Simd<TypeParam>::load(source + from));
       EXPECT_EQ(std::memcmp(target + to, source + from, 16), 0);
-      // Not a byte before or behind.
+      // Not a byte before or after.
       char const* const bytes = reinterpret_cast<char const*>(target);
       long const begin = to * static_cast<long>(sizeof(TypeParam));
       for (long i = 0; i < static_cast<long>(sizeof(target)); ++i)
@@ -149,7 +149,7 @@ T fromBits(oracle::Bits<T> bits) {
   return value;
 }
 
-// Where either is NaN or both are zero the second operand comes out, with every bit of it.
+// Where either is NaN or both are zero, the result is the second operand, bit for bit.
 TYPED_TEST(SimdOfReal, GivesTheSecondOperandForNaNAndZeros) {
   using T = TypeParam;
   using B = oracle::Bits<T>;

@@ -1,4 +1,4 @@
-// What the plug-in asks of the host, in which order, and what it leaves behind.
+// The calls of the plug-in to the host, their order, and what remains afterwards.
 #include <sys/mman.h>
 
 #include <algorithm>
@@ -38,7 +38,7 @@ TEST_F(ExtremaCalls, FollowTheirOrder) {
   run(1);
   std::vector<std::string> names;
   for (Event const& event : probe.getTrace())
-    // The host looks up the record by itself when it chooses the grains.
+    // The host itself looks up the record when it chooses the grain sizes.
     if (event.name != "getClassInfo") names.push_back(event.name == "propertyRead" ? event.text : event.name);
   std::vector<std::string> expected{
       "inputImage", "outputMeasure", "analysisDimensions", "inputImage", "setNumberOfSteps", "resize", "resize"};
@@ -110,7 +110,7 @@ TEST_F(ExtremaCalls, ContinueTheImageBeyondItsEdge) {
   }
 }
 
-// However TBB cuts: each row is read to whole vectors from where its block begins, and no voxel is left out.
+// However TBB splits: each row is read in whole vectors from the begin of its block, and no voxel is skipped.
 TEST_F(ExtremaCalls, ReadWholeVectorsWhereverTheImageIsCut) {
   probe.grains = {6, 1, 1};
   run(0);

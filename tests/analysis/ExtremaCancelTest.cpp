@@ -1,4 +1,4 @@
-// Cancelling, failing, progress, and runs beside each other.
+// Cancelling, failing, progress, and concurrent runs.
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -204,7 +204,7 @@ TEST_F(ExtremaCancel, ProgressGoesFromNothingToAllAndNeverBack) {
       if (!(progress >= 0 && progress <= 1)) ++nbOutside;
       if (progress > 0 && progress < 1 && progress != last) ++nbBetween;
       last = progress;
-      // The host's lock isn't a fair one.
+      // The host's lock isn't fair.
       std::this_thread::sleep_for(std::chrono::microseconds(10));
     }
   });
@@ -221,7 +221,7 @@ TEST_F(ExtremaCancel, RunsFromTwoThreadsDontDisturbEachOther) {
   auto const floats = makeImage<float>(random, {50, 20, 6, 1, 1});
   auto const bytes = makeImage<signed char>(random, {77, 20, 3, 2, 1});
   std::atomic<int> nbWrong{0};
-  // One of them is cancelled again and again; the other knows nothing of it.
+  // One of them is cancelled repeatedly; the other is not affected.
   auto const measureAgain = [&nbWrong](auto const& source, int mask, bool isCancelling) {
     auto const host = oracle::toHost(source);
     auto const results = oracle::measureExtrema(source, mask);

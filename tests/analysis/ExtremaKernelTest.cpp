@@ -1,4 +1,4 @@
-// The kernel by itself, on leaves that the test cuts and orders.
+// The kernel alone, on leaves that the test splits and orders.
 #include <algorithm>
 #include <cstddef>
 #include <limits>
@@ -82,7 +82,7 @@ TYPED_TEST(ExtremaKernelOf, ReadsEachRowOnceUpToWholeVectors) {
               (std::vector<long>{3 * L, 0, static_cast<long>(i % 4), static_cast<long>(i / 4), 0, 0}));
 }
 
-// Leaves know nothing of each other: the reads of one are those of another, shifted.
+// Leaves are independent: the reads of one are those of another, shifted.
 TYPED_TEST(ExtremaKernelOf, ReadsAlikeInTheMiddleAndAtTheEdge) {
   oracle::Random random(1103);
   long const L = oracle::cLanes<TypeParam>;
@@ -118,7 +118,7 @@ TYPED_TEST(ExtremaKernelOf, ReadsNoMoreOnceItsRangeIsFull) {
   EXPECT_EQ(probe.count("createRowCacheRead"), 3U);
   EXPECT_EQ(extrema.minimum, std::numeric_limits<TypeParam>::lowest());
   EXPECT_EQ(extrema.maximum, std::numeric_limits<TypeParam>::max());
-  // Half a range isn't full, and another body's range says nothing.
+  // Half a range isn't full, and another body's range doesn't count.
   Extrema<TypeParam> halfFull, fresh;
   halfFull.minimum = std::numeric_limits<TypeParam>::lowest();
   probe.clear();

@@ -69,7 +69,7 @@ TYPED_TEST(ExtremaKernelOfReal, ForgetsALanesVoxelsAtANaN) {
     if (this->HasFatalFailure()) return;
     nbForgotten += static_cast<double>(expected.minimum) != oracle::measureExtrema(clean, 0).minimum[0];
   }
-  EXPECT_GT(nbForgotten, 50);  // the images do show the rule
+  EXPECT_GT(nbForgotten, 50);  // the images exercise the rule
 }
 
 // Zeros of both signs, infinities, NaN and numbers whose sums overflow, in every mixture and many lengths of rows.
@@ -128,7 +128,7 @@ TYPED_TEST(ExtremaKernelOfReal, TakesInfinitiesAsTheComparisonsGive) {
     EXPECT_EQ(extrema.minimum, c.low);
     EXPECT_EQ(extrema.maximum, c.high);
   }
-  // A full finite range isn't looked beyond, an open one is.
+  // Nothing is read after a full finite range; an open one continues.
   oracle::Image<T> image({2, 2, 1, 1, 1});
   image.voxels = {-largest, largest, -infinity, infinity};
   auto const leaves = cutIntoLeaves(makeWhole(image.sizes, {2, 1, 1}));
@@ -168,7 +168,7 @@ TYPED_TEST(ExtremaKernelOfReal, KeepsTheFirstOfEqualZeros) {
   for (T first : {T(0), T(-0.0)}) {
     oracle::Image<T> image({1, 2, 1, 1, 1});
     image.voxels = {first, -first};
-    // Within a block the second operand comes out, between blocks the first stays.
+    // Within a block the second operand wins, between blocks the first.
     auto const ofBlock = runLeaves(Source<T>(image), {makeWhole(image.sizes)});
     EXPECT_EQ(std::signbit(ofBlock.minimum), std::signbit(-first));
     EXPECT_EQ(std::signbit(ofBlock.maximum), std::signbit(-first));

@@ -68,7 +68,7 @@ TYPED_TEST(ExtremaSourcesOf, AMappedFileIsMeasured) {
   }
 }
 
-// Rows at odd distances, upside down, with the ends of the range between them: nothing of that counts.
+// Rows with odd strides, upside down, with the extremes of the type between them: these are ignored.
 TYPED_TEST(ExtremaSourcesOf, ForeignMemoryIsMeasuredByItsStrides) {
   Five const& sizes = this->m_image.sizes;
   long const size = static_cast<long>(sizeof(TypeParam));
@@ -89,7 +89,7 @@ TYPED_TEST(ExtremaSourcesOf, ForeignMemoryIsMeasuredByItsStrides) {
   this->expectAllMasks(*image, this->m_image);
 }
 
-// A window in an image of extreme voxels: nothing outside it counts, also not in the surplus of a last vector.
+// A window in an image of extreme voxels: voxels outside are ignored, also in the excess lanes of a last vector.
 TYPED_TEST(ExtremaSourcesOf, AWindowIsMeasuredAsAnImageOfItsOwn) {
   Five const begin{3, 2, 1, 1, 1};
   Five around;
@@ -134,7 +134,7 @@ TYPED_TEST(ExtremaSourcesOf, TheRegionOfTheAlgorithmPlaysNoPart) {
   this->expectMeasured(oracle::measureExtrema(this->m_image, 0));
 }
 
-/** Cells further apart than they need be. */
+/** Cells with larger strides than needed. */
 class PaddedArray : public pxl::analysis::MeasureArray {
  public:
   void resize(object_model::Tuple const& shape) override {
@@ -176,7 +176,7 @@ TYPED_TEST(ExtremaSourcesOf, ResultsGoWhereTheStridesOfTheArraysSay) {
   }
 }
 
-// With one leaf NaN has a fixed effect: what a lane saw before it is forgotten.
+// With one leaf NaN has a fixed effect: it resets its lane.
 TEST_F(ExtremaTest, NaNForgetsItsLaneAlsoInThePlugin) {
   oracle::Image<float> image({4, 3, 1, 1, 1});
   float const nan = std::numeric_limits<float>::quiet_NaN();

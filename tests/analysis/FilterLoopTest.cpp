@@ -1,4 +1,4 @@
-// The loop of the filters with reduction, on a functor that only looks at its blocks.
+// The loop of the filters with reduction, on a functor that only records its blocks.
 #include <type_traits>
 
 #include "analysis/support/Extrema.h"
@@ -94,10 +94,10 @@ TEST_F(FilterLoop, StartsNothingOnAnEmptyRegion) {
     EXPECT_EQ(functor.nbVoxels, 0);
     EXPECT_EQ(filter.m_maxProgress, 0U);
   }
-  // The flag is still looked at.
+  // The flag is still tested.
   filter.m_cancelled = true;
   for (Region const& region : regions) EXPECT_THROW(run(region), pxl::ExceptionCancelation);
-  // Without any position there is nothing to look at it for.
+  // Without any position it isn't tested.
   EXPECT_NO_THROW(run(Region(0, 1, 0, 1, 0, 1, 0, 0, 0, 1)));
 }
 
@@ -132,7 +132,7 @@ TEST_F(FilterLoop, EndsEachPositionWithAnOperationThatDoesNothingHere) {
   EXPECT_EQ(log.nbRuns, 7);
 }
 
-// Behind the destructors: cancelExecution, run, getBody, and the filter's own operation.
+// After the destructors: cancelExecution, run, getBody, and the filter's own operation.
 TEST_F(FilterLoop, HasItsOperationsInTheOrderOfTheContract) {
   using Slot = void (*)(void*);
   HookedFilter hooked(nullptr, &functor);

@@ -114,7 +114,7 @@ TEST_F(FilterReduction, TestsTheFlagAfterTheWorkAndBeforeTheCount) {
   EXPECT_EQ(filter.m_progress, 24U);
 }
 
-// The flag alone, as a cancel from another thread raises it first: the body's exception ends the loop.
+// Only the flag, which a cancel from another thread sets first: the body's exception ends the loop.
 TEST_F(FilterReduction, StopsAtTheFlag) {
   for (int nbThreads : {1, 2, 16}) {
     log.nbRuns = 0;
@@ -130,7 +130,7 @@ TEST_F(FilterReduction, StopsAtTheFlag) {
   }
 }
 
-// A cancelled group ends its loop without a word; only the flag makes an exception of it.
+// A cancelled group ends its loop without an exception; only the flag causes one.
 TEST_F(FilterReduction, RunsInItsOwnTaskGroup) {
   log.onRun = [](Block3d const&, pxl::BaseTbbAlgorithm& running) {
     running.m_taskGroupContext.cancel_group_execution();

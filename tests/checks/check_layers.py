@@ -18,7 +18,7 @@ ALLOWED = {
     "simd": {"simd", "voxel types", "intrinsics", "standard"},
     "core": CONTRACT | CORE | {"standard", "tbb"},
     "host": CONTRACT | CORE | {"host", "standard", "tbb", "system"},
-    # Programs reach the operators through the host alone.
+    # Programs use the operators only through the host.
     "apps": CONTRACT | {"apps", "standard", "tbb", "system"},
     # Benchmarks also measure the building blocks, and read images the way the program does.
     "bench": CONTRACT | CORE | {"bench", "apps", "standard", "tbb", "system"},
@@ -26,10 +26,10 @@ ALLOWED = {
 for plugin_folder in PLUGIN_FOLDERS:
     ALLOWED[plugin_folder] = CONTRACT | CORE | {plugin_folder, "standard", "tbb"}
 
-# The one file of the host with intrinsics: what they do for the processors that it runs on is nothing for plug-ins.
+# The one file of the host with intrinsics, for all processors that the host runs on; not for plug-ins.
 HOST_SIMD = "host/src/access/RoundFloats.h"
 
-# Where voxels are kept: what runs, cancels and schedules looks down on it, and not the other way.
+# Storage of voxels: it must not depend on what runs, cancels and schedules.
 STORAGE = re.compile(r"host/src/access/(?!View|BorderCondition)")
 RUNS = re.compile(r"(oneapi/)?tbb/(task|parallel_|global_control)|pxl/(BaseAlgorithm|BaseTbbAlgorithm|ParallelLoops)\.h"
                   r"|pxl/algorithms/|(CurrentRun|ExecutionState|RunGuard|PluginState)\.h")

@@ -1,6 +1,6 @@
 #!/usr/bin/env -S python3 -B
-"""What may stand in the plug-in's binary. Arguments: the shared library, and the word relaxed for builds whose compiler
-adds instructions and data of its own (sanitizers, coverage) or leaves out what optimisation brings (debug)."""
+"""Checks the contents of the plug-in's binary. Arguments: the shared library, and the word relaxed for builds whose
+compiler adds its own instructions and data (sanitizers, coverage) or doesn't optimise (debug)."""
 
 import re
 import subprocess
@@ -14,7 +14,7 @@ REGISTRATION = re.compile(r"(?:_Z\w*?)?\d*g_autoRegisterRunnable\w*")
 RUNTIME_DATA = {"__dso_handle", "__TMC_END__", "completed.0", "DW.ref.__gxx_personality_v0"}
 # Beyond SSE4.1: everything VEX-encoded begins with v, fused multiply-adds included; and the additions of SSE4.2.
 BEYOND = re.compile(r"v\w+|pcmpgtq|pcmp[ei]str[im]|crc32\w?|popcnt\w?|lzcnt\w?")
-# What goes over the vectors of a row, by its name.
+# The functions that process the vectors of a row, by name.
 IN_ROW = re.compile(r"[0-9a-f]+ <\w*\D(?:10computeRow|6reduce|4scan)[IE]\w*>:")
 PREFIXES = r"(?:(?:rep\w*|lock|bnd|notrack|data16|[cdefgs]s|rex\S*)\s+)*"
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env -S python3 -B
-"""Breaks each rule once, in a copy of the project, and expects the check to say so.
+"""Breaks each rule once, in a copy of the project, and expects the check to report it.
 Arguments: the project's folder, the folder of the host's libraries, the C++ compiler, the program qorn."""
 
 import os

@@ -1,4 +1,4 @@
-"""Reads the lists of mutations in the folder beside it, and tells what is wrong with them.
+"""Reads the lists of mutations in the folder beside it, and reports errors in them.
 
     # comment
     units: files to compile, until another line says otherwise
@@ -6,8 +6,8 @@
     @ id file
     = why it matters
     - a piece of the file, which occurs once in it
-    + what stands there instead
-    ! why no test can see it, for a mutation that is known to survive
+    + its replacement
+    ! why no test can detect it, for a mutation that is known to survive
 """
 
 import glob

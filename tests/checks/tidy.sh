@@ -16,8 +16,8 @@ print("\n".join(sorted(name for name in names if not name.startswith(("tests/", 
   "$work/compile_commands.json")
 ((${#units[@]} > 0))
 
-# Each unit on its own, so that all cores are used; xargs fails if one fails. What was found in headers of others is only
-# counted, and not worth a line.
+# Each unit separately, so that all cores are used; xargs fails if one fails. Findings in headers of other projects
+# are only counted and not shown.
 printf '%s\0' "${units[@]}" |
   xargs -0 -n 1 -P "${CMAKE_BUILD_PARALLEL_LEVEL:-$(nproc)}" clang-tidy --quiet --warnings-as-errors='*' -p "$work" \
     2> >(grep -v ' warnings\? generated\.$' >&2)

@@ -1,5 +1,5 @@
-# Installs this build and uses it the way a third party does. A new prefix each time, lest a file that is no longer
-# installed goes unnoticed; the settings that must agree with the host's are passed on.
+# Installs this build and uses it as a third party does. A new prefix each time, so that a file that is no longer
+# installed is detected; the settings that must match the host's are passed on.
 add_test(NAME consumer COMMAND bash "${CMAKE_CURRENT_LIST_DIR}/run.sh"
   "${CMAKE_COMMAND}" "${CMAKE_BINARY_DIR}" "${CMAKE_INSTALL_LIBDIR}"
   -G "${CMAKE_GENERATOR}"

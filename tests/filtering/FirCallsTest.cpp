@@ -1,4 +1,4 @@
-// What a run asks of the host, in which order and on which thread.
+// The calls of a run to the host, their order and their threads.
 #include <map>
 #include <set>
 #include <thread>
@@ -29,7 +29,7 @@ class FirCalls : public PluginTest {
     return steps;
   }
 
-  // The positions of all held-back rows: the rows by 2, the plans by 3.
+  // The positions of all held-back rows: every second row, every third plan.
   std::set<long> listHeldBack(std::size_t number) const {
     std::set<long> positions;
     for (Event const& event : recorder.getTrace("temporizeRowWriting")) positions.insert(event.values[number]);

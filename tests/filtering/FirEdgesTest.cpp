@@ -1,4 +1,4 @@
-// Single voxels whose results can be told without an oracle.
+// Single voxels whose results are known without an oracle.
 #include <limits>
 
 #include "support/Runs.h"
@@ -62,7 +62,7 @@ TYPED_TEST(FirEdges, MultiplyByZeroTooWhichMakesNaNOfInfinity) {
   }
 }
 
-// Sums depend on the order: a tiny one is lost behind a large one.
+// Sums depend on the order: a tiny addend after a large one is lost.
 TYPED_TEST(FirEdges, AddInTheOrderOfTheListInTheirOwnPrecision) {
   using T = TypeParam;
   double const large = 4. / static_cast<double>(std::numeric_limits<T>::epsilon());
@@ -86,7 +86,7 @@ TEST_F(PluginTest, CoefficientsAreRoundedToThePrecision) {
   EXPECT_EQ(static_cast<double*>(wide->getVoxels())[1], -2e300);
 }
 
-// The output alone decides the precision.
+// Only the output type determines the precision.
 TEST_F(PluginTest, InputsLosePrecisionWhereTheOutputIsNarrow) {
   oracle::Image<int> image({1, 1, 1, 1, 1});
   image.voxels = {16777217};

@@ -1,4 +1,4 @@
-// A filter in place gives what it gives on two images, and an image that was not finished stays as it was.
+// A filter in place gives the same result as on two images, and an unfinished run leaves the image unchanged.
 #include <tbb/task_group.h>
 
 #include <atomic>
@@ -17,7 +17,7 @@ class FirInPlace : public PluginTest {
 };
 TYPED_TEST_SUITE(FirInPlace, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-/** The full box of each reach, and boxes on one side of the voxel or wholly away from it. */
+/** The full box of each reach, and boxes on one side of the voxel or away from it. */
 std::vector<Taps> makeReaches(oracle::Random& random, int dimension) {
   std::vector<Taps> lists;
   auto const add = [&](long low, long high) {

@@ -1,4 +1,4 @@
-// Images of integers are never there as reals.
+// Images of integers never exist as reals.
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>

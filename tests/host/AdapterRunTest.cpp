@@ -74,7 +74,7 @@ TEST_F(AdapterRun, RaisesWhatCouldNotBeStored) {
   });
   EXPECT_TRUE(contains(text, "stored")) << text;
   EXPECT_TRUE(isAtEnd);
-  // The next run starts afresh.
+  // The next run starts without a failure.
   execute([](pxl::BaseAlgorithm*) {});
 }
 
@@ -100,13 +100,13 @@ TEST_F(AdapterRun, OfAnInnerAlgorithmRaisesThere) {
   });
 }
 
-// The destructor is only for those who don't ask.
+// The destructor stores only what wasn't committed.
 TEST_F(AdapterRun, CommitRaisesWhereItIsCalled) {
   usePlaceThatFails();
   auto const text = raisedBy<pxl::RuntimeError>([&] { writeInPlace(stubborn.get(), true); });
   EXPECT_TRUE(contains(text, "stored")) << text;
   bool isCaught = false;
-  // Within a run nothing is left to be raised at its end.
+  // Within a run no failure remains for its end.
   execute([&](pxl::BaseAlgorithm*) {
     raisedBy<pxl::RuntimeError>([&] { writeInPlace(stubborn.get(), true); });
     isCaught = true;

@@ -100,7 +100,7 @@ TEST_F(Adapter, KeepsWritesApartFromReadsUntilItGoes) {
     adapter.reset();
     EXPECT_EQ(voxelOf({2, 3, 1, 1, 0}), before + 1);
     EXPECT_EQ(voxelOf({3, 3, 1, 1, 0}), before + 1);
-    // The views live on, and write at once from now on.
+    // The views still exist, and write directly from now on.
     EXPECT_EQ(readVoxel(*reader, {2, 3, 1, 1, 0}), value);
     ASSERT_TRUE(write(*writer, {0, 0, 0, 0, 0}, {value}));
     EXPECT_EQ(readVoxel(*reader, {0, 0, 0, 0, 0}), value);
@@ -116,7 +116,7 @@ TEST_F(Adapter, ShowsWhatWasCollectedToViewsThatComeAfterTheFilter) {
   auto const reader = makeConstView<float>(constOf(*adapter));
   auto writer = makeView<float>(adapter->getImageModel());
   ASSERT_TRUE(write(*writer, {0, 1, 0, 0, 0}, {99.f}));
-  // During the filter all see the image as it was.
+  // During the filter all readers see the original image.
   auto const early = makeConstView<float>(constOf(*adapter));
   EXPECT_EQ(readVoxel(*early, {0, 1, 0, 0, 0}), 10.f);
   EXPECT_EQ(voxelOf({0, 1, 0, 0, 0}), 10);
@@ -136,7 +136,7 @@ TEST_F(Adapter, WritesAtOnceWhenNobodyReadsAnyMore) {
   EXPECT_EQ(recorder.count("reserve"), 0u);
 }
 
-// What an adapter began is stored when a reader comes; by the time it goes another one may have begun anew.
+// A collection is stored when a read view is made; when its adapter is destroyed, another one may have begun.
 TEST_F(Adapter, StoresNothingThatWasBegunThroughAnotherOne) {
   auto first = adapt(image.get(), pxl::cFloat), second = adapt(image.get(), pxl::cFloat);
   auto const reader = makeConstView<float>(constOf(*first));
@@ -164,7 +164,7 @@ TEST_F(Adapter, StoresWhatItCollectedWhenItIsCommitted) {
   adapter->commit();
   EXPECT_EQ(voxelOf({2, 3, 1, 1, 0}), 200);
   EXPECT_EQ(readVoxel(*reader, {2, 3, 1, 1, 0}), 200);
-  // What is written later goes to its place, and what was stored is not stored again.
+  // Later writes go directly to the image, and what was stored is not stored again.
   ASSERT_TRUE(write(*writer, {2, 3, 1, 1, 0}, {7.f}));
   EXPECT_EQ(voxelOf({2, 3, 1, 1, 0}), 7);
   adapter->commit();
@@ -269,7 +269,7 @@ TEST_F(Adapter, OfAWindowStoresInTheWindow) {
   EXPECT_EQ(recorder.getTrace("reserve").at(0).values, (std::vector<long>{pxl::cUnsignedInteger8, 5, 3, 2, 1, 1}));
 }
 
-// Rows, pieces of rows and single voxels, by many threads: all of it arrives, and nothing else.
+// Rows, pieces of rows and single voxels, from many threads: all are written, and nothing else.
 TEST_F(Adapter, StoresWhateverWasWritten) {
   auto const large = Image::New(pxl::cInteger16, {301, 97, 2, 1, 1});
   {

@@ -1,4 +1,4 @@
-// In which order a cancel raises its flag and stops the task group, told from the field that it writes first.
+// The order in which a cancel sets its flag and cancels the task group, detected by the field that it writes first.
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -10,7 +10,7 @@
 
 namespace {
 
-/** Pages that note the address of the first write since lock(). One at a time. */
+/** Pages that record the address of the first write since lock(). Only one at a time. */
 class NotingPages {
  public:
   NotingPages() {
@@ -56,7 +56,7 @@ class NotingPages {
   struct sigaction m_before {};
 };
 
-// A worker that is stopped by the group looks at the flag: it must be up by then.
+// A worker that the group stops tests the flag, which must be set by then.
 TEST(CancelOrder, IsTheFlagAndThenTheGroup) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "the sanitizer looks at the memory, too";
@@ -68,7 +68,7 @@ TEST(CancelOrder, IsTheFlagAndThenTheGroup) {
   EXPECT_EQ(pages.getFirstWritten(), &run->m_cancelled);
   EXPECT_TRUE(run->m_cancelled);
   EXPECT_TRUE(run->m_taskGroupContext.is_group_execution_cancelled());
-  // The group alone is written elsewhere.
+  // The group itself is elsewhere in memory.
   pages.lock();
   run->m_taskGroupContext.reset();
   char const* const group = reinterpret_cast<char const*>(&run->m_taskGroupContext);

@@ -21,7 +21,7 @@ void spin(int rounds) {
 
 class CancelStress : public RunningTest {};
 
-// A second thread that cancels each run soon after it was told to.
+// A second thread that cancels each run soon after its signal.
 class Canceller {
  public:
   explicit Canceller(BaseAlgorithm& algorithm) : m_algorithm(algorithm), m_thread([this] { work(); }) {}

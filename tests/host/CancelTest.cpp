@@ -132,7 +132,7 @@ TEST_F(Cancel, OfAParentCallsTheOverrideOfItsChild) {
     });
     parent.runChildAlgo(&child);
     EXPECT_EQ(child.nbCalls, 1);
-    // It is nobody's child any more.
+    // It is no longer a child.
     a->cancelExecution();
     EXPECT_EQ(child.nbCalls, 1);
   });
@@ -145,13 +145,13 @@ TEST_F(Cancel, ForgetsAChildThatThrew) {
       auto child = std::make_unique<Stage>(nullptr, [](Stage&) { throw 1; });
       EXPECT_THROW(parent.runChildAlgo(child.get()), int);
     }
-    // Would touch the dead child.
+    // Would access the destroyed child.
     a->cancelExecution();
     a->getProgress();
   });
 }
 
-// Within the run of somebody else's loop, which is cancelled: nobody cancelled this one.
+// Within an outer loop that is cancelled: this run isn't cancelled.
 TEST_F(Cancel, OfAnOuterGroupDoesNotStopTheInnerLoop) {
   for (int round = 0; round < 20; ++round) {
     tbb::task_group_context outer;
@@ -188,7 +188,7 @@ TEST_F(Cancel, OfAnInnerLoopDoesNotStopTheOuterGroup) {
   EXPECT_EQ(nbOuter, 50);
 }
 
-// Kernels look at the cancel between blocks, and a block can take long. They fetch their rows in between.
+// Kernels test the cancel flag between blocks, and a block can take long. They fetch rows in between.
 TEST_F(Cancel, StopsTheReadsOfABlock) {
   Folder const folder;
   auto const disk = pxl::Image::OnDisk(folder / "image", pxl::FileModes::cCreate, pxl::cFloat, {64, 64, 1, 1, 1});
@@ -210,7 +210,7 @@ TEST_F(Cancel, StopsTheReadsOfABlock) {
                }),
                pxl::ExceptionCancelation);
   EXPECT_EQ(nbReads, 10);
-  // The view outlives its run, and the cancel of it. That of another run is none of its business.
+  // The view outlives its run and its cancel. The cancel of another run doesn't affect it.
   EXPECT_NO_THROW(view->getBorderCondition());
   execute([&](BaseAlgorithm* a) {
     a->cancelExecution();

@@ -1,4 +1,4 @@
-// An operator that is a step of another one's run.
+// An operator as a step of another operator's run.
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -65,7 +65,7 @@ TEST_F(ChildOperator, IsCancelledWithItsParent) {
   });
   EXPECT_THROW(executeParent([&](Stage& parent) { parent.runChildAlgo(child); }), pxl::ExceptionCancelation);
   canceller.join();
-  // Neither remembers it.
+  // Neither keeps it.
   EXPECT_NO_THROW(executeParent([](Stage& parent) { EXPECT_FALSE(parent.m_cancelled); }));
   FakeRunner const second(
       child.getAlgoInfo(), [](BaseAlgorithm* a) { EXPECT_FALSE(Stage(a).m_cancelled); }, 2);
@@ -110,7 +110,7 @@ TEST_F(ChildOperator, RefusesAndFailsAsByItself) {
     FakeRunner const runner(child.getAlgoInfo(), [](BaseAlgorithm*) { throw 7; });
     EXPECT_THROW(parent.runChildAlgo(child), int);
     EXPECT_EQ(parent.m_currentStep, 1u);
-    // It isn't running any more.
+    // It is no longer running.
     FakeRunner const second(child.getAlgoInfo(), {}, 2);
     EXPECT_NO_THROW(child.execute());
   });

@@ -9,7 +9,7 @@ using namespace host_test;
 
 constexpr unsigned long cUnlimited = ~0UL;
 
-/** A system of files in which a process is told its groups and their memory. */
+/** A fake file system with the groups of a process and their memory. */
 class ControlGroups : public ::testing::Test {
  protected:
   void putProcessInto(std::string const& lines) {

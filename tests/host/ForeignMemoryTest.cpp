@@ -17,7 +17,7 @@ template <class T>
 class ForeignMemory : public ::testing::Test {};
 TYPED_TEST_SUITE(ForeignMemory, VoxelTypeList);
 
-// A layout of someone else: outer dimensions in any order, with gaps, backwards, repeated, at any address.
+// A layout of a caller: outer dimensions in any order, with gaps, backwards, repeated, at any address.
 struct Layout {
   ImageSizes sizes;
   ImageStrides strides;
@@ -133,7 +133,7 @@ TEST(ForeignMemory, WithStridesBeyondTheAddressSpaceIsRefused) {
       strides[i] = stride;
       refusalOf([&] { Image::OnMemory(&byte, pxl::cUnsignedInteger8, sizes, strides); });
     }
-    // In a dimension of size 1 the stride says nothing.
+    // In a dimension of size 1 the stride is ignored.
     sizes[i] = 1;
     ImageStrides harmless{1, 0, 0, 0, 0};
     harmless[i] = huge;
@@ -173,7 +173,7 @@ TEST(KeptAliveMemory, LivesAsLongAsTheImageOrAnyViewOnIt) {
   EXPECT_TRUE(watch.expired());
 }
 
-// The first image's memory is the caller's business; the second one holds it.
+// The caller owns the memory of the first image; the second image keeps it alive.
 TEST(KeptAliveMemory, LivesForAViewThatSharesItsInterfaceWithAnotherImage) {
   auto memory = std::make_shared<std::vector<int>>(std::vector<int>{5, 6, 7, 8});
   std::weak_ptr<std::vector<int>> const watch = memory;

@@ -14,7 +14,7 @@ namespace {
 
 using namespace host_test;
 
-/** A process that was forked, and what became of it. */
+/** A forked process, and how it ended. */
 class Fork : public RunningTest {
  protected:
   // The exit code of a child that does this, or -1 if a signal ended it, as after ten seconds without an end.
@@ -55,7 +55,7 @@ TEST_F(Fork, AfterARunIsToldByAnError) {
   execute([this](pxl::BaseAlgorithm* with) { countInParallel(with); });
   FakeRunner const runner(algorithm.getAlgoInfo(), [this](pxl::BaseAlgorithm* with) { countInParallel(with); });
   EXPECT_EQ(inChild([this] { return expectRefusal(algorithm); }), 0);
-  // The child of a child is no better off.
+  // The same for the child of a child.
   EXPECT_EQ(inChild([this] { return inChild([this] { return expectRefusal(algorithm); }); }), 0);
   algorithm.execute();
   EXPECT_EQ(nbCounted, 1000);

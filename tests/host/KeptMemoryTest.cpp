@@ -1,4 +1,4 @@
-// How much memory of temporary images stays with the process.
+// How much memory of temporary images the process keeps.
 #include <gtest/gtest.h>
 #include <unistd.h>
 

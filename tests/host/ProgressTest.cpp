@@ -25,7 +25,7 @@ TEST_F(Progress, IsZeroBeforeAndOneAfterARun) {
     expectProgress(0);
   });
   expectProgress(1);
-  // The next run begins anew.
+  // The next run begins at 0.
   execute([&](BaseAlgorithm*) { expectProgress(0); });
   expectProgress(1);
 }
@@ -160,7 +160,7 @@ TEST_F(Progress, IsMonotoneUnderPollingOverManyStages) {
   execute([&](BaseAlgorithm* a) {
     Stage parent(a);
     parent.setNumberOfSteps(cNbSteps);
-    // The poller gets its turn in and after every stage, also on a busy machine.
+    // The poller runs in and after every stage, also on a busy machine.
     auto const awaitPoll = [&] {
       long const before = nbPolls;
       while (nbPolls < before + 2) std::this_thread::yield();

@@ -52,7 +52,7 @@ TEST_F(InBackground, WaitsNoLongerThanItIsTold) {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     gate.set_value();
   });
-  // As long as a number tells, and over when the run is.
+  // As long as the number allows, and over with the run.
   EXPECT_TRUE(run.waitFor(~0UL));
   opener.join();
 }
@@ -91,7 +91,7 @@ TEST_F(InBackground, ACancelEndsEveryFurtherExecution) {
   std::promise<void> atWork;
   FakeRunner const runner(algorithm.getAlgoInfo(), [&](BaseAlgorithm*) {
     atWork.set_value();
-    opened.wait();  // and doesn't notice
+    opened.wait();  // without testing the flag
   });
   RunInBackground run(algorithm);
   run.start([&] {

@@ -36,7 +36,7 @@ Window chooseWindow(Random& random, ImageSizes const& sizes) {
 template <class T>
 class SizeProxy : public ::testing::Test {
  protected:
-  // Each voxel tells its position as far as the type can.
+  // Each voxel encodes its position as far as the type allows.
   static T valueAt(Position const& at) {
     return static_cast<T>(at[0] + 6 * at[1] + 36 * at[2] + 101 * at[3] + 211 * at[4]);
   }

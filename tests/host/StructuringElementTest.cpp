@@ -46,7 +46,7 @@ Margins marginsOf(OffsetList const& list) {
   return margins;
 }
 
-/** What every element holds: its list, and what follows from it. */
+/** The rules of every element: its list, and what follows from it. */
 void expectElement(StructuringElement const& element, OffsetList const& list, int dimension) {
   std::string const text = element.toString().str();
   ASSERT_EQ(listOf(element), list) << text;

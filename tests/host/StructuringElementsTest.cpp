@@ -46,7 +46,7 @@ bool areNeighbours(Offset const& a, Offset const& b) {
   return a != b;
 }
 
-/** Each voxel of a line touches the one before, and none comes twice. */
+/** Each voxel of a line touches the one before, and none occurs twice. */
 bool isLine(OffsetList const& list) {
   for (std::size_t i = 1; i < list.size(); ++i)
     if (!areNeighbours(list[i - 1], list[i])) return false;

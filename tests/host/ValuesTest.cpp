@@ -51,7 +51,7 @@ TEST(Tuple, HasItsSizeAndWritableElements) {
   EXPECT_EQ(object_model::TupleX(0).getSize(), 0u);
 }
 
-// Data that tells when it dies.
+// Data that records its destruction.
 class Shared : public pxl::RefImpl {
  public:
   explicit Shared(int& nbLiving) : m_nbLiving(nbLiving) { ++m_nbLiving; }

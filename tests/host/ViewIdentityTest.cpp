@@ -69,7 +69,7 @@ TYPED_TEST(ViewIdentity, OfTwoImagesOverTheSameMemoryIsOne) {
     return Image::OnMemory(memory.data() + first, cTypeOf<TypeParam>, sizes, s);
   };
   auto const a = open({8, 4, 1, 1, 1}, strides);
-  // What stands in dimensions of size 1 says nothing.
+  // The strides of dimensions of size 1 are ignored.
   auto const b = open({8, 4, 1, 1, 1}, {cSize, 8 * cSize, 99, -7, 1});
   auto const readOnly =
       Image::OnMemory(static_cast<void const*>(memory.data()), cTypeOf<TypeParam>, {8, 4, 1, 1, 1}, strides);
@@ -164,7 +164,7 @@ TYPED_TEST(ViewIdentity, StaysWithTheOldVoxelsWhenTheImageGetsNewOnes) {
   EXPECT_EQ(readVoxel(*fresh, {1, 1, 0, 0, 0}), TypeParam(0));
 }
 
-// Whoever forgets to forget keeps every image that was ever looked at.
+// A leak would keep every image that was ever viewed.
 TYPED_TEST(ViewIdentity, KeepsNothingAliveAfterItsViews) {
   std::set<std::weak_ptr<int>, std::owner_less<std::weak_ptr<int>>> owners;
   TypeParam voxel{};
@@ -180,7 +180,7 @@ TYPED_TEST(ViewIdentity, KeepsNothingAliveAfterItsViews) {
   for (auto const& owner : owners) EXPECT_TRUE(owner.expired());
 }
 
-// Nor may it keep its own notes on windows that nobody looks at any more.
+// Nor may it keep records of windows that are no longer viewed.
 TEST(ViewIdentity, TakesNoMemoryForWindowsOfThePast) {
   auto const image = Image::New(pxl::cFloat, {200, 200, 1, 1, 1});
   auto const lookAtAllWindows = [&] {
@@ -193,7 +193,7 @@ TEST(ViewIdentity, TakesNoMemoryForWindowsOfThePast) {
   };
   auto const before = ::mallinfo2().uordblks;
   lookAtAllWindows();
-  // A note of ten bytes for each would show.
+  // A record of ten bytes for each would be detected.
   EXPECT_LT(::mallinfo2().uordblks, before + 400000);
 }
 

@@ -14,8 +14,8 @@ class Runnable;
 namespace instrument {
 
 /**
- * Watches the calls of the host core, and changes some of its answers. Derive from it and make it active with
- * setProbe(). Operations are called on whichever thread makes the call, before the host acts; references may be
+ * Observes the calls of the host core, and changes some of its answers. Derive from it and activate it with
+ * setProbe(). Its functions are called on the thread of the call, before the host acts; arguments by reference may be
  * changed.
  */
 class __attribute__((visibility("default"))) Probe {

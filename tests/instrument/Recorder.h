@@ -22,8 +22,8 @@ struct Event {
 };
 
 /**
- * The probe of most tests: is active while it lives, keeps a trace of every call, and gives the answers that a test
- * sets. Settings are made before the run; the trace is read after it.
+ * The probe of most tests. It is active while it exists, keeps a trace of every call, and returns the answers that a
+ * test sets. They are set before the run; the trace is read after it.
  */
 class Recorder : public Probe {
  public:
@@ -36,7 +36,7 @@ class Recorder : public Probe {
   std::vector<std::string> getNames(std::vector<std::string> const& except = {}) const;
   unsigned long count(std::string const& name) const;
   void clear();
-  /** Tracing costs a lock for each call; large runs do without. */
+  /** Tracing takes a lock for each call; large runs disable it. */
   bool isTracing = true;
 
   std::optional<AbstractPartitionerPolicy::PartitionerGrainSizes> grains;
@@ -47,14 +47,14 @@ class Recorder : public Probe {
   std::optional<bool> setting;
   std::optional<bool> isTemporaryMade;
   std::optional<bool> isReserveGranted;
-  /** Called in each read or write of a row; may cancel, throw, wait or look around. Returning false fails a write. */
+  /** Called in each read or write of a row; may cancel, throw or wait. Returning false makes a write fail. */
   std::function<void(Event const&)> onRead;
   std::function<bool(Event const&)> onWrite;
   std::function<void(PropertyBase const&)> onProperty;
   std::function<unsigned long(VoxelTypes, unsigned long)> sizeOf;
   std::function<AlgoInfo*(std::string const&, AlgoInfo*)> classInfo;
 
-  /** Living objects of the host, made while this recorder was active. */
+  /** Existing objects of the host that were made while this recorder was active. */
   long nbViews() const { return m_nbViews; }
   long nbBorders() const { return m_nbBorders; }
   long nbFrames() const { return m_nbFrames; }

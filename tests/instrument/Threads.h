@@ -7,7 +7,7 @@
 
 namespace pxl::instrument {
 
-/** Runs a function in an arena of so many threads, up to 16, more than the machine has if need be. */
+/** Runs a function in an arena of this many threads, at most 16, even if the machine has fewer. */
 template <class Function>
 void withThreads(int nbThreads, Function&& function) {
   // For the whole process: workers that come and go with each call would often be missing.

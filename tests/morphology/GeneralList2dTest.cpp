@@ -60,7 +60,7 @@ TYPED_TEST(GeneralList2d, DoesNotDependOnCutsThreadsAndMemory) {
   }
 }
 
-// Reading wholly above or to one side, between two images.
+// All offsets above or on one side, between two images.
 TYPED_TEST(GeneralList2d, TakesListsThatLieFarOff) {
   using T = TypeParam;
   oracle::Random random(263);

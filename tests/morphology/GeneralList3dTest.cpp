@@ -84,7 +84,7 @@ TYPED_TEST(GeneralList3d, IsExactInPlaceFromItsPlanOnly) {
   }
 }
 
-// Reading wholly before, above or to one side, between two images.
+// All offsets before, above or on one side, between two images.
 TYPED_TEST(GeneralList3d, TakesListsThatLieFarOff) {
   using T = TypeParam;
   oracle::Random random(333);

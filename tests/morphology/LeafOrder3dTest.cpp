@@ -98,7 +98,7 @@ TYPED_TEST(LeafOrder3d, DoesNotMatterForLinesDisksAndBalls) {
   }
 }
 
-// Lists that lie wholly before: in blocks of a single plan nothing of the block itself is read.
+// Lists with all offsets in plans before: in blocks of a single plan nothing of the block itself is read.
 TYPED_TEST(LeafOrder3d, OfSinglePlansDoesNotMatterForListsFarBefore) {
   for (Offsets3d const& offsets : {Offsets3d{{0, 0, -1}}, {{0, 0, -2}}, {{-4, 3, -3}, {3, -1, -2}}, {{6, 0, -7}}})
     for (auto const& blocks : this->orderOf(cutVolume(this->m_image.sizes, {4, 3, 1}))) {

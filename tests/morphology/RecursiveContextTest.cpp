@@ -1,4 +1,4 @@
-// What a pass gives to its kernel.
+// What a pass passes to its kernel.
 #include <atomic>
 #include <set>
 #include <thread>
@@ -36,7 +36,7 @@ class RecursiveContext : public testing::Test {
     return count;
   }
 
-  // Creates twice, looks at both caches, and at the slot of this thread alone.
+  // Creates caches twice, and checks both and the slot of this thread only.
   template <class Create, class Slots, class Count>
   void expectCreated(char const* operation, void const* view, Create&& create, Slots& slots, Count&& countRows) {
     auto const first = create(3UL);

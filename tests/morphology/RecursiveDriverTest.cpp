@@ -1,5 +1,4 @@
-// What the driver of the passes works out by itself: bytes of a temporary, voxels, positions, and the edges of
-// images.
+// What the driver of the passes computes: bytes of a temporary image, voxels, positions, and the edges of images.
 #include "pxl/Exception.h"
 #include "support/Kernels3d.h"
 #include "support/StageRecorder.h"

@@ -1,4 +1,4 @@
-// What lines, disks and balls ask of the host.
+// The calls of lines, disks and balls to the host.
 #include "pxl/Runnable.h"
 #include "support/StageRecorder.h"
 

@@ -23,7 +23,7 @@ class GuardedRow {
   GuardedRow(GuardedRow const&) = delete;
   GuardedRow& operator=(GuardedRow const&) = delete;
 
-  /** The last so many voxels. */
+  /** The last `count` voxels before the page. */
   T* last(long nbVoxels) const { return reinterpret_cast<T*>(m_pages + cPage) - nbVoxels; }
 
  private:
@@ -64,7 +64,7 @@ TYPED_TEST(WideRows, AreFoldedWithoutAStepBeyondThem) {
     }
 }
 
-/** Not like those of the operators: the voxel itself is missing, comes twice, or all lies on one side. */
+/** Unlike those of the operators: without the voxel itself, with duplicates, or with all offsets on one side. */
 std::vector<Offsets3d> makeOddLists() {
   return {{{-1, 0, 0}, {1, 0, 0}},
           {{0, 0, 0}, {3, 1, 0}, {0, 0, 0}, {3, 1, 0}},

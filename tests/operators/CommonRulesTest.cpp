@@ -1,4 +1,4 @@
-// What every operator holds, whatever it computes: a new one is covered as soon as the host knows it.
+// The rules of every operator, whatever it computes. A new one is covered as soon as it is registered with the host.
 #include <array>
 #include <cstring>
 
@@ -27,7 +27,7 @@ Voxels getVoxels(pxl::Image const& image) {
   return Voxels(voxels, voxels + cNbVoxels);
 }
 
-/** All that a run gives. */
+/** All results of a run. */
 struct Result {
   Voxels voxels;
   std::vector<double> measured;
@@ -98,7 +98,7 @@ TEST_P(CommonRules, LeaveTheirInputsAlone) {
 TEST_P(CommonRules, GiveTheSameInPlaceOfEachInput) {
   auto const apart = makeFilledRun();
   if (!apart.output) return;
-  // What a run leaves unwritten has to be the same before both.
+  // Voxels that a run doesn't write must be the same before both.
   for (std::size_t i = 0; i < apart.inputs.size(); ++i) {
     std::memcpy(apart.output->getVoxels(), apart.inputs[i]->getVoxels(), cNbVoxels * sizeof(unsigned short));
     apart.algorithm->execute();

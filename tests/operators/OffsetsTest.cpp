@@ -52,7 +52,7 @@ class Offsets : public EveryOperator {
     if (run.algorithm->findProperty(name)) setProperty(*run.algorithm, name, value);
   }
 
-  /** Taps of random places; the same one may come twice. */
+  /** Taps at random offsets; the same one may occur twice. */
   static void setKernel(ReadyRun& run, oracle::Random& random) {
     long const count = random.number(1, 6);
     std::vector<pxl::kernel::Offset3D> offsets;
@@ -107,7 +107,7 @@ TEST_P(Offsets, AreWhereARunReads) {
     if (isFilter) setKernel(run, random);
     SCOPED_TRACE(text);
     if (isFilter && run.algorithm->findProperty("kernel")->getKind() == pxl::PropertyKinds::cKernel2D) {
-      // It works on plan 0 alone, where the middle has to be.
+      // It works only on plan 0, which must contain the middle.
       auto const all = getOffsets(*run.algorithm);
       auto* const in = static_cast<unsigned short*>(run.inputs.front()->getVoxels());
       in[cMiddle * cSize + cMiddle] = 1;

@@ -22,7 +22,7 @@ TEST_P(RowCancel, StopsBeforeTheNextRowIsRead) {
     };
     EXPECT_THROW(run.algorithm->execute(), pxl::ExceptionCancelation);
     EXPECT_EQ(nbReads, 7);
-    // The next run knows nothing of it.
+    // The next run isn't affected.
     nbReads = 100;
     EXPECT_NO_THROW(run.algorithm->execute());
     EXPECT_GT(nbReads, 107);

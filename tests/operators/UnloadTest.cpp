@@ -1,4 +1,4 @@
-// A plug-in may be unloaded as soon as execute() has returned: no worker is in its code any more.
+// A plug-in may be unloaded as soon as execute() has returned: no worker is in its code then.
 #include <dlfcn.h>
 #include <tbb/global_control.h>
 

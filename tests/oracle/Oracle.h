@@ -11,8 +11,8 @@
 #include <vector>
 
 /**
- * What the product is compared with: plain loops over coordinates, with border rules of its own. Slow on purpose, and
- * made without a look at the product's code.
+ * The reference for the product: plain loops over coordinates, with its own border rules. Slow on purpose, and
+ * written independently of the product's code.
  */
 namespace oracle {
 

@@ -8,7 +8,7 @@ namespace {
 
 using pxl::instrument::Event;
 
-/** What a run asks of the host, and how it fails. */
+/** The calls of a run to the host, and how it fails. */
 class LogicalCalls : public PluginTest {
  protected:
   LogicalCalls() { recorder.grains = {100, 100, 100}; }

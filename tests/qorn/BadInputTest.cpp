@@ -115,7 +115,7 @@ TEST_F(BadInput, HostilePng) {
 }
 
 TEST_F(BadInput, CompressedPictureAboveTheLimit) {
-  // 2^30 + 2^15 voxels that the stream might hold, as far as its length tells.
+  // 2^30 + 2^15 voxels, which a stream of this length might hold.
   isRunOnly = true;
   std::string const bytes = makePngStart(32768, 32769, 8) + makePngChunk("IDAT", std::string(1100000, 'x'));
   expectRefusedBytes("large.png", bytes, "at most 1073741824 are read unless --max-voxels");

@@ -221,7 +221,7 @@ TEST_F(NiftiReader, RefusesBrokenCompression) {
     writeFile(packed, good.substr(0, length));
     EXPECT_EQ(getReadFault(packed), "ends too soon") << length;
   }
-  for (std::size_t const place : {good.size() - 6, good.size() - 2}) {  // check sum and length
+  for (std::size_t const place : {good.size() - 6, good.size() - 2}) {  // checksum and length
     std::string bad = good;
     bad[place] = static_cast<char>(bad[place] ^ 1);
     writeFile(packed, bad);

@@ -35,7 +35,7 @@ std::vector<short> dilate(std::vector<short> const& voxels) {
 
 class Nifti : public ::testing::Test {
  protected:
-  /** A volume of int16 about which everything is told. */
+  /** A volume of int16 with a complete header. */
   NiftiStart makeStart(float slope, float intercept, bool isBigEndian = false) const {
     NiftiStart start({cCols, cRows, cPlans}, 4, 16, isBigEndian);
     start.put(cNiftiPixdim, -1.0f).put(cNiftiPixdim + 4, 0.7f).put(cNiftiPixdim + 8, 0.75f);

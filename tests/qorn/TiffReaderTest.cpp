@@ -138,7 +138,7 @@ TEST_F(TiffReader, IgnoresShapesThatDoNotFit) {
 }
 
 TEST_F(TiffReader, PagesMayBeDescribedOneByOne) {
-  // As by writers that append: each page tells its own shape, or a first stack tells that of its pages alone.
+  // As written by programs that append: each page declares its own shape, or the first stack only that of its pages.
   TiffLayout layout = makeLayout(cAllTypes[0], 1);
   std::string const page(20 * 37, 'x');
   for (unsigned int const nbFirst : {1u, 2u}) {

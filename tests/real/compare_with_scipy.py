@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Compares what qorn computes with scipy.ndimage: compare_with_scipy.py QORN
 
-The structuring elements come from `qorn element`, so that it is compared with a run as well. Exits with 77, which ctest
-counts as skipped, where scipy (Debian's python3-scipy) is missing.
+The structuring elements come from `qorn element`, which is tested in this way, too. Exits with 77, which ctest counts
+as skipped, if scipy (Debian's python3-scipy) is missing.
 """
 import os
 import subprocess
@@ -98,7 +98,7 @@ def compose(image, footprint):
     wide = numpy.float64 if numpy.issubdtype(image.dtype, numpy.floating) else numpy.int64
     yield "WhiteTopHat", image.astype(wide) - opened.astype(wide)
     yield "BlackTopHat", closed.astype(wide) - image.astype(wide)
-    # Below 0 where no voxel of the element lies in the image.
+    # Below 0 where no voxel of the element is inside the image.
     yield "Gradient", numpy.maximum(dilated.astype(wide) - eroded.astype(wide), 0)
 
 

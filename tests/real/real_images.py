@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Measures real images with qorn and compares with plain loops over the bytes of the files.
 
-Usage: real_images.py QORN. The images are those of the Debian packages python-matplotlib-data (an elevation model and a
-slice of a head) and mricron-data (a brain volume). Exits with 77, which ctest counts as skipped, where one is missing.
+Usage: real_images.py QORN. The images are those of the Debian packages python-matplotlib-data (an elevation model and
+a slice of a head) and mricron-data (a brain volume). Exits with 77, which ctest counts as skipped, if one is missing.
 """
 import ast
 import gzip

@@ -48,7 +48,7 @@ TYPED_TEST(AlignedAllocatorOf, AlignsAndKeepsSlackWhereverMallocPutsIt) {
       watch.placedSize = count * sizeof(TypeParam) + 32;
       TypeParam* const block = allocator.allocate(count);
       char* const raw = static_cast<char*>(watch.directResults[0]);
-      // The 16 bytes behind the last voxel are there to be written.
+      // The 16 bytes after the last voxel are writable.
       std::memset(static_cast<void*>(block), 0x5a, count * sizeof(TypeParam) + 16);
       void* noted = nullptr;
       std::memcpy(&noted, reinterpret_cast<char const*>(block) - 8, 8);
@@ -58,7 +58,7 @@ TYPED_TEST(AlignedAllocatorOf, AlignsAndKeepsSlackWhereverMallocPutsIt) {
       EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 16, 0U);
       EXPECT_EQ(reinterpret_cast<char*>(block) - raw, placement == Placement::cAtOffset0 ? 16 : 8);
       EXPECT_EQ(noted, raw);
-      // Behind the last voxel, before the end of what malloc gave.
+      // After the last voxel, before the end of the malloc block.
       EXPECT_GE(raw + watch.placedSize - reinterpret_cast<char*>(block + count), 16);
       EXPECT_EQ(watch.countLiving(), 0);
     }

@@ -1,4 +1,4 @@
-// What becomes of a dilation when memory runs out in the middle of it.
+// A dilation that runs out of memory.
 #include <tbb/task_arena.h>
 
 #include <new>
@@ -49,7 +49,7 @@ class DilationAllocationOf : public testing::Test {
     m_algorithm.setMaximumExtraMemoryUsageInBytes(extraMemory);
     tbb::task_arena arena(1);
     arena.execute([&] {
-      run<Kernel>();  // what threads and the host make on first use isn't a run's
+      run<Kernel>();  // what threads and the host allocate on first use isn't counted
       expectRight(neighborhood);
       long nbFailing = 0;
       for (;; ++nbFailing) {

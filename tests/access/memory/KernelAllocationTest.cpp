@@ -1,4 +1,4 @@
-// What kernels allocate: once for each thread, however many blocks there are, and nothing that they don't use.
+// The allocations of kernels: once per thread, whatever the number of blocks, and nothing unused.
 #include "access/memory/MallocHook.h"
 #include "morphology/support/Kernels3d.h"
 #include "pxl/AlgoInfo.h"
@@ -35,7 +35,7 @@ class KernelAllocationOf : public testing::Test {
 };
 TYPED_TEST_SUITE(KernelAllocationOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-// The rows of the cache and the memos are there; blocks of the same size and of smaller ones need no more.
+// The rows of the cache and the memos exist; blocks of the same or a smaller size need no more.
 TYPED_TEST(KernelAllocationOf, OfTheSquareIsThatOfItsFirstBlock) {
   std::vector<Block2d> const blocks{{0, 5, 1, 0, 40, 1, 0, 0, 0},
                                     {4, 9, 1, 3, 43, 1, 1, 0, 0},

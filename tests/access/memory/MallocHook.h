@@ -8,23 +8,23 @@ namespace access_test {
 /** False where a sanitizer owns the allocator: tests that need the hook are skipped there. */
 bool isMallocHooked();
 
-/** Where a malloc of the watched thread puts its block. */
+/** Where a malloc of the watched thread places its block. */
 enum class Placement {
   cAsUsual,
   cAtOffset0,  ///< 0 modulo 16
   cAtOffset8,  ///< 8 modulo 16
   /**
-   * An aligned buffer in the block ends where an inaccessible page begins; the block itself lies 16, or 8, bytes
-   * below the buffer. The buffer has MallocWatch::accessibleSize bytes or, where that is 0, `size - 32`, rounded up
-   * to 16. What the block has beyond is out of bounds.
+   * An aligned buffer in the block ends where an inaccessible page begins; the block itself begins 16, or 8, bytes
+   * below the buffer. The buffer has MallocWatch::accessibleSize bytes or, if that is 0, `size - 32`, rounded up to
+   * 16. The rest of the block is inaccessible.
    */
   cGuarded16,
   cGuarded8
 };
 
 /**
- * Watches the allocations of the calling thread while it lives: direct calls of malloc on one side, operator new on
- * the other. One at a time. No expectations within its life: they allocate, too.
+ * Watches the allocations of the calling thread while it exists: direct calls of malloc and operator new, separately.
+ * Only one at a time. No expectations while it exists: they allocate, too.
  */
 class MallocWatch {
  public:
@@ -33,13 +33,13 @@ class MallocWatch {
   MallocWatch(MallocWatch const&) = delete;
   MallocWatch& operator=(MallocWatch const&) = delete;
 
-  /** Ends the watching early; what was seen stays. */
+  /** Ends the watch early; the records are kept. */
   void stop();
 
   Placement placement = Placement::cAsUsual;
   std::size_t placedSize = 0;      ///< only direct calls of this size are placed
   std::size_t accessibleSize = 0;  ///< of their buffers, before a page that ends them
-  long failAt = -1;                ///< this request, counted from 0, gets nothing
+  long failAt = -1;                ///< this request, counted from 0, fails
 
   long nbRequests = 0;  ///< of both sorts
   long nbFailed = 0;
@@ -48,7 +48,7 @@ class MallocWatch {
   std::array<std::size_t, 64> directSizes{};
   std::array<void*, 64> directResults{};
 
-  /** How many of the blocks given out since the beginning are not freed yet. */
+  /** How many of the blocks allocated since the beginning are not freed yet. */
   long countLiving() const;
   /** How many requests of either sort had this size. */
   long countOfSize(std::size_t size) const;

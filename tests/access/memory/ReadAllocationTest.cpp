@@ -1,4 +1,4 @@
-// What reading allocates, and what becomes of it when memory runs out.
+// The allocations of reads, and reads that run out of memory.
 #include <new>
 
 #include "Core/private/Access/IteratorNeighborhood3D.h"
@@ -102,8 +102,8 @@ TYPED_TEST(ReadAllocationOf, OfNeighbourhoodsOfVolumesIsTheirFirstPlans) {
   }
 }
 
-// Runs `work` with the 1st, 2nd, 3rd ... allocation failing, until none fails any more. Each time std::bad_alloc
-// comes out and nothing stays behind.
+// Runs `work` with the 1st, 2nd, 3rd ... allocation failing, until none fails any more. Each time it throws
+// std::bad_alloc and leaks nothing.
 template <class Work>
 void failEachAllocation(long nbExpectedAtLeast, Work&& work) {
   long k = 0;

@@ -1,9 +1,9 @@
 #pragma once
 
-/** Looking at objects as compiled code of another library does. */
+/** Access to objects as compiled code of another library does it. */
 namespace access_test {
 
-/** Where a field lies in its object, in bytes. */
+/** The offset of a field in its object, in bytes. */
 template <class Object, class Field>
 long offsetOf(Object const& object, Field const& field) {
   return reinterpret_cast<char const*>(&field) - reinterpret_cast<char const*>(&object);

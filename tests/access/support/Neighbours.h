@@ -17,11 +17,11 @@ using pxl::access::Block3d;
 using Offsets = std::vector<pxl::kernel::Offset2D>;
 using Offsets3d = std::vector<pxl::kernel::Offset3D>;
 
-/** What a source gives beyond its edge. */
+/** The rule of a source beyond its edge. */
 template <class T>
 constexpr T cBeyond = T(7);
 
-/** Voxels that tell their coordinates, where the type can hold that many; else random ones. */
+/** Voxels that encode their coordinates, if the type can hold that many values; else random ones. */
 template <class T>
 oracle::Image<T> makeCoded(Five const& sizes) {
   oracle::Random random(711);
@@ -130,7 +130,7 @@ class Neighbours3dOf : public testing::Test {
     return isFixed ? oracle::fixedAt(m_image, p, cBeyond<T>) : oracle::continueAt(m_image, p);
   }
 
-  // Whether an iterator stands there, and the lanes of all its pointers that lie in the block are the neighbours.
+  // Whether an iterator is at this position, and the lanes of its pointers within the block are the neighbours.
   template <class Iterator>
   testing::AssertionResult isAt(Iterator const& iterator, Offsets3d const& offsets, bool isFixed,
                                 Block3d const& block, Three const& at) const {
@@ -188,7 +188,7 @@ class Neighbours3dOf : public testing::Test {
       for (long row = 0; row < block.getNbRows(); ++row)
         for (long col = 0; col < block.getNbCols(); col += L) {
           iterator.advance();
-          // The last plan ends the block: nothing lies behind it that anybody needs.
+          // The last plan ends the block: no plan after it is needed.
           if (col + L >= block.getNbCols() && row + 1 == block.getNbRows() && plan + 1 < block.getNbPlans())
             addReads(expected, block, reach, plan + 1 + reach.highest[2]);
           if (getReads(recorder) != expected)

@@ -27,7 +27,7 @@ struct Source {
   std::shared_ptr<View const> view;
 };
 
-/** What a reading kernel asks of its filter. */
+/** What a reading kernel needs from its filter. */
 template <class T>
 struct KernelInput {
   using ViewType = pxl::access::View<T>;
@@ -35,7 +35,7 @@ struct KernelInput {
   std::shared_ptr<ViewType const> view;
 };
 
-/** A block that notes which of its operations are called. Sizes and begins are all different. */
+/** A block that records which of its functions are called. All sizes and begins differ. */
 class TracingBlock final : public pxl::access::Block {
  public:
   explicit TracingBlock(oracle::Five const& blockBegin, oracle::Five const& blockSize = {1, 1, 1, 1, 1})

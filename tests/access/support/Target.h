@@ -68,7 +68,7 @@ inline Calls getCalls(pxl::instrument::Recorder const& probe) {
   return calls;
 }
 
-/** Whether a voxel lies in the margin of its block or beyond it, told from its distance to each side. */
+/** Whether a voxel is in the margin of its block or beyond it, computed from its distance to each side. */
 inline bool isInMargin(oracle::Five const& p, pxl::access::Block const& block,
                        pxl::access::OverlapBorder const& overlap, oracle::Five const& sizes) {
   struct Side {

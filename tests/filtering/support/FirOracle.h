@@ -5,7 +5,7 @@
 #include "oracle/Conversion.h"
 #include "oracle/Oracle.h"
 
-/** Correlations by plain loops, in the order of their taps. */
+/** Correlations with plain loops, in the order of their taps. */
 namespace oracle {
 
 struct Tap {
@@ -32,7 +32,7 @@ T correlateAt(Image<T> const& image, Five const& p, Taps const& taps) {
   return sum;
 }
 
-/** In 2D plan 0 alone is computed; the others stay as they are in `output`. */
+/** In 2D only plan 0 is computed; the others keep the values of `output`. */
 template <class Out, class In>
 Image<Out> correlate(Image<In> const& input, Taps const& taps, int dimension, Image<Out> output) {
   using T = Precision<Out>;

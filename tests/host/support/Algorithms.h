@@ -31,7 +31,7 @@ class TestOperator : public pxl::BaseAlgorithm {
 using VolumeOperator = TestOperator<pxl::WorkingDimension::cVolume>;
 using PlanOperator = TestOperator<pxl::WorkingDimension::cPlanByPlan>;
 
-/** A runner that does what a test says, registered while it lives. */
+/** A runner whose work is a function of the test, registered while it exists. */
 class FakeRunner final : public pxl::Runnable {
  public:
   explicit FakeRunner(pxl::AlgoInfo* record, std::function<void(pxl::BaseAlgorithm*)> work = {}, int optimType = 1,
@@ -58,7 +58,7 @@ class FakeRunner final : public pxl::Runnable {
   int getOptimType() const override { return m_optimType; }
   char const* getName() const override { return m_name.c_str(); }
 
-  // Algorithms may run side by side.
+  // Algorithms may run concurrently.
   mutable std::atomic<int> nbRuns{0};
   mutable std::atomic<int> nbQuestions{0};
 

@@ -37,7 +37,7 @@ void forEachPosition(pxl::ImageSizes const& sizes, Visit visit) {
   }
 }
 
-/** A voxel by its address, reckoned here from the image's base and byte strides. */
+/** A voxel at its address, computed here from the image's base and byte strides. */
 template <class T>
 T loadVoxel(void const* base, pxl::ImageStrides const& strides, Position const& at) {
   char const* address = static_cast<char const*>(base);
@@ -80,7 +80,7 @@ T readVoxel(pxl::access::View<T> const& view, Position const& at) {
   return value;
 }
 
-/** All voxels of a view in C order, read by whole rows. */
+/** All voxels of a view in C order, read in whole rows. */
 template <class T>
 std::vector<T> readAll(pxl::access::View<T> const& view) {
   std::vector<T> voxels;

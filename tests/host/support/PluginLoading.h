@@ -12,8 +12,8 @@
 namespace host_test {
 
 /**
- * A plug-in never deletes its runners, as somebody may still hold them when it goes: a few bytes for each load, by
- * intention. While one exists, what this thread allocates isn't searched for leaks.
+ * A plug-in never deletes its runners, because they may still be in use when it is unloaded. This leaks a few bytes
+ * per load on purpose. While an object of this class exists, allocations of this thread aren't checked for leaks.
  */
 class RunnersMayStay {
  public:

@@ -10,7 +10,7 @@
 
 namespace host_test {
 
-/** An algorithm on a small image whose run does what a test says. */
+/** An algorithm on a small image whose run is a function of the test. */
 class RunningTest : public ::testing::Test {
  protected:
   RunningTest() {

@@ -36,7 +36,7 @@ oracle::Image<T> runKernel3d(Way const& way, Kernel& kernel, oracle::Image<T> co
   return runKernel<Functor, pxl::Filter3dTag>(way, kernel, image);
 }
 
-/** Lists that don't lie wholly in plans before: in place, a block has not yet changed what it reads. */
+/** Lists with an offset outside the plans before: in place, a block has not yet changed what it reads. */
 inline std::vector<Offsets3d> makeVolumeLists() {
   std::vector<Offsets3d> lists{{{0, 0, 0}},
                                {{-1, -1, -1}, {1, 1, 1}, {2, 0, 0}},

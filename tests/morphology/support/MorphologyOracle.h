@@ -5,7 +5,7 @@
 
 #include "oracle/Oracle.h"
 
-/** Elementary dilations and erosions by plain loops, in the order in which the operators fold. */
+/** Elementary dilations and erosions with plain loops, in the order in which the operators fold. */
 namespace oracle {
 
 enum class Operation { cDilation, cErosion };
@@ -17,7 +17,7 @@ T fold(Operation operation, T a, T b) {
   return a < b ? a : b;
 }
 
-/** Beyond the edge there is the value that never wins, a finite one. */
+/** Voxels beyond the edge have the finite value that never wins. */
 template <class T>
 T getNeutral(Operation operation) {
   return operation == Operation::cDilation ? std::numeric_limits<T>::lowest() : std::numeric_limits<T>::max();

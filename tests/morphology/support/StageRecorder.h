@@ -6,7 +6,7 @@
 
 namespace morphology_test {
 
-/** A recorder that also tells the frames of a run and the borders of its views. */
+/** A recorder that also records the frames of a run and the borders of its views. */
 class StageRecorder : public pxl::instrument::Recorder {
  public:
   /** A view, with the image and the border that it was made with. */

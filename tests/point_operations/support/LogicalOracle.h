@@ -4,7 +4,7 @@
 
 #include "oracle/Oracle.h"
 
-/** Bitwise operations by plain loops over bits. */
+/** Bitwise operations with plain loops over bits. */
 namespace oracle {
 
 /** 0 and, 1 or, 2 xor, 3 nand, 4 nor, 5 nxor, 6 a and not b: the results for the bits (a, b) = 00, 01, 10, 11. */

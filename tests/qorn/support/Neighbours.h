@@ -5,7 +5,7 @@
 
 namespace test {
 
-/** One way of taking the largest or smallest voxel among neighbours in a plan. */
+/** The largest or smallest voxel among neighbours in a plan. */
 struct Step {
   bool isErosion;
   int neighborhood;  ///< 0: the four that share an edge, else all eight

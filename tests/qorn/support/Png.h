@@ -5,7 +5,7 @@
 
 namespace test {
 
-/** A chunk with its length and check sum. */
+/** A chunk with its length and checksum. */
 std::string makePngChunk(std::string const& name, std::string const& data);
 
 /** Signature and IHDR. `colour` is 0 grey, 2 RGB, 3 palette, 4 grey and alpha. */

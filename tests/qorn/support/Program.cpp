@@ -77,7 +77,7 @@ Program::~Program() {
 
 void Program::send(int signal) const { ::kill(m_process, signal); }
 
-/** One value of what the system tells about the process. */
+/** One value of the status of the process. */
 std::string Program::readStatus(std::string const& name) const {
   std::ifstream status("/proc/" + std::to_string(m_process) + "/status");
   std::string line;

@@ -25,12 +25,12 @@ inline std::string makeVoxels(TypeNames const& names, unsigned long count) {
   return toBytes(makeValues<unsigned char>(count * static_cast<unsigned long>(names.bits) / 8));
 }
 
-/** What an array of this shape says of itself. The name of the format plays no part. */
+/** The header of an array of this shape, without the name of the format. */
 inline qorn::io::ImageHeader makeHeader(TypeNames const& names, Shape const& shape) {
   return qorn::io::makeHeader("test", names.type, shape, false);
 }
 
-/** Saves these voxels in the format that the suffix tells. @throws FileError */
+/** Saves these voxels in the format of the suffix. @throws FileError */
 inline void saveImage(std::string const& path, TypeNames const& names, Shape const& shape, std::string const& voxels,
                       qorn::io::OutputOptions const& options = {}) {
   qorn::io::OutputImage output(path, makeHeader(names, shape), options);
