@@ -47,7 +47,7 @@ bool isVolume(pxl::BaseAlgorithm const& algorithm) {
 
 /** The element of a list of offsets. @throws ProgramError it is too large to be shown */
 Element makeElement(std::vector<pxl::kernel::Offset3D> const& offsets, std::string const& name) {
-  constexpr double cMaxVoxels = 1ul << 25;
+  constexpr double cMaxVoxels = 1UL << 25;
   std::array<unsigned long, 3> reach{};
   for (pxl::kernel::Offset3D const& offset : offsets) {
     std::array<long, 3> const along{offset.col, offset.row, offset.plan};

@@ -49,7 +49,7 @@ std::vector<long> takeOrigin(std::string_view& text) {
 }
 
 StructuringElement readMask(std::string const& what, std::string_view arguments) {
-  constexpr unsigned long cMaxNbVoxels = 1ul << 30;
+  constexpr unsigned long cMaxNbVoxels = 1UL << 30;
   std::vector<long> const origin = takeOrigin(arguments);
   io::ReadOptions options;
   options.isPrivate = true;  // not mapped: another process could truncate the file

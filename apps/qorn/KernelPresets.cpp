@@ -64,7 +64,7 @@ KernelArray makeSobel(std::string const& what, std::size_t axis, int rank) {
 KernelArray makeLaplace(int rank) {
   if (rank == 2) return {1, 3, 3, {0, 1, 0, 1, -4, 1, 0, 1, 0}};
   KernelArray array{3, 3, 3, Taps(27, 0)};
-  for (std::size_t const face : {4u, 10u, 12u, 14u, 16u, 22u}) array.coefficients[face] = 1;
+  for (std::size_t const face : {4U, 10U, 12U, 14U, 16U, 22U}) array.coefficients[face] = 1;
   array.coefficients[13] = -6;
   return array;
 }

@@ -41,7 +41,7 @@ unsigned long parseBytesOrThrow(std::string const& what, std::string_view text) 
   if (!text.empty()) {
     std::string_view::size_type const power = cUnits.find(text.back());
     if (power != std::string_view::npos) {
-      unit = 1ul << (10 * (power + 1));
+      unit = 1UL << (10 * (power + 1));
       text.remove_suffix(1);
     }
   }

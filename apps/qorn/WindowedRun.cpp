@@ -13,7 +13,7 @@ namespace {
 
 using pxl::access::Region;
 
-constexpr unsigned long cNoLimit = 1ul << 62;
+constexpr unsigned long cNoLimit = 1UL << 62;
 constexpr unsigned long cNbStepsOfWindow = 3;  ///< it is read, computed and written
 
 Region makeWhole(pxl::ImageSizes const& sizes) {

@@ -39,7 +39,7 @@ TEST(Text, IsOwnedAndNullIsEmpty) {
 
 TEST(Tuple, HasItsSizeAndWritableElements) {
   object_model::TupleX tuple(5);
-  static_assert(std::is_same_v<decltype(tuple[0ul]), unsigned long&>);
+  static_assert(std::is_same_v<decltype(tuple[0UL]), unsigned long&>);
   EXPECT_EQ(tuple.getSize(), 5u);
   for (unsigned long i = 0; i < 5; ++i) EXPECT_EQ(tuple[i], 0u);
   tuple[4] = ~0UL;

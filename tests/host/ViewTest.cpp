@@ -28,9 +28,9 @@ constexpr bool hasViewForm() {
   static_assert(
       std::is_same_v<decltype(std::declval<V&>().getBorderCondition()), std::shared_ptr<BorderCondition<T>>>);
   static_assert(std::is_same_v<decltype(std::declval<V const&>().getLargestPossibleRegion()), Region>);
-  static_assert(std::is_same_v<decltype(std::declval<V const&>().createRowCacheRead(1ul)),
+  static_assert(std::is_same_v<decltype(std::declval<V const&>().createRowCacheRead(1UL)),
                                std::shared_ptr<RowCacheRead<V, typename V::Allocator>>>);
-  static_assert(std::is_same_v<decltype(std::declval<V const&>().createPlanCacheRead(1ul)),
+  static_assert(std::is_same_v<decltype(std::declval<V const&>().createPlanCacheRead(1UL)),
                                std::shared_ptr<PlanCacheRead<V, typename V::Allocator>>>);
   static_assert(!std::is_copy_constructible_v<V> && !std::is_copy_assignable_v<V>);
   return true;
@@ -141,7 +141,7 @@ TEST(RegionOf, TenNumbersKeepsTheirOrder) {
   EXPECT_EQ(region.getNbPlans(), 12);
   EXPECT_EQ(region.getNbSequencePlans(), 13);
   EXPECT_EQ(region.getNbSpectralSeries(), 14);
-  EXPECT_EQ(region.getNumOfVoxels(), 10ul * 11 * 12 * 13 * 14);
+  EXPECT_EQ(region.getNumOfVoxels(), 10UL * 11 * 12 * 13 * 14);
   EXPECT_EQ(Region().getNumOfVoxels(), 0u);
   Region copy;
   copy = region;

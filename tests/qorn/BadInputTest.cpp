@@ -18,7 +18,7 @@ class BadInput : public ::testing::Test {
   void expectRefused(std::string const& path, std::string const& why) const {
     SCOPED_TRACE(path);
     Program::Options options;
-    if (hasPlainMemory()) options.addressBytes = 1ul << 30;
+    if (hasPlainMemory()) options.addressBytes = 1UL << 30;
     for (std::vector<std::string> const& arguments :
          {std::vector<std::string>{"run", "IntensityExtrema", path}, {"info", path}}) {
       bool const isRun = arguments[0] == "run";

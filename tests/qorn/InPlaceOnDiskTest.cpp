@@ -42,7 +42,7 @@ TEST_F(InPlaceOnDisk, GivesWhatTwoImagesGive) {
 
 TEST_F(InPlaceOnDisk, TakesLittleMemory) {
   writeFile(input, makeNpyHeader(makeNpyDictionary("|u1", "(2, 32, 2097152)")));
-  resizeFile(input, 128 + (1ul << 27));
+  resizeFile(input, 128 + (1UL << 27));
   Outcome const outcome = run("LogicalOperationWithValue", output, {"value=1", "--in-place", "--on-disk"});
   EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
   expectLittleMemory(outcome);

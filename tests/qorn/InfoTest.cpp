@@ -61,7 +61,7 @@ TEST_F(Info, ABadFileDoesNotHideTheOthers) {
 
 TEST_F(Info, DoesNotReadVoxels) {
   writeFile(npy, makeNpyHeader(makeNpyDictionary("<f8", "(1000, 1000, 1000, 100)", true)));
-  resizeFile(npy, 128 + 800000000000ul);
+  resizeFile(npy, 128 + 800000000000UL);
   Outcome const outcome = runQorn({"info", npy});
   EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
   EXPECT_NE(outcome.out.find("float64, columns 100, rows 1000, plans 1000, sequence 1000"), std::string::npos);

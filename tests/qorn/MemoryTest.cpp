@@ -128,9 +128,9 @@ TEST_F(Memory, ReadsAndWritesFormats) {
 void writeLarge(std::string const& path, std::string const& shape, unsigned long bytes) {
   std::ofstream file(path, std::ios::binary);
   file << makeNpyHeader(makeNpyDictionary("|u1", shape));
-  for (unsigned long i = 0; i < bytes; i += 1ul << 22) {
-    auto values = makeValues<unsigned int>(1ul << 20);
-    for (unsigned int& value : values) value ^= static_cast<unsigned int>(i * 2654435761ul);
+  for (unsigned long i = 0; i < bytes; i += 1UL << 22) {
+    auto values = makeValues<unsigned int>(1UL << 20);
+    for (unsigned int& value : values) value ^= static_cast<unsigned int>(i * 2654435761UL);
     file.write(reinterpret_cast<char const*>(values.data()), 1 << 22);
   }
 }
@@ -138,7 +138,7 @@ void writeLarge(std::string const& path, std::string const& shape, unsigned long
 /** Whether two large files have the same bytes. */
 bool areSame(std::string const& a, std::string const& b) {
   std::ifstream first(a, std::ios::binary), second(b, std::ios::binary);
-  std::vector<char> one(1ul << 22), other(1ul << 22);
+  std::vector<char> one(1UL << 22), other(1UL << 22);
   while (first && second) {
     first.read(one.data(), 1 << 22);
     second.read(other.data(), 1 << 22);
@@ -148,10 +148,10 @@ bool areSame(std::string const& a, std::string const& b) {
 }
 
 TEST_F(Memory, IsNotExceededByALargeImage) {
-  constexpr unsigned long cLimit = 32ul << 20, cBytes = 8 * cLimit;
+  constexpr unsigned long cLimit = 32UL << 20, cBytes = 8 * cLimit;
   writeLarge(input, "(64, 2048, 2048)", cBytes);
   std::string const expected = folder / "expected.npy", picture = folder / "output.tif";
-  long const maxKilobytes = static_cast<long>((cLimit * 5 / 4 + (64ul << 20)) / 1024);
+  long const maxKilobytes = static_cast<long>((cLimit * 5 / 4 + (64UL << 20)) / 1024);
   ASSERT_EQ(run({"Dilation3d", "numberOfIterations=2"}, {input, expected}).exitCode, 0);
   for (std::string const& to : {output, picture}) {
     Outcome const outcome = run({"Dilation3d", "numberOfIterations=2"}, {input, to}, {"--memory", "32M"});
@@ -235,7 +235,7 @@ TEST_F(Memory, WorksWhereFilesHaveToHaveNames) {
 }
 
 TEST_F(Memory, ShowsOneProgress) {
-  writeLarge(input, "(64, 1024, 1024)", 1ul << 26);
+  writeLarge(input, "(64, 1024, 1024)", 1UL << 26);
   Program::Options options;
   options.hasTerminal = true;
   std::string const text = run({"DilationBall3d", "radius=9"}, {input, output}, {"--memory=16M"}, options).err;
@@ -249,7 +249,7 @@ TEST_F(Memory, ShowsOneProgress) {
 }
 
 TEST_F(Memory, EndsAtASignalAndLeavesNothing) {
-  writeLarge(input, "(64, 1024, 2048)", 1ul << 27);
+  writeLarge(input, "(64, 1024, 2048)", 1UL << 27);
   for (char const* name : {"output.npy", "output.nii"}) {
     Program program(QORN_PROGRAM, {"run", "DilationBall3d", input, folder / name, "radius=20", "--memory=64M"}, {});
     ASSERT_NE(program.waitUntilHandled(SIGINT), 0u);

@@ -265,7 +265,7 @@ TEST_F(Morphology, TheOutputMayBeTheInputFile) {
 
 TEST_F(Morphology, OnDiskGivesTheSameBytesAsInMemoryWithLittleMemory) {
   // 64 MiB, several times what the run on disk may take.
-  writeFile(input, makeNpy("|u1", "(4, 4096, 4096)", makeValues<unsigned char>(1ul << 26)));
+  writeFile(input, makeNpy("|u1", "(4, 4096, 4096)", makeValues<unsigned char>(1UL << 26)));
   std::string const inMemory = folder / "in_memory.npy";
   run({"Erosion2d", input, inMemory, "numberOfIterations=3"});
   std::string const expected = readFile(inMemory);
@@ -281,7 +281,7 @@ TEST_F(Morphology, OnDiskGivesTheSameBytesAsInMemoryWithLittleMemory) {
 
 TEST_F(Morphology, OnDiskMeansLittleMemory) {
   writeFile(input, makeNpyHeader(makeNpyDictionary("|u1", "(16, 4096, 4096)")));
-  resizeFile(input, 128 + (1ul << 28));
+  resizeFile(input, 128 + (1UL << 28));
   Outcome const outcome = runQorn({"run", "Dilation2d", input, output, "--on-disk", "--threads=2"});
   EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
   expectLittleMemory(outcome);

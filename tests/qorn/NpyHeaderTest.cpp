@@ -160,7 +160,7 @@ TEST_F(NpyHeader, RefusesBadShapes) {
 
 TEST_F(NpyHeader, AcceptsTheLargestImage) {
   writeFile(path, withShape("(1048576, 1048576)"));
-  resizeFile(path, 128 + (1ul << 40));
+  resizeFile(path, 128 + (1UL << 40));
   EXPECT_EQ(qorn::io::readImageHeader(path).sizes, (pxl::ImageSizes{1048576, 1048576, 1, 1, 1}));
 }
 

@@ -98,7 +98,7 @@ TEST_P(SavingSignals, BeingKilledLeavesNothingWhereFilesCanBeUnnamed) {
 
 TEST_P(SavingSignals, AnInputThatIsCutLeavesNothing) {
   writeFile(image, makeNpyHeader(makeNpyDictionary("|u1", "(4096, 4096)")));
-  resizeFile(image, 128 + (1ul << 24));
+  resizeFile(image, 128 + (1UL << 24));
   Program program = start("new.npy");
   ASSERT_NE(0u, program.waitUntilHandled(SIGINT));
   program.send(SIGSTOP);  // before the first pass is done, or even begun

@@ -15,7 +15,7 @@ class Supervision : public ::testing::Test {
   /** An image of 64 GiB that takes no space on disk, but so long to read that a run of it must be cancelled. */
   Supervision() {
     writeFile(image, makeNpyHeader(makeNpyDictionary("<u2", "(8192, 2048, 2048)")));
-    resizeFile(image, 128 + (1ul << 36));
+    resizeFile(image, 128 + (1UL << 36));
   }
 
   /** Runs plan by plan: a cancel is obeyed after the present plan. */
@@ -116,7 +116,7 @@ TEST_F(Supervision, ThreadsAreLimited) {
 
 TEST_F(Supervision, OnDiskMeansLittleMemory) {
   writeFile(image, makeNpyHeader(makeNpyDictionary("<u2", "(64, 2048, 2048)")));
-  resizeFile(image, 128 + (1ul << 29));
+  resizeFile(image, 128 + (1UL << 29));
   for (std::vector<std::string> const& options :
        {std::vector<std::string>{"--on-disk"}, {"--on-disk", "--threads=1"}}) {
     std::vector<std::string> arguments{"run", "IntensityExtrema", image};

@@ -57,8 +57,8 @@ TEST_F(Writer, NpyHeaderIsThatOfVersionOne) {
 
 TEST_F(Writer, NpyHeadersEndAtAMultipleOf64Bytes) {
   std::set<std::size_t> lengths;
-  for (unsigned long plans = 1; plans < 1ul << 30; plans *= 10) {
-    for (unsigned long rows = 1; rows < 1ul << 10; rows *= 10) {
+  for (unsigned long plans = 1; plans < 1UL << 30; plans *= 10) {
+    for (unsigned long rows = 1; rows < 1UL << 10; rows *= 10) {
       for (std::size_t rank = 2; rank <= 5; ++rank) {
         Shape shape(rank, 1);
         shape[0] = plans;

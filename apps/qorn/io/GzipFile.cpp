@@ -9,11 +9,11 @@
 namespace qorn::io {
 namespace {
 
-constexpr unsigned long cBufferBytes = 1ul << 18;
+constexpr unsigned long cBufferBytes = 1UL << 18;
 /** The bytes that are passed to the library at once; its counters have 32 bits. */
-constexpr unsigned long cMaxStepBytes = 1ul << 30;
+constexpr unsigned long cMaxStepBytes = 1UL << 30;
 /** The bytes that are compressed between tests of the cancel flag: about ten milliseconds. */
-constexpr unsigned long cCompressedStepBytes = 1ul << 19;
+constexpr unsigned long cCompressedStepBytes = 1UL << 19;
 /** The largest window, with the header and the checksum of gzip. */
 constexpr int cGzipWindow = MAX_WBITS + 16;
 

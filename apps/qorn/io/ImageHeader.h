@@ -15,7 +15,7 @@ namespace qorn::io {
 constexpr char const* cAxisNames[pxl::cNbComponents] = {"columns", "rows", "plans", "sequence", "spectral"};
 
 /** The default limit on the voxels of compressed files: a small file can declare any size. */
-constexpr unsigned long cDefaultMaxCompressedVoxels = 1ul << 30;
+constexpr unsigned long cDefaultMaxCompressedVoxels = 1UL << 30;
 
 struct NiftiHeader;
 

@@ -22,7 +22,7 @@ void checkNpy(std::string const& path, ImageHeader const& header);
 void writeNpy(OutputFile const& file, ImageHeader const& header, void const* voxels);
 
 /** Readers, including the library, stop at this number of pages. */
-constexpr unsigned long cMaxTiffPages = 1ul << 20;
+constexpr unsigned long cMaxTiffPages = 1UL << 20;
 /** @throws FileError too many plans */
 void checkTiff(std::string const& path, ImageHeader const& header);
 /** Whether the 32-bit offsets of the classic format may not be enough, with a margin for the pages' directories. */

@@ -93,7 +93,7 @@ void OutputFile::checkIsWanted() const {
 }
 
 void OutputFile::write(void const* bytes, unsigned long count, unsigned long offset) const {
-  constexpr unsigned long cPieceBytes = 1ul << 24;
+  constexpr unsigned long cPieceBytes = 1UL << 24;
   for (unsigned long done = 0; done < count; done += cPieceBytes) {
     checkIsWanted();
     int const error =

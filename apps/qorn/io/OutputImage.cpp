@@ -21,7 +21,7 @@ Format const& chooseFormat(std::string const& path, ImageHeader const& header, b
 
 /** Writes the voxels of an image, which may be larger than memory, to the file from `offset` on. */
 void copyVoxels(pxl::Image const& image, OutputFile const& file, unsigned long offset) {
-  std::vector<char> buffer(1ul << 22);
+  std::vector<char> buffer(1UL << 22);
   unsigned long nbFilled = 0;
   auto const flush = [&] {
     file.write(buffer.data(), nbFilled, offset);

@@ -13,9 +13,9 @@ namespace {
 /** A strip may be the whole page, which the limits of images limit. */
 constexpr unsigned long cMaxStripVoxels = pxl::limits::cMaxNbVoxels;
 /** A tile needs memory for all of its pixels, however few are within the page: a small file could declare much. */
-constexpr unsigned long cMaxTileVoxels = 1ul << 26;
+constexpr unsigned long cMaxTileVoxels = 1UL << 26;
 constexpr unsigned long cMaxTilePages = 4;
-constexpr unsigned long cMaxTileRest = 1ul << 24;  ///< bytes beyond that many times the page
+constexpr unsigned long cMaxTileRest = 1UL << 24;  ///< bytes beyond that many times the page
 
 pxl::VoxelTypes getVoxelType(TiffFile const& file, Picture const& picture) {
   if (picture.isOneBit) return pxl::cUnsignedInteger8;

@@ -65,7 +65,7 @@ Layout makeLayout(ImageHeader const& header, void const* voxels) {
   bool const hasBits = isMask(header, voxels);
   unsigned long const rowBytes = hasBits ? (cols + 7) / 8 : cols * voxelBytes * (isPlanar ? 1 : nbSamples);
   return {nbSamples, voxelBytes, hasBits,
-          isPlanar,  rowBytes,   std::clamp(cStripBytes / rowBytes, 1ul, header.sizes[pxl::cRows])};
+          isPlanar,  rowBytes,   std::clamp(cStripBytes / rowBytes, 1UL, header.sizes[pxl::cRows])};
 }
 
 void setPageFields(TIFF* tiff, ImageHeader const& header, Layout const& layout) {
@@ -150,7 +150,7 @@ void checkTiff(std::string const& path, ImageHeader const& header) {
 }
 
 bool needsBigTiff(ImageHeader const& header) {
-  constexpr unsigned long cMaxOffset = (1ul << 32) - 1;
+  constexpr unsigned long cMaxOffset = (1UL << 32) - 1;
   constexpr unsigned long cBytesPerPage = 4096;
   constexpr unsigned long cBytesPerStrip = 8;
   unsigned long const nbPages = getNbPages(header);

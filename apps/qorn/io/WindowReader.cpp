@@ -26,7 +26,7 @@ class CancellableFile : private pxl::Noncopyable {
   InputFile const& get() const { return m_file; }
 
   void read(char* bytes, unsigned long count, unsigned long offset) const {
-    constexpr unsigned long cPieceBytes = 1ul << 24;
+    constexpr unsigned long cPieceBytes = 1UL << 24;
     for (unsigned long done = 0; done < count; done += cPieceBytes) {
       if (m_isCancelled()) throw pxl::ExceptionCancelation();
       m_file.read(bytes + done, std::min(cPieceBytes, count - done), offset + done);
@@ -175,12 +175,12 @@ class TiffWindows final : public WindowReader {
   };
 
   void readPart(Part const& part, char* target) const {
-    constexpr unsigned long cBufferBytes = 1ul << 20;
+    constexpr unsigned long cBufferBytes = 1UL << 20;
     if (part.bytes == part.rowBytes && part.bytes == part.targetRowBytes) {
       return m_file->read(target, part.rows * part.bytes, part.offset);
     }
     // Narrow tiles are read several rows at a time.
-    unsigned long const atOnce = part.bytes == part.rowBytes ? std::max(1ul, cBufferBytes / part.rowBytes) : 1;
+    unsigned long const atOnce = part.bytes == part.rowBytes ? std::max(1UL, cBufferBytes / part.rowBytes) : 1;
     std::vector<char> buffer(std::min(atOnce, part.rows) * part.bytes);
     for (unsigned long row = 0; row < part.rows; row += atOnce) {
       unsigned long const rows = std::min(atOnce, part.rows - row);

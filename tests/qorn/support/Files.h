@@ -46,7 +46,7 @@ std::vector<T> makeValues(unsigned long count) {
   std::vector<T> values(count);
   unsigned long state = 12345;
   for (T& value : values) {
-    state = state * 6364136223846793005ul + 1442695040888963407ul;
+    state = state * 6364136223846793005UL + 1442695040888963407UL;
     value = static_cast<T>(static_cast<int>(state >> 33) - (1 << 30));
   }
   return values;
