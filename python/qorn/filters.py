@@ -20,6 +20,8 @@ def _make_kernel(weights: ArrayLike, origin: Optional[Sequence[int]], is_volume:
         raise ValueError(f"weights have 2 or 3 axes, not {taps.ndim}")
     if place is not None and len(place) != taps.ndim:
         raise ValueError(f"origin has {len(place)} numbers, and the weights {taps.ndim} axes")
+    if taps.size == 0:
+        raise ValueError("the weights are empty")
     if not is_volume:
         if taps.ndim == 3:
             raise ValueError("the weights have 3 axes, and the image none named Z")

@@ -8,7 +8,7 @@ import numpy as np
 from numpy.typing import NDArray
 
 from . import _call, _core
-from ._arrays import check_image, get_components, prepare_input
+from ._arrays import BOOL, check_image, get_components, prepare_input
 from ._call import DESCRIPTIONS, Progress
 from .footprints import FootprintLike, get_element
 
@@ -41,6 +41,11 @@ def _apply(
     result = _call.prepare_output(out, image, _call.get_output_dtype(name, given.dtype), components)
     properties["element"] = element
     _call.run(name, (given, result), components, properties, threads, max_memory, progress, cancel)
+    if given.dtype == BOOL and element.text.startswith(("box", "mask")):
+        # Where such a footprint covers no voxel of the image, the erosion is 255, and a difference from that is odd
+        # for True.
+        bit = {"logicalOperator": "and", "value": 1}
+        _call.run("LogicalOperationWithValue", (result, result), components, bit, threads, max_memory, None, cancel)
     return result
 
 

@@ -19,7 +19,7 @@ _TURNED = {"nand": "and", "nor": "or", "nxor": "xor"}
 
 def _get_value(value: Any, dtype: Any) -> int:
     """The bits of a number of the image's type."""
-    number = operator.index(value)
+    number = int(value) if isinstance(value, np.bool_) else operator.index(value)
     if dtype == BOOL:
         low, high = 0, 1
     else:

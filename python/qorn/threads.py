@@ -44,7 +44,11 @@ def set_num_threads(threads: Optional[int]) -> None:
 
 
 def get_num_threads() -> int:
-    """How many threads calls without `threads=` use."""
+    """How many threads calls without `threads=` use.
+
+    >>> get_num_threads() >= 1
+    True
+    """
     return _core.core_count() if _default is None else _default
 
 

@@ -108,7 +108,10 @@ void execute(pxl::BaseAlgorithm& algorithm, double nbVoxels, RunOptions const& o
     }
   } catch (pxl::RuntimeError const& error) {
     auto const runners = algorithm.getRunners();
-    bool const isAccepted = std::any_of(runners.begin(), runners.end(), [](auto const& r) { return r.isAccepting; });
+    pxl::String const wanted = algorithm.getRunner();
+    bool const isAccepted = std::any_of(runners.begin(), runners.end(), [&](pxl::RunnerInfo const& runner) {
+      return runner.isAccepting && (wanted.empty() || runner.name == wanted);
+    });
     if (isAccepted) throw SystemFailure(error.what());
     throw;
   }
