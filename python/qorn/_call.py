@@ -5,14 +5,16 @@ from __future__ import annotations
 import sys
 import time
 from functools import lru_cache
-from typing import Any, Callable, Optional, Union
+from typing import TYPE_CHECKING, Any, Callable, Optional, Union
 
 import numpy as np
-from numpy.typing import NDArray
 
 from . import _core
 from ._arrays import BOOL, Components, check_output, make_array
 from .threads import get_thread_count
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
 
 Progress = Union[bool, Callable[[float], object], None]
 Array = Any  # an ndarray of one of the nine types; public functions say which

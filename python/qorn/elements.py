@@ -2,14 +2,16 @@
 
 from __future__ import annotations
 
-from typing import Any, Union
+from typing import TYPE_CHECKING, Any, Union
 
 import numpy as np
-from numpy.typing import NDArray
 
 from . import _core
 from .footprints import Footprint, make_mask
 from .operators import set_values
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
 
 
 def element(what: Union[str, Footprint], **properties: Any) -> NDArray[np.bool_]:

@@ -6,12 +6,13 @@ import os
 from typing import TYPE_CHECKING, Any, NamedTuple, Optional, Union
 
 import numpy as np
-from numpy.typing import NDArray
 
 from . import _core
 from ._arrays import BOOL, check_image, get_axes
 
 if TYPE_CHECKING:
+    from numpy.typing import NDArray
+
     from ._files import Header
 
 Path = Union[str, "os.PathLike[str]"]

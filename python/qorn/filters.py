@@ -2,15 +2,17 @@
 
 from __future__ import annotations
 
-from typing import Any, Optional, Sequence
+from typing import TYPE_CHECKING, Any, Optional, Sequence
 
 import numpy as np
-from numpy.typing import ArrayLike, DTypeLike, NDArray
 
 from . import _call
 from ._arrays import BOOL, check_image, get_components, prepare_input
 from ._call import DESCRIPTIONS, Progress
 from .morphology import Token
+
+if TYPE_CHECKING:
+    from numpy.typing import ArrayLike, DTypeLike, NDArray
 
 
 def _make_kernel(weights: ArrayLike, origin: Optional[Sequence[int]], is_volume: bool) -> tuple[str, dict[str, Any]]:
@@ -43,9 +45,9 @@ def correlate(
     The image is mirrored at its edges without repeating the edge voxel, as scipy's mode "mirror" does. Results are
     rounded to the nearest integer, halves to even, and saturated. Weights of two axes act on each plane.
 
-    `origin` is the position in `weights` that lies on the voxel itself, `shape // 2` unless given. `dtype` is the type
-    of the result: that of `out`, or that of the image, unless given; for bool images one has to be given. Sums are
-    computed in float32 for results of at most 16 bits and float32, else in float64. Other parameters as in
+    `origin` is the position in `weights` that lies on the voxel itself, `shape // 2` unless given. `dtype` is the
+    type of the result: that of `out`, or that of the image, unless given; for bool images one has to be given. Sums
+    are computed in float32 for results of at most 16 bits and float32, else in float64. Other parameters as in
     `dilation()`.
 
     >>> correlate(np.uint8([[0, 0, 9, 0, 0]]), [[1 / 3, 1 / 3, 1 / 3]])

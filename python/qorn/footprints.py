@@ -3,12 +3,14 @@
 from __future__ import annotations
 
 import operator
-from typing import Any, Optional, Sequence, Tuple, Union
+from typing import TYPE_CHECKING, Any, Optional, Sequence, Tuple, Union
 
 import numpy as np
-from numpy.typing import NDArray
 
 from . import _core
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
 
 Pairs = Tuple[Tuple[int, int], ...]
 _MAX_DRAWN_COLUMNS = 110
@@ -268,7 +270,7 @@ def mask(array: Any, origin: Optional[Sequence[int]] = None) -> Footprint:
     return Footprint._of(_core.Element.from_mask(voxels, place))
 
 
-FootprintLike = Union[Footprint, NDArray[Any], Sequence[Any]]
+FootprintLike = Union[Footprint, "NDArray[Any]", Sequence[Any]]
 
 
 def get_element(footprint: FootprintLike) -> _core.Element:

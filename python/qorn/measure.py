@@ -2,15 +2,17 @@
 
 from __future__ import annotations
 
-from typing import Any, NamedTuple, Optional
+from typing import TYPE_CHECKING, Any, NamedTuple, Optional
 
 import numpy as np
-from numpy.typing import NDArray
 
 from . import _call
 from ._arrays import check_image, get_axes, get_components, prepare_input
 from ._call import DESCRIPTIONS, Progress
 from .morphology import Token
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
 
 # The axes of results in the core, and what they are called there.
 _DIMENSIONS = {"Z": "plans", "T": "sequence", "C": "spectral"}

@@ -2,15 +2,17 @@
 
 from __future__ import annotations
 
-from typing import Any, Optional, TypeVar, overload
+from typing import TYPE_CHECKING, Any, Optional, TypeVar, overload
 
 import numpy as np
-from numpy.typing import NDArray
 
 from . import _call, _core
 from ._arrays import BOOL, check_image, get_components, prepare_input
 from ._call import DESCRIPTIONS, Progress
 from .footprints import FootprintLike, get_element
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
 
 Voxel = TypeVar(
     "Voxel", np.bool_, np.uint8, np.uint16, np.uint32, np.int8, np.int16, np.int32, np.float32, np.float64

@@ -3,10 +3,9 @@
 from __future__ import annotations
 
 from functools import lru_cache
-from typing import Any, NamedTuple, Optional, Union
+from typing import TYPE_CHECKING, Any, NamedTuple, Optional, Union
 
 import numpy as np
-from numpy.typing import NDArray
 
 from . import _call, _core
 from ._arrays import BOOL, check_image, check_output, get_components, make_array, prepare_input
@@ -14,6 +13,9 @@ from ._call import Progress
 from .footprints import Footprint
 from .measure import read_results
 from .morphology import Token
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
 
 
 class Property(NamedTuple):

@@ -3,15 +3,17 @@
 from __future__ import annotations
 
 import operator
-from typing import Any, Optional, Union
+from typing import TYPE_CHECKING, Any, Optional, Union
 
 import numpy as np
-from numpy.typing import NDArray
 
 from . import _call
 from ._arrays import BOOL, check_image, get_components, prepare_input
 from ._call import DESCRIPTIONS, Progress
 from .morphology import Token, Voxel
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
 
 # Of a bool, which is the byte 0 or 1: the operator whose result is turned around afterwards.
 _TURNED = {"nand": "and", "nor": "or", "nxor": "xor"}
@@ -38,8 +40,8 @@ def logical(
 ) -> NDArray[Voxel]:  # fmt: skip
     """Combines the bits of two images, or of an image and a number.
 
-    `op` is "and", "or", "xor", "nand", "nor", "nxor" or "andnot", which is a & ~b. Images of integers or bool, both of
-    the same type and shape. Other parameters as in `dilation()`.
+    `op` is "and", "or", "xor", "nand", "nor", "nxor" or "andnot", which is a & ~b. Images of integers or bool, of
+    one type and shape. Other parameters as in `dilation()`.
 
     >>> logical(np.uint8([[6, 3]]), 5)
     array([[4, 1]], dtype=uint8)

@@ -1,5 +1,5 @@
-"""Runs examples: run_doctests.py MODULES [FILE...]; those in the texts of the package, or in the files. Exits with 77,
-which ctest counts as skipped, where one of the modules, with commas between them, is missing."""
+"""Runs examples: run_doctests.py MODULES [FILE...]; those in the texts of the package, or in the files. Exits with
+77, which ctest counts as skipped, where one of the modules, with commas between them, is missing."""
 
 import doctest
 import importlib

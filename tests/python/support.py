@@ -64,7 +64,7 @@ def subtract(a: np.ndarray, b: np.ndarray) -> np.ndarray:
 
 
 def correlate(image: np.ndarray, weights: np.ndarray, origin: tuple[int, ...]) -> np.ndarray:
-    """By integers, mirrored at the edges; weights are of the last axes. Not for an axis much shorter than the weights."""
+    """By integers, mirrored at the edges; weights are of the last axes. Axes may be short."""
     result = np.zeros(image.shape, np.int64)
     for place, weight in np.ndenumerate(weights):
         part = image.astype(np.int64)

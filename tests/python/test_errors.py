@@ -133,7 +133,8 @@ def test_calls(name: str) -> None:
 @pytest.mark.parametrize(
     "make",
     [
-        lambda: qorn.connectivity(5), lambda: qorn.disk(-1), lambda: qorn.line(3, float("nan")), lambda: qorn.box((0, 1)),
+        lambda: qorn.connectivity(5), lambda: qorn.disk(-1), lambda: qorn.line(3, float("nan")),
+        lambda: qorn.box((0, 1)),
         lambda: qorn.box((3,)), lambda: qorn.box((3, 3), (1,)), lambda: qorn.ellipse(-1, (1, 1)),
         lambda: qorn.ellipsoid(3, (1, 1)), lambda: qorn.Footprint("disc(3)"), lambda: qorn.mask(np.ones((1,) * 4)),
         lambda: qorn.mask(np.ones((2, 2)), (1,)),

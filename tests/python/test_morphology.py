@@ -78,8 +78,10 @@ def test_no_step_copies() -> None:
 
 
 CALLS = [
-    (qorn.dilation, (qorn.line(4, 30),), {}), (qorn.erosion, (qorn.ball(2),), {}), (qorn.opening, (qorn.line(4, 0),), {}),
-    (qorn.black_tophat, (qorn.mask([[1, 0], [1, 1]], (2, 0)),), {}), (qorn.gradient, (qorn.disk(2),), {"kind": "outer"}),
+    (qorn.dilation, (qorn.line(4, 30),), {}), (qorn.erosion, (qorn.ball(2),), {}),
+    (qorn.opening, (qorn.line(4, 0),), {}),
+    (qorn.black_tophat, (qorn.mask([[1, 0], [1, 1]], (2, 0)),), {}),
+    (qorn.gradient, (qorn.disk(2),), {"kind": "outer"}),
     (qorn.correlate, (np.arange(6).reshape(1, 6),), {"origin": (0, 0)}),
     (qorn.run, ("DilationBall3d",), {"radius": 3}), (qorn.logical, (5,), {}),
 ]  # fmt: skip

@@ -96,6 +96,33 @@ def test_one_thread_uses_one() -> None:
     assert cpu < 1.2 * wall + 0.02
 
 
+def read_cpu_times() -> dict[str, int]:
+    """Nanoseconds that each thread of the process has run."""
+    times = {}
+    for thread in os.listdir("/proc/self/task"):
+        with open(f"/proc/self/task/{thread}/schedstat", encoding="ascii") as file:
+            times[thread] = int(file.read().split()[0])
+    return times
+
+
+@pytest.mark.skipif(qorn.get_num_threads() < 2, reason="one core")
+def test_others_still_help_after_calls_with_one_thread() -> None:
+    """However busy the machine is, each thread that has work runs about as long as the others."""
+    image = np.zeros((2048, 2048), np.float32)
+    qorn.dilation(image, qorn.disk(8))
+    for _ in range(100):
+        qorn.dilation(image[:600], qorn.connectivity(8), threads=1)
+    before = read_cpu_times()
+    for _ in range(4):
+        qorn.dilation(image, qorn.disk(25), threads=2)
+        after = read_cpu_times()  # the thread of each call has gone afterwards, and the other one stays
+    spent = sum(after.get(thread, 0) - before.get(thread, 0) for thread in after)
+    total = time.process_time_ns()
+    qorn.dilation(image, qorn.disk(25), threads=2)
+    total = time.process_time_ns() - total
+    assert spent > 4 * total * 0.25
+
+
 def test_fork_after_calls() -> None:
     """In 1,000 children of a process that has run operators a call is refused, and none of them hangs."""
     image = np.zeros((64, 64), np.uint8)
