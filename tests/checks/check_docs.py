@@ -23,7 +23,7 @@ NAMING_SUFFIXES = (*tree.SOURCE_SUFFIXES, ".c", ".cmake", ".in", ".map", "CMakeL
 # Their own words must not make a name known.
 THEMSELVES = ("tests/checks/check_docs.py", "tests/checks/checks_can_fail.py")
 # Names of other projects that no source here calls.
-FOREIGN = {"grey_dilation"}
+FOREIGN = {"grey_dilation", "grey_erosion", "grey_closing"}
 # Parts of names, and names of no file in particular.
 PLACEHOLDER = re.compile(r"[A-Z0-9_]+(\.\.\.)?|\.\.\.|name=value|NAME=VALUE")
 PATH = re.compile(r"\.?[\w.*<>-]+(/[\w.*<>-]+)*/?")
@@ -103,6 +103,9 @@ class Project:
         sources = scripts + [name for name in self.names
                              if name.endswith(NAMING_SUFFIXES) and not re.match(r"tests/.*Test\.cpp", name)]
         self.words = FOREIGN.union(*(re.findall(r"\w+", tree.read(root, name)) for name in sources))
+        # What functions of the Python package are told.
+        self.keywords = set(re.findall(r"(\w+): [^=\n]+ = ", "".join(
+            tree.read(root, name) for name in self.names if name.startswith("python/qorn/"))))
         self.script_options = set().union(*(re.findall(r"--[\w-]+", tree.read(root, name)) for name in scripts))
         presets = json.loads(tree.read(root, "CMakePresets.json"))
         self.presets = {preset["name"] for preset in presets["configurePresets"] if not preset.get("hidden")}
@@ -131,7 +134,7 @@ def span_findings(span, project, program):
             yield f"no option {option}"
     elif PLACEHOLDER.fullmatch(span) and not span.startswith("PXL"):
         return
-    elif re.fullmatch(r"[a-z]\w*=[\w,]*", span):
+    elif re.fullmatch(r"[a-z]\w*=[\w,]*", span) and span.split("=")[0] not in project.keywords:
         finding = program.property_finding(None, *span.split("=", 1))
         if finding:
             yield finding

@@ -20,6 +20,8 @@ ALLOWED = {
     "host": CONTRACT | CORE | {"host", "standard", "tbb", "system"},
     # Programs use the operators only through the host.
     "apps": CONTRACT | {"apps", "standard", "tbb", "system"},
+    # The Python package reads and writes the program's files.
+    "python": CONTRACT | {"python", "files", "standard", "tbb", "system"},
     # Benchmarks also measure the building blocks, and read images the way the program does.
     "bench": CONTRACT | CORE | {"bench", "apps", "standard", "tbb", "system"},
 }
@@ -36,6 +38,10 @@ RUNS = re.compile(r"(oneapi/)?tbb/(task|parallel_|global_control)|pxl/(BaseAlgor
 
 # The tests' probe, behind a macro that only the tests' own build of the host defines.
 SEAM = ("host/src/instrument/Instrument.h", "instrument/Probe.h")
+
+# Python is reached from one folder.
+BINDING = re.compile(r"pybind11")
+BINDING_FOLDERS = ("python/", "tests/checks/check")
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*(["<])([^">]+)[">]', re.MULTILINE)
 
@@ -69,7 +75,7 @@ def kinds_of_target(root, name, bracket, target):
         return {"standard" if re.fullmatch(r"[a-z_0-9]+", target) else "system"}
     here = os.path.dirname(name)
     roots = [here, "host/include", ""]
-    roots += ["host/src"] if name.startswith("host/src/") else ["apps"] if name.startswith(("apps/", "bench/")) else []
+    roots += ["host/src"] if name.startswith("host/src/") else ["apps"] if name.startswith(("apps/", "bench/", "python/")) else []
     for base in roots:
         path = os.path.normpath(os.path.join(base, target))
         if os.path.isfile(os.path.join(root, path)):
@@ -77,6 +83,8 @@ def kinds_of_target(root, name, bracket, target):
             # The forward declarations are where the allocator's class is first declared, and exported.
             if path in ("host/include/pxl/VoxelTypes.h", "host/include/pxl/Forward.h"):
                 kinds.add("voxel types")
+            if path.startswith("apps/qorn/io/"):
+                kinds.add("files")
             return kinds
     return {"unknown"}
 
@@ -101,6 +109,10 @@ def main():
                 found.append(f"{name}: {layer} must not include {match.group(2)} ({kind})")
             elif STORAGE.match(name) and RUNS.match(match.group(2)):
                 found.append(f"{name}: storage must not include {match.group(2)}")
+    for name in tree.all_files(root):
+        is_source = name.endswith((*tree.SOURCE_SUFFIXES, ".cmake", "CMakeLists.txt", ".py"))
+        if is_source and not name.startswith(BINDING_FOLDERS) and BINDING.search(tree.read(root, name)):
+            found.append(f"{name}: names {BINDING.pattern}, which belongs into python/")
     # A check of nothing would pass for ever.
     found += [f"no source file in layer {layer}" for layer, count in seen.items() if count == 0]
     print("\n".join(found))

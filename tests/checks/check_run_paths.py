@@ -1,13 +1,13 @@
 #!/usr/bin/env -S python3 -B
-"""Where binaries look for libraries. Argument: a folder; every program and library in its folders bin, lib* and
-instrumented is read. A path that isn't absolute depends on the working directory, and an empty one is that."""
+"""Where binaries look for libraries. Argument: a folder; every program and library in its folders bin, lib*,
+python and instrumented is read. A path that isn't absolute depends on the working directory, and an empty one is that."""
 
 import os
 import re
 import subprocess
 import sys
 
-FOLDERS = re.compile(r"bin|lib\w*|instrumented")
+FOLDERS = re.compile(r"bin|lib\w*|python|instrumented")
 
 
 def binaries(root):
