@@ -19,8 +19,8 @@ TEST(StructuringElementRefusal, TellsUnknownElements) {
   EXPECT_EQ(parsed("sphere(3)"),
             "\"sphere\" isn't an element; known are connectivity, disk, ball, line, line3d, disk3d, box, ellipse, "
             "ellipsoid, mask");
-  EXPECT_TRUE(contains(parsed(""), "\"\" is no element"));
-  EXPECT_TRUE(contains(parsed("Ball(3)"), "\"Ball\" is no element"));
+  EXPECT_TRUE(contains(parsed(""), "\"\" isn't an element"));
+  EXPECT_TRUE(contains(parsed("Ball(3)"), "\"Ball\" isn't an element"));
 }
 
 TEST(StructuringElementRefusal, TellsHowAnElementIsWritten) {

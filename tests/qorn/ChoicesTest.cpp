@@ -92,7 +92,7 @@ TEST_F(Choices, UnknownNamesAreRefused) {
   expectRefused("LogicalOperationWithImage", "logicalOperator=", "nor one of and, or, xor, nand, nor, nxor, andnot");
   for (std::string const text : {"plan", "plans,", ",plans", "plans, sequence", "plans,4", "plans;sequence"})
     expectRefused("IntensityExtrema", "analysisDimensions=" + text,
-                  "nor names with commas between them of none, plans, sequence, spectral");
+                  "nor comma-separated names of none, plans, sequence, spectral");
   expectRefused("Dilation2d", "neighborhood=2147483648", "out of range");
   expectRefused("Dilation2d", "numberOfIterations=cross", "not a number of type unsigned integer\n");
 }
