@@ -104,7 +104,7 @@ class Project:
                              if name.endswith(NAMING_SUFFIXES) and not re.match(r"tests/.*Test\.cpp", name)]
         self.words = FOREIGN.union(*(re.findall(r"\w+", tree.read(root, name)) for name in sources))
         # What functions of the Python package are told.
-        self.keywords = set(re.findall(r"(\w+): [^=\n]+ = ", "".join(
+        self.keywords = set(re.findall(r"(\w+): [^=\n,()]+ = ", "".join(
             tree.read(root, name) for name in self.names if name.startswith("python/qorn/"))))
         self.script_options = set().union(*(re.findall(r"--[\w-]+", tree.read(root, name)) for name in scripts))
         presets = json.loads(tree.read(root, "CMakePresets.json"))

@@ -88,6 +88,11 @@ def main():
                 found.append(f"{name}: the units of Core/private are those that {BODIES_LIST} gives to each plug-in")
         if lengths[name] > MAX_LINES and not name.startswith("tests/"):
             found.append(f"{name}: {lengths[name]} lines, more than {MAX_LINES}")
+    for name in tree.all_files(root):
+        if name.startswith("python/") and name.endswith((".py", ".pyi")):
+            lengths[name] = tree.read(root, name).count("\n")
+            if lengths[name] > MAX_LINES:
+                found.append(f"{name}: {lengths[name]} lines, more than {MAX_LINES}")
     found += listing_findings(root, [name for name in names if not name.startswith(CORE)])
     median = statistics.median(lengths.values())
     if median >= MAX_MEDIAN:

@@ -48,6 +48,7 @@ IN_SOURCES = [
     ("sources", "host/src/New.cpp", "int i;", "not listed"),
     ("sources", "cmake/Plugin.cmake", "file(GLOB sources *.cpp)", "not globbed"),
     ("sources", "host/src/New.h", "\n" * 501, "lines, more than"),
+    ("sources", "python/qorn/new.py", "\n" * 501, "lines, more than"),
     ("words", "README.md", "as the sp" "ec says", "README.md"),
     ("words", "docs/New.md", "see Part" " 3.1", "docs/New.md"),
     ("words", "tests/new.sh", "cd /wo" "rk/main", "tests/new.sh"),
