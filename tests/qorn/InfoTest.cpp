@@ -16,10 +16,7 @@ class Info : public ::testing::Test {
   Info() {
     writeFile(npy, makeNpy("<f4", "(2, 3, 4)", makeValues<float>(24)));
     writePng(png, 5, 6, 16, 0, std::string(60, 'x'));
-    TiffLayout layout;
-    layout.cols = 4;
-    layout.rows = 3;
-    layout.pages = 6;
+    TiffLayout layout = makeTiffLayout(4, 3, 6);
     layout.format = 2;
     layout.description = "{\"shape\": [3, 2, 3, 4]}";
     writeTiff(tiff, layout, std::string(72, 'x'));

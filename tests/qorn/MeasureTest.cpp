@@ -116,9 +116,7 @@ TEST_F(Measure, ReadsOtherFormats) {
   std::string const expected = "{\"minimum\": [[[" + std::to_string(*extrema.first) + "]]], \"maximum\": [[[" +
                                std::to_string(*extrema.second) + "]]]}\n";
   writePng(folder / "image.png", 16, 11, 16, 0, toBytes(values, true));
-  TiffLayout layout;
-  layout.cols = 16;
-  layout.rows = 11;
+  TiffLayout layout = makeTiffLayout(16, 11);
   layout.bits = 16;
   layout.mode = "wb";
   layout.compression = 5;

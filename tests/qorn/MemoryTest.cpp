@@ -94,10 +94,7 @@ TEST_F(Memory, ReadsAndWritesFormats) {
     inputs.push_back(isBigEndian ? "big.nii" : "little.nii");
     writeFile(folder / inputs.back(), start.getBytes() + toBytes(values, isBigEndian));
   }
-  TiffLayout layout;
-  layout.cols = 37;
-  layout.rows = 20;
-  layout.pages = 5;
+  TiffLayout layout = makeTiffLayout(37, 20, 5);
   layout.bits = 16;
   for (unsigned int const tile : {0u, 16u}) {
     for (char const* mode : {"wl", "wb", "w8"}) {
@@ -201,9 +198,7 @@ TEST_F(Memory, IsRefusedWhereItCannotBe) {
   expectFileFault(other, "Fortran order");
   writeFile(other, makeNpyHeader(makeNpyDictionary("<u2", "(3, 5, 7)")) + std::string(200, 'x'));
   expectFileFault(other, "declares 210 bytes");
-  TiffLayout layout;
-  layout.cols = 7;
-  layout.rows = 5;
+  TiffLayout layout = makeTiffLayout(7, 5);
   layout.compression = 8;
   writeTiff(folder / "packed.tif", layout, std::string(35, 'x'));
   expectFileFault(folder / "packed.tif", "compressed");

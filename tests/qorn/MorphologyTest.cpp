@@ -157,9 +157,7 @@ TEST_F(Morphology, FromAndToEveryFormat) {
   std::string const bytes = toBytes(applySteps(values, 30, 37, {false, 1}, 1));
   writeFile(folder / "input.npy", makeNpy("<u2", "(30, 37)", values));
   writePng(folder / "input.png", 37, 30, 16, 0, toBytes(values, true));
-  TiffLayout layout;
-  layout.cols = 37;
-  layout.rows = 30;
+  TiffLayout layout = makeTiffLayout(37, 30);
   layout.bits = 16;
   layout.mode = "wb";
   writeTiff(folder / "input.tif", layout, toBytes(values));

@@ -3,6 +3,7 @@
 
 #include "support/Files.h"
 #include "support/Nifti.h"
+#include "support/Pixels.h"
 #include "support/Reading.h"
 
 namespace {
@@ -32,14 +33,6 @@ class NiftiReader : public ::testing::Test {
   std::string packed = folder / "image.NII.gz";
 };
 
-/** Bytes of one type in the other byte order. */
-std::string swapped(std::string bytes, std::size_t voxelBytes) {
-  for (auto place = bytes.begin(); place != bytes.end(); place += static_cast<long>(voxelBytes)) {
-    std::reverse(place, place + static_cast<long>(voxelBytes));
-  }
-  return bytes;
-}
-
 TEST_F(NiftiReader, ReadsEveryTypeByteOrderAndRank) {
   struct Case {
     std::vector<int> sizes;
@@ -64,7 +57,7 @@ TEST_F(NiftiReader, ReadsEveryTypeByteOrderAndRank) {
           for (int const size : one.sizes) bytes *= static_cast<std::size_t>(size);
           std::string const voxels = toBytes(makeValues<unsigned char>(bytes));
           NiftiStart const start(one.sizes, cNiftiTypes[type], names.bits, isBigEndian);
-          std::string const file = start.getBytes() + (isBigEndian ? swapped(voxels, voxelBytes) : voxels);
+          std::string const file = start.getBytes() + (isBigEndian ? swapBytes(voxels, voxelBytes) : voxels);
           isPacked ? writeGzip(packed, file) : writeFile(path, file);
           auto const read = qorn::io::readImage(isPacked ? packed : path);
           EXPECT_EQ(read.header.format, std::string("nifti"));

@@ -74,9 +74,7 @@ TEST_F(Pictures, ExtremaAreTakenPerChannel) {
 
 TEST_F(Pictures, InfoNamesSamples) {
   writePng(png, 5, 2, 8, 2, std::string(30, 'x'));
-  TiffLayout layout;
-  layout.cols = 5;
-  layout.rows = 2;
+  TiffLayout layout = makeTiffLayout(5, 2);
   layout.samples = 3;
   layout.photometric = 0;
   layout.extra = {1, 0};
@@ -103,9 +101,7 @@ TEST_F(Pictures, InfoNamesSamples) {
 }
 
 TEST_F(Pictures, InfoNamesTheFirstOfManySamples) {
-  TiffLayout layout;
-  layout.cols = 1;
-  layout.rows = 1;
+  TiffLayout layout = makeTiffLayout(1, 1);
   layout.samples = 200;
   layout.extra = std::vector<unsigned short>(199, 0);
   writeTiff(tiff, layout, std::string(200, 'x'));
@@ -120,9 +116,7 @@ TEST_F(Pictures, MasksStayMasks) {
   std::string const bits = clearRest(makeNoise(random, 5 * 21), 37);
   std::string const voxels = toVoxels(bits, 37);
   writePng(png, 37, 21, 1, 0, bits);
-  TiffLayout layout;
-  layout.cols = 37;
-  layout.rows = 21;
+  TiffLayout layout = makeTiffLayout(37, 21);
   layout.bits = 1;
   layout.photometric = 0;
   writeTiff(tiff, layout, bits);

@@ -42,11 +42,7 @@ TEST_F(PngReader, RefusesTwoAndFourBits) {
 
 TEST_F(PngReader, RefusesEveryTruncation) {
   writePng(path, 13, 7, 8, 0, toBytes(makeValues<unsigned char>(13 * 7)));
-  std::string const bytes = readFile(path);
-  for (std::string::size_type length = 1; length < bytes.size(); ++length) {
-    writeFile(path, bytes.substr(0, length));
-    EXPECT_NE(getReadFault(path), "") << length;
-  }
+  expectCutsRefused(path);
 }
 
 TEST_F(PngReader, RefusesDamage) {

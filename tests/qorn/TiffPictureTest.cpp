@@ -105,11 +105,7 @@ TEST_F(TiffPicture, SamplesAreTheSpectralSeriesAndComeBack) {
 /** Strips and buffers are much smaller than such a page. */
 TEST_F(TiffPicture, LargePagesComeBack) {
   for (bool const isPlanar : {false, true}) {
-    TiffLayout layout;
-    layout.cols = 701;
-    layout.rows = 650;
-    layout.samples = 3;
-    layout.photometric = 2;
+    TiffLayout layout = makeRgbLayout(701, 650);
     layout.bits = 16;
     layout.isPlanar = isPlanar;
     std::string const voxels = makeNoise(random, 701 * 650 * 6);
@@ -121,9 +117,7 @@ TEST_F(TiffPicture, LargePagesComeBack) {
 }
 
 TEST_F(TiffPicture, SamplesThatAreNotDescribedAreUnknown) {
-  TiffLayout layout;
-  layout.cols = 5;
-  layout.rows = 4;
+  TiffLayout layout = makeTiffLayout(5, 4);
   layout.samples = 4;
   layout.photometric = 2;
   writeTiff(path, layout, makeNoise(random, 80));
@@ -182,12 +176,7 @@ TEST_F(TiffPicture, TheDescribedShapeCountsSamples) {
         Case{false, "[3]", {5, 4, 6, 1, 3}}, Case{true, "[4, 5]", {5, 4, 6, 1, 3}},
         Case{false, "[3, 3, 4, 5, 3]", {5, 4, 6, 1, 3}}}) {
     SCOPED_TRACE(expected.shape + std::string(expected.isPlanar ? " planar" : ""));
-    TiffLayout layout;
-    layout.cols = 5;
-    layout.rows = 4;
-    layout.pages = 6;
-    layout.samples = 3;
-    layout.photometric = 2;
+    TiffLayout layout = makeRgbLayout(5, 4, 6);
     layout.isPlanar = expected.isPlanar;
     layout.description = std::string("{\"shape\": ") + expected.shape + "}";
     std::string const voxels = makeNoise(random, 360);
@@ -199,23 +188,14 @@ TEST_F(TiffPicture, TheDescribedShapeCountsSamples) {
     EXPECT_EQ(qorn::io::readImageHeader(again).sizes, expected.sizes);
     EXPECT_TRUE(readTiff(again).voxels == voxels);
   }
-  TiffLayout layout;
-  layout.cols = 5;
-  layout.rows = 4;
-  layout.pages = 6;
-  layout.samples = 3;
-  layout.photometric = 2;
+  TiffLayout layout = makeRgbLayout(5, 4, 6);
   layout.description = "{\"shape\": [1, 1, 6, 4, 5, 3]}";
   writeTiff(path, layout, std::string(360, 'x'));
   expectHeaderFault(path, "6 dimensions");
 }
 
 TEST_F(TiffPicture, PagesOfOtherSamplesAreRefused) {
-  TiffLayout first;
-  first.cols = 5;
-  first.rows = 4;
-  first.samples = 3;
-  first.photometric = 2;
+  TiffLayout first = makeRgbLayout(5, 4);
   TiffLayout fewer = first;
   fewer.samples = 1;
   fewer.photometric = 1;
@@ -238,11 +218,7 @@ TEST_F(TiffPicture, PagesOfOtherSamplesAreRefused) {
 
 /** The ways to store samples may change from page to page. */
 TEST_F(TiffPicture, PagesMayBePlanarOrNot) {
-  TiffLayout layout;
-  layout.cols = 5;
-  layout.rows = 4;
-  layout.samples = 3;
-  layout.photometric = 2;
+  TiffLayout layout = makeRgbLayout(5, 4);
   std::string const first = makeNoise(random, 60);
   writeTiff(path, layout, first);
   layout.mode = "a";
@@ -257,10 +233,7 @@ TEST_F(TiffPicture, PagesMayBePlanarOrNot) {
 
 TEST_F(TiffPicture, DamageIsAnErrorOrAnImage) {
   for (int round = 0; round < 12; ++round) {
-    TiffLayout layout;
-    layout.cols = 19;
-    layout.rows = 17;
-    layout.pages = 2;
+    TiffLayout layout = makeTiffLayout(19, 17, 2);
     layout.tile = round % 2 == 0 ? 16 : 0;
     layout.compression = std::vector<int>{1, 5, 8}[static_cast<std::size_t>(round) % 3];
     layout.isPlanar = round % 4 < 2;
@@ -270,21 +243,13 @@ TEST_F(TiffPicture, DamageIsAnErrorOrAnImage) {
     layout.bits = round < 9 ? 8 : 1;
     SCOPED_TRACE(describe(layout));
     writeTiff(path, layout, makeNoise(random, 19 * 17 * 8));
-    std::string const bytes = readFile(path);
-    for (std::string::size_type length = 1; length < bytes.size(); length += 7) {
-      writeFile(path, bytes.substr(0, length));
-      EXPECT_NE(getReadFault(path), "") << length;
-    }
-    int nbRefused = 0;
-    for (int i = 0; i < 400; ++i) {
-      std::string damaged = bytes;
-      // Directories stand at the end of such files, and damage there is the worst.
-      damaged[bytes.size() - 1 - random() % std::min<std::size_t>(bytes.size(), 400)] = static_cast<char>(random());
-      damaged[random() % bytes.size()] = static_cast<char>(random());
-      writeFile(path, damaged);
-      nbRefused += getReadFault(path).empty() ? 0 : 1;
-    }
-    EXPECT_GT(nbRefused, 0);
+    expectCutsRefused(path, 7);
+    auto const damage = [this](std::string& bytes) {
+      // Directories are at the end of such files, and damage there is the worst.
+      bytes[bytes.size() - 1 - random() % std::min<std::size_t>(bytes.size(), 400)] = static_cast<char>(random());
+      bytes[random() % bytes.size()] = static_cast<char>(random());
+    };
+    EXPECT_GT(countRefused(path, 400, damage), 0);
   }
 }
 

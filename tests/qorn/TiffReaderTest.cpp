@@ -29,10 +29,7 @@ class TiffReader : public ::testing::Test {
 };
 
 TiffLayout makeLayout(TypeNames const& names, unsigned int pages) {
-  TiffLayout layout;
-  layout.cols = 37;
-  layout.rows = 20;
-  layout.pages = pages;
+  TiffLayout layout = makeTiffLayout(37, 20, pages);
   layout.bits = names.bits;
   layout.format = names.tiffFormat;
   return layout;
@@ -86,9 +83,7 @@ TEST_F(TiffReader, ReadsCompressedData) {
 
 TEST_F(TiffReader, ReadsDataThatCompressesWell) {
   for (int const compression : {5, 8, 32773}) {
-    TiffLayout layout;
-    layout.cols = 4000;
-    layout.rows = 4000;
+    TiffLayout layout = makeTiffLayout(4000, 4000);
     layout.stripRows = 4000;
     layout.compression = compression;
     std::string const voxels(16000000, '\0');

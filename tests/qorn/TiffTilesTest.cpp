@@ -46,9 +46,7 @@ TEST(TiffTiles, AreBoundByThePage) {
 TEST(TiffTiles, MayBeLargerThanThePage) {
   TempFolder folder;
   std::string const path = folder / "image.tif";
-  TiffLayout layout;
-  layout.cols = 3;
-  layout.rows = 2;
+  TiffLayout layout = makeTiffLayout(3, 2);
   layout.compression = 8;
   layout.tile = 1024;
   layout.bits = 64;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <random>
 #include <string>
 
@@ -38,9 +39,10 @@ inline std::string clearRest(std::string rows, unsigned long nbCols) {
   return rows;
 }
 
-/** Swaps the bytes of 16-bit numbers. */
-inline std::string swapPairs(std::string bytes) {
-  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) std::swap(bytes[i], bytes[i + 1]);
+/** Values of so many bytes in the other byte order. */
+inline std::string swapBytes(std::string bytes, std::size_t valueBytes) {
+  auto const step = static_cast<long>(valueBytes);
+  for (auto value = bytes.begin(); value != bytes.end(); value += step) std::reverse(value, value + step);
   return bytes;
 }
 

@@ -9,6 +9,7 @@
 #include "pxl/Image.h"
 #include "qorn/io/FileError.h"
 #include "qorn/io/ImageFile.h"
+#include "support/Files.h"
 
 namespace test {
 
@@ -40,11 +41,11 @@ inline std::string getVoxelBytes(pxl::Image const& image) {
   return std::string(static_cast<char const*>(image.getVoxels()), bytes);
 }
 
-/** The text of the error that reading this file raises, without the path; empty if there is none. */
-inline std::string getReadFault(std::string const& path,
-                                qorn::io::ReadOptions const& options = qorn::io::ReadOptions()) {
+/** The text of the error about this file that `act` raises, without the path; empty if there is none. */
+template <class Act>
+std::string getFileFault(std::string const& path, Act const& act) {
   try {
-    qorn::io::readImage(path, options);
+    act();
     return std::string();
   } catch (qorn::io::FileError const& error) {
     std::string const text = error.what();
@@ -53,10 +54,41 @@ inline std::string getReadFault(std::string const& path,
   }
 }
 
+/** That of reading it. */
+inline std::string getReadFault(std::string const& path,
+                                qorn::io::ReadOptions const& options = qorn::io::ReadOptions()) {
+  return getFileFault(path, [&] { qorn::io::readImage(path, options); });
+}
+
 /** Checks that a file is refused for this reason, both when only its header is read and when all of it is. */
 inline void expectHeaderFault(std::string const& path, std::string const& why) {
   EXPECT_NE(getReadFault(path).find(why), std::string::npos) << getReadFault(path) << " is to say: " << why;
   EXPECT_THROW(qorn::io::readImageHeader(path), qorn::io::FileError) << why;
+}
+
+/** Cuts a file to every `step`th length and expects that it is refused. */
+inline void expectCutsRefused(std::string const& path, std::string::size_type step = 1) {
+  std::string const bytes = readFile(path);
+  for (std::string::size_type length = 1; length < bytes.size(); length += step) {
+    writeFile(path, bytes.substr(0, length));
+    EXPECT_NE(getReadFault(path), "") << length << " of " << bytes.size();
+  }
+  writeFile(path, bytes);
+}
+
+/** How many of `count` files, each changed by `damage(bytes)`, are refused. Reading must end with an image or an
+ * error. */
+template <class Damage>
+int countRefused(std::string const& path, int count, Damage const& damage) {
+  std::string const bytes = readFile(path);
+  int nbRefused = 0;
+  for (int i = 0; i < count; ++i) {
+    std::string damaged = bytes;
+    damage(damaged);
+    writeFile(path, damaged);
+    if (!getReadFault(path).empty()) ++nbRefused;
+  }
+  return nbRefused;
 }
 
 }  // namespace test

@@ -25,6 +25,20 @@ struct TiffLayout {
   std::string description;
 };
 
+inline TiffLayout makeTiffLayout(unsigned int cols, unsigned int rows, unsigned int pages = 1) {
+  TiffLayout layout;
+  layout.cols = cols;
+  layout.rows = rows;
+  layout.pages = pages;
+  return layout;
+}
+inline TiffLayout makeRgbLayout(unsigned int cols, unsigned int rows, unsigned int pages = 1) {
+  TiffLayout layout = makeTiffLayout(cols, rows, pages);
+  layout.samples = 3;
+  layout.photometric = 2;
+  return layout;
+}
+
 /** Writes pages of native voxels, one page after the other, by libtiff; rows of bits begin at a byte. */
 void writeTiff(std::string const& path, TiffLayout const& layout, std::string const& voxels);
 

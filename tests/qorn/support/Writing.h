@@ -57,15 +57,10 @@ inline void saveImage(std::string const& path, TypeNames const& names, Shape con
 /** The text of the error that saving an image raises, without the path; empty if there is none. */
 inline std::string getSaveFault(std::string const& path, TypeNames const& names, Shape const& shape,
                                 qorn::io::OutputOptions const& options = {}) {
-  try {
-    saveImage(path, names, shape, makeVoxels(names, countVoxels(shape)), options);
-    return std::string();
-  } catch (qorn::io::FileError const& error) {
-    std::string const text = error.what();
-    EXPECT_EQ(text.rfind(path + ": ", 0), 0u) << text;
-    EXPECT_EQ(text.find(path, 1), std::string::npos) << "the path is told once: " << text;
-    return text.substr(std::min(text.size(), path.size() + 2));
-  }
+  std::string const text =
+      getFileFault(path, [&] { saveImage(path, names, shape, makeVoxels(names, countVoxels(shape)), options); });
+  EXPECT_EQ(text.find(path), std::string::npos) << "the path is told twice: " << text;
+  return text;
 }
 
 }  // namespace test
