@@ -1,11 +1,12 @@
 """Builds a mutant beside a build folder of the project, which is only read.
 
-Only the named units are compiled, and of the units that the plug-in and all tests share those that hold the mutated
+Only the named units are compiled, and of the units that plug-ins and all tests share those that hold the mutated
 file, from a private copy of the sources and without optimisation. Only the libraries and programs that hold them are
 linked, with everything else as the build folder has it. Tests are run with these libraries in place of the folder's
 own.
 """
 
+import glob
 import json
 import os
 import re
@@ -14,6 +15,7 @@ import shlex
 import shutil
 import signal
 import subprocess
+import threading
 import time
 
 import tree
@@ -21,12 +23,14 @@ import tree
 HERE = os.path.dirname(os.path.abspath(__file__))
 # Where the targets that a unit may belong to are built; of the two hosts the tests use the instrumented one.
 LIBRARIES = {"pxlworks_pxl_qorn": "lib/libpxlworks_pxl_qorn.so",
+             "pxlworks_pxl_elements": "lib/libpxlworks_pxl_elements.so",
              "pxlworks_pxl_instrumented": "instrumented/libpxlworks_pxl.so",
              "pxlworks_object_model": "lib/libpxlworks_object_model.so"}
-PLUGIN = "pxlworks_pxl_qorn"
-# Object libraries that the plug-in and every test program are linked with.
-SHARED = ("pxlworks_plugin_bodies", "pxlworks_qorn_passes")
+PLUGINS = ("pxlworks_pxl_qorn", "pxlworks_pxl_elements")
+# Object libraries that every test program is linked with, and the plug-ins that are, too.
+SHARED = {"pxlworks_plugin_bodies": PLUGINS, "pxlworks_qorn_passes": PLUGINS[:1]}
 MAX_BYTES = 8 << 30
+MAX_IDLE_SECONDS = 60
 
 
 class BudgetIsSpent(Exception):
@@ -37,21 +41,85 @@ class DoesNotBuild(Exception):
     pass
 
 
-def run_limited(command, folder, seconds, environment=None):
-    """(return code or None when the time was up, output)"""
+def start(command, folder, environment=None):
     def limit():
         resource.setrlimit(resource.RLIMIT_DATA, (MAX_BYTES, MAX_BYTES))
         resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
-    with subprocess.Popen(command, cwd=folder, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                          stderr=subprocess.STDOUT, text=True, errors="replace", start_new_session=True,
-                          preexec_fn=limit) as process:
+    return subprocess.Popen(command, cwd=folder, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                            stderr=subprocess.STDOUT, text=True, errors="replace", start_new_session=True,
+                            preexec_fn=limit)
+
+
+def run_limited(command, folder, seconds):
+    """(return code or None when the time was up, output)"""
+    with start(command, folder) as process:
         try:
             output, _ = process.communicate(timeout=max(seconds, 0.1))
             return process.returncode, output
         except subprocess.TimeoutExpired:
             os.killpg(process.pid, signal.SIGKILL)
             return None, process.communicate()[0]
+
+
+def cpu_seconds(session):
+    """What all processes of a session have used so far, those that have ended included."""
+    ticks = 0
+    for stat in glob.glob("/proc/[0-9]*/stat"):
+        try:
+            with open(stat, encoding="utf-8", errors="replace") as file:
+                fields = file.read().rpartition(")")[2].split()
+        except OSError:
+            continue
+        if fields[3] == str(session):
+            ticks += sum(int(field) for field in fields[11:15])
+    return ticks / os.sysconf("SC_CLK_TCK")
+
+
+class TestRun:
+    """A run of a test program. A test hangs when it uses too much processor time, or none for too long: other load on
+    the machine doesn't count. A test that sleeps now and then isn't idle."""
+
+    def __init__(self, command, folder, environment):
+        self.process = start(command, folder, environment)
+        self.lines = []
+        self.reader = threading.Thread(target=self.read)
+        self.reader.start()
+
+    def read(self):
+        for line in self.process.stdout:
+            self.lines.append(line)
+
+    def wait(self, max_seconds, seconds_left):
+        """The return code, or None when a test hangs."""
+        nb_lines = -1
+        try:
+            while self.reader.is_alive():
+                used, now = cpu_seconds(self.process.pid), time.monotonic()
+                if len(self.lines) != nb_lines:
+                    nb_lines, used_before, last_used, last_seen = len(self.lines), used, used, now
+                if used > last_used:
+                    last_used, last_seen = used, now
+                if used - used_before > max_seconds or now - last_seen > MAX_IDLE_SECONDS:
+                    return None
+                seconds_left()
+                self.reader.join(1)
+            return self.process.wait()
+        finally:
+            try:
+                os.killpg(self.process.pid, signal.SIGKILL)
+            except ProcessLookupError:
+                pass
+            self.process.wait()
+            self.reader.join()
+
+
+class Build:
+    """What was linked: {program: path}, and the environment in which the libraries are used."""
+
+    def __init__(self, programs, environment):
+        self.programs = programs
+        self.environment = environment
 
 
 class MutantBuild:
@@ -61,13 +129,12 @@ class MutantBuild:
         self.copy = os.path.join(work, "tree")
         self.work = work
         self.deadline = deadline
-        self.environment = {}
-        self.programs = {}
         self.units = {}
         self.read_units()
         self.shared = {}
         self.read_shared()
         self.compiler = compiler or shutil.which("clang++") or "c++"
+        self.launcher = self.find_launcher()
         self.redirect = os.path.join(work, "redirect.so")
         self.copy_tree()
         subprocess.run(["cc", "-shared", "-fPIC", os.path.join(HERE, "redirect.c"), "-o", self.redirect, "-ldl"],
@@ -98,6 +165,11 @@ class MutantBuild:
         if status != 0:
             raise DoesNotBuild(output)
 
+    def find_launcher(self):
+        """The compiler cache, if the folder is built with one."""
+        with open(os.path.join(self.build, "CMakeCache.txt"), encoding="utf-8") as file:
+            return re.findall(r"^CMAKE_CXX_COMPILER_LAUNCHER:\w+=(.+)$", file.read(), re.MULTILINE)
+
     def read_units(self):
         """{object: (target, source, words of its command)} of all objects that a mutation may be compiled into."""
         with open(os.path.join(self.build, "compile_commands.json"), encoding="utf-8") as file:
@@ -123,16 +195,27 @@ class MutantBuild:
                               stdout=subprocess.PIPE).stdout
 
     def objects_of(self, mutation):
-        """The objects to compile for a mutation."""
+        """The objects of a mutation's units, and those of shared units that hold the mutated file. A unit may belong
+        to a library and, once more, to a test program."""
         objects = []
+        holders = [*LIBRARIES, *SHARED, *(program for program, _ in mutation.tests)]
         for unit in mutation.units:
-            made = next((made for made, (_, source, _) in self.units.items()
-                         if source == os.path.join(self.root, unit)), None)
+            path = os.path.join(self.root, unit)
+            made = [made for made, (target, source, _) in self.units.items() if source == path and target in holders]
             if not made:
                 raise DoesNotBuild(f"{unit} belongs to no library or test program of {self.build}")
-            objects.append(made)
+            objects += made
         mutated = os.path.join(self.root, mutation.file)
-        return objects + [made for made, files in self.shared.items() if mutated in files and made not in objects]
+        shared = [made for made, files in self.shared.items() if mutated in files and made not in objects]
+        return objects, shared
+
+    def is_in_programs(self, replaced, programs):
+        return self.units[replaced][0] in [*SHARED, *programs]
+
+    def loads(self, program, plugin):
+        """Whether a program has been compiled with the plug-in's path."""
+        return any(target == program and LIBRARIES[plugin] in " ".join(words)
+                   for target, _, words in self.units.values())
 
     def compile(self, replaced):
         """Compiles an object's unit; gives the object made in its place."""
@@ -142,19 +225,20 @@ class MutantBuild:
         first = next(i for i, word in enumerate(words) if word.startswith("-"))
         options = [word.replace(self.root, self.copy) if word.startswith("-I") else word
                    for word in words[first:words.index("-o")]]
-        options = [word for word in options if not re.match(r"-O|-W|-fno-gnu-unique$", word)]
-        # words[:first - 1] is a compiler cache, if the folder is built with one.
-        self.call([*words[:first - 1], self.compiler, *options, "-O0", "-w", "-o", made, "-c",
+        # Precompiled headers are of the folder's compiler. Units include what they use.
+        options = [word for i, word in enumerate(options)
+                   if not re.match(r"-O|-W|-fno-gnu-unique$", word) and "cmake_pch" not in "".join(options[i:i + 2])]
+        self.call([*self.launcher, self.compiler, *options, "-O0", "-w", "-o", made, "-c",
                    source.replace(self.root, self.copy)])
         return made
 
-    def link(self, target, objects):
+    def link(self, target, objects, folder):
         """Links a target with objects in place of its own: {replaced: made}. Gives the path of what was made."""
         output = LIBRARIES.get(target, f"bin/{target}")
         lines = self.ninja("commands", output).strip().split("\n")
         command = next(part for part in lines[-1].split(" && ") if " -o " in part)
         words = shlex.split(command)
-        made = os.path.join(self.work, output)
+        made = os.path.join(folder, output)
         os.makedirs(os.path.dirname(made), exist_ok=True)
         words[words.index("-o") + 1] = made
         # The mutants come first: of functions that several objects have, the linker takes those of the first one.
@@ -164,39 +248,38 @@ class MutantBuild:
         self.call(words)
         return made
 
-    def make(self, objects, programs):
-        """Compiles, and links what holds the objects: libraries, and of test programs those named; raises
+    def make(self, objects, programs, folder):
+        """Compiles, and links what holds the objects: libraries, and of test programs those named. Raises
         DoesNotBuild."""
         targets = {}
         for replaced in objects:
             target, made = self.units[replaced][0], self.compile(replaced)
-            for holder in [PLUGIN, *programs] if target in SHARED else [target]:
+            plugins = [plugin for plugin in SHARED.get(target, ())
+                       if any(self.loads(program, plugin) for program in programs)]
+            for holder in [*plugins, *programs] if target in SHARED else [target]:
                 targets.setdefault(holder, {})[replaced] = made
-        self.environment = dict(os.environ)
-        preload = [self.redirect]
-        self.programs = {}
-        for target, objects in targets.items():
-            made = self.link(target, objects)
-            if target == PLUGIN:
-                self.environment["MUTANT_FROM"] = os.path.join(self.build, LIBRARIES[target])
-                self.environment["MUTANT_TO"] = made
+        preload, redirected, linked = [self.redirect], [], {}
+        for target, replacements in targets.items():
+            made = self.link(target, replacements, os.path.join(self.work, folder))
+            if target in PLUGINS:
+                redirected += [os.path.join(self.build, LIBRARIES[target]), made]
             elif target in LIBRARIES:
                 preload.append(made)
             else:
-                self.programs[target] = made
-        self.environment["LD_PRELOAD"] = ":".join(preload)
+                linked[target] = made
+        return Build(linked, {**os.environ, "LD_PRELOAD": ":".join(preload), "MUTANT_PATHS": ":".join(redirected)})
 
-    def run_test(self, program, pattern, seconds):
-        """(what failed, or "" when all passed; seconds)"""
-        path = self.programs.get(program, os.path.join(self.build, "bin", program))
-        begin = time.monotonic()
-        command = [path, f"--gtest_filter={pattern}", "--gtest_fail_fast", "--gtest_brief=1"]
-        status, output = run_limited(command, self.work, min(seconds, self.seconds_left()), self.environment)
-        took = time.monotonic() - begin
-        self.seconds_left()
+    def run_test(self, build, program, pattern, max_seconds):
+        """(the test that failed or "", what is to be said of it, or "" when all passed)"""
+        path = build.programs.get(program, os.path.join(self.build, "bin", program))
+        run = TestRun([path, f"--gtest_filter={pattern}", "--gtest_fail_fast"], self.work, build.environment)
+        status = run.wait(max_seconds, self.seconds_left)
+        output = "".join(run.lines)
         if status == 0:
-            return ("" if re.search(r"\[  PASSED  \] [1-9]", output) else f"no test of {program} {pattern}"), took
+            return "", "" if re.search(r"\[  PASSED  \] [1-9]", output) else f"no test of {program} {pattern}"
         failed = re.search(r"\[  FAILED  \] ([\w/]+\.[\w/]+)", output)
         if failed:
-            return failed.group(1), took
-        return (f"{program} hangs" if status is None else f"{program} ends with {status}"), took
+            return failed.group(1), failed.group(1)
+        begun = re.findall(r"\[ RUN      \] ([\w/]+\.[\w/]+)", output)
+        last = begun[-1] if begun else ""
+        return last, f"{last or program} {'hangs' if status is None else f'ends with {status}'}"

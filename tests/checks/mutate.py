@@ -21,9 +21,9 @@ import tree
 from mutant_build import BudgetIsSpent, DoesNotBuild, MutantBuild
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.realpath(__file__))))
-MIN_SECONDS = 30
-MAX_SLOWDOWN = 10
-MAX_CONTROL_SECONDS = 600
+MAX_SECONDS = 60
+# So many of the tests that failed most often are run first.
+NB_FIRST_TESTS = 5
 
 
 def parse_arguments():
@@ -36,66 +36,102 @@ def parse_arguments():
     parser.add_argument("--sample", type=int, metavar="N", help="so many, drawn at random")
     parser.add_argument("--seed", type=int, help="of the draw; default: another one each time")
     parser.add_argument("--budget", type=float, metavar="SECONDS", help="no more than that, for all of it")
+    parser.add_argument("--patience", type=float, default=MAX_SECONDS, metavar="SECONDS",
+                        help="a test that uses more processor time hangs")
+    parser.add_argument("--results", metavar="FILE", help="append to it: name, state, seconds, what was seen")
     parser.add_argument("--list", action="store_true", help="list the mutations and stop")
     parser.add_argument("--check", action="store_true", help="check that the lists fit the sources and stop")
     return parser.parse_args()
 
 
 class Controls:
-    """Whether tests pass without a mutation, with the same units compiled the same way, and how long they take. The
-    tests of all mutations of the same units are run at once; what is known is kept as long as no source changes."""
+    """Whether a test that fails with a mutation passes without it, with the same units compiled the same way. What is
+    known is kept as long as no source changes. So is what has failed with mutations."""
 
-    def __init__(self, builder, mutations):
+    def __init__(self, builder, max_seconds):
         self.builder = builder
-        self.mutations = mutations
+        self.max_seconds = max_seconds
         self.path = os.path.join(builder.work, "controls.json")
         digest = hashlib.sha256(builder.compiler.encode())
         for name in tree.source_files(builder.root):
             digest.update(name.encode() + b"\0" + tree.read(builder.root, name).encode() + b"\0")
-        self.state = {"sources": digest.hexdigest(), "results": {}}
+        self.state = {"sources": digest.hexdigest(), "results": {}, "failures": {}}
         if os.path.exists(self.path):
             with open(self.path, encoding="utf-8") as file:
                 known = json.load(file)
             if known["sources"] == self.state["sources"]:
                 self.state = known
 
-    def get(self, objects, tests):
-        """[(what failed, seconds), ...] for each of the tests"""
+    def get(self, objects, program, pattern):
+        """What is to be said of it, or "" when all passed."""
         results = self.state["results"].setdefault(" ".join(objects), {})
-        if any(" ".join(test) not in results for test in tests):
-            missing = {test for mutation in self.mutations if self.builder.objects_of(mutation) == objects
-                       for test in mutation.tests if " ".join(test) not in results}
-            self.builder.make(objects, sorted({program for program, _ in missing}))
-            for test in sorted(missing):
-                results[" ".join(test)] = self.builder.run_test(*test, MAX_CONTROL_SECONDS)
-            with open(self.path, "w", encoding="utf-8") as file:
-                json.dump(self.state, file)
-        return [results[" ".join(test)] for test in tests]
+        test = f"{program} {pattern}"
+        if test not in results:
+            build = self.builder.make(objects, [program], "control")
+            results[test] = self.builder.run_test(build, program, pattern, self.max_seconds)[1]
+            self.keep()
+        return results[test]
+
+    def keep(self):
+        with open(self.path, "w", encoding="utf-8") as file:
+            json.dump(self.state, file)
+
+    def add_failure(self, program, pattern, failed):
+        failures = self.state["failures"].setdefault(f"{program} {pattern}", {})
+        failures[failed] = failures.get(failed, 0) + 1
+        self.keep()
+
+    def first_tests(self, program, pattern):
+        """Those that failed most often, as a list of filters of one or none."""
+        failures = self.state["failures"].get(f"{program} {pattern}", {})
+        names = sorted(failures, key=failures.get, reverse=True)[:NB_FIRST_TESTS]
+        return [":".join(names)] if names else []
 
 
-def attempt(builder, controls, mutation):
+def run_tests(builder, build, controls, mutation, max_seconds):
+    """(program, test or filter, what is to be said of it) of the first that failed, or None"""
+    for program, everything in mutation.tests:
+        for pattern in [*controls.first_tests(program, everything), everything]:
+            test, failed = builder.run_test(build, program, pattern, max_seconds)
+            if failed:
+                if test:
+                    controls.add_failure(program, everything, test)
+                return program, test or pattern, failed
+    return None
+
+
+def stages_of(builder, mutation):
+    """The objects to compile, as lists to be tried one after the other. To compile all shared units takes long, and a
+    test mostly fails without them where the list names what the tests' programs are linked with."""
+    units, shared = builder.objects_of(mutation)
+    programs = [program for program, _ in mutation.tests]
+    everything = [units + shared]
+    is_linked = all(builder.is_in_programs(unit, programs) for unit in units)
+    return [units, *everything] if shared and is_linked else everything
+
+
+def attempt(builder, controls, mutation, max_seconds):
     """(state, what was seen)"""
-    try:
-        objects = builder.objects_of(mutation)
-        control = controls.get(objects, mutation.tests)
-    except DoesNotBuild as error:
-        return "broken", f"its units don't build without it: {error}"
-    for failed, _ in control:
-        if failed:
-            return "broken", f"fails without it: {failed}"
     text = tree.read(builder.root, mutation.file)
     try:
         builder.write(mutation.file, mutation.apply(text))
-        builder.make(objects, sorted({program for program, _ in mutation.tests}))
-        for test, (_, seconds) in zip(mutation.tests, control):
-            failed, _ = builder.run_test(*test, max(MIN_SECONDS, MAX_SLOWDOWN * seconds))
-            if failed:
-                return "killed", failed
+        for objects in stages_of(builder, mutation):
+            build = builder.make(objects, sorted({program for program, _ in mutation.tests}), "mutant")
+            failure = run_tests(builder, build, controls, mutation, max_seconds)
+            if failure:
+                break
     except DoesNotBuild as error:
         return "broken", f"does not compile:\n{error}"
     finally:
         builder.write(mutation.file, text)
-    return "survived", f"{mutation.survives and 'explained: '}{mutation.survives or mutation.why}"
+    if not failure:
+        return "survived", f"{mutation.survives and 'explained: '}{mutation.survives or mutation.why}"
+    program, test, seen = failure
+    try:
+        failed = controls.get(objects, program, test)
+    except DoesNotBuild as error:
+        return "broken", f"its units don't build without it: {error}"
+    return ("broken", f"fails without it: {failed}") if failed else ("killed", seen)
 
 
 def choose(arguments, mutations):
@@ -132,17 +168,25 @@ def run(arguments, mutations):
             print(f"{work} is in use")
             return 2
         builder = MutantBuild(arguments.root, arguments.build, work, arguments.compiler, deadline)
-        controls = Controls(builder, mutations)
+        controls = Controls(builder, arguments.patience)
         results = []
         try:
             for mutation in mutations:
                 begin = time.monotonic()
-                state, seen = attempt(builder, controls, mutation)
+                state, seen = attempt(builder, controls, mutation, arguments.patience)
                 results.append((mutation, state))
-                print(f"{state:8}  {mutation.name}  ({time.monotonic() - begin:.0f} s)  {seen}", flush=True)
+                report(arguments.results, state, mutation.name, time.monotonic() - begin, seen)
         except BudgetIsSpent:
             print(f"the budget of {arguments.budget:g} s is spent: {len(results)} of {len(mutations)} tried")
     return summarise(results)
+
+
+def report(results, state, name, seconds, seen):
+    print(f"{state:8}  {name}  ({seconds:.0f} s)  {seen}", flush=True)
+    if results:
+        line = seen.split("\n", maxsplit=1)[0]
+        with open(results, "a", encoding="utf-8") as file:
+            file.write(f"{name}\t{state}\t{seconds:.0f}\t{line}\n")
 
 
 def summarise(results):

@@ -1,6 +1,7 @@
 // DilationElement3d and ErosionElement3d against plain loops.
 #include <cmath>
 
+#include "elements/ElementRunner.h"
 #include "instrument/Recorder.h"
 #include "pxl/Exception.h"
 #include "support/Compositions.h"
@@ -83,6 +84,17 @@ TEST_F(ElementRunner, KeepsNoRowsThatAreBeyondTheImage) {
                            "box(1, 1, 3, 2000000000, 0, 1)", "box(1, 3, -2000000000, 1)", "box(1, 1, 2, 0, 0, -8)",
                            "box(2, 1, 1, 3, 0, 0)", "box(1, 2, 1, 0, 7, 0)", "box(70, 70, 35, 35)"})
     for (Way const& way : cPasses) EXPECT_TRUE(isPassRight(way, StructuringElement::parse(text), image)) << text;
+}
+
+// A box of 70 x 70 has 4900 offsets; each row of it is one run beyond the image on either side, or beyond it as a
+// whole.
+TEST_F(ElementRunner, FoldsWhatIsBeyondTheImageOnceInARow) {
+  auto const image = pxl::Image::New(pxl::cUnsignedInteger8, {9, 7, 3, 1, 1});
+  auto const limited =
+      pxl::morphology::limitOffsets(StructuringElement::parse("box(70, 70, 35, 35)").getOffsets(), *image);
+  // 13 rows with 17 columns each that lead to a voxel, and one offset between two rows, before the first, behind the
+  // last.
+  EXPECT_EQ(limited.size(), 13U * 17U + 14U);
 }
 
 TEST_F(ElementRunner, RefusesWhatHasNoList) {
