@@ -1,3 +1,4 @@
+#include <cxxabi.h>
 #include <dlfcn.h>
 
 #include <map>
@@ -31,6 +32,16 @@ constexpr char cRunnerOf2D[] =
 constexpr char cRunnerOf3D[] =
     "pxl::filtering::linear::FIRFilterSSE41Runner<pxl::filtering::linear::FiniteImpulseResponseFilter3D, "
     "pxl::filtering::linear::FIRFilterDispatcher<pxl::Filter3dTag, pxl::SimdVec::arch_128_tag> >";
+
+/** The class that the runner's derives from; for the FIR filters the one above that. */
+std::string getBaseOf(pxl::Runnable const& runner) {
+  auto const* const type = dynamic_cast<abi::__si_class_type_info const*>(&typeid(runner));
+  if (!type) return "none or several";
+  std::string const base = demangle(type->__base_type->name());
+  auto const* const shared = dynamic_cast<abi::__si_class_type_info const*>(type->__base_type);
+  bool const isFir = base.rfind("pxl::filtering::linear::AbstractFIRFilterRunner<", 0) == 0;
+  return isFir && shared ? demangle(shared->__base_type->name()) : base;
+}
 
 /** The runners that the shipped plug-in registers by now, by the names of their operators. */
 std::map<std::string, std::string> const cShipped{
@@ -80,6 +91,7 @@ class ShippedPlugin : public testing::Test {
       EXPECT_EQ(runner, trace[i + 1].object);
       EXPECT_EQ(demangle(typeid(*runner).name()), cShipped.at(name));
       EXPECT_EQ(runner->getOptimType(), 1);
+      EXPECT_EQ(getBaseOf(*runner), "pxl::Runnable") << name;
     }
   }
   void expectUnloaded(std::vector<Event> const& trace) {
