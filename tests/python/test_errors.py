@@ -107,7 +107,7 @@ CALLS: dict[str, tuple[type[Exception], str, Callable[[Any], Any]]] = {
     "no numbers": (ValueError, "no number", lambda out: qorn.extrema(np.full((2, 2), np.nan))),
     "per unknown": (ValueError, "per", lambda out: qorn.extrema(IMAGE, per="Z")),
     "per rows": (ValueError, "per", lambda out: qorn.extrema(IMAGE, per="Y")),
-    "operator": (ValueError, "no operator", lambda out: qorn.run("Dilation4d", IMAGE, out)),
+    "operator": (ValueError, "no operator", lambda out: qorn.run("Unknown", IMAGE, out)),
     "property": (ValueError, "no property", lambda out: qorn.run("Dilation2d", IMAGE, out, radius=1)),
     "value": (ValueError, "round", lambda out: qorn.run("Dilation2d", IMAGE, out, neighborhood="round")),
     "value's type": (TypeError, "integer", lambda out: qorn.run("Dilation2d", IMAGE, out, numberOfIterations="a")),
