@@ -46,8 +46,13 @@ class Trial {
   }
 
   bool isAccepted() {
-    return std::any_of(m_runners.begin(), m_runners.end(),
-                       [this](Runnable* runner) { return runner->isRunnable(m_copy.get()); });
+    return std::any_of(m_runners.begin(), m_runners.end(), [this](Runnable* runner) {
+      try {
+        return runner->isRunnable(m_copy.get());
+      } catch (std::exception const&) {
+        return false;  // it wants more of an image than a stand-in has
+      }
+    });
   }
 
   std::vector<PropertyBase*> const& getProperties() const { return m_copy->getProperties(); }
