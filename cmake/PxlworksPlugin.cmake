@@ -52,8 +52,8 @@ endfunction()
 
 # pxlworks_add_plugin(NAME sources... [COMPILE_OPTIONS options...])
 # Makes the target NAME, a library libNAME.so that exports nothing: the host takes note of its runners by their
-# constructors. Beside the host's libraries it is found by itself if NAME begins with pxlworks_pxl_. COMPILE_OPTIONS say
-# which processors it is for, such as -msse4.1, which vectors of 128 bits need; its runners have to ask for that.
+# constructors. Beside the host's libraries it is found by itself if NAME begins with pxlworks_pxl_. COMPILE_OPTIONS
+# select the instruction set. Vectors of 128 bits need -msse4.1. The runners must test that the processor has the set.
 function(pxlworks_add_plugin name)
   cmake_parse_arguments(PARSE_ARGV 1 plugin "" "" "COMPILE_OPTIONS")
   pxlworks_add_plugin_bodies(bodies ${plugin_COMPILE_OPTIONS})
