@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Core/private/Helper/InstructionSet.h"
 #include "Core/private/Helper/RunnerTests.h"
 #include "Core/private/Helper/safe_cast.h"
 #include "Core/private/TmplDispatch/Visitor1Args.h"
@@ -16,11 +17,11 @@ struct IntensityExtremaRule {
   using Argument = std::pair<IntensityExtrema*, algorithms::AbstractPrivateImplementation*>;
 
   static bool isRunnable(BaseAlgorithm* algorithm) {
-    if (!helper::hasSSE()) return false;
+    if (!helper::cSSE41.hasSSE()) return false;
     auto* const extrema = dynamic_cast<IntensityExtrema*>(algorithm);
     VoxelTypes const type = extrema->inputImage.get()->getVoxelType();
     bool const isSmallInteger = helper::isIntegerVoxelType(type) && helper::getSizeOf(type) <= 4;
-    return (isSmallInteger || helper::isRealVoxelType(type)) && helper::hasSSE41Level();
+    return (isSmallInteger || helper::isRealVoxelType(type)) && helper::cSSE41.hasLevel();
   }
 
   static void dispatch(Argument argument) {

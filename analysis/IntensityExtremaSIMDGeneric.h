@@ -32,40 +32,45 @@ struct IntensityExtremaSIMDGeneric {
   void run(access::Block3d const& block, Filter& filter) {
     // No voxel can extend a full range, so the block needn't be read.
     if (minimum == lowest && maximum == highest) return;
+    using Vec = SimdVec::Simd<T, typename Filter::ArchType>;
+    constexpr long L = Vec::cNbLanes;
     access::IteratorPixelInput<typename Filter::ViewType, L> input(filter.getInput(), access::OverlapBorder());
     input.init(block, true);
     auto low = Vec::load(input.current);
     auto high = low;
     input.advance();
-    walkRows(input, [&low, &high](T const* voxels, long nbVoxels) { scan(voxels, voxels + nbVoxels, low, high); });
-    SimdVec::forEachLane<T>(low, high, [this](T lowLane, T highLane) { take(lowLane, highLane); });
+    walkRows(input,
+             [&low, &high](T const* voxels, long nbVoxels) { scan<Vec>(voxels, voxels + nbVoxels, low, high); });
+    SimdVec::forEachLane<Vec>(low, high, [this](T lowLane, T highLane) { take(lowLane, highLane); });
   }
 
  private:
-  using Vec = SimdVec::Simd<T>;
-  using Vector = typename Vec::Vector;
-  static constexpr long L = SimdVec::Simd<T>::cNbLanes;
+  template <class Vec>
+  using VectorOf = typename Vec::Vector;
 
   // Not inlined: the compiler would spill the accumulators around the calls that fetch rows, at several times the
   // cost.
-  [[gnu::noinline]] static void scan(T const* voxels, T const* end, Vector& low, Vector& high) {
+  template <class Vec>
+  [[gnu::noinline]] static void scan(T const* voxels, T const* end, VectorOf<Vec>& low, VectorOf<Vec>& high) {
+    constexpr long L = Vec::cNbLanes;
     T const* const endOfFours = voxels + (end - voxels) / (4 * L) * (4 * L);
-    Vector lowInRow = low;
-    Vector highInRow = high;
-    if (!scanFours(voxels, endOfFours, lowInRow, highInRow)) {
+    auto lowInRow = low;
+    auto highInRow = high;
+    if (!scanFours<Vec>(voxels, endOfFours, lowInRow, highInRow)) {
       lowInRow = low;
       highInRow = high;
-      scanInOrder(voxels, endOfFours, lowInRow, highInRow);
+      scanInOrder<Vec>(voxels, endOfFours, lowInRow, highInRow);
     }
-    scanInOrder(endOfFours, end, lowInRow, highInRow);
+    scanInOrder<Vec>(endOfFours, end, lowInRow, highInRow);
     low = lowInRow;
     high = highInRow;
   }
 
   // The accumulators are the first operands, so that a NaN resets them: the second operand wins.
-  static void scanInOrder(T const* voxels, T const* end, Vector& low, Vector& high) {
-    for (; voxels != end; voxels += L) {
-      Vector const v = Vec::load(voxels);
+  template <class Vec>
+  static void scanInOrder(T const* voxels, T const* end, VectorOf<Vec>& low, VectorOf<Vec>& high) {
+    for (; voxels != end; voxels += Vec::cNbLanes) {
+      auto const v = Vec::load(voxels);
       low = Vec::min(low, v);
       high = Vec::max(high, v);
     }
@@ -73,18 +78,20 @@ struct IntensityExtremaSIMDGeneric {
 
   // Four independent accumulators. Without NaN the bits are the same: of equal values the later one wins in either
   // order. Returns false if there may have been a NaN, which shows in the sum of the voxels.
-  static bool scanFours(T const* voxels, T const* end, Vector& low, Vector& high) {
-    [[maybe_unused]] Vector sum = Vec::broadcast(0);
+  template <class Vec>
+  static bool scanFours(T const* voxels, T const* end, VectorOf<Vec>& low, VectorOf<Vec>& high) {
+    constexpr long L = Vec::cNbLanes;
+    [[maybe_unused]] auto sum = Vec::broadcast(0);
     for (; voxels != end; voxels += 4 * L) {
-      Vector const v0 = Vec::load(voxels), v1 = Vec::load(voxels + L);
-      Vector const v2 = Vec::load(voxels + 2 * L), v3 = Vec::load(voxels + 3 * L);
+      auto const v0 = Vec::load(voxels), v1 = Vec::load(voxels + L);
+      auto const v2 = Vec::load(voxels + 2 * L), v3 = Vec::load(voxels + 3 * L);
       low = Vec::min(low, Vec::min(Vec::min(v0, v1), Vec::min(v2, v3)));
       high = Vec::max(high, Vec::max(Vec::max(v0, v1), Vec::max(v2, v3)));
       if constexpr (!std::is_integral_v<T>) sum = Vec::add(sum, Vec::add(Vec::add(v0, v1), Vec::add(v2, v3)));
     }
     bool isNumber = true;
     if constexpr (!std::is_integral_v<T>)
-      SimdVec::forEachLane<T>(sum, sum, [&isNumber](T lane, T) { isNumber = isNumber && lane == lane; });
+      SimdVec::forEachLane<Vec>(sum, sum, [&isNumber](T lane, T) { isNumber = isNumber && lane == lane; });
     return isNumber;
   }
 };

@@ -2,13 +2,16 @@
 
 #include "Core/private/Filters/ImageToQuantificationFilter.h"
 #include "Core/private/Helper/AutoRegisterRunnable.h"
-#include "Core/private/Helper/SSE41Runner.h"
+#include "Core/private/Helper/InstructionSet.h"
 #include "analysis/IntensityExtremaRule.h"
 #include "analysis/IntensityExtremaSIMDGeneric.h"
 
 namespace pxl::analysis {
 
 struct IntensityExtremaSSEDispatcher {
+  template <class T>
+  using Filter = ImageToQuantificationFilter3d<T, SimdVec::arch_128_tag, IntensityExtremaSIMDGeneric<T>>;
+
   template <class T>
   static void run(std::pair<IntensityExtrema*, algorithms::AbstractPrivateImplementation*> argument) {
     IntensityExtremaMsr* const measure = argument.first->outputMeasure;
@@ -34,11 +37,10 @@ struct IntensityExtremaSSEDispatcher {
       for (unsigned long i1 = 0; i1 < cells[1]; ++i1)
         for (unsigned long i2 = 0; i2 < cells[2]; ++i2) {
           IntensityExtremaSIMDGeneric<T> extrema;
-          ImageToQuantificationFilter3d<T, SimdVec::arch_128_tag, IntensityExtremaSIMDGeneric<T>> filter(nullptr,
-                                                                                                         &extrema);
+          Filter<T> filter(nullptr, &extrema);
           ImageModelSizeProxy const part(image, 0, n[cColumns], 0, n[cRows], i0, nbPlans, i1, nbSequence, i2,
                                          nbSpectral);
-          auto const view = access::View<T>::New(&part, access::ContinueBorderCondition<T>::New());
+          auto const view = Filter<T>::ViewType::New(&part, access::ContinueBorderCondition<T>::New());
           filter.setInput(view);
           filter.setProcessingRegion(view->getLargestPossibleRegion());
           argument.second->runChildAlgo(&filter);
@@ -64,7 +66,7 @@ class IntensityExtremaSSEPrivateImpl final : public algorithms::AbstractPrivateI
   IntensityExtrema* m_algorithm;
 };
 
-class IntensityExtremaSSERunner final : public helper::SSE41Runner {
+class IntensityExtremaSSERunner final : public helper::RunnerFor<helper::cSSE41> {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     IntensityExtremaSSEPrivateImpl(helper::safe_cast<IntensityExtrema*>(algorithm)).run();

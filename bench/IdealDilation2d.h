@@ -45,7 +45,7 @@ class IdealDilation2d {
   }
 
  private:
-  using Vec = pxl::SimdVec::Simd<T>;
+  using Vec = pxl::SimdVec::Simd<T, pxl::SimdVec::arch_128_tag>;
   static constexpr long L = Vec::cNbLanes;
   using Buffer = std::vector<T, pxl::SimdVec::AlignedAllocator<T, 16>>;
 

@@ -50,7 +50,7 @@ class IdealDilation3d {
   }
 
  private:
-  using Vec = pxl::SimdVec::Simd<T>;
+  using Vec = pxl::SimdVec::Simd<T, pxl::SimdVec::arch_128_tag>;
   using Vector = typename Vec::Vector;
   static constexpr long L = Vec::cNbLanes;
   using Buffer = std::vector<T, pxl::SimdVec::AlignedAllocator<T, 16>>;

@@ -54,7 +54,7 @@ class IdealFir {
 
  private:
   using R = Real<T>;
-  using Vec = pxl::SimdVec::Simd<R>;
+  using Vec = pxl::SimdVec::Simd<R, pxl::SimdVec::arch_128_tag>;
   static constexpr long L = Vec::cNbLanes;
   using Buffer = std::vector<R, pxl::SimdVec::AlignedAllocator<R, 16>>;
   using Pointers = std::vector<R const*>;

@@ -44,7 +44,7 @@ class IdealList {
   }
 
  private:
-  using Vec = pxl::SimdVec::Simd<T>;
+  using Vec = pxl::SimdVec::Simd<T, pxl::SimdVec::arch_128_tag>;
   static constexpr long L = Vec::cNbLanes;
   using Buffer = std::vector<T, pxl::SimdVec::AlignedAllocator<T, 16>>;
   static constexpr T cLowest = std::numeric_limits<T>::lowest();

@@ -62,7 +62,7 @@ class IdealScan {
   }
 
  private:
-  using Vec = pxl::SimdVec::Simd<T>;
+  using Vec = pxl::SimdVec::Simd<T, pxl::SimdVec::arch_128_tag>;
   struct Extrema {
     T low = std::numeric_limits<T>::max();
     T high = std::numeric_limits<T>::lowest();
@@ -80,7 +80,7 @@ class IdealScan {
       }
     low[0] = Vec::min(Vec::min(low[0], low[1]), Vec::min(low[2], low[3]));
     high[0] = Vec::max(Vec::max(high[0], high[1]), Vec::max(high[2], high[3]));
-    pxl::SimdVec::forEachLane<T>(low[0], high[0], [&extrema](T lowLane, T highLane) {
+    pxl::SimdVec::forEachLane<Vec>(low[0], high[0], [&extrema](T lowLane, T highLane) {
       if (lowLane < extrema.low) extrema.low = lowLane;
       if (highLane > extrema.high) extrema.high = highLane;
     });

@@ -90,7 +90,7 @@ class IdealXor {
   }
 
  private:
-  using Vec = pxl::SimdVec::Simd<T>;
+  using Vec = pxl::SimdVec::Simd<T, pxl::SimdVec::arch_128_tag>;
   static constexpr long L = Vec::cNbLanes;
   static constexpr bool cHasCopies = cRows != Rows::cDirect;
   using Buffer = std::vector<T, pxl::SimdVec::AlignedAllocator<T, 16>>;

@@ -1,13 +1,17 @@
 # The plug-ins.
 include(cmake/PxlworksPlugin.cmake)
 
+# Vectors of 128 bits: SSE4.1 and nothing above.
+set(PXLWORKS_SSE41_OPTIONS -msse4.1)
+pxlworks_add_plugin_bodies(PXLWORKS_SSE41_BODIES ${PXLWORKS_SSE41_OPTIONS})
+
 # What several operators share, compiled once; the tests of kernels are linked with it too.
 add_library(pxlworks_qorn_passes OBJECT
   morphology/Passes2d.cpp
   morphology/Passes3d.cpp
   morphology/RowMemos.cpp
   morphology/RunOnOffsets.cpp)
-pxlworks_compile_as_plugin(pxlworks_qorn_passes)
+pxlworks_compile_as_plugin(pxlworks_qorn_passes ${PXLWORKS_SSE41_OPTIONS})
 
 pxlworks_add_plugin(pxlworks_pxl_qorn
   $<TARGET_OBJECTS:pxlworks_qorn_passes>
@@ -29,12 +33,14 @@ pxlworks_add_plugin(pxlworks_pxl_qorn
   morphology/ErosionDisk2d_SSE41.cpp
   morphology/ErosionDisk3d_SSE41.cpp
   morphology/ErosionLine2d_SSE41.cpp
-  morphology/ErosionLine3d_SSE41.cpp)
+  morphology/ErosionLine3d_SSE41.cpp
+  COMPILE_OPTIONS ${PXLWORKS_SSE41_OPTIONS})
 
 # The operators beyond those of the first one.
 pxlworks_add_plugin(pxlworks_pxl_elements
   elements/DilationElement3d_SSE41.cpp
-  elements/ErosionElement3d_SSE41.cpp)
+  elements/ErosionElement3d_SSE41.cpp
+  COMPILE_OPTIONS ${PXLWORKS_SSE41_OPTIONS})
 
 # The same operators by programs of folds on wide vectors. Units with kernels are compiled once for each target within
 # one object: Highway's lowest is that of SSE4.2 here, and none may use fused multiply-adds.
@@ -60,8 +66,10 @@ pxlworks_add_plugin(pxlworks_pxl_wide
   wide/TileCut.cpp
   wide/TileLayout.cpp
   wide/TileRun.cpp
-  wide/Windows.cpp)
-foreach(target pxlworks_pxl_qorn pxlworks_qorn_passes pxlworks_pxl_elements pxlworks_pxl_wide pxlworks_plugin_bodies)
+  wide/Windows.cpp
+  COMPILE_OPTIONS ${PXLWORKS_SSE41_OPTIONS})
+foreach(target pxlworks_pxl_qorn pxlworks_qorn_passes pxlworks_pxl_elements pxlworks_pxl_wide
+    ${PXLWORKS_SSE41_BODIES})
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
   target_link_libraries(${target} PRIVATE pxlworks_warnings)
 endforeach()

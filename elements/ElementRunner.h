@@ -35,7 +35,7 @@ struct ElementDispatcher {
   static void run(Algo* algorithm) {
     ElementFoldSimd<Functor> kernel(
         limitOffsets(algorithm->element.get().getOffsets(), *algorithm->inputImage.get()));
-    runRecursive<Filter3dTag, Functor, T>(algorithm, kernel, 1);
+    runRecursive<Filter3dTag, SimdVec::arch_128_tag, Functor, T>(algorithm, kernel, 1);
   }
 };
 

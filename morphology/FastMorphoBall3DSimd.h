@@ -31,14 +31,14 @@ void FastMorphoBall3DSimd(BaseAlgorithm* algorithm, ImageModel const* input, uns
   parent.setNumberOfSteps(1UL + (nbFaces != 0) + (nbEdges != 0));
   if (nbFaces != 0) {
     FacesKernel<Functor> faces;
-    runStage<Filter3dTag, Functor, T>(parent, faces, input, output, nbFaces);
+    runStage<Filter3dTag, Arch, Functor, T>(parent, faces, input, output, nbFaces);
   }
   if (nbEdges != 0) {
     EdgesKernel<Functor> edges;
-    runStage<Filter3dTag, Functor, T>(parent, edges, nbFaces != 0 ? output : input, output, nbEdges);
+    runStage<Filter3dTag, Arch, Functor, T>(parent, edges, nbFaces != 0 ? output : input, output, nbEdges);
   }
   Neighborhood26PlansReductionSimd<Functor, T, Arch> cube;
-  runStage<Filter3dTag, Functor, T>(parent, cube, nbFaces > 0 || nbEdges > 0 ? output : input, output, nbCubes);
+  runStage<Filter3dTag, Arch, Functor, T>(parent, cube, nbFaces > 0 || nbEdges > 0 ? output : input, output, nbCubes);
 }
 
 }  // namespace pxl::morphology::details

@@ -19,10 +19,10 @@ void FastMorphoDisk2DSimd(BaseAlgorithm* algorithm, ImageModel const* input, uns
   parent.setNumberOfSteps(nbSquares != 0 ? 2 : 1);
   if (nbSquares != 0) {
     Neighborhood8ColumnsReductionSimd<Functor, T, Arch> square;
-    runStage<Filter2dTag, Functor, T>(parent, square, input, output, nbSquares);
+    runStage<Filter2dTag, Arch, Functor, T>(parent, square, input, output, nbSquares);
   }
   CrossKernel<Functor> cross;
-  runStage<Filter2dTag, Functor, T>(parent, cross, nbSquares != 0 ? output : input, output, radius - nbSquares);
+  runStage<Filter2dTag, Arch, Functor, T>(parent, cross, nbSquares != 0 ? output : input, output, radius - nbSquares);
 }
 
 }  // namespace pxl::morphology::details

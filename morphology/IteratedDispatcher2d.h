@@ -12,10 +12,10 @@ struct IteratedDispatcher2d {
   static void run(Algo* algorithm) {
     if (algorithm->neighborhood == cCross) {
       CrossKernel<Functor> cross;
-      runRecursive<Filter2dTag, Functor, T>(algorithm, cross, algorithm->numberOfIterations);
+      runRecursive<Filter2dTag, SimdVec::arch_128_tag, Functor, T>(algorithm, cross, algorithm->numberOfIterations);
     } else {
       SquareKernel<Functor, T> square;
-      runRecursive<Filter2dTag, Functor, T>(algorithm, square, algorithm->numberOfIterations);
+      runRecursive<Filter2dTag, SimdVec::arch_128_tag, Functor, T>(algorithm, square, algorithm->numberOfIterations);
     }
   }
 };

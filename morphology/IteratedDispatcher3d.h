@@ -13,15 +13,18 @@ struct IteratedDispatcher3d {
     switch (algorithm->neighborhood.get()) {
       case cFaces: {
         FacesKernel<Functor> faces;
-        return runRecursive<Filter3dTag, Functor, T>(algorithm, faces, algorithm->numberOfIterations);
+        return runRecursive<Filter3dTag, SimdVec::arch_128_tag, Functor, T>(algorithm, faces,
+                                                                            algorithm->numberOfIterations);
       }
       case cEdges: {
         EdgesKernel<Functor> edges;
-        return runRecursive<Filter3dTag, Functor, T>(algorithm, edges, algorithm->numberOfIterations);
+        return runRecursive<Filter3dTag, SimdVec::arch_128_tag, Functor, T>(algorithm, edges,
+                                                                            algorithm->numberOfIterations);
       }
       default: {
         CubeKernel<Functor, T> cube;
-        return runRecursive<Filter3dTag, Functor, T>(algorithm, cube, algorithm->numberOfIterations);
+        return runRecursive<Filter3dTag, SimdVec::arch_128_tag, Functor, T>(algorithm, cube,
+                                                                            algorithm->numberOfIterations);
       }
     }
   }

@@ -19,7 +19,7 @@ namespace pxl::morphology {
  * within a plan, which is not written then.
  */
 template <class Functor, class T, class Arch>
-class Neighborhood26PlansReductionSimd : public RowMemos<T> {
+class Neighborhood26PlansReductionSimd : public RowMemos<T, Arch> {
  public:
   template <class In, class Out>
   void run(access::Block3d const& block, PassContext<In, Out, Arch>& context) const {
@@ -66,7 +66,7 @@ class Neighborhood26PlansReductionSimd : public RowMemos<T> {
   }
 
  private:
-  using Vec = SimdVec::Simd<T>;
+  using Vec = SimdVec::Simd<T, Arch>;
   static constexpr long L = Vec::cNbLanes;
 
   /** One row of each of the three plans, from one column before the block. */
@@ -77,7 +77,7 @@ class Neighborhood26PlansReductionSimd : public RowMemos<T> {
   };
 
   static typename Vec::Vector fold(typename Vec::Vector v, T const* voxels) {
-    return Functor::template apply<T>(v, Vec::load(voxels));
+    return Functor::template apply<Vec>(v, Vec::load(voxels));
   }
   static typename Vec::Vector reduceNine(T const* before, T const* current, T const* after) {
     auto v = fold(fold(Vec::load(before), before + 1), before + 2);
@@ -102,8 +102,8 @@ class Neighborhood26PlansReductionSimd : public RowMemos<T> {
 #pragma GCC unroll 2
     for (long col = 0; col < width; col += L) {
       auto const reduced = reduceNine(before + col, current + col, after + col);
-      auto const v = Functor::template apply<T>(Vec::load(older + col), Vec::load(newer + col));
-      Vec::store(out + col, Functor::template apply<T>(v, reduced));
+      auto const v = Functor::template apply<Vec>(Vec::load(older + col), Vec::load(newer + col));
+      Vec::store(out + col, Functor::template apply<Vec>(v, reduced));
       Vec::store(older + col, reduced);
     }
   }

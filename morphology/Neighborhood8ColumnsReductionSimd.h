@@ -14,7 +14,7 @@ namespace pxl::morphology {
  * three loads from the source, two from the memos and four operations, instead of nine loads and eight operations.
  */
 template <class Functor, class T, class Arch>
-class Neighborhood8ColumnsReductionSimd : public RowMemos<T> {
+class Neighborhood8ColumnsReductionSimd : public RowMemos<T, Arch> {
  public:
   template <class In, class Out>
   void run(access::Block2d const& block, PassContext<In, Out, Arch>& context) const {
@@ -46,12 +46,12 @@ class Neighborhood8ColumnsReductionSimd : public RowMemos<T> {
   }
 
  private:
-  using Vec = SimdVec::Simd<T>;
+  using Vec = SimdVec::Simd<T, Arch>;
   static constexpr long L = Vec::cNbLanes;
 
   static typename Vec::Vector reduce(T const* row) {
-    auto const v = Functor::template apply<T>(Vec::load(row), Vec::load(row + 1));
-    return Functor::template apply<T>(v, Vec::load(row + 2));
+    auto const v = Functor::template apply<Vec>(Vec::load(row), Vec::load(row + 1));
+    return Functor::template apply<Vec>(v, Vec::load(row + 2));
   }
 
   [[gnu::noinline]] static void reduce(T const* __restrict row, T* __restrict memo, long width) {
@@ -65,8 +65,8 @@ class Neighborhood8ColumnsReductionSimd : public RowMemos<T> {
 #pragma GCC unroll 4
     for (long col = 0; col < width; col += L) {
       auto const reduced = reduce(row + col);
-      auto const v = Functor::template apply<T>(Vec::load(older + col), Vec::load(newer + col));
-      Vec::store(out + col, Functor::template apply<T>(v, reduced));
+      auto const v = Functor::template apply<Vec>(Vec::load(older + col), Vec::load(newer + col));
+      Vec::store(out + col, Functor::template apply<Vec>(v, reduced));
       Vec::store(older + col, reduced);
     }
   }

@@ -10,9 +10,9 @@ namespace pxl::morphology {
 template <class Functor, class T>
 using SquareKernel = Neighborhood8ColumnsReductionSimd<Functor, T, SimdVec::arch_128_tag>;
 
-#define PXL_PASSES_2D(EXTERN, Functor, T)                                                 \
-  EXTERN template struct MorphologyFilter<Filter2dTag, Functor, T, CrossKernel<Functor>>; \
-  EXTERN template struct MorphologyFilter<Filter2dTag, Functor, T, SquareKernel<Functor, T>>;
+#define PXL_PASSES_2D(EXTERN, Functor, T)                                                                        \
+  EXTERN template struct MorphologyFilter<Filter2dTag, SimdVec::arch_128_tag, Functor, T, CrossKernel<Functor>>; \
+  EXTERN template struct MorphologyFilter<Filter2dTag, SimdVec::arch_128_tag, Functor, T, SquareKernel<Functor, T>>;
 #define PXL_COMPILED_ONCE(T)                         \
   PXL_PASSES_2D(extern, details::DilationFunctor, T) \
   PXL_PASSES_2D(extern, details::ErosionFunctor, T)

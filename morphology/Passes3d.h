@@ -10,10 +10,10 @@ namespace pxl::morphology {
 template <class Functor, class T>
 using CubeKernel = Neighborhood26PlansReductionSimd<Functor, T, SimdVec::arch_128_tag>;
 
-#define PXL_PASSES_3D(EXTERN, Functor, T)                                                 \
-  EXTERN template struct MorphologyFilter<Filter3dTag, Functor, T, FacesKernel<Functor>>; \
-  EXTERN template struct MorphologyFilter<Filter3dTag, Functor, T, EdgesKernel<Functor>>; \
-  EXTERN template struct MorphologyFilter<Filter3dTag, Functor, T, CubeKernel<Functor, T>>;
+#define PXL_PASSES_3D(EXTERN, Functor, T)                                                                        \
+  EXTERN template struct MorphologyFilter<Filter3dTag, SimdVec::arch_128_tag, Functor, T, FacesKernel<Functor>>; \
+  EXTERN template struct MorphologyFilter<Filter3dTag, SimdVec::arch_128_tag, Functor, T, EdgesKernel<Functor>>; \
+  EXTERN template struct MorphologyFilter<Filter3dTag, SimdVec::arch_128_tag, Functor, T, CubeKernel<Functor, T>>;
 #define PXL_COMPILED_ONCE(T)                         \
   PXL_PASSES_3D(extern, details::DilationFunctor, T) \
   PXL_PASSES_3D(extern, details::ErosionFunctor, T)

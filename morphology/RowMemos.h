@@ -6,15 +6,15 @@
 #include <memory>
 #include <vector>
 
-#include "Core/private/Access/simd/AlignedAllocator.h"
+#include "Core/private/Access/simd/SimdVec.h"
 #include "pxl/VoxelTypes.h"
 
 namespace pxl::morphology {
 
 /** Two thread-local rows of reduced voxels, which live as long as their kernel; they only grow. */
-template <class T>
+template <class T, class Arch>
 struct RowMemos {
-  using Memo = std::vector<T, SimdVec::AlignedAllocator<T, 16>>;
+  using Memo = std::vector<T, SimdVec::RowAllocator<T, Arch>>;
   using Memos = tbb::enumerable_thread_specific<Memo, tbb::cache_aligned_allocator<Memo>, tbb::ets_no_key>;
   struct Pair {
     T* older;
@@ -45,10 +45,12 @@ struct PlanStarts {
   std::shared_ptr<OfThreads> starts;
 };
 
-#define PXL_COMPILED_ONCE(T)          \
-  extern template struct RowMemos<T>; \
+#define PXL_COMPILED_ONCE(T)                                 \
+  extern template struct RowMemos<T, SimdVec::arch_128_tag>; \
   extern template struct PlanStarts<T>;
 PXL_FOR_EACH_VOXEL_TYPE(PXL_COMPILED_ONCE)
 #undef PXL_COMPILED_ONCE
 
 }  // namespace pxl::morphology
+
+#include "morphology/RowMemos.impl"

@@ -13,20 +13,20 @@ namespace pxl::morphology {
 template <class Functor, class T, class Algo>
 void runOnOffsets(Algo* algorithm, std::vector<kernel::Offset2D> offsets) {
   ListKernel2d<Functor> element(std::move(offsets));
-  runRecursive<Filter2dTag, Functor, T>(algorithm, element, 1);
+  runRecursive<Filter2dTag, SimdVec::arch_128_tag, Functor, T>(algorithm, element, 1);
 }
 
 /** The same in the volume. */
 template <class Functor, class T, class Algo>
 void runOnOffsets(Algo* algorithm, std::vector<kernel::Offset3D> offsets) {
   ListKernel3d<Functor> element(std::move(offsets));
-  runRecursive<Filter3dTag, Functor, T>(algorithm, element, 1);
+  runRecursive<Filter3dTag, SimdVec::arch_128_tag, Functor, T>(algorithm, element, 1);
 }
 
 // Compiled once for the operators that share them, in RunOnOffsets.cpp.
-#define PXL_PASSES_OF_LISTS(EXTERN, Functor, T)                                            \
-  EXTERN template struct MorphologyFilter<Filter2dTag, Functor, T, ListKernel2d<Functor>>; \
-  EXTERN template struct MorphologyFilter<Filter3dTag, Functor, T, ListKernel3d<Functor>>;
+#define PXL_PASSES_OF_LISTS(EXTERN, Functor, T)                                                                   \
+  EXTERN template struct MorphologyFilter<Filter2dTag, SimdVec::arch_128_tag, Functor, T, ListKernel2d<Functor>>; \
+  EXTERN template struct MorphologyFilter<Filter3dTag, SimdVec::arch_128_tag, Functor, T, ListKernel3d<Functor>>;
 #define PXL_COMPILED_ONCE(T)                               \
   PXL_PASSES_OF_LISTS(extern, details::DilationFunctor, T) \
   PXL_PASSES_OF_LISTS(extern, details::ErosionFunctor, T)

@@ -15,21 +15,21 @@ struct LogicalOperationWithValueSimdGeneric {
   template <class Filter>
   void run(access::Block3d const& block, Filter& filter) const {
     using T = typename Filter::OutputView::VoxelType;
-    constexpr long L = SimdVec::Simd<T>::cNbLanes;
+    using Vec = SimdVec::Simd<T, typename Filter::ArchType>;
+    constexpr long L = Vec::cNbLanes;
     access::IteratorPixelInput<typename Filter::InputView, L> input(filter.input, access::OverlapBorder());
     // Nothing is held back, even in place: each voxel is read for its own position only.
     access::IteratorPixelOutput<typename Filter::OutputView, L> output(filter.output, false, access::OverlapBorder());
     input.init(block, false);
     output.init(block);
     walkRows(input, output, [this, &input](T* out, long nbVoxels) {
-      computeRow(input.current, static_cast<T>(value), out, nbVoxels);
+      computeRow<Vec>(input.current, static_cast<T>(value), out, nbVoxels);
     });
   }
 
  private:
-  template <class T>
+  template <class Vec, class T>
   [[gnu::noinline]] static void computeRow(T const* __restrict voxels, T operand, T* __restrict out, long nbVoxels) {
-    using Vec = SimdVec::Simd<T>;
     auto const b = Vec::broadcast(operand);
 #pragma GCC unroll 4
     for (long col = 0; col < nbVoxels; col += Vec::cNbLanes)

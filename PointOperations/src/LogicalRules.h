@@ -1,6 +1,7 @@
 #pragma once
 
-#include "Core/private/Helper/SSE41Runner.h"
+#include "Core/private/Helper/InstructionSet.h"
+#include "Core/private/Helper/RunnerTests.h"
 #include "Core/private/Helper/safe_cast.h"
 #include "Core/private/TmplDispatch/Visitor1Args.h"
 #include "pxl/ImageModel.h"
@@ -17,8 +18,8 @@ template <class Algo>
 bool isLogicalRunnable(BaseAlgorithm* algorithm) {
   Algo* const concrete = dynamic_cast<Algo*>(algorithm);
   int const type = getLeadingImage(*concrete)->getVoxelType();
-  return type == concrete->outputImage.get()->getVoxelType() && helper::hasSSE() &&
-         helper::isIntegerVoxelType(type) && helper::hasSSE41Level();
+  return type == concrete->outputImage.get()->getVoxelType() && helper::cSSE41.hasSSE() &&
+         helper::isIntegerVoxelType(type) && helper::cSSE41.hasLevel();
 }
 
 /** Casts the algorithm, and calls `Dispatcher::run<T>` for the voxel type of its leading image. */
@@ -31,7 +32,7 @@ void dispatchOnLeadingImage(BaseAlgorithm* algorithm) {
 
 /** The runner of the logical operations. */
 template <class Algo, class Dispatcher>
-class LogicalRunner : public helper::SSE41Runner {
+class LogicalRunner : public helper::RunnerFor<helper::cSSE41> {
  public:
   void run(BaseAlgorithm* algorithm) const override { dispatchOnLeadingImage<Algo, Dispatcher>(algorithm); }
   bool isRunnable(BaseAlgorithm* algorithm) const override { return isLogicalRunnable<Algo>(algorithm); }

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "Core/private/Helper/SSE41Runner.h"
+#include "Core/private/Helper/InstructionSet.h"
+#include "Core/private/Helper/RunnerTests.h"
 #include "Core/private/Helper/safe_cast.h"
 #include "pxl/ImageModel.h"
 #include "pxl/filtering/linear/FiniteImpulseResponseFilter.h"
@@ -9,7 +10,7 @@ namespace pxl::filtering::linear {
 
 /** Runs `Dispatcher` in the precision that holds every voxel of the output exactly. */
 template <class Algo, class Dispatcher>
-class AbstractFIRFilterRunner : public helper::SSE41Runner {
+class AbstractFIRFilterRunner : public Runnable {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     Algo* const concrete = helper::safe_cast<Algo*>(algorithm);
@@ -22,9 +23,10 @@ class AbstractFIRFilterRunner : public helper::SSE41Runner {
 
 /** Accepts every algorithm if the processor can run it. */
 template <class Algo, class Dispatcher>
-class FIRFilterSSE41Runner final : public AbstractFIRFilterRunner<Algo, Dispatcher> {
+class FIRFilterSSE41Runner final
+    : public helper::RunnerFor<helper::cSSE41, AbstractFIRFilterRunner<Algo, Dispatcher>> {
  public:
-  bool isRunnable(BaseAlgorithm*) const override { return helper::hasSSE() && helper::hasSSE41Level(); }
+  bool isRunnable(BaseAlgorithm*) const override { return helper::cSSE41.isAvailable(); }
 };
 
 }  // namespace pxl::filtering::linear

@@ -8,7 +8,7 @@
 namespace pxl::filtering::linear {
 
 /** The sum of rows of voxels, each multiplied by its coefficient. */
-template <class T>
+template <class T, class Arch>
 struct WeightedSum {
   /**
    * Computes `nbVoxels` voxels, rounded up to whole vectors, from `count` rows (at least one), in their order. Each
@@ -23,7 +23,7 @@ struct WeightedSum {
   }
 
  private:
-  using Vec = SimdVec::Simd<T>;
+  using Vec = SimdVec::Simd<T, Arch>;
   static constexpr long L = Vec::cNbLanes;
   // Independent accumulators, which share the look-up of a tap; more of them are not faster.
   static constexpr int cNbAtOnce = 8;
@@ -49,7 +49,7 @@ void correlate(AnyBlock const& block, Filter& filter, std::vector<Offset> const&
                std::vector<T> const& coefficients) {
   std::vector<T> const taps(coefficients);
   walkList<Iterator>(block, filter, offsets, [&](T const* const* rows, T* out, long nbVoxels) {
-    WeightedSum<T>::computeRow(rows, taps.data(), offsets.size(), out, nbVoxels);
+    WeightedSum<T, typename Filter::ArchType>::computeRow(rows, taps.data(), offsets.size(), out, nbVoxels);
   });
 }
 

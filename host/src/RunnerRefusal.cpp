@@ -55,8 +55,6 @@ class Trial {
     });
   }
 
-  std::vector<PropertyBase*> const& getProperties() const { return m_copy->getProperties(); }
-
   std::vector<std::unique_ptr<StandIn>> inputs;
   std::vector<std::unique_ptr<StandIn>> outputs;
 
@@ -77,39 +75,6 @@ class Trial {
   std::vector<Runnable*> m_runners;
 };
 
-// A number that would be accepted if it were smaller.
-void explainTooLarge(Trial& trial, std::ostringstream& text) {
-  for (PropertyBase* property : trial.getProperties()) {
-    auto* const asked = asProperty<unsigned int>(*property);
-    if (!asked) continue;
-    Property<unsigned int>& number = *asked;
-    unsigned int const given = number;
-    unsigned int accepted = 0, refused = given;
-    number = 0;
-    if (!trial.isAccepted()) {
-      number = given;
-      continue;
-    }
-    while (refused - accepted > 1) {
-      unsigned int const middle = accepted + (refused - accepted) / 2;
-      number = middle;
-      (trial.isAccepted() ? accepted : refused) = middle;
-    }
-    text << "; with a binary image " << number.getName() << " can be at most " << accepted;
-    char const* separator = " (";
-    for (PropertyBase const* other : trial.getProperties()) {
-      auto const* const choice = asProperty<int>(*other);
-      if (!choice) continue;
-      text << separator << choice->getName() << '=' << choice->get();
-      separator = ", ";
-    }
-    if (*separator == ',') text << ')';
-    text << ", and is " << given;
-    return;
-  }
-  text << "; a grey image would be accepted";
-}
-
 // Reports whether a binary image was the reason.
 bool explainBinary(Trial& trial, std::ostringstream& text) {
   std::vector<StandIn*> binaries;
@@ -118,7 +83,7 @@ bool explainBinary(Trial& trial, std::ostringstream& text) {
   for (StandIn* image : binaries) image->interpretation = cGrey;
   bool const isReason = !binaries.empty() && trial.isAccepted();
   for (StandIn* image : binaries) image->interpretation = cBinary;
-  if (isReason) explainTooLarge(trial, text);
+  if (isReason) text << "; a grey image would be accepted";
   return isReason;
 }
 

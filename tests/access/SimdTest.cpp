@@ -8,7 +8,8 @@
 namespace access_test {
 namespace {
 
-using pxl::SimdVec::Simd;
+template <class T>
+using Simd = pxl::SimdVec::Simd<T, pxl::SimdVec::arch_128_tag>;
 
 template <class T>
 struct Lanes {
@@ -91,11 +92,11 @@ TYPED_TEST(SimdOf, TakesOutLanesInTheirOrder) {
     for (TypeParam& lane : a.values) lane = random.voxel<TypeParam>();
     for (TypeParam& lane : b.values) lane = random.voxel<TypeParam>();
     std::vector<TypeParam> ofA, ofB;
-    pxl::SimdVec::forEachLane<TypeParam>(Simd<TypeParam>::load(a.values), Simd<TypeParam>::load(b.values),
-                                         [&](TypeParam fromA, TypeParam fromB) {
-                                           ofA.push_back(fromA);
-                                           ofB.push_back(fromB);
-                                         });
+    pxl::SimdVec::forEachLane<Simd<TypeParam>>(Simd<TypeParam>::load(a.values), Simd<TypeParam>::load(b.values),
+                                               [&](TypeParam fromA, TypeParam fromB) {
+                                                 ofA.push_back(fromA);
+                                                 ofB.push_back(fromB);
+                                               });
     EXPECT_EQ(ofA, std::vector<TypeParam>(std::begin(a.values), std::end(a.values)));
     EXPECT_EQ(ofB, std::vector<TypeParam>(std::begin(b.values), std::end(b.values)));
   }

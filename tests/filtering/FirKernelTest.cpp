@@ -63,7 +63,8 @@ TYPED_TEST(FirKernel, ComputesRowsOfAnyLengthAndTouchesNothingBeyond) {
       }
       GuardedMemory const result(length * sizeof(T));
       T* const out = static_cast<T*>(result.get());
-      WeightedSum<T>::computeRow(rows.data(), coefficients.data(), count, out, nbVectors * L);
+      WeightedSum<T, pxl::SimdVec::arch_128_tag>::computeRow(rows.data(), coefficients.data(), count, out,
+                                                             nbVectors * L);
       for (unsigned long i = 0; i < length; ++i) {
         T sum = rows[0][i] * coefficients[0];
         for (unsigned long k = 1; k < count; ++k) {

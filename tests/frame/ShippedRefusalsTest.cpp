@@ -134,6 +134,27 @@ TEST_F(ShippedRefusals, AreExplainedWhereTheProcessorIsTheReason) {
   });
 }
 
+TEST_F(ShippedRefusals, AreExplainedWhereALimitIsTheReason) {
+  forEachOperator([this](Row const& row) {
+    m_leading->interpretation = pxl::cBinary;
+    for (auto const& [neighborhood, limit] : row.limits) {
+      setProperty(*m_algorithm, "neighborhood", neighborhood);
+      setProperty(*m_algorithm, "numberOfIterations", limit);
+      EXPECT_EQ(m_runner->explainRefusal(m_algorithm.get()), pxl::String());
+      setProperty(*m_algorithm, "numberOfIterations", limit + 1);
+      EXPECT_EQ(m_runner->explainRefusal(m_algorithm.get()).str(),
+                "with a binary image numberOfIterations can be at most " + std::to_string(limit) +
+                    " (neighborhood=" + std::to_string(neighborhood) + "), and is " + std::to_string(limit + 1));
+      m_probe.sseLevel = 64;
+      EXPECT_EQ(m_runner->explainRefusal(m_algorithm.get()).str(), "the processor has no SSE4.1");
+      m_probe.sseLevel = 65;
+      m_leading->interpretation = pxl::cGrey;
+      EXPECT_EQ(m_runner->explainRefusal(m_algorithm.get()), pxl::String());
+      m_leading->interpretation = pxl::cBinary;
+    }
+  });
+}
+
 TEST_F(ShippedRefusals, ComeFromVoxelTypesOfTheLeadingImage) {
   forEachOperator([this](Row const& row) {
     for (int type : {INT_MIN, -4, -1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 16, 0x100, 0x104, INT_MAX}) {

@@ -19,7 +19,7 @@ class ConvertedOutput : public testing::Test {
       auto const algorithm =
           makeAlgorithm(Way{cOperationOf<Functor>, 0, 0, false, extraMemory}, m_input.get(), output.get());
       m_recorder.clear();
-      pxl::morphology::runRecursive<Tag, Functor, T>(algorithm.get(), kernel, cNbIterations);
+      pxl::morphology::runRecursive<Tag, Arch, Functor, T>(algorithm.get(), kernel, cNbIterations);
       ASSERT_TRUE(areEqual(toOracle<Out>(*output, passed.sizes), expected)) << extraMemory << " bytes";
       auto const reserved = m_recorder.getTrace("reserve");
       ASSERT_EQ(reserved.size(), extraMemory == 0 ? 0U : 1U);

@@ -8,11 +8,10 @@ namespace {
 
 /** The dilation, whose operations are counted; one of them cancels a task group. */
 struct CancellingFunctor {
-  template <class T>
-  static typename pxl::SimdVec::Simd<T>::Vector apply(typename pxl::SimdVec::Simd<T>::Vector a,
-                                                      typename pxl::SimdVec::Simd<T>::Vector b) {
+  template <class Vec>
+  static typename Vec::Vector apply(typename Vec::Vector a, typename Vec::Vector b) {
     if (++nbOperations == cancelAt) group->cancel_group_execution();
-    return DilationFunctor::apply<T>(a, b);
+    return DilationFunctor::apply<Vec>(a, b);
   }
   template <class T>
   static constexpr T cNeutral = DilationFunctor::cNeutral<T>;

@@ -200,7 +200,7 @@ TEST(RecursiveContextOfAPass, GetsOneCacheFromEachThreadThatRunsABlock) {
     auto const algorithm = makeAlgorithm(Way{}, input.get(), output.get());
     Square<DilationFunctor, short> square;
     withThreads(nbThreads, [&] {
-      pxl::morphology::runRecursive<pxl::Filter2dTag, DilationFunctor, short>(algorithm.get(), square, 1U);
+      pxl::morphology::runRecursive<pxl::Filter2dTag, Arch, DilationFunctor, short>(algorithm.get(), square, 1U);
     });
     std::multiset<std::thread::id> readers, makers, writers;
     for (auto const& event : recorder.getTrace("createRowCacheRead")) makers.insert(event.thread);

@@ -46,7 +46,7 @@ class RecursiveDriverOf : public testing::Test {
     if (region) algorithm->setProcessingRegion(*region);
     CountingKernel kernel;
     recorder.reset();
-    pxl::morphology::MorphologyFilter<Tag, DilationFunctor, T, CountingKernel> passes(
+    pxl::morphology::MorphologyFilter<Tag, Arch, DilationFunctor, T, CountingKernel> passes(
         algorithm.get(), kernel, input.get(), output.get(), nbIterations);
     withThreads(1, [&] { passes.run(); });
     return {kernel.nbVoxels, passes.filter.m_progress, passes.filter.m_maxProgress, kernel.positions};

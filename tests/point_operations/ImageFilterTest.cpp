@@ -27,7 +27,7 @@ struct FillingFunctor {
                        block.plansEnd(), block.sequenceBegin(), block.spectralSeriesBegin()});
     }
     if (onRun) onRun(filter);
-    constexpr long L = pxl::SimdVec::Simd<Byte>::cNbLanes;
+    constexpr long L = pxl::SimdVec::cNbLanes<Byte, pxl::SimdVec::arch_128_tag>;
     pxl::access::IteratorPixelOutput<pxl::access::View<Byte>, L> output(filter.output, false,
                                                                         pxl::access::OverlapBorder());
     for (output.init(block); !output.atEnd(); output.advance())

@@ -4,9 +4,13 @@
 
 namespace pxl::access {
 
-/** The voxels in 128 bits. The iterators of this width are compiled once for each plug-in, see CompiledOnce.cpp. */
+/** The voxels in 128 bits. Iterators of this width are compiled once for each plug-in, see IteratorBodies.cpp. */
 template <class T>
 inline constexpr long cNbLanes128 = 16 / static_cast<long>(sizeof(T));
+
+/** Whether the rows of a view have enough slack for a vector of `L` voxels that starts with the last voxel. */
+template <class V, long L>
+inline constexpr bool cHasSlack = L * sizeof(typename V::VoxelType) <= V::Allocator::cSlack;
 
 /** The position of an iterator in its block. Coordinates are relative to the block's first voxel. */
 template <class T>

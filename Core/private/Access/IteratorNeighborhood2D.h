@@ -40,6 +40,9 @@ struct NeighborhoodWalk2D {
 template <class V, long L>
 class IteratorNeighborhood2D_4 : public NeighborhoodWalk2D, private Noncopyable {
  public:
+  static_assert(cHasSlack<V, L>, "the rows have too little slack for the last vector");
+  static constexpr long cNbLanes = L;
+
   IteratorNeighborhood2D_4(std::shared_ptr<V const> inputView, NoDataType);
   ~IteratorNeighborhood2D_4();
 
@@ -90,6 +93,9 @@ class IteratorNeighborhood2D_4 : public NeighborhoodWalk2D, private Noncopyable 
 template <class V, long L>
 class IteratorNeighborhood2D_Gen : public NeighborhoodWalk2D, private Noncopyable {
  public:
+  static_assert(cHasSlack<V, L>, "the rows have too little slack for the last vector");
+  static constexpr long cNbLanes = L;
+
   /** The list must not be empty. */
   IteratorNeighborhood2D_Gen(std::shared_ptr<V const> inputView, std::vector<kernel::Offset2D> offsetList);
   ~IteratorNeighborhood2D_Gen();

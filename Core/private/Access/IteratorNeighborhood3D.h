@@ -102,6 +102,9 @@ class PlanRing {
 template <class V, long L, class Offsets>
 class NeighborhoodWalk3D : private Noncopyable {
  public:
+  static_assert(cHasSlack<V, L>, "the rows have too little slack for the last vector");
+  static constexpr long cNbLanes = L;
+
   ~NeighborhoodWalk3D();
 
   void init(Block3d const& block);

@@ -14,6 +14,12 @@ namespace pxl::access {
 template <class V1, class V2, class V3, long L>
 class IteratorPixel2Inputs1Output : public BlockWalk<typename V3::VoxelType>, private Noncopyable {
  public:
+  // `L` lanes of the output are one vector. An input of a wider type has fewer lanes, in a vector of the same width.
+  static_assert(cHasSlack<V3, L> && V1::Allocator::cSlack >= V3::Allocator::cSlack &&
+                    V2::Allocator::cSlack >= V3::Allocator::cSlack,
+                "the rows have too little slack for the last vector");
+  static constexpr long cNbLanes = L;
+
   IteratorPixel2Inputs1Output(std::shared_ptr<V1 const> input1, std::shared_ptr<V2 const> input2,
                               std::shared_ptr<V3> output, bool readOldValues, OverlapBorder overlap);
   ~IteratorPixel2Inputs1Output();

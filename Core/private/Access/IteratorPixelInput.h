@@ -14,6 +14,9 @@ namespace pxl::access {
 template <class V, long L>
 class IteratorPixelInput : public BlockWalk<typename V::VoxelType>, private Noncopyable {
  public:
+  static_assert(cHasSlack<V, L>, "the rows have too little slack for the last vector");
+  static constexpr long cNbLanes = L;
+
   IteratorPixelInput(std::shared_ptr<V const> inputView, OverlapBorder overlap);
   ~IteratorPixelInput();
 

@@ -14,6 +14,9 @@ namespace pxl::access {
 template <class V, long L>
 class IteratorPixelOutput : public BlockWalk<typename V::VoxelType>, private Noncopyable {
  public:
+  static_assert(cHasSlack<V, L>, "the rows have too little slack for the last vector");
+  static constexpr long cNbLanes = L;
+
   /** With `readOldValues` each row starts with the image's voxels, else with whatever the buffer holds. */
   IteratorPixelOutput(std::shared_ptr<V> outputView, bool readOldValues, OverlapBorder overlap);
   ~IteratorPixelOutput();

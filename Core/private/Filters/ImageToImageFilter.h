@@ -2,9 +2,9 @@
 
 #include <memory>
 
+#include "Core/private/Access/ArchView.h"
 #include "Core/private/Filters/ManyToManyImageFilter.h"
 #include "pxl/BaseTbbAlgorithm.h"
-#include "pxl/access/View.h"
 
 /**
  * Filters that read one or two input images once and write an output image. `Functor` has `run(block, filter)
@@ -40,8 +40,9 @@ class FilterWithFunctor : public BaseTbbAlgorithm {
 template <class In, class Out, class Arch, class Functor, class Tag, class Reduction>
 class ImageToImageFilter : public FilterWithFunctor<Functor> {
  public:
-  using InputView = access::View<In>;
-  using OutputView = access::View<Out>;
+  using ArchType = Arch;
+  using InputView = access::ArchView<In, Arch>;
+  using OutputView = access::ArchView<Out, Arch>;
 
   ImageToImageFilter(BaseAlgorithm* algorithm, Functor* functor) : FilterWithFunctor<Functor>(algorithm, functor) {}
 
@@ -65,9 +66,10 @@ class ImageToImageFilter : public FilterWithFunctor<Functor> {
 template <class In1, class In2, class Out, class Arch, class Functor, class Tag>
 class ImagePairToImageFilter : public FilterWithFunctor<Functor> {
  public:
-  using InputView1 = access::View<In1>;
-  using InputView2 = access::View<In2>;
-  using OutputView = access::View<Out>;
+  using ArchType = Arch;
+  using InputView1 = access::ArchView<In1, Arch>;
+  using InputView2 = access::ArchView<In2, Arch>;
+  using OutputView = access::ArchView<Out, Arch>;
 
   ImagePairToImageFilter(BaseAlgorithm* algorithm, Functor* functor)
       : FilterWithFunctor<Functor>(algorithm, functor) {}

@@ -2,9 +2,9 @@
 
 #include <memory>
 
+#include "Core/private/Access/ArchView.h"
 #include "Core/private/Filters/ManyToManyImageFilter.h"
 #include "pxl/BaseTbbAlgorithm.h"
-#include "pxl/access/View.h"
 
 namespace pxl {
 
@@ -17,7 +17,8 @@ template <class T, class Arch, class Functor, class Tag>
 class ImageToQuantificationFilter : public BaseTbbAlgorithm {
  public:
   using FunctorType = Functor;
-  using ViewType = access::View<T>;
+  using ArchType = Arch;
+  using ViewType = access::ArchView<T, Arch>;
 
   /** The caller's functor must outlive the filter. */
   ImageToQuantificationFilter(BaseAlgorithm* algorithm, Functor* functor)

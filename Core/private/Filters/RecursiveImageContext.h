@@ -4,9 +4,8 @@
 
 #include <memory>
 
-#include "Core/private/Access/RowCache.h"
+#include "Core/private/Access/ArchView.h"
 #include "Core/private/Filters/InPlace.h"
-#include "pxl/access/View.h"
 
 namespace pxl {
 
@@ -19,8 +18,9 @@ namespace pxl {
 template <class In, class Out, class Arch>
 class PassContext : private Noncopyable {
  public:
-  using InputView = access::View<In>;
-  using OutputView = access::View<Out>;
+  using ArchType = Arch;
+  using InputView = access::ArchView<In, Arch>;
+  using OutputView = access::ArchView<Out, Arch>;
   using InputRowCache = access::RowCacheRead<InputView, typename InputView::Allocator>;
   using OutputRowCache = access::RowCacheReadWrite<OutputView, typename OutputView::Allocator>;
   using InputPlanCache = access::PlanCacheRead<InputView, typename InputView::Allocator>;

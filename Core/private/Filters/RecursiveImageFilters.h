@@ -2,9 +2,9 @@
 
 #include <memory>
 
+#include "Core/private/Access/ArchView.h"
 #include "Core/private/Filters/FilterTags.h"
 #include "pxl/BaseTbbAlgorithm.h"
-#include "pxl/access/View.h"
 
 namespace pxl {
 
@@ -37,8 +37,8 @@ class RecursiveImageFilter : public BaseTbbAlgorithm {
   using OutputType = Out;
   using ArchType = Arch;
   using KernelType = Kernel;
-  using InputView = access::View<In>;
-  using OutputView = access::View<Out>;
+  using InputView = access::ArchView<In, Arch>;
+  using OutputView = access::ArchView<Out, Arch>;
 
   RecursiveImageFilter(BaseAlgorithm* algorithm, Kernel* kernelObject)
       : BaseTbbAlgorithm(algorithm), kernel(kernelObject) {}

@@ -13,7 +13,7 @@ namespace pxl {
 /** Calls computeRow(voxels, nbVoxels) for each row of an iterator, from its current vector on. */
 template <class Iterator, class ComputeRow>
 void walkRows(Iterator& iterator, ComputeRow const& computeRow) {
-  constexpr long L = SimdVec::Simd<std::decay_t<decltype(*iterator.current)>>::cNbLanes;
+  constexpr long L = Iterator::cNbLanes;
   for (; !iterator.atEnd(); iterator.advanceRow()) computeRow(iterator.current, iterator.countVectorsInRow(L) * L);
 }
 
@@ -38,21 +38,20 @@ void walkNeighbours(AnyBlock const& block, Images const& images, Iterator& input
   input.init(block);
   bool const inPlace = isInPlace(*images.input, *images.output);
   access::OverlapBorder const overlap = inPlace ? access::OverlapBorder(influence) : access::OverlapBorder();
-  access::IteratorPixelOutput<View, SimdVec::Simd<typename View::VoxelType>::cNbLanes> output(images.output, false,
-                                                                                              overlap);
+  access::IteratorPixelOutput<View, Iterator::cNbLanes> output(images.output, false, overlap);
   output.init(block);
   walkRows(input, output, computeRow);
 }
 
 /**
  * The same with a list of offsets, which must not be empty: computeRow(neighbours, out, nbVoxels) gets a pointer for
- * each. `Iterator` is IteratorNeighborhood2D_Gen or IteratorNeighborhood3D_Gen.
+ * each. `Iterator` is IteratorNeighborhood2D_Gen or IteratorNeighborhood3D_Gen. The architecture is that of `images`.
  */
 template <template <class, long> class Iterator, class AnyBlock, class Images, class Offset, class ComputeRow>
 void walkList(AnyBlock const& block, Images const& images, std::vector<Offset> const& offsets,
               ComputeRow const& computeRow) {
   using View = std::remove_const_t<typename std::decay_t<decltype(images.input)>::element_type>;
-  Iterator<View, SimdVec::Simd<typename View::VoxelType>::cNbLanes> input(images.input, offsets);
+  Iterator<View, SimdVec::cNbLanes<typename View::VoxelType, typename Images::ArchType>> input(images.input, offsets);
   walkNeighbours(block, images, input, input.getBorderInfluence(),
                  [&](auto* out, long nbVoxels) { computeRow(input.neighbours.data(), out, nbVoxels); });
 }

@@ -18,26 +18,25 @@ class Neighborhood2dToValueSimd<Functor, access::Neighborhood2D_4Tag, access::No
  public:
   template <class In, class Out, class Arch>
   void run(access::Block2d const& block, PassContext<In, Out, Arch>& context) const {
-    access::IteratorNeighborhood2D_4<access::View<In>, SimdVec::Simd<In>::cNbLanes> input(context.input,
-                                                                                          access::NoDataType());
+    access::IteratorNeighborhood2D_4<access::ArchView<In, Arch>, SimdVec::cNbLanes<In, Arch>> input(
+        context.input, access::NoDataType());
     walkNeighbours(block, context, input, AlgoBorderInfluence(1, 1, 0, 0, 0), [&input](Out* out, long nbVoxels) {
-      computeRow(input.above, input.left, input.below, out, nbVoxels);
+      computeRow<SimdVec::Simd<In, Arch>>(input.above, input.left, input.below, out, nbVoxels);
     });
   }
 
  private:
   // Whole rows, with the pointers in registers: stores of vectors may alias anything, so the fields of the iterators
   // would be reloaded for each vector.
-  template <class T>
+  template <class Vec, class T>
   [[gnu::noinline]] static void computeRow(T const* __restrict above, T const* __restrict row,
                                            T const* __restrict below, T* __restrict out, long nbVoxels) {
-    using Vec = SimdVec::Simd<T>;
 #pragma GCC unroll 4
     for (long col = 0; col < nbVoxels; col += Vec::cNbLanes) {
-      auto v = Functor::template apply<T>(Vec::load(above + col), Vec::load(row + col));
-      v = Functor::template apply<T>(v, Vec::load(row + col + 1));
-      v = Functor::template apply<T>(v, Vec::load(row + col + 2));
-      Vec::store(out + col, Functor::template apply<T>(v, Vec::load(below + col)));
+      auto v = Functor::template apply<Vec>(Vec::load(above + col), Vec::load(row + col));
+      v = Functor::template apply<Vec>(v, Vec::load(row + col + 1));
+      v = Functor::template apply<Vec>(v, Vec::load(row + col + 2));
+      Vec::store(out + col, Functor::template apply<Vec>(v, Vec::load(below + col)));
     }
   }
 };

@@ -18,28 +18,27 @@ class Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_6Tag, access::No
  public:
   template <class In, class Out, class Arch>
   void run(access::Block3d const& block, PassContext<In, Out, Arch>& context) const {
-    access::IteratorNeighborhood3D_6<access::View<In>, SimdVec::Simd<In>::cNbLanes> input(context.input,
-                                                                                          access::NoDataType());
+    access::IteratorNeighborhood3D_6<access::ArchView<In, Arch>, SimdVec::cNbLanes<In, Arch>> input(
+        context.input, access::NoDataType());
     walkNeighbours(block, context, input, AlgoBorderInfluence(1, 1, 1, 0, 0), [&input](Out* out, long nbVoxels) {
       auto const& n = input.neighbours;
-      computeRow(n[0], n[1], n[2], n[5], n[6], out, nbVoxels);
+      computeRow<SimdVec::Simd<In, Arch>>(n[0], n[1], n[2], n[5], n[6], out, nbVoxels);
     });
   }
 
  private:
-  template <class T>
+  template <class Vec, class T>
   [[gnu::noinline]] static void computeRow(T const* __restrict before, T const* __restrict up,
                                            T const* __restrict row, T const* __restrict down,
                                            T const* __restrict after, T* __restrict out, long nbVoxels) {
-    using Vec = SimdVec::Simd<T>;
 #pragma GCC unroll 4
     for (long col = 0; col < nbVoxels; col += Vec::cNbLanes) {
-      auto v = Functor::template apply<T>(Vec::load(before + col), Vec::load(up + col));
-      v = Functor::template apply<T>(v, Vec::load(row + col));
-      v = Functor::template apply<T>(v, Vec::load(row + col + 1));
-      v = Functor::template apply<T>(v, Vec::load(row + col + 2));
-      v = Functor::template apply<T>(v, Vec::load(down + col));
-      Vec::store(out + col, Functor::template apply<T>(v, Vec::load(after + col)));
+      auto v = Functor::template apply<Vec>(Vec::load(before + col), Vec::load(up + col));
+      v = Functor::template apply<Vec>(v, Vec::load(row + col));
+      v = Functor::template apply<Vec>(v, Vec::load(row + col + 1));
+      v = Functor::template apply<Vec>(v, Vec::load(row + col + 2));
+      v = Functor::template apply<Vec>(v, Vec::load(down + col));
+      Vec::store(out + col, Functor::template apply<Vec>(v, Vec::load(after + col)));
     }
   }
 };
@@ -50,22 +49,22 @@ class Neighborhood3dToValueSimd<Functor, access::Neighborhood3D_18Tag, access::N
  public:
   template <class In, class Out, class Arch>
   void run(access::Block3d const& block, PassContext<In, Out, Arch>& context) const {
-    access::IteratorNeighborhood3D_18<access::View<In>, SimdVec::Simd<In>::cNbLanes> input(context.input,
-                                                                                           access::NoDataType());
-    walkNeighbours(block, context, input, AlgoBorderInfluence(1, 1, 1, 0, 0),
-                   [&input](Out* out, long nbVoxels) { computeRow(input.neighbours, out, nbVoxels); });
+    access::IteratorNeighborhood3D_18<access::ArchView<In, Arch>, SimdVec::cNbLanes<In, Arch>> input(
+        context.input, access::NoDataType());
+    walkNeighbours(block, context, input, AlgoBorderInfluence(1, 1, 1, 0, 0), [&input](Out* out, long nbVoxels) {
+      computeRow<SimdVec::Simd<In, Arch>>(input.neighbours, out, nbVoxels);
+    });
   }
 
  private:
   // The 19 pointers lead into nine rows, whose addresses fit into the registers.
-  template <class T>
+  template <class Vec, class T>
   [[gnu::noinline]] static void computeRow(std::array<T const*, 19> const& n, T* __restrict out, long nbVoxels) {
-    using Vec = SimdVec::Simd<T>;
     T const* const __restrict before0 = n[0], * const __restrict before1 = n[1], * const __restrict before2 = n[4];
     T const* const __restrict row0 = n[5], * const __restrict row1 = n[8], * const __restrict row2 = n[11];
     T const* const __restrict after0 = n[14], * const __restrict after1 = n[15], * const __restrict after2 = n[18];
     auto const fold = [](typename Vec::Vector v, T const* voxels) {
-      return Functor::template apply<T>(v, Vec::load(voxels));
+      return Functor::template apply<Vec>(v, Vec::load(voxels));
     };
     auto const foldThree = [&fold](typename Vec::Vector v, T const* voxels) {
       return fold(fold(fold(v, voxels), voxels + 1), voxels + 2);

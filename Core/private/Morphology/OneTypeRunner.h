@@ -1,6 +1,7 @@
 #pragma once
 
-#include "Core/private/Helper/SSE41Runner.h"
+#include "Core/private/Helper/InstructionSet.h"
+#include "Core/private/Helper/RunnerTests.h"
 #include "Core/private/Helper/safe_cast.h"
 #include "Core/private/TmplDispatch/Visitor1Args.h"
 #include "pxl/ImageModel.h"
@@ -17,15 +18,15 @@ void dispatchOnInput(BaseAlgorithm* algorithm) {
 
 /** The runner of operators with a shape or an element, which require an output of the input's type. */
 template <class Algo, class Dispatcher>
-class SSE41OneTypeMinMaxRunner final : public helper::SSE41Runner {
+class SSE41OneTypeMinMaxRunner final : public helper::RunnerFor<helper::cSSE41> {
  public:
   void run(BaseAlgorithm* algorithm) const override { dispatchOnInput<Algo, Dispatcher>(algorithm); }
 
   bool isRunnable(BaseAlgorithm* algorithm) const override {
     Algo* const concrete = dynamic_cast<Algo*>(algorithm);
     int const type = concrete->inputImage.get()->getVoxelType();
-    return type == concrete->outputImage.get()->getVoxelType() && helper::hasSSE() &&
-           helper::isKernelVoxelType(type) && helper::hasSSE41Level();
+    return type == concrete->outputImage.get()->getVoxelType() && helper::cSSE41.hasSSE() &&
+           helper::isKernelVoxelType(type) && helper::cSSE41.hasLevel();
   }
 };
 

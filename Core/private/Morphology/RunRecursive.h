@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Core/private/Access/simd/SimdVec.h"
 #include "Core/private/Filters/RecursiveImageFilters.h"
 
 namespace pxl::morphology {
@@ -10,9 +9,8 @@ namespace pxl::morphology {
  * functor's neutral value, in the images and in the temporary image. `algorithm` is null for a stage that another
  * frame runs.
  */
-template <class Tag, class Functor, class T, class Kernel>
+template <class Tag, class Arch, class Functor, class T, class Kernel>
 struct MorphologyFilter {
-  using Arch = SimdVec::arch_128_tag;
   using Filter = std::conditional_t<std::is_same_v<Tag, Filter2dTag>, RecursiveImageFilter2d<T, T, Arch, Kernel>,
                                     RecursiveImageFilter3d<T, T, Arch, Kernel>>;
 
@@ -25,10 +23,10 @@ struct MorphologyFilter {
   Filter filter;
 };
 
-template <class Tag, class Functor, class T, class Kernel>
-MorphologyFilter<Tag, Functor, T, Kernel>::MorphologyFilter(BaseAlgorithm* algorithm, Kernel& kernel,
-                                                            ImageModel const* input, ImageModel* output,
-                                                            unsigned int nbIterations)
+template <class Tag, class Arch, class Functor, class T, class Kernel>
+MorphologyFilter<Tag, Arch, Functor, T, Kernel>::MorphologyFilter(BaseAlgorithm* algorithm, Kernel& kernel,
+                                                                  ImageModel const* input, ImageModel* output,
+                                                                  unsigned int nbIterations)
     : filter(algorithm, &kernel) {
   using Border = access::FixedBorderCondition<T>;
   filter.setInput(input, Border::New(Functor::template cNeutral<T>));
@@ -36,27 +34,27 @@ MorphologyFilter<Tag, Functor, T, Kernel>::MorphologyFilter(BaseAlgorithm* algor
   filter.setNbIterations(nbIterations);
 }
 
-template <class Tag, class Functor, class T, class Kernel>
-MorphologyFilter<Tag, Functor, T, Kernel>::~MorphologyFilter() = default;
+template <class Tag, class Arch, class Functor, class T, class Kernel>
+MorphologyFilter<Tag, Arch, Functor, T, Kernel>::~MorphologyFilter() = default;
 
-template <class Tag, class Functor, class T, class Kernel>
-void MorphologyFilter<Tag, Functor, T, Kernel>::run() {
+template <class Tag, class Arch, class Functor, class T, class Kernel>
+void MorphologyFilter<Tag, Arch, Functor, T, Kernel>::run() {
   filter.run();
 }
 
 /** Applies a kernel to the images of an algorithm. */
-template <class Tag, class Functor, class T, class Kernel, class Algo>
+template <class Tag, class Arch, class Functor, class T, class Kernel, class Algo>
 void runRecursive(Algo* algorithm, Kernel& kernel, unsigned int nbIterations) {
-  MorphologyFilter<Tag, Functor, T, Kernel>(algorithm, kernel, algorithm->inputImage, algorithm->outputImage,
-                                            nbIterations)
+  MorphologyFilter<Tag, Arch, Functor, T, Kernel>(algorithm, kernel, algorithm->inputImage, algorithm->outputImage,
+                                                  nbIterations)
       .run();
 }
 
 /** Applies a kernel as the current step of `parent`. */
-template <class Tag, class Functor, class T, class Kernel>
+template <class Tag, class Arch, class Functor, class T, class Kernel>
 void runStage(algorithms::AbstractPrivateImplementation& parent, Kernel& kernel, ImageModel const* input,
               ImageModel* output, unsigned int nbIterations) {
-  MorphologyFilter<Tag, Functor, T, Kernel> stage(nullptr, kernel, input, output, nbIterations);
+  MorphologyFilter<Tag, Arch, Functor, T, Kernel> stage(nullptr, kernel, input, output, nbIterations);
   parent.runChildAlgo(&stage.filter);
 }
 

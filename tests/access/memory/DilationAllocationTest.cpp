@@ -35,7 +35,7 @@ class DilationAllocationOf : public testing::Test {
   template <class Kernel>
   void run() {
     Kernel kernel;
-    pxl::morphology::runRecursive<pxl::Filter2dTag, Functor, T>(&m_algorithm, kernel, 2U);
+    pxl::morphology::runRecursive<pxl::Filter2dTag, pxl::SimdVec::arch_128_tag, Functor, T>(&m_algorithm, kernel, 2U);
   }
 
   void expectRight(int neighborhood) const {

@@ -11,7 +11,8 @@ namespace {
 
 using pxl::access::Block3d;
 using pxl::access::OverlapBorder;
-using pxl::SimdVec::Simd;
+template <class T>
+using Simd = pxl::SimdVec::Simd<T, pxl::SimdVec::arch_128_tag>;
 
 template <class T>
 class GuardPageOf : public testing::Test {

@@ -19,11 +19,13 @@ using pxl::access::Block2d;
 using pxl::access::Block3d;
 using pxl::access::NoDataType;
 using pxl::access::OverlapBorder;
-using pxl::SimdVec::Simd;
+template <class T>
+using Simd = pxl::SimdVec::Simd<T, pxl::SimdVec::arch_128_tag>;
 
 /** What filters give to their kernels. */
 template <class T>
 struct FilterViews {
+  using ArchType = pxl::SimdVec::arch_128_tag;
   using InputView = pxl::access::View<T>;
   using InputView1 = InputView;
   using InputView2 = InputView;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Core/private/Access/RowCache.h"
+#include "Core/private/Access/simd/SimdVec.h"
 #include "oracle/HostImages.h"
 #include "oracle/Oracle.h"
 
@@ -30,6 +31,7 @@ struct Source {
 /** What a reading kernel needs from its filter. */
 template <class T>
 struct KernelInput {
+  using ArchType = pxl::SimdVec::arch_128_tag;
   using ViewType = pxl::access::View<T>;
   std::shared_ptr<ViewType const> const& getInput() const { return view; }
   std::shared_ptr<ViewType const> view;

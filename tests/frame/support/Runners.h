@@ -6,7 +6,7 @@
 #include "Core/private/Access/simd/SimdVec.h"
 #include "Core/private/Filters/FilterTags.h"
 #include "Core/private/Helper/AutoRegisterRunnable.h"
-#include "Core/private/Helper/SSE41Runner.h"
+#include "Core/private/Helper/InstructionSet.h"
 #include "PointOperations/src/LogicalRules.h"
 #include "analysis/IntensityExtremaRule.h"
 #include "filtering/linear/FIRFilterRunner.h"
@@ -39,7 +39,7 @@ struct IntensityExtremaSSEDispatcher {
   }
 };
 
-class IntensityExtremaSSERunner final : public helper::SSE41Runner {
+class IntensityExtremaSSERunner final : public helper::RunnerFor<helper::cSSE41> {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     auto* const extrema = helper::safe_cast<IntensityExtrema*>(algorithm);

@@ -44,7 +44,7 @@ oracle::Image<T> runKernel(Way const& way, Kernel& kernel, oracle::Image<T> cons
   auto const input = oracle::toHost(image);
   auto const output = way.isInPlace ? input : oracle::toHost(oracle::Image<T>(image.sizes));
   auto const algorithm = makeAlgorithm(way, input.get(), output.get());
-  pxl::morphology::runRecursive<Tag, Functor, T>(algorithm.get(), kernel, way.nbIterations);
+  pxl::morphology::runRecursive<Tag, Arch, Functor, T>(algorithm.get(), kernel, way.nbIterations);
   return toOracle<T>(*output, image.sizes);
 }
 

@@ -1,17 +1,32 @@
 #pragma once
 
-#include <smmintrin.h>
-
+#include <cstddef>
 #include <utility>
 
+#include "Core/private/Access/simd/AlignedAllocator.h"
+
 /**
- * Vectors of 128 bits, with SSE4.1 and below. Kernels load their neighbours from unaligned addresses, so that no
- * shifts, masks, comparisons or blends are needed.
+ * Vectors of any width. Kernels load their neighbours from unaligned addresses, so that no shifts, masks, comparisons
+ * or blends are needed.
+ *
+ * An architecture is a tag with the number of bytes of a vector, and a Simd<T, Arch> for each voxel type. A plug-in
+ * of another width has its own. A unit that instantiates a kernel includes the architecture; this header includes the
+ * one of 128 bits if the unit is compiled for it.
  */
 namespace pxl::SimdVec {
 
-/** The one architecture: vectors of 128 bits. */
-struct arch_128_tag {};
+/** Vectors of 128 bits. */
+struct arch_128_tag {
+  static constexpr std::size_t cNbBytes = 16;
+};
+
+/** The number of voxels in a vector. */
+template <class T, class Arch>
+inline constexpr long cNbLanes = static_cast<long>(Arch::cNbBytes / sizeof(T));
+
+/** Allocates rows whose last vector can be loaded and stored as a whole. */
+template <class T, class Arch>
+using RowAllocator = AlignedAllocator<T, Arch::cNbBytes>;
 
 /**
  * Operations on vectors of T: the type `Vector`, the number of lanes `cNbLanes`, unaligned `load` and `store`,
@@ -20,142 +35,25 @@ struct arch_128_tag {};
  *
  * min and max of real types return the second operand where either is NaN or both are zero.
  */
-template <class T>
+template <class T, class Arch>
 struct Simd;
 
-/** The operations that are the same for all six integer types. */
-template <class T>
-struct SimdInteger {
-  using Vector = __m128i;
-  static constexpr long cNbLanes = 16 / static_cast<long>(sizeof(T));
-
-  static Vector load(T const* voxels) { return _mm_loadu_si128(reinterpret_cast<Vector const*>(voxels)); }
-  static void store(T* voxels, Vector v) { _mm_storeu_si128(reinterpret_cast<Vector*>(voxels), v); }
-  static Vector bitAnd(Vector a, Vector b) { return _mm_and_si128(a, b); }
-  static Vector bitOr(Vector a, Vector b) { return _mm_or_si128(a, b); }
-  static Vector bitXor(Vector a, Vector b) { return _mm_xor_si128(a, b); }
-  static Vector bitNot(Vector a) { return _mm_xor_si128(a, _mm_set1_epi8(-1)); }
-  static Vector bitAndNot(Vector a, Vector b) { return _mm_andnot_si128(b, a); }
-};
-
-template <class T>
-struct SimdInteger8 : SimdInteger<T> {
-  static __m128i broadcast(T value) { return _mm_shuffle_epi8(_mm_cvtsi32_si128(value), _mm_setzero_si128()); }
-  template <int Lane>
-  static T extract(__m128i v) {
-    return static_cast<T>(_mm_extract_epi8(v, Lane));
-  }
-};
-
-template <class T>
-struct SimdInteger16 : SimdInteger<T> {
-  static __m128i broadcast(T value) { return _mm_shuffle_epi8(_mm_cvtsi32_si128(value), _mm_set1_epi16(0x0100)); }
-  template <int Lane>
-  static T extract(__m128i v) {
-    return static_cast<T>(_mm_extract_epi16(v, Lane));
-  }
-};
-
-template <class T>
-struct SimdInteger32 : SimdInteger<T> {
-  static __m128i broadcast(T value) { return _mm_shuffle_epi32(_mm_cvtsi32_si128(static_cast<int>(value)), 0); }
-  template <int Lane>
-  static T extract(__m128i v) {
-    return static_cast<T>(_mm_extract_epi32(v, Lane));
-  }
-};
-
-template <>
-struct Simd<unsigned char> : SimdInteger8<unsigned char> {
-  static Vector min(Vector a, Vector b) { return _mm_min_epu8(a, b); }
-  static Vector max(Vector a, Vector b) { return _mm_max_epu8(a, b); }
-};
-
-template <>
-struct Simd<signed char> : SimdInteger8<signed char> {
-  static Vector min(Vector a, Vector b) { return _mm_min_epi8(a, b); }
-  static Vector max(Vector a, Vector b) { return _mm_max_epi8(a, b); }
-};
-
-template <>
-struct Simd<unsigned short> : SimdInteger16<unsigned short> {
-  static Vector min(Vector a, Vector b) { return _mm_min_epu16(a, b); }
-  static Vector max(Vector a, Vector b) { return _mm_max_epu16(a, b); }
-};
-
-template <>
-struct Simd<short> : SimdInteger16<short> {
-  static Vector min(Vector a, Vector b) { return _mm_min_epi16(a, b); }
-  static Vector max(Vector a, Vector b) { return _mm_max_epi16(a, b); }
-};
-
-template <>
-struct Simd<unsigned int> : SimdInteger32<unsigned int> {
-  static Vector min(Vector a, Vector b) { return _mm_min_epu32(a, b); }
-  static Vector max(Vector a, Vector b) { return _mm_max_epu32(a, b); }
-};
-
-template <>
-struct Simd<int> : SimdInteger32<int> {
-  static Vector min(Vector a, Vector b) { return _mm_min_epi32(a, b); }
-  static Vector max(Vector a, Vector b) { return _mm_max_epi32(a, b); }
-};
-
-template <>
-struct Simd<float> {
-  using Vector = __m128;
-  static constexpr long cNbLanes = 4;
-
-  static Vector load(float const* voxels) { return _mm_loadu_ps(voxels); }
-  static void store(float* voxels, Vector v) { _mm_storeu_ps(voxels, v); }
-  static Vector min(Vector a, Vector b) { return _mm_min_ps(a, b); }
-  static Vector max(Vector a, Vector b) { return _mm_max_ps(a, b); }
-  static Vector add(Vector a, Vector b) { return _mm_add_ps(a, b); }
-  static Vector multiply(Vector a, Vector b) { return _mm_mul_ps(a, b); }
-  static Vector broadcast(float value) {
-    Vector const v = _mm_load_ss(&value);
-    return _mm_shuffle_ps(v, v, 0);
-  }
-  template <int Lane>
-  static float extract(Vector v) {
-    float lanes[cNbLanes];
-    store(lanes, v);
-    return lanes[Lane];
-  }
-};
-
-template <>
-struct Simd<double> {
-  using Vector = __m128d;
-  static constexpr long cNbLanes = 2;
-
-  static Vector load(double const* voxels) { return _mm_loadu_pd(voxels); }
-  static void store(double* voxels, Vector v) { _mm_storeu_pd(voxels, v); }
-  static Vector min(Vector a, Vector b) { return _mm_min_pd(a, b); }
-  static Vector max(Vector a, Vector b) { return _mm_max_pd(a, b); }
-  static Vector add(Vector a, Vector b) { return _mm_add_pd(a, b); }
-  static Vector multiply(Vector a, Vector b) { return _mm_mul_pd(a, b); }
-  static Vector broadcast(double value) { return _mm_loaddup_pd(&value); }
-  template <int Lane>
-  static double extract(Vector v) {
-    double lanes[cNbLanes];
-    store(lanes, v);
-    return lanes[Lane];
-  }
-};
-
 namespace details {
-template <class T, class Function, int... Lanes>
-void forEachLane(typename Simd<T>::Vector a, typename Simd<T>::Vector b, Function&& function,
+template <class Vec, class Function, int... Lanes>
+void forEachLane(typename Vec::Vector a, typename Vec::Vector b, Function&& function,
                  std::integer_sequence<int, Lanes...>) {
-  (function(Simd<T>::template extract<Lanes>(a), Simd<T>::template extract<Lanes>(b)), ...);
+  (function(Vec::template extract<Lanes>(a), Vec::template extract<Lanes>(b)), ...);
 }
 }  // namespace details
 
-/** Calls function(a[lane], b[lane]) for each lane of two vectors, from lane 0 on. */
-template <class T, class Function>
-void forEachLane(typename Simd<T>::Vector a, typename Simd<T>::Vector b, Function&& function) {
-  details::forEachLane<T>(a, b, function, std::make_integer_sequence<int, static_cast<int>(Simd<T>::cNbLanes)>());
+/** Calls function(a[lane], b[lane]) for each lane of two vectors of `Vec`, a Simd, from lane 0 on. */
+template <class Vec, class Function>
+void forEachLane(typename Vec::Vector a, typename Vec::Vector b, Function&& function) {
+  details::forEachLane<Vec>(a, b, function, std::make_integer_sequence<int, static_cast<int>(Vec::cNbLanes)>());
 }
 
 }  // namespace pxl::SimdVec
+
+#ifdef __SSE4_1__
+#include "Core/private/Access/simd/Simd128.h"
+#endif
