@@ -1,7 +1,7 @@
 # The installed tree, and the package that find_package(pxlworks) finds in it.
 include(CMakePackageConfigHelpers)
 
-set(plugins pxlworks_pxl_qorn pxlworks_pxl_elements)
+set(plugins pxlworks_pxl_qorn pxlworks_pxl_elements pxlworks_pxl_wide)
 set(installed_libraries pxlworks_object_model pxlworks_pxl ${plugins})
 # The libraries find each other in their own folder, installed or not. Otherwise CMake would reserve space for other
 # paths with empty ones in the build folder, and an empty path is the working directory. A TBB outside the system's

@@ -35,7 +35,28 @@ pxlworks_add_plugin(pxlworks_pxl_qorn
 pxlworks_add_plugin(pxlworks_pxl_elements
   elements/DilationElement3d_SSE41.cpp
   elements/ErosionElement3d_SSE41.cpp)
-foreach(target pxlworks_pxl_qorn pxlworks_qorn_passes pxlworks_pxl_elements pxlworks_plugin_bodies)
+
+# The same operators by programs of folds on wide vectors. Units with kernels are compiled once for each target within
+# one object: Highway's lowest is that of SSE4.2 here, and none may use fused multiply-adds.
+find_path(PXLWORKS_HIGHWAY hwy/highway.h REQUIRED)
+set(PXLWORKS_WIDE_KERNELS wide/RowKernels8.cpp wide/RowKernels16.cpp wide/RowKernels32.cpp wide/RowKernelsReal.cpp)
+set_source_files_properties(${PXLWORKS_WIDE_KERNELS} PROPERTIES COMPILE_DEFINITIONS
+  "HWY_BASELINE_TARGETS=HWY_SSE4;HWY_DISABLE_PCLMUL_AES;HWY_DISABLE_BMI2_FMA;HWY_DISABLE_F16C")
+pxlworks_add_plugin(pxlworks_pxl_wide
+  ${PXLWORKS_WIDE_KERNELS}
+  wide/FoldProgram.cpp
+  wide/KeptRows.cpp
+  wide/MemoryImage.cpp
+  wide/MorphologyRunner.cpp
+  wide/Plans2d.cpp
+  wide/ProgramFilter.cpp
+  wide/Runners2d.cpp
+  wide/Targets.cpp
+  wide/TileCut.cpp
+  wide/TileLayout.cpp
+  wide/TileRun.cpp
+  wide/Windows.cpp)
+foreach(target pxlworks_pxl_qorn pxlworks_qorn_passes pxlworks_pxl_elements pxlworks_pxl_wide pxlworks_plugin_bodies)
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
   target_link_libraries(${target} PRIVATE pxlworks_warnings)
 endforeach()

@@ -16,6 +16,8 @@ foreach(plugin qorn elements)
   add_test(NAME check.plugin_${plugin} COMMAND ${check_by} "${checks}/check_plugin.py"
     "$<TARGET_FILE:pxlworks_pxl_${plugin}>" ${binary_kind})
 endforeach()
+add_test(NAME check.plugin_wide COMMAND ${check_by} "${checks}/check_plugin.py" "$<TARGET_FILE:pxlworks_pxl_wide>" wide
+  ${binary_kind})
 add_test(NAME check.run_paths COMMAND ${check_by} "${checks}/check_run_paths.py" "${CMAKE_BINARY_DIR}")
 if(PXLWORKS_PROGRAMS)
   add_test(NAME check.docs COMMAND ${check_by} "${checks}/check_docs.py" "${PROJECT_SOURCE_DIR}" $<TARGET_FILE:qorn>)

@@ -8,7 +8,7 @@ import sys
 import tree
 
 OBJECT_MODEL_HEADERS = {"pxl/String.h", "pxl/Object.h", "pxl/Exception.h", "pxl/Noncopyable.h"}
-PLUGIN_FOLDERS = ("analysis", "morphology", "filtering", "PointOperations", "elements")
+PLUGIN_FOLDERS = ("analysis", "morphology", "filtering", "PointOperations", "elements", "wide")
 CONTRACT = {"object model", "contract"}
 CORE = {"core", "simd"}
 # The headers of the C++ standard library have names without a suffix; 'system' is every other header in <>.
@@ -27,6 +27,9 @@ ALLOWED = {
 }
 for plugin_folder in PLUGIN_FOLDERS:
     ALLOWED[plugin_folder] = CONTRACT | CORE | {plugin_folder, "standard", "tbb"}
+
+# Its vectors are Highway's.
+ALLOWED["wide"] = ALLOWED["wide"] | {"highway"}
 
 # The one file of the host with intrinsics, for all processors that the host runs on; not for plug-ins.
 HOST_SIMD = "host/src/access/RoundFloats.h"
@@ -70,6 +73,8 @@ def kinds_of_target(root, name, bracket, target):
     if bracket == "<":
         if re.fullmatch(r"(oneapi/)?tbb/.*", target):
             return {"tbb"}
+        if target.startswith("hwy/"):
+            return {"highway"}
         if re.fullmatch(r"\w+intrin\.h", target):
             return {"intrinsics"}
         return {"standard" if re.fullmatch(r"[a-z_0-9]+", target) else "system"}

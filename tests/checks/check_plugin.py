@@ -1,6 +1,7 @@
 #!/usr/bin/env -S python3 -B
-"""Checks the contents of the plug-in's binary. Arguments: the shared library, and the word relaxed for builds whose
-compiler adds its own instructions and data (sanitizers, coverage) or doesn't optimise (debug)."""
+"""Checks the contents of the plug-in's binary. Arguments: the shared library; the word relaxed for builds whose compiler
+adds its own instructions and data (sanitizers, coverage) or doesn't optimise (debug); and the word wide for a library in
+which the functions in the namespaces of targets, and only those, may go beyond SSE4.1."""
 
 import re
 import subprocess
@@ -16,6 +17,9 @@ RUNTIME_DATA = {"__dso_handle", "__TMC_END__", "completed.0", "DW.ref.__gxx_pers
 BEYOND = re.compile(r"v\w+|pcmpgtq|pcmp[ei]str[im]|crc32\w?|popcnt\w?|lzcnt\w?")
 # The functions that process the vectors of a row, by name.
 IN_ROW = re.compile(r"[0-9a-f]+ <\w*\D(?:10computeRow|6reduce|4scan)[IE]\w*>:")
+# A function of a target's namespace: a template of the standard library that was compiled with wide instructions would be
+# none, and could become the copy that all use.
+OF_TARGET = re.compile(r"[0-9a-f]+ <\w*\d+N_(?:SSE4|AVX2|AVX3)[^>]*>:")
 PREFIXES = r"(?:(?:rep\w*|lock|bnd|notrack|data16|[cdefgs]s|rex\S*)\s+)*"
 
 
@@ -83,33 +87,37 @@ def data_findings(library):
         yield "no registration object"
 
 
-def instruction_findings(library):
-    count = in_row = 0
-    is_in_row = False
+def instruction_findings(library, is_wide):
+    count = in_row = of_target = 0
+    is_in_row = is_of_target = False
     for line in output_of("objdump", "-d", "--no-show-raw-insn", library).split("\n"):
         if line.endswith(">:"):
             is_in_row = bool(IN_ROW.fullmatch(line))
             in_row += is_in_row
+            is_of_target = is_wide and bool(OF_TARGET.match(line))
+            of_target += is_of_target
         match = re.match(r"\s+[0-9a-f]+:\s+" + PREFIXES + r"(\w+)(.*)", line)
         if match:
             count += 1
-            if BEYOND.fullmatch(match.group(1)) or re.search(r"%[yz]mm", match.group(2)):
+            if not is_of_target and (BEYOND.fullmatch(match.group(1)) or re.search(r"%[yz]mm", match.group(2))):
                 yield f"beyond SSE4.1: {line.strip()}"
             if is_in_row and match.group(1).startswith("call"):
                 yield f"calls within a row: {line.strip()}"
-    print(f"{count} instructions, {in_row} functions for a row")
+    print(f"{count} instructions, {in_row} functions for a row, {of_target} of a target")
+    if is_wide and of_target == 0:
+        yield "no functions of a target"
     if count == 0:
         yield "no instructions found"
 
 
 def main():
     library = sys.argv[1]
-    relaxed = sys.argv[2:] == ["relaxed"]
+    relaxed = "relaxed" in sys.argv[2:]
     found = list(file_findings(library, relaxed)) + list(symbol_findings(library))
     if relaxed:
         print("data and instructions not checked: this build's compiler options change them")
     else:
-        found += list(data_findings(library)) + list(instruction_findings(library))
+        found += list(data_findings(library)) + list(instruction_findings(library, "wide" in sys.argv[2:]))
     print("\n".join(found[:50]))
     print(f"{len(found)} findings")
     return 1 if found else 0

@@ -8,6 +8,9 @@ namespace {
 // The compiler's test also checks that the operating system saves the wide registers.
 int detectLevel() {
   __builtin_cpu_init();
+  if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq") &&
+      __builtin_cpu_supports("avx512bw"))
+    return 144;
   if (__builtin_cpu_supports("avx2")) return 128;
   if (__builtin_cpu_supports("avx")) return 112;
   if (__builtin_cpu_supports("sse4.2")) return 96;

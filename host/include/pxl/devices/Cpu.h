@@ -12,7 +12,10 @@ class PXL_API Cpu {
 
   bool hasSSE() const;
 
-  /** SSE 16, SSE2 32, SSE3 48, SSSE3 64, SSE4.1 80, SSE4.2 96, AVX 112, AVX2 128; 0 without SSE. */
+  /**
+   * SSE 16, SSE2 32, SSE3 48, SSSE3 64, SSE4.1 80, SSE4.2 96, AVX 112, AVX2 128, AVX-512 with F, VL, DQ and BW 144; 0
+   * without SSE.
+   */
   int getSSELevel() const;
 
  private:

@@ -1,0 +1,65 @@
+#include <cstdlib>
+#include <iostream>
+
+#include "Compared.h"
+
+namespace {
+
+using namespace wide_test;
+
+constexpr char const* cOperators[] = {"Dilation2d", "Erosion2d"};
+constexpr char const* cTargets[] = {"sse4", "avx2", "avx512"};
+
+std::uint64_t getNumber(char const* name, std::uint64_t otherwise) {
+  char const* const text = std::getenv(name);
+  return text ? std::strtoull(text, nullptr, 10) : otherwise;
+}
+
+pxl::ImageSizes makeSizes(Random& random) {
+  auto const size = [&random](long last) { return static_cast<unsigned long>(random.number(1, last)); };
+  switch (random.number(0, 3)) {
+    case 0:  // short rows
+      return {size(9), size(40), size(5), size(2), size(2)};
+    case 1:  // many bands
+      return {size(70), size(600), 1, 1, 1};
+    case 2:  // some vectors and one voxel
+      return {static_cast<unsigned long>(64 * random.number(1, 3) + random.number(-1, 1)), size(40), size(9), 1, 1};
+    default:
+      return {size(150), size(60), size(12), size(2), 1};
+  }
+}
+
+// PXLWORKS_WIDE_SEED repeats a run, PXLWORKS_WIDE_RUNS says how many are made.
+TEST(WideFuzz, givesTheBitsOfTheOtherRunner) {
+  loadPlugins();
+  std::uint64_t const seed = getNumber("PXLWORKS_WIDE_SEED", std::random_device()());
+  std::uint64_t const nbRuns = getNumber("PXLWORKS_WIDE_RUNS", 2000);
+  std::cout << "PXLWORKS_WIDE_SEED=" << seed << std::endl;
+  std::uint64_t nbTaken = 0;
+  for (std::uint64_t run = 0; run < nbRuns; ++run) {
+    Random random(seed + run);
+    auto const algorithm = makeOperator(random.oneOf(cOperators));
+    auto const type = random.oneOf(cTypes);
+    auto const specials = static_cast<Specials>(random.number(0, 2));
+    RandomImage const input(random, type, makeSizes(random), specials);
+    RandomImage const output(random, type, input.imageSizes, specials);
+    setRandomProperties(random, *algorithm, 60);
+    char const* const target = random.oneOf(cTargets);
+    ::setenv("PXLWORKS_WIDE_TARGET", target, 1);
+    bool const isInPlace = random.oneIn(3);
+    try {
+      ASSERT_TRUE(isSame(*algorithm, input, isInPlace ? nullptr : &output))
+          << "PXLWORKS_WIDE_SEED=" << seed + run << " PXLWORKS_WIDE_RUNS=1, target "
+          << ::getenv("PXLWORKS_WIDE_TARGET");
+      ++nbTaken;
+    } catch (pxl::RuntimeError const& error) {
+      // A target that this processor doesn't have.
+      ASSERT_NE(std::string(error.what()).find("PXLWORKS_WIDE_TARGET"), std::string::npos) << error.what();
+    }
+  }
+  ::unsetenv("PXLWORKS_WIDE_TARGET");
+  std::cout << nbTaken << " of " << nbRuns << " runs compared" << std::endl;
+  EXPECT_GT(nbTaken, nbRuns / 10);
+}
+
+}  // namespace

@@ -1,0 +1,138 @@
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <ostream>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "pxl/AlgoInfo.h"
+#include "pxl/BaseAlgorithm.h"
+#include "pxl/Image.h"
+#include "pxl/Property.h"
+#include "pxl/kernel/StructuringElement.h"
+
+/** Operators on random images, to be run by one runner and by another. */
+namespace wide_test {
+
+class Random {
+ public:
+  explicit Random(std::uint64_t seed) : m_engine(seed) {}
+  long number(long first, long last) {
+    return first + static_cast<long>(m_engine() % static_cast<std::uint64_t>(last - first + 1));
+  }
+  bool oneIn(long count) { return number(1, count) == 1; }
+  template <class T, std::size_t count>
+  T const& oneOf(T const (&values)[count]) {
+    return values[number(0, static_cast<long>(count) - 1)];
+  }
+
+ private:
+  std::mt19937_64 m_engine;
+};
+
+constexpr pxl::VoxelTypes cTypes[] = {pxl::cUnsignedInteger8,
+                                      pxl::cUnsignedInteger16,
+                                      pxl::cUnsignedInteger32,
+                                      pxl::cInteger8,
+                                      pxl::cInteger16,
+                                      pxl::cInteger32,
+                                      pxl::cFloat,
+                                      pxl::cDouble};
+
+/** What reals are made of. */
+enum class Specials { cNone, cFew, cMany };
+
+template <class Real>
+Real makeReal(Random& random, Specials specials) {
+  constexpr Real cSpecials[] = {std::numeric_limits<Real>::quiet_NaN(),
+                                -std::numeric_limits<Real>::quiet_NaN(),
+                                std::numeric_limits<Real>::infinity(),
+                                -std::numeric_limits<Real>::infinity(),
+                                Real{0},
+                                -Real{0}};
+  long const oneInMany = specials == Specials::cMany ? 2 : 300;
+  if (specials != Specials::cNone && random.oneIn(oneInMany)) return random.oneOf(cSpecials);
+  return static_cast<Real>(random.number(-50, 50)) / 4 + Real{1} / 8;
+}
+
+/** An image with room between its rows, its voxels random and the room marked. */
+struct RandomImage {
+  RandomImage(Random& random, pxl::VoxelTypes type, pxl::ImageSizes const& sizes, Specials specials)
+      : voxelType(type), imageSizes(sizes) {
+    long const size = static_cast<long>(pxl::helper::getSizeOf(type));
+    long stride = size;
+    for (std::size_t d = 0; d < 5; ++d) {
+      strides[d] = stride;
+      stride = stride * static_cast<long>(sizes[d]) + (d < 4 && random.oneIn(3) ? size * random.number(1, 70) : 0);
+    }
+    bytes.assign(static_cast<std::size_t>(stride) + 64, static_cast<char>(random.number(0, 255)));
+    for (std::size_t at = 0; at + 8 <= bytes.size(); at += static_cast<std::size_t>(size)) fill(random, at, specials);
+  }
+
+  std::shared_ptr<pxl::Image> makeImage() {
+    return pxl::Image::OnMemory(static_cast<void*>(bytes.data()), voxelType, imageSizes, strides);
+  }
+
+  pxl::VoxelTypes voxelType;
+  pxl::ImageSizes imageSizes;
+  pxl::ImageStrides strides;
+  std::vector<char> bytes;
+
+ private:
+  void fill(Random& random, std::size_t at, Specials specials) {
+    if (voxelType == pxl::cFloat) {
+      put(at, makeReal<float>(random, specials));
+    } else if (voxelType == pxl::cDouble) {
+      put(at, makeReal<double>(random, specials));
+    } else {
+      put(at, static_cast<std::uint32_t>(random.number(0, 0xffffffff)));
+    }
+  }
+  template <class T>
+  void put(std::size_t at, T value) {
+    std::memcpy(&bytes[at], &value, sizeof(T));
+  }
+};
+
+/** An operator with its properties but for images. */
+inline std::unique_ptr<pxl::BaseAlgorithm> makeOperator(std::string const& name) {
+  return pxl::AlgoInfo::find(name.c_str())->create();
+}
+
+template <class T>
+void setIfAny(pxl::BaseAlgorithm& algorithm, char const* name, T const& value) {
+  if (pxl::PropertyBase* const property = algorithm.findProperty(name)) pxl::asProperty<T>(*property)->set(value);
+}
+
+inline pxl::kernel::StructuringElement makeRandomElement(Random& random) {
+  std::vector<long> const sizes{random.number(1, 9), random.number(1, 7), random.number(1, 4)};
+  std::vector<long> origin;
+  for (long size : sizes) origin.push_back(random.number(-3, size + 2));
+  std::vector<unsigned char> mask(static_cast<std::size_t>(sizes[0] * sizes[1] * sizes[2]));
+  long const oneInMany = random.number(1, 4);
+  for (unsigned char& voxel : mask) voxel = random.oneIn(oneInMany);
+  mask[static_cast<std::size_t>(random.number(0, static_cast<long>(mask.size()) - 1))] = 1;
+  if (random.oneIn(6)) return pxl::kernel::StructuringElement::disk(static_cast<unsigned>(random.number(0, 9)));
+  return pxl::kernel::StructuringElement::mask(mask.data(), sizes, origin);
+}
+
+/** Gives random values to whatever an operator has. */
+inline void setRandomProperties(Random& random, pxl::BaseAlgorithm& algorithm, long maxSize) {
+  auto const number = [&](long last) { return static_cast<unsigned int>(random.number(0, last)); };
+  setIfAny(algorithm, "numberOfIterations", number(random.oneIn(4) ? maxSize : 6));
+  setIfAny(algorithm, "neighborhood", static_cast<int>(random.number(0, 3)));
+  setIfAny(algorithm, "radius", number(random.oneIn(8) ? maxSize / 2 : 6));
+  setIfAny(algorithm, "shapeMode", static_cast<int>(random.number(0, 1)));
+  setIfAny(algorithm, "lineSize", number(random.oneIn(3) ? maxSize : 20));
+  for (char const* angle : {"lineAngle", "firstAngle", "secondAngle"})
+    setIfAny(algorithm, angle, static_cast<double>(random.number(-24, 24)) * (random.oneIn(2) ? 15 : 7.3));
+  if (algorithm.findProperty("element")) setIfAny(algorithm, "element", makeRandomElement(random));
+}
+
+}  // namespace wide_test

@@ -1,0 +1,258 @@
+// The bodies of RowKernels.h, once for each target. Included by units that have included hwy/foreach_target.h.
+// Nothing of the standard library is used in here: the linker could take a copy of it with the wide instructions for
+// everyone.
+#if defined(PXLWORKS_WIDE_ROW_KERNELS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PXLWORKS_WIDE_ROW_KERNELS_INL_H
+#undef PXLWORKS_WIDE_ROW_KERNELS_INL_H
+#else
+#define PXLWORKS_WIDE_ROW_KERNELS_INL_H
+#endif
+
+#include <hwy/highway.h>
+
+#include "wide/RowKernels.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace pxl::wide::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+// a > b ? a : b, which isn't the same as b > a ? b : a where a NaN or two zeros meet. The machine's maximum of x86 is
+// this comparison; of others it isn't.
+template <Polarities P, class V>
+HWY_INLINE V fold(V a, V b) {
+#if HWY_ARCH_X86
+  return P == Polarities::cDilation ? hn::Max(a, b) : hn::Min(a, b);
+#else
+  return hn::IfThenElse(P == Polarities::cDilation ? hn::Gt(a, b) : hn::Lt(a, b), a, b);
+#endif
+}
+
+template <Polarities P, class T>
+HWY_INLINE T foldOne(T a, T b) {
+  return (P == Polarities::cDilation ? a > b : a < b) ? a : b;
+}
+
+template <class T>
+using Wide = hn::ScalableTag<T>;
+// For rows shorter than a wide vector.
+template <class T>
+using Narrow = hn::FixedTag<T, 16 / sizeof(T)>;
+
+template <class T>
+constexpr long lanesOf() {
+  return static_cast<long>(HWY_MAX_BYTES / sizeof(T));
+}
+
+template <class T>
+HWY_INLINE T const* at(char const* row) {
+  return reinterpret_cast<T const*>(row);
+}
+template <class T>
+HWY_INLINE T* at(char* row) {
+  return reinterpret_cast<T*>(row);
+}
+
+/** Vectors of a row at c, c + L, ...: the fold of all taps. */
+template <Polarities P, int nbVectors, class D, class T>
+HWY_INLINE void foldColumns(D d, T const* const* rows, long nbTaps, T* out, long c) {
+  constexpr long L = static_cast<long>(hn::MaxLanes(D()));
+  hn::Vec<D> v0 = hn::LoadU(d, rows[0] + c), v1 = v0, v2 = v0, v3 = v0;
+  if (nbVectors > 1) {
+    v1 = hn::LoadU(d, rows[0] + c + L);
+    v2 = hn::LoadU(d, rows[0] + c + 2 * L);
+    v3 = hn::LoadU(d, rows[0] + c + 3 * L);
+  }
+  for (long i = 1; i < nbTaps; ++i) {
+    T const* const row = rows[i] + c;
+    v0 = fold<P>(v0, hn::LoadU(d, row));
+    if (nbVectors > 1) {
+      v1 = fold<P>(v1, hn::LoadU(d, row + L));
+      v2 = fold<P>(v2, hn::LoadU(d, row + 2 * L));
+      v3 = fold<P>(v3, hn::LoadU(d, row + 3 * L));
+    }
+  }
+  hn::StoreU(v0, d, out + c);
+  if (nbVectors > 1) {
+    hn::StoreU(v1, d, out + c + L);
+    hn::StoreU(v2, d, out + c + 2 * L);
+    hn::StoreU(v3, d, out + c + 3 * L);
+  }
+}
+
+/** One row; its last vector overlaps the one before it. */
+template <Polarities P, class D, class T>
+HWY_INLINE void foldRow(D d, T const* const* rows, long nbTaps, T* out, long count) {
+  constexpr long L = static_cast<long>(hn::MaxLanes(D()));
+  long c = 0;
+  for (; c + 4 * L <= count; c += 4 * L) foldColumns<P, 4>(d, rows, nbTaps, out, c);
+  for (; c + L <= count; c += L) foldColumns<P, 1>(d, rows, nbTaps, out, c);
+  if (c < count) foldColumns<P, 1>(d, rows, nbTaps, out, count - L);
+}
+
+template <Polarities P, class T>
+HWY_INLINE void foldRowOfAnyLength(T const* const* rows, long nbTaps, T* out, long count) {
+  if (count >= lanesOf<T>()) return foldRow<P>(Wide<T>(), rows, nbTaps, out, count);
+  if (count >= static_cast<long>(16 / sizeof(T))) return foldRow<P>(Narrow<T>(), rows, nbTaps, out, count);
+  for (long c = 0; c < count; ++c) {
+    T value = rows[0][c];
+    for (long i = 1; i < nbTaps; ++i) value = foldOne<P>(value, rows[i][c]);
+    out[c] = value;
+  }
+}
+
+/** A number of taps that is known to the compiler, whose pointers stay in registers. */
+template <Polarities P, class T, int nbTaps>
+HWY_NOINLINE void foldFew(char const* const* taps, long const* strides, char* out, long outStride, long nbRows,
+                          long count) {
+  T const* rows[nbTaps];
+  for (int i = 0; i < nbTaps; ++i) rows[i] = at<T>(taps[i]);
+  for (long row = 0;;) {
+    foldRowOfAnyLength<P>(rows, nbTaps, at<T>(out), count);
+    if (++row == nbRows) return;
+    for (int i = 0; i < nbTaps; ++i) rows[i] = at<T>(reinterpret_cast<char const*>(rows[i]) + strides[i]);
+    out += outStride;
+  }
+}
+
+template <Polarities P, class T>
+HWY_NOINLINE void foldMany(char const* const* taps, long nbTaps, char* out, long count) {
+  foldRowOfAnyLength<P>(reinterpret_cast<T const* const*>(taps), nbTaps, at<T>(out), count);
+}
+
+template <Polarities P, class T>
+void foldTaps(char const* const* taps, long const* strides, long nbTaps, char* out, long outStride, long nbRows,
+              long count) {
+  switch (nbTaps) {
+    case 1:
+      return foldFew<P, T, 1>(taps, strides, out, outStride, nbRows, count);
+    case 2:
+      return foldFew<P, T, 2>(taps, strides, out, outStride, nbRows, count);
+    case 3:
+      return foldFew<P, T, 3>(taps, strides, out, outStride, nbRows, count);
+    case 4:
+      return foldFew<P, T, 4>(taps, strides, out, outStride, nbRows, count);
+    case 5:
+      return foldFew<P, T, 5>(taps, strides, out, outStride, nbRows, count);
+    case 6:
+      return foldFew<P, T, 6>(taps, strides, out, outStride, nbRows, count);
+    case 7:
+      return foldFew<P, T, 7>(taps, strides, out, outStride, nbRows, count);
+    default:  // the caller gives one row at a time
+      return foldMany<P, T>(taps, nbTaps, out, count);
+  }
+}
+
+/** nbResults windows at once: what they share is folded once, then a suffix above it and a prefix below. */
+template <Polarities P, class T, int nbResults>
+HWY_NOINLINE void foldWindows(char const* const* taps, long length, char* const* outs, long count) {
+  Wide<T> const d;
+  using V = hn::Vec<Wide<T>>;
+  constexpr long L = lanesOf<T>();
+  for (long start = 0; start < count; start += L) {
+    long const c = start + L <= count ? start : count - L;
+    V suffix = hn::LoadU(d, at<T>(taps[nbResults - 1]) + c);
+    for (long i = nbResults; i < length; ++i) suffix = fold<P>(suffix, hn::LoadU(d, at<T>(taps[i]) + c));
+    V suffixes[nbResults];
+    suffixes[nbResults - 1] = suffix;
+#pragma GCC unroll 8
+    for (int i = nbResults - 2; i >= 0; --i) suffixes[i] = fold<P>(suffixes[i + 1], hn::LoadU(d, at<T>(taps[i]) + c));
+    hn::StoreU(suffixes[0], d, at<T>(outs[0]) + c);
+    V prefix = hn::LoadU(d, at<T>(taps[length]) + c);
+    hn::StoreU(fold<P>(suffixes[1], prefix), d, at<T>(outs[1]) + c);
+#pragma GCC unroll 8
+    for (int i = 2; i < nbResults; ++i) {
+      prefix = fold<P>(prefix, hn::LoadU(d, at<T>(taps[length + i - 1]) + c));
+      hn::StoreU(fold<P>(suffixes[i], prefix), d, at<T>(outs[i]) + c);
+    }
+  }
+}
+
+template <Polarities P, class T>
+void foldRowsAtOnce(char const* const* rows, long length, char* const* outs, long nbResults, long count) {
+  if (nbResults == 8)
+    foldWindows<P, T, 8>(rows, length, outs, count);
+  else
+    foldWindows<P, T, 4>(rows, length, outs, count);
+}
+
+template <Polarities P, class T>
+HWY_NOINLINE void foldBlockRow(char const* suffixRow, char const* newRow, char* prefixRow, bool isFirst, char* outRow,
+                               long count) {
+  Wide<T> const d;
+  constexpr long L = lanesOf<T>();
+  T const* const suffix = at<T>(suffixRow);
+  T const* const row = at<T>(newRow);
+  T* const prefix = at<T>(prefixRow);
+  T* const out = at<T>(outRow);
+  long c = 0;
+  for (; c + L <= count; c += L) {
+    auto value = hn::LoadU(d, row + c);
+    if (!isFirst) value = fold<P>(hn::LoadU(d, prefix + c), value);
+    hn::StoreU(value, d, prefix + c);
+    hn::StoreU(fold<P>(hn::LoadU(d, suffix + c), value), d, out + c);
+  }
+  for (; c < count; ++c) {  // nothing may be folded twice into the prefix, so that no vectors overlap
+    T value = row[c];
+    if (!isFirst) value = foldOne<P>(prefix[c], value);
+    prefix[c] = value;
+    out[c] = foldOne<P>(suffix[c], value);
+  }
+}
+
+template <class T>
+constexpr bool cIsReal = static_cast<T>(0.5) != T{0};
+
+template <class T>
+HWY_INLINE bool isSpecial(T value) {
+  return value != value || (value == T{0} && __builtin_signbit(static_cast<double>(value)));
+}
+
+template <class T>
+HWY_NOINLINE bool hasSpecialReals(char const* chars, long count) {
+  if constexpr (!cIsReal<T>) {
+    return false;
+  } else {
+    T const* const row = at<T>(chars);
+    Wide<T> const d;
+    hn::RebindToUnsigned<Wide<T>> const du;
+    constexpr long L = lanesOf<T>();
+    auto const minusZero = hn::BitCast(du, hn::Set(d, static_cast<T>(-0.0)));
+    auto found = hn::IsNaN(hn::Zero(d));
+    long c = 0;
+    for (; c + L <= count; c += L) {
+      auto const v = hn::LoadU(d, row + c);
+      found = hn::Or(found, hn::Or(hn::IsNaN(v), hn::RebindMask(d, hn::Eq(hn::BitCast(du, v), minusZero))));
+    }
+    bool isFound = !hn::AllFalse(d, found);
+    for (; c < count; ++c) isFound = isFound || isSpecial(row[c]);
+    return isFound;
+  }
+}
+
+template <Polarities P, class T>
+constexpr T cNeutral = P == Polarities::cDilation ? hwy::LowestValue<T>() : hwy::HighestValue<T>();
+
+template <Polarities P, class T>
+void fillNeutral(char* row, long count) {
+  for (long c = 0; c < count; ++c) at<T>(row)[c] = cNeutral<P, T>;
+}
+
+template <Polarities P, class T>
+constexpr RowKernels makeRowKernels() {
+  return {foldTaps<P, T>,    foldRowsAtOnce<P, T>,         foldBlockRow<P, T>, hasSpecialReals<T>,
+          fillNeutral<P, T>, static_cast<long>(sizeof(T)), lanesOf<T>()};
+}
+
+/** By polarity. */
+template <class T>
+RowKernels const* kernelsOf(Polarities polarity) {
+  static constexpr RowKernels cDilation = makeRowKernels<Polarities::cDilation, T>();
+  static constexpr RowKernels cErosion = makeRowKernels<Polarities::cErosion, T>();
+  return polarity == Polarities::cDilation ? &cDilation : &cErosion;
+}
+
+}  // namespace pxl::wide::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstddef>
+
+#include "pxl/VoxelTypes.h"
+
+/** What is done with rows of voxels, for one voxel type, polarity and set of instructions. */
+namespace pxl::wide {
+
+/** The sets of instructions that the vectors are compiled for, narrowest first. */
+enum class Targets { cSse4, cAvx2, cAvx512 };
+constexpr int cNbTargets = 3;
+
+/** Whether the largest or the smallest voxel is taken. */
+enum class Polarities { cDilation, cErosion };
+
+/**
+ * Functions on rows of adjacent voxels, which may stand at any address that is a multiple of their size. Of two
+ * voxels a and b, a being the earlier one, a fold takes a where a > b (erosion: a < b) and else b, as the other
+ * runner does: so that NaN and zeros of both signs come out the same where the order is the same.
+ */
+struct RowKernels {
+  using Row = char const*;
+
+  /**
+   * For each of nbRows rows: out = fold of the rows at `rows`, in their order. Between one row and the next lie
+   * rowStrides[i] bytes, and outStride bytes in the result. The result isn't one of the rows.
+   */
+  void (*fold)(Row const* rows, long const* rowStrides, long nbTaps, char* out, long outStride, long nbRows,
+               long count);
+  /**
+   * nbResults (4 or 8) windows of `length` rows each, result i from row i on: out[i] = fold of rows[i ..
+   * i + length - 1]; length is at least nbResults and count at least minRowsAtOnce.
+   */
+  void (*foldRowsAtOnce)(Row const* rows, long length, char* const* out, long nbResults, long count);
+  /** prefix = isFirst ? row : fold(prefix, row); out = fold(suffix, prefix). */
+  void (*foldBlockRow)(Row suffix, Row row, char* prefix, bool isFirst, char* out, long count);
+  /** Whether order matters in a row: there is a NaN, or a zero with a sign. Never of integers. */
+  bool (*hasSpecialReals)(Row row, long count);
+  /** Fills a row with the neutral value. */
+  void (*fillNeutral)(char* row, long count);
+
+  long voxelSize;      ///< bytes
+  long minRowsAtOnce;  ///< voxels
+};
+
+/** Of one set of instructions, which the processor must have. Null for a type without kernels. */
+RowKernels const* getRowKernels(Targets target, VoxelTypes type, Polarities polarity);
+
+}  // namespace pxl::wide

@@ -1,0 +1,21 @@
+// Compiled once for each target, see hwy/foreach_target.h.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "wide/RowKernels8.cpp"
+#include <hwy/foreach_target.h>
+// after it
+#include "wide/RowKernels-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace pxl::wide::HWY_NAMESPACE {
+
+RowKernels const* getRowKernels8(VoxelTypes type, Polarities polarity) {
+  return type == cUnsignedInteger8 ? kernelsOf<unsigned char>(polarity) : kernelsOf<signed char>(polarity);
+}
+
+}  // namespace pxl::wide::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+#include "wide/TargetTable.h"
+PXL_WIDE_TARGET_TABLE(getRowKernels8)
+#endif

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "pxl/String.h"
+#include "wide/RowKernels.h"
+
+/** Which set of instructions is used. */
+namespace pxl::wide {
+
+/** What was chosen, or why nothing was. */
+struct TargetChoice {
+  bool isUsable;
+  Targets target;
+  String refusal;
+};
+
+/**
+ * The widest target of the processor, or the one that the environment variable PXLWORKS_WIDE_TARGET names: "sse4",
+ * "avx2" or "avx512". It is asked for with each run.
+ */
+TargetChoice chooseTarget();
+
+}  // namespace pxl::wide

@@ -1,0 +1,320 @@
+#include "wide/TileRun.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+namespace pxl::wide {
+namespace {
+
+using Kinds = FoldNode::Kinds;
+constexpr long cForever = std::numeric_limits<long>::max();
+constexpr long cNbRowsAtOnce = 8;
+
+// Rows of one node as a tap of another one sees them.
+struct TapPlace {
+  char const* base;  ///< of row `firstRow` of slot 0, at the column from which the tap is read
+  long rowStride;
+  long slabStride;
+  long firstRow;
+  long firstSlot;         ///< a slab in slot 0
+  unsigned long nbSlots;  ///< 0: no ring, all slabs lie one after the other
+  long rowShift;
+  long slabShift;
+  SlabBox values;  ///< beyond them is the neutral value
+};
+
+class TileRun {
+ public:
+  TileRun(TilePlan const& plan, FoldProgram const& program, SlabBox const& tile, char* scratch, TileHost& host)
+      : m_plan(plan),
+        m_program(program),
+        m_kernels(*plan.kernels),
+        m_tile(tile),
+        m_nbAtOnce(getNbSlabsAtOnce(program)),
+        m_layout(program, plan.isVolume, tile, plan.image, plan.kernels->voxelSize, m_nbAtOnce, plan.isCopied),
+        m_scratch(scratch),
+        m_host(host) {}
+
+  bool run(bool isWatchful);
+
+ private:
+  struct Node {
+    FoldNode const* node;
+    NodeRing const* ring;
+    std::vector<TapPlace> taps;
+    TapPlace own;  ///< where the values go
+    long after;    ///< slabs that it is ahead of the result
+    long nbCols;
+    long blockBegin;
+    bool hasBlock = false;
+  };
+
+  void prepare();
+  TapPlace makePlace(int node, long dx, long firstCol) const;
+  bool isSpecialUpTo(long endSlab);
+  void copyUpTo(long endSlab);
+  char const* getSourceRow(long slab, long row) const;
+  void computeSlabs(Node& node, long firstSlab, long endSlab);
+  void foldSlab(Node& node, long slab);
+  void foldRowsAtOnce(Node& node, long firstSlab, long nbResults);
+  void foldRowByBlocks(Node& node, long slab);
+  char const* locate(TapPlace const& place, long slab, long row, long& stride, long& nbRows) const;
+  char const* locateRow(TapPlace const& place, long slab) const;
+  char* getOwnRow(Node const& node, long slab, long row) const;
+
+  TilePlan const& m_plan;
+  FoldProgram const& m_program;
+  RowKernels const& m_kernels;
+  SlabBox const m_tile;
+  long const m_nbAtOnce;
+  TileLayout const m_layout;
+  char* const m_scratch;
+  TileHost& m_host;
+  std::vector<Node> m_nodes;
+  std::vector<char const*> m_rows;
+  std::vector<long> m_strides;
+  long m_nextCopied = 0;
+  long m_nextSeen = 0;
+};
+
+Tap makeTap(FoldNode const& node, long index) {
+  Tap tap = node.taps.front();
+  tap.dx += index * node.step;
+  tap.dy += index;
+  return tap;
+}
+
+void TileRun::prepare() {
+  m_kernels.fillNeutral(m_scratch, m_layout.nbNeutralVoxels);
+  std::size_t nbRows = 1;
+  m_nodes.resize(m_program.getNbNodes());
+  for (std::size_t i = 0; i < m_nodes.size(); ++i) {
+    Node& node = m_nodes[i];
+    node.node = &m_program.getNodes()[i];
+    node.ring = &m_layout.rings[i];
+    node.after = SlabReach(node.node->needed, m_plan.isVolume).slabsAfter;
+    SlabBox const& computed = node.ring->computed;
+    node.nbCols = computed.getNbCols();
+    node.own = makePlace(static_cast<int>(i), 0, computed.firstCol);
+    bool const isFold = node.node->kind == Kinds::cFold;
+    long const nbTaps = isFold ? static_cast<long>(node.node->taps.size()) : node.node->length;
+    for (long j = 0; j < nbTaps; ++j) {
+      Tap const tap = isFold ? node.node->taps[static_cast<std::size_t>(j)] : makeTap(*node.node, j);
+      TapPlace place{};
+      if (tap.node != cNeutralNode) place = makePlace(tap.node, tap.dx, computed.firstCol);
+      place.rowShift = getRowShift(tap, m_plan.isVolume);
+      place.slabShift = getSlabShift(tap, m_plan.isVolume);
+      node.taps.push_back(place);
+    }
+    nbRows = std::max(nbRows, static_cast<std::size_t>(nbTaps + cNbRowsAtOnce));
+    if (!node.ring->hasMemory || node.nbCols <= 0) continue;
+    // Margins that the node doesn't compute are read as neutral.
+    NodeRing const& ring = *node.ring;
+    long const nbBefore = computed.firstCol - ring.firstCol, nbAfter = ring.nbCols - nbBefore - node.nbCols;
+    for (long slot = 0; slot < ring.nbSlabs; ++slot)
+      for (long row = 0; row < ring.nbRows; ++row) {
+        char* const begin = m_scratch + ring.offset + slot * ring.slabStride + row * ring.rowStride;
+        m_kernels.fillNeutral(begin, nbBefore);
+        m_kernels.fillNeutral(begin + (nbBefore + node.nbCols) * m_kernels.voxelSize, nbAfter);
+      }
+  }
+  m_rows.resize(nbRows);
+  m_strides.resize(nbRows);
+  SlabBox const& read = m_layout.rings.front().computed;
+  m_nextCopied = m_nextSeen = read.firstSlab;
+}
+
+TapPlace TileRun::makePlace(int index, long dx, long firstCol) const {
+  NodeRing const& ring = m_layout.rings[static_cast<std::size_t>(index)];
+  bool const isImage = index == 0;
+  TapPlace place{};
+  place.values = ring.computed;
+  if (ring.hasMemory) {
+    place.base = m_scratch + ring.offset + (firstCol + dx - ring.firstCol) * m_kernels.voxelSize;
+    place.rowStride = ring.rowStride;
+    place.slabStride = ring.slabStride;
+    place.firstRow = ring.firstRow;
+    // Any slab before all that are read.
+    place.firstSlot = m_tile.firstSlab - m_layout.lead - 2 * ring.nbSlabs - 2 * m_nbAtOnce;
+    place.nbSlots = static_cast<unsigned long>(ring.nbSlabs);
+  } else {
+    SlabImage const& image = isImage ? m_plan.source : m_plan.target;
+    place.base = image.voxels + (firstCol + dx) * m_kernels.voxelSize;
+    place.rowStride = image.rowStride;
+    place.slabStride = image.slabStride;
+  }
+  return place;
+}
+
+char const* TileRun::locate(TapPlace const& place, long slab, long row, long& stride, long& nbRows) const {
+  slab += place.slabShift;
+  row += place.rowShift;
+  SlabBox const& values = place.values;
+  stride = 0;
+  nbRows = cForever;
+  if (slab < values.firstSlab || slab >= values.endSlab || row >= values.endRow) return m_scratch;
+  if (row < values.firstRow) {
+    nbRows = values.firstRow - row;
+    return m_scratch;
+  }
+  stride = place.rowStride;
+  nbRows = values.endRow - row;
+  long slot = slab - place.firstSlot;
+  if (place.nbSlots != 0) slot = static_cast<long>(static_cast<unsigned long>(slot) % place.nbSlots);
+  return place.base + slot * place.slabStride + (row - place.firstRow) * place.rowStride;
+}
+
+char const* TileRun::locateRow(TapPlace const& place, long slab) const {
+  long stride, nbRows;
+  return locate(place, slab, 0, stride, nbRows);
+}
+
+char* TileRun::getOwnRow(Node const& node, long slab, long row) const {
+  long stride, nbRows;
+  return const_cast<char*>(locate(node.own, slab, row, stride, nbRows));
+}
+
+char const* TileRun::getSourceRow(long slab, long row) const {
+  long const firstCol = m_layout.rings.front().computed.firstCol;
+  if (m_plan.isCopied)
+    if (char const* const kept = m_host.findKeptRow(m_tile, slab, row)) return kept + firstCol * m_kernels.voxelSize;
+  return m_plan.source.getRow(slab, row) + firstCol * m_kernels.voxelSize;
+}
+
+// Looks at the rows that are about to be read for the first time.
+bool TileRun::isSpecialUpTo(long endSlab) {
+  SlabBox const& read = m_layout.rings.front().computed;
+  for (endSlab = std::min(endSlab, read.endSlab); m_nextSeen < endSlab; ++m_nextSeen)
+    for (long row = read.firstRow; row < read.endRow; ++row)
+      if (m_kernels.hasSpecialReals(getSourceRow(m_nextSeen, row), read.getNbCols())) return true;
+  return false;
+}
+
+void TileRun::copyUpTo(long endSlab) {
+  Node const& image = m_nodes.front();
+  SlabBox const& read = image.ring->computed;
+  auto const nbBytes = static_cast<std::size_t>(std::max(0L, image.nbCols * m_kernels.voxelSize));
+  for (endSlab = std::min(endSlab, read.endSlab); m_nextCopied < endSlab; ++m_nextCopied)
+    for (long row = read.firstRow; row < read.endRow; ++row)
+      std::memcpy(getOwnRow(image, m_nextCopied, row), getSourceRow(m_nextCopied, row), nbBytes);
+}
+
+void TileRun::foldSlab(Node& node, long slab) {
+  SlabBox const& computed = node.ring->computed;
+  long const nbTaps = static_cast<long>(node.taps.size());
+  // Stretches of rows in which no tap enters or leaves its values.
+  for (long row = computed.firstRow; row < computed.endRow;) {
+    long nbRows = nbTaps > 7 ? 1 : computed.endRow - row;
+    for (long i = 0; i < nbTaps; ++i) {
+      auto const at = static_cast<std::size_t>(i);
+      long nbTapRows;
+      m_rows[at] = locate(node.taps[at], slab, row, m_strides[at], nbTapRows);
+      nbRows = std::min(nbRows, nbTapRows);
+    }
+    m_kernels.fold(m_rows.data(), m_strides.data(), nbTaps, getOwnRow(node, slab, row), node.own.rowStride, nbRows,
+                   node.nbCols);
+    row += nbRows;
+  }
+}
+
+void TileRun::foldRowsAtOnce(Node& node, long firstSlab, long nbResults) {
+  long const length = node.node->length, step = node.node->step;
+  // Result i stands i * step columns further right than result 0; all rows are read from the same column on.
+  long const size = m_kernels.voxelSize, slant = (nbResults - 1) * step, left = step > 0 ? -slant : 0;
+  for (long i = 0; i < length + nbResults - 1; ++i) {
+    TapPlace place = node.taps.front();
+    place.slabShift += i;
+    char const* const row = locateRow(place, firstSlab);
+    // All of the neutral row is the same.
+    m_rows[static_cast<std::size_t>(i)] = row == m_scratch ? row : row + (i * step + left) * size;
+  }
+  char* outs[cNbRowsAtOnce];
+  for (long i = 0; i < nbResults; ++i) outs[i] = getOwnRow(node, firstSlab + i, 0) + (i * step + left) * size;
+  m_kernels.foldRowsAtOnce(m_rows.data(), length, outs, nbResults, node.nbCols + (slant < 0 ? -slant : slant));
+}
+
+void TileRun::foldRowByBlocks(Node& node, long slab) {
+  long const length = node.node->length, rowStride = node.ring->rowStride;
+  char* const suffixes = m_scratch + node.ring->blocksOffset;
+  char* const prefix = suffixes + length * rowStride;
+  auto const suffixOf = [suffixes, rowStride](long i) { return suffixes + i * rowStride; };
+  long inBlock = slab - node.blockBegin;
+  if (!node.hasBlock || inBlock >= length) {
+    node.hasBlock = true;
+    node.blockBegin = slab;
+    inBlock = 0;
+    long const strides[2] = {0, 0};
+    for (long i = length; i-- > 0;) {
+      char const* rows[2] = {locateRow(node.taps[static_cast<std::size_t>(i)], slab), suffixOf(i + 1)};
+      m_kernels.fold(rows, strides, i + 1 == length ? 1 : 2, suffixOf(i), 0, 1, node.nbCols);
+    }
+  }
+  char* const out = getOwnRow(node, slab, 0);
+  if (inBlock == 0) {
+    std::memcpy(out, suffixOf(0), static_cast<std::size_t>(node.nbCols * m_kernels.voxelSize));
+    return;
+  }
+  m_kernels.foldBlockRow(suffixOf(inBlock), locateRow(node.taps.back(), slab), prefix, inBlock == 1, out,
+                         node.nbCols);
+}
+
+void TileRun::computeSlabs(Node& node, long firstSlab, long endSlab) {
+  if (node.nbCols <= 0) return;
+  for (long slab = firstSlab; slab < endSlab;) {
+    long const nbLeft = endSlab - slab;
+    if (node.node->kind == Kinds::cRowsByBlocks) {
+      foldRowByBlocks(node, slab++);
+    } else if (node.node->kind == Kinds::cRowsAtOnce && nbLeft >= 4 && node.node->length >= 4 &&
+               node.nbCols >= m_kernels.minRowsAtOnce) {
+      long const nbResults = nbLeft >= 8 && node.node->length >= 8 ? 8 : 4;
+      foldRowsAtOnce(node, slab, nbResults);
+      slab += nbResults;
+    } else {
+      foldSlab(node, slab++);
+    }
+  }
+}
+
+bool TileRun::run(bool isWatchful) {
+  prepare();
+  if (m_plan.isCopied && isWatchful && isSpecialUpTo(cForever)) return false;
+  long const imageAfter = m_nodes.front().after;
+  for (long slab = m_tile.firstSlab - m_layout.lead; slab < m_tile.endSlab; slab += m_nbAtOnce) {
+    long const nbDone = std::min(slab + m_nbAtOnce, m_tile.endSlab) - std::max(slab, m_tile.firstSlab);
+    m_host.step(std::max(nbDone, 0L));
+    long const endRead = slab + m_nbAtOnce + imageAfter;
+    if (m_plan.isCopied)
+      copyUpTo(endRead);
+    else if (isWatchful && isSpecialUpTo(endRead))
+      return false;
+    for (std::size_t i = 1; i < m_nodes.size(); ++i) {
+      Node& node = m_nodes[i];
+      SlabBox const& computed = node.ring->computed;
+      computeSlabs(node, std::max(slab + node.after, computed.firstSlab),
+                   std::min(slab + node.after + m_nbAtOnce, computed.endSlab));
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+long getNbSlabsAtOnce(FoldProgram const& program) {
+  for (FoldNode const& node : program.getNodes())
+    if (node.kind == Kinds::cRowsAtOnce) return cNbRowsAtOnce;
+  return 2;
+}
+
+long countScratchBytes(TilePlan const& plan, FoldProgram const& program, SlabBox const& tile) {
+  return TileLayout(program, plan.isVolume, tile, plan.image, plan.kernels->voxelSize, getNbSlabsAtOnce(program),
+                    plan.isCopied)
+      .nbBytes;
+}
+
+bool runTile(TilePlan const& plan, FoldProgram const& program, SlabBox const& tile, bool isWatchful, char* scratch,
+             TileHost& host) {
+  return TileRun(plan, program, tile, scratch, host).run(isWatchful);
+}
+
+}  // namespace pxl::wide
