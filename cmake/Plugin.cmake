@@ -45,12 +45,17 @@ set_source_files_properties(${PXLWORKS_WIDE_KERNELS} PROPERTIES COMPILE_DEFINITI
 pxlworks_add_plugin(pxlworks_pxl_wide
   ${PXLWORKS_WIDE_KERNELS}
   wide/FoldProgram.cpp
+  wide/IteratedRunners.cpp
   wide/KeptRows.cpp
+  wide/ListPlans.cpp
   wide/MemoryImage.cpp
   wide/MorphologyRunner.cpp
+  wide/PairPlans.cpp
   wide/Plans2d.cpp
+  wide/Plans3d.cpp
   wide/ProgramFilter.cpp
-  wide/Runners2d.cpp
+  wide/RunPlans.cpp
+  wide/ShapeRunners.cpp
   wide/Targets.cpp
   wide/TileCut.cpp
   wide/TileLayout.cpp

@@ -26,6 +26,11 @@ int FoldProgram::addRows(FoldNode::Kinds kind, int node, long length, long dy, l
   return added;
 }
 
+void FoldProgram::addNeutralTap() {
+  if (m_nodes.back().kind != FoldNode::Kinds::cFold) add({{static_cast<int>(m_nodes.size()) - 1, 0, 0, 0}});
+  m_nodes.back().taps.push_back({cNeutralNode, 0, 0, 0});
+}
+
 void FoldProgram::shift(int node, long dx, long dy, long dz) {
   for (Tap& tap : m_nodes[static_cast<std::size_t>(node)].taps) {
     tap.dx += dx;

@@ -60,6 +60,8 @@ class FoldProgram {
   int addCopy() { return add({{0, 0, 0, 0}}); }
   /** A window of `length` rows of `node`, the first of which is at dy, each `step` columns right of the one above. */
   int addRows(FoldNode::Kinds kind, int node, long length, long dy, long step);
+  /** Has the value beyond the edge take part in the result. */
+  void addNeutralTap();
   /** Moves what a node reads. */
   void shift(int node, long dx, long dy, long dz = 0);
   /** To be called once after the last node: what each node needs and how far it reaches. */

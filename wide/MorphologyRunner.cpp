@@ -7,7 +7,7 @@ struct RunArguments {
   BaseAlgorithm* algorithm;
   ImageModel const* input;
   ImageModel* output;
-  ElementPrograms const& programs;
+  Stages const& stages;
   RowKernels const& kernels;
 };
 
@@ -20,7 +20,7 @@ struct ViewedRun {
     auto const input = View::New(arguments->input, border);
     auto const output = View::New(arguments->output, border);
     ProgramFilter filter(
-        arguments->algorithm, arguments->programs, arguments->kernels,
+        arguments->algorithm, arguments->stages, arguments->kernels,
         describeImages(*arguments->input, *arguments->output),
         [](void const* view) { (void)static_cast<View const*>(view)->getInterface(); }, input.get());
     filter.run();
@@ -53,18 +53,18 @@ PlanImage getPlanImage(ProgramImages const& images) {
   return {{sizes[cColumns], sizes[cRows], sizes[cPlans]}, images.type};
 }
 
-String explainPrograms(BaseAlgorithm const& algorithm, ElementPrograms const& programs, Polarities polarity,
-                       ProgramImages const& images) {
+String explainStages(BaseAlgorithm const& algorithm, Stages const& stages, Polarities polarity,
+                     ProgramImages const& images) {
   RowKernels const& kernels = *getRowKernels(chooseTarget().target, images.type, polarity);
-  if (countExtraBytes(programs, kernels, images) > algorithm.getMaximumExtraMemoryUsageInBytes())
+  if (countExtraBytes(stages, kernels, images) > algorithm.getMaximumExtraMemoryUsageInBytes())
     return "the runner wide needs more extra memory";
   return String();
 }
 
-void runPrograms(BaseAlgorithm* algorithm, ImageModel const* input, ImageModel* output,
-                 ElementPrograms const& programs, Polarities polarity) {
+void runStages(BaseAlgorithm* algorithm, ImageModel const* input, ImageModel* output, Stages const& stages,
+               Polarities polarity) {
   RowKernels const& kernels = *getRowKernels(chooseTarget().target, input->getVoxelType(), polarity);
-  RunArguments const arguments{algorithm, input, output, programs, kernels};
+  RunArguments const arguments{algorithm, input, output, stages, kernels};
   tmpl_dispatch::Visitor1Args<tmpl_dispatch::AllTypes, ViewedRun, RunArguments const*>()(input->getVoxelType(),
                                                                                          &arguments);
 }

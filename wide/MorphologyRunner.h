@@ -26,19 +26,18 @@ String explainImages(BaseAlgorithm const& algorithm, ImageModel const& input, Im
 ProgramImages describeImages(ImageModel const& input, ImageModel const& output);
 PlanImage getPlanImage(ProgramImages const& images);
 
-/** Why the programs of an element can't be run; empty if they can. */
-String explainPrograms(BaseAlgorithm const& algorithm, ElementPrograms const& programs, Polarities polarity,
-                       ProgramImages const& images);
+/** Why stages can't be run; empty if they can. */
+String explainStages(BaseAlgorithm const& algorithm, Stages const& stages, Polarities polarity,
+                     ProgramImages const& images);
 
-/** Runs the programs of an element. */
-void runPrograms(BaseAlgorithm* algorithm, ImageModel const* input, ImageModel* output,
-                 ElementPrograms const& programs, Polarities polarity);
+/** Runs the stages of an element. */
+void runStages(BaseAlgorithm* algorithm, ImageModel const* input, ImageModel* output, Stages const& stages,
+               Polarities polarity);
 
 /**
  * The runner of an operator. Element has, each for a pointer to the algorithm,
- *   isIdle(algorithm)                  whether the output stays as it is
- *   explain(algorithm, image)          why the element isn't taken; empty if it is
- *   makePrograms(algorithm, image)     of an element that is taken
+ *   isIdle(algorithm)             whether the output stays as it is
+ *   makeStages(algorithm, image)  its programs otherwise
  */
 template <class Algo, class Element, Polarities polarity>
 class WideRunner final : public Runnable {
@@ -49,7 +48,7 @@ class WideRunner final : public Runnable {
     ImageModel const* const input = concrete->inputImage;
     ImageModel* const output = concrete->outputImage;
     PlanImage const image = getPlanImage(describeImages(*input, *output));
-    runPrograms(algorithm, input, output, Element::makePrograms(concrete, image), polarity);
+    runStages(algorithm, input, output, Element::makeStages(concrete, image), polarity);
   }
 
   bool isRunnable(BaseAlgorithm* algorithm) const override { return explainRefusal(algorithm).empty(); }
@@ -64,9 +63,7 @@ class WideRunner final : public Runnable {
     if (!refusal.empty() || Element::isIdle(concrete)) return refusal;
     ProgramImages const images = describeImages(input, output);
     PlanImage const image = getPlanImage(images);
-    String const ofElement = Element::explain(concrete, image);
-    if (!ofElement.empty()) return ofElement;
-    return explainPrograms(*algorithm, Element::makePrograms(concrete, image), polarity, images);
+    return explainStages(*algorithm, Element::makeStages(concrete, image), polarity, images);
   }
 
   char const* getName() const override { return cRunnerName; }

@@ -9,7 +9,7 @@ namespace {
 
 // Square of 2 N + 1: columns first, which need no margins of the image.
 int addBox(FoldProgram& program, long reach) {
-  int const rows = addCentredRows(program, reach);
+  int const rows = addImageRows(program, 2 * reach + 1, -reach);
   int const box = addWindow(program, rows, 2 * reach + 1, {1, 0, 0}, Dimensions::cPlane);
   program.shift(box, -reach, 0);
   return box;
@@ -39,9 +39,7 @@ FoldProgram makePasses(unsigned int nbSquares, unsigned int nbCrosses) {
   return program;
 }
 
-}  // namespace
-
-ElementPrograms makeOctagon(PlanImage const& image, unsigned int nbSquares, unsigned int nbCrosses) {
+ElementPrograms makePrograms(PlanImage const& image, unsigned int nbSquares, unsigned int nbCrosses) {
   ElementPrograms programs{false, {}, {}};
   if (image.isReal()) programs.ordered = makePasses(nbSquares, nbCrosses);
   // From everywhere more steps reach what these reach. One step at least reaches beyond the edge.
@@ -54,6 +52,19 @@ ElementPrograms makeOctagon(PlanImage const& image, unsigned int nbSquares, unsi
   fast.isOrdered = nbSquares == 0 && nbCrosses == 1;
   fast.finish();
   return programs;
+}
+
+}  // namespace
+
+Stages makeOctagon(PlanImage const& image, unsigned int nbSquares, unsigned int nbCrosses) {
+  Stages stages;
+  if (!image.isReal() || nbSquares + nbCrosses <= cMaxNbOrderedPasses) {
+    stages.push_back({makePrograms(image, nbSquares, nbCrosses), 1});
+    return stages;
+  }
+  addParts(stages, nbSquares, cMaxNbOrderedPasses, [&](unsigned int nb) { return makePrograms(image, nb, 0); });
+  addParts(stages, nbCrosses, cMaxNbOrderedPasses, [&](unsigned int nb) { return makePrograms(image, 0, nb); });
+  return stages;
 }
 
 }  // namespace pxl::wide

@@ -13,7 +13,20 @@ struct PlanImage {
   bool isReal() const { return type == cFloat || type == cDouble; }
 };
 
+/** Programs of reals for the case that the order matters have nodes for each pass: up to so many. */
+constexpr unsigned int cMaxNbOrderedPasses = 128;
+
+/** Adds the stages of `nbPasses` passes, of which make(count) makes the programs of up to `maxNbPasses`. */
+template <class Make>
+void addParts(Stages& stages, unsigned int nbPasses, unsigned int maxNbPasses, Make const& make) {
+  if (nbPasses == 0) return;
+  unsigned int const nbParts = nbPasses / maxNbPasses + (nbPasses % maxNbPasses != 0);
+  unsigned int const size = nbPasses / nbParts + (nbPasses % nbParts != 0), rest = nbPasses % size;
+  stages.push_back({make(size), nbPasses / size});
+  if (rest != 0) stages.push_back({make(rest), 1});
+}
+
 /** `nbSquares` times a voxel and its eight neighbours, then `nbCrosses` times a voxel and its four neighbours. */
-ElementPrograms makeOctagon(PlanImage const& image, unsigned int nbSquares, unsigned int nbCrosses);
+Stages makeOctagon(PlanImage const& image, unsigned int nbSquares, unsigned int nbCrosses);
 
 }  // namespace pxl::wide

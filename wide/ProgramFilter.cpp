@@ -75,7 +75,12 @@ long countKeptBytes(TileCut const& cut, ElementPrograms const& programs, RowKern
   return images.isInPlace ? KeptRows::countBytes(cut, programs.fast.getImageReach(), kernels.voxelSize) : 0;
 }
 
-}  // namespace
+// Stages after the first one work on the output.
+ProgramImages atOutput(ProgramImages images) {
+  images.source = images.target;
+  images.isInPlace = true;
+  return images;
+}
 
 unsigned long countExtraBytes(ElementPrograms const& programs, RowKernels const& kernels,
                               ProgramImages const& images) {
@@ -87,13 +92,33 @@ unsigned long countExtraBytes(ElementPrograms const& programs, RowKernels const&
                                     countKeptBytes(cut, programs, kernels, images));
 }
 
+}  // namespace
+
+unsigned long countExtraBytes(Stages const& stages, RowKernels const& kernels, ProgramImages const& images) {
+  unsigned long most = 0;
+  for (Stage const& stage : stages) {
+    bool const isFirst = &stage == &stages.front();
+    if (isFirst) most = countExtraBytes(stage.programs, kernels, images);
+    if (!isFirst || stage.nbRuns > 1)
+      most = std::max(most, countExtraBytes(stage.programs, kernels, atOutput(images)));
+  }
+  return most;
+}
+
 /** Some slices of a run, whose tiles are computed side by side. */
 class ProgramFilter::Tiles {
  public:
-  Tiles(ProgramFilter& filter, TileCut const& cut, KeptRows const* kept, long firstSlice)
-      : m_filter(filter), m_cut(cut), m_kept(kept), m_firstSlice(firstSlice) {}
+  Tiles(ProgramFilter& filter, ElementPrograms const& programs, ProgramImages const& images, TileCut const& cut)
+      : m_filter(filter),
+        m_programs(programs),
+        m_images(images),
+        m_cut(cut),
+        m_nbScratchBytes(
+            cut.countScratchBytes(programs, makePlan(programs.isVolume, filter.m_kernels, images, 0), images.type)) {}
 
-  void run(long nbSlices) const {
+  void run(KeptRows const* kept, long firstSlice, long nbSlices) {
+    m_kept = kept;
+    m_firstSlice = firstSlice;
     access::Block2d const tiles(0, nbSlices * m_cut.getNbTiles(), 1, 0, 1, 1, 0, 0, 0);
     details::runBlocks(tiles, *this, m_filter.m_taskGroupContext);
     details::throwIfCancelled(m_filter);
@@ -132,37 +157,48 @@ class ProgramFilter::Tiles {
   };
 
   void runOne(long slice, SlabBox const& tile) const {
-    ElementPrograms const& programs = m_filter.m_programs;
-    VoxelTypes const type = m_filter.m_images.type;
-    TilePlan const plan = makePlan(programs.isVolume, m_filter.m_kernels, m_filter.m_images, slice);
-    char* const scratch = m_scratch.local().get(m_cut.countScratchBytes(programs, plan, type));
+    TilePlan const plan = makePlan(m_programs.isVolume, m_filter.m_kernels, m_images, slice);
+    char* const scratch = m_scratch.local().get(m_nbScratchBytes);
     Host host(m_filter, m_kept, tile.getNbCols() * tile.getNbRows());
-    if (runTile(plan, programs.fast, tile, programs.needsOrdered(type), scratch, host)) return;
+    if (runTile(plan, m_programs.fast, tile, m_programs.needsOrdered(m_images.type), scratch, host)) return;
     host.beginAgain();
-    runTile(plan, programs.ordered, tile, false, scratch, host);
+    runTile(plan, m_programs.ordered, tile, false, scratch, host);
   }
 
   ProgramFilter& m_filter;
+  ElementPrograms const& m_programs;
+  ProgramImages const& m_images;
   TileCut const& m_cut;
-  KeptRows const* m_kept;
-  long m_firstSlice;
+  long const m_nbScratchBytes;
+  KeptRows const* m_kept = nullptr;
+  long m_firstSlice = 0;
   mutable tbb::enumerable_thread_specific<Scratch> m_scratch;
 };
 
-void ProgramFilter::run() {
-  MemoryImage const& source = m_images.source;
-  long nbVoxels = 1;
-  for (long size : source.sizes) nbVoxels *= size;
-  setMaxProgress(static_cast<unsigned long>(nbVoxels));
-  if (isEmpty(source)) return;
-  long const nbSlices = countSlices(m_programs.isVolume, source);
-  TileCut const cut = makeCut(m_programs, m_kernels, m_images);
-  if (!m_images.isInPlace || cut.nbBands == 1) return Tiles(*this, cut, nullptr, 0).run(nbSlices);
-  KeptRows kept(cut, m_programs.fast.getImageReach(), m_kernels.voxelSize);
+void ProgramFilter::runStage(ElementPrograms const& programs, ProgramImages const& images) {
+  long const nbSlices = countSlices(programs.isVolume, images.source);
+  TileCut const cut = makeCut(programs, m_kernels, images);
+  Tiles tiles(*this, programs, images, cut);
+  if (!images.isInPlace || cut.nbBands == 1) return tiles.run(nullptr, 0, nbSlices);
+  KeptRows kept(cut, programs.fast.getImageReach(), m_kernels.voxelSize);
   for (long slice = 0; slice < nbSlices; ++slice) {
-    kept.keep(getSlice(m_programs.isVolume, source, slice));
-    Tiles(*this, cut, &kept, slice).run(1);
+    kept.keep(getSlice(programs.isVolume, images.source, slice));
+    tiles.run(&kept, slice, 1);
   }
+}
+
+void ProgramFilter::run() {
+  unsigned long nbVoxels = 1, nbRuns = 0;
+  for (long size : m_images.source.sizes) nbVoxels *= static_cast<unsigned long>(size);
+  for (Stage const& stage : m_stages) nbRuns += stage.nbRuns;
+  setMaxProgress(nbVoxels * nbRuns);
+  if (nbVoxels == 0) return;
+  ProgramImages images = m_images;
+  for (Stage const& stage : m_stages)
+    for (unsigned long i = 0; i < stage.nbRuns; ++i) {
+      runStage(stage.programs, images);
+      images = atOutput(images);
+    }
 }
 
 }  // namespace pxl::wide

@@ -15,19 +15,18 @@ struct ProgramImages {
 };
 
 /** Bytes beyond the images that a run takes with as many threads as the arena of the caller has. */
-unsigned long countExtraBytes(ElementPrograms const& programs, RowKernels const& kernels,
-                              ProgramImages const& images);
+unsigned long countExtraBytes(Stages const& stages, RowKernels const& kernels, ProgramImages const& images);
 
-/** Applies the programs of an element to an image, slice by slice, in parallel tiles. Serves one run. */
+/** Runs stages on an image, slice by slice, in parallel tiles. Serves one run. */
 class ProgramFilter final : public BaseTbbAlgorithm {
  public:
   /** Asks whether the run goes on: throws if it was cancelled. Called by all threads. */
   using Check = void (*)(void const* object);
 
-  ProgramFilter(BaseAlgorithm* algorithm, ElementPrograms const& programs, RowKernels const& kernels,
+  ProgramFilter(BaseAlgorithm* algorithm, Stages const& stages, RowKernels const& kernels,
                 ProgramImages const& images, Check check, void const* checked)
       : BaseTbbAlgorithm(algorithm),
-        m_programs(programs),
+        m_stages(stages),
         m_kernels(kernels),
         m_images(images),
         m_check(check),
@@ -39,7 +38,9 @@ class ProgramFilter final : public BaseTbbAlgorithm {
  private:
   class Tiles;
 
-  ElementPrograms const& m_programs;
+  void runStage(ElementPrograms const& programs, ProgramImages const& images);
+
+  Stages const& m_stages;
   RowKernels const& m_kernels;
   ProgramImages const m_images;
   Check const m_check;

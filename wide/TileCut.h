@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include "wide/TileRun.h"
 
 namespace pxl::wide {
@@ -12,6 +14,13 @@ struct ElementPrograms {
 
   bool needsOrdered(VoxelTypes type) const { return !fast.isOrdered && (type == cFloat || type == cDouble); }
 };
+
+/** Programs that are run one after the other: the first on the input, the others on the output. */
+struct Stage {
+  ElementPrograms programs;
+  unsigned long nbRuns;
+};
+using Stages = std::vector<Stage>;
 
 /**
  * How the slices of a run, planes or volumes, are cut into tiles: into bands of rows, where that isn't enough into

@@ -65,12 +65,12 @@ int addWindow(FoldProgram& program, int node, long length, Direction u, Dimensio
   return node;
 }
 
-int addCentredRows(FoldProgram& program, long reach) {
-  long const length = 2 * reach + 1;
-  if (length >= 9) return program.addRows(Kinds::cRowsByBlocks, 0, length, -reach, 0);
-  if (length >= cMinRowsAtOnce) return program.addRows(Kinds::cRowsAtOnce, 0, length, -reach, 0);
+int addImageRows(FoldProgram& program, long length, long dy) {
+  if (length >= 9) return program.addRows(Kinds::cRowsByBlocks, 0, length, dy, 0);
+  if (length >= cMinRowsAtOnce) return program.addRows(Kinds::cRowsAtOnce, 0, length, dy, 0);
+  if (length == 1 && dy == 0) return 0;
   std::vector<Tap> taps;
-  for (long dy = -reach; dy <= reach; ++dy) taps.push_back({0, 0, dy, 0});
+  for (long i = 0; i < length; ++i) taps.push_back({0, 0, dy + i, 0});
   return program.add(std::move(taps));
 }
 

@@ -23,7 +23,7 @@ enum class Dimensions { cPlane, cVolume };
  */
 int addWindow(FoldProgram& program, int node, long length, Direction u, Dimensions dimensions, long known = 1);
 
-/** A window of 2 N + 1 rows around a voxel, straight from the image; in a plane. */
-int addCentredRows(FoldProgram& program, long reach);
+/** A window of `length` rows from dy on, straight from the image, in a plane. One of a single row is the image. */
+int addImageRows(FoldProgram& program, long length, long dy);
 
 }  // namespace pxl::wide

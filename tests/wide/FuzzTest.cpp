@@ -7,7 +7,10 @@ namespace {
 
 using namespace wide_test;
 
-constexpr char const* cOperators[] = {"Dilation2d", "Erosion2d"};
+constexpr char const* cOperators[] = {"Dilation2d",     "Dilation3d",        "DilationBall3d", "DilationDisk2d",
+                                      "DilationDisk3d", "DilationElement3d", "DilationLine2d", "DilationLine3d",
+                                      "Erosion2d",      "Erosion3d",         "ErosionBall3d",  "ErosionDisk2d",
+                                      "ErosionDisk3d",  "ErosionElement3d",  "ErosionLine2d",  "ErosionLine3d"};
 constexpr char const* cTargets[] = {"sse4", "avx2", "avx512"};
 
 std::uint64_t getNumber(char const* name, std::uint64_t otherwise) {
