@@ -1,6 +1,7 @@
 #include "wide/TileCut.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace pxl::wide {
 namespace {
@@ -21,6 +22,20 @@ constexpr long cMinNbRowsOfVolumeTile = 16;
 constexpr long cMinNbPlans = 16;
 
 long divideUp(long value, long by) { return (value + by - 1) / by; }
+
+struct TileSizes {
+  long band;
+  long part;
+};
+
+// Of the environment; 0 where nothing is asked for.
+TileSizes getAskedSizes() {
+  char const* const text = std::getenv("PXLWORKS_WIDE_TILE");
+  if (!text) return {0, 0};
+  char* rest = nullptr;
+  long const band = std::strtol(text, &rest, 10);
+  return {band, *rest == ':' ? std::strtol(rest + 1, nullptr, 10) : 0};
+}
 
 }  // namespace
 
@@ -49,16 +64,19 @@ TileCut::TileCut(ElementPrograms const& programs, TilePlan const& plan, VoxelTyp
   if (forAll >= halo && perRow * nbRows > 2 * cMinNbVoxels) bandSize = std::min(bandSize, std::max(forAll, 1L));
   bandSize = std::clamp(bandSize, 1L, std::max(nbRows, 1L));
   nbBands = divideUp(nbRows, bandSize);
-  if (plan.isCopied) return;
-  if (isVolume) {
+  if (isVolume && !plan.isCopied) {
     long const nbRuns = divideUp(nbWanted, nbBands);
     long const minPlans = std::max(cMinNbPlans, cBandsPerHalo * (reach.before + reach.after));
     partSize = std::clamp(divideUp(nbPlans, nbRuns), std::min(minPlans, nbPlans), nbPlans);
-  } else {
+  } else if (!plan.isCopied) {
     while (partSize > 2 * cMinNbColsOfStrip && partSize > 4 * cBandsPerHalo * (reach.left + reach.right) &&
            countScratchBytes(programs, plan, type) > cMaxScratchBytes)
       partSize = divideUp(partSize, 2);
   }
+  TileSizes const asked = getAskedSizes();
+  if (asked.band > 0) bandSize = std::clamp(asked.band, 1L, std::max(nbRows, 1L));
+  if (asked.part > 0 && !plan.isCopied) partSize = std::min(partSize, asked.part);
+  nbBands = divideUp(nbRows, bandSize);
   nbParts = divideUp(isVolume ? nbPlans : nbCols, partSize);
 }
 

@@ -28,6 +28,7 @@ using Stages = std::vector<Stage>;
  * rows along their edges must be kept.
  */
 struct TileCut {
+  /** PXLWORKS_WIDE_TILE=ROWS:PART asks for bands and parts of other sizes, for tests. */
   TileCut(ElementPrograms const& programs, TilePlan const& plan, VoxelTypes type, long nbSlices, long nbThreads);
 
   long getNbTiles() const { return nbBands * nbParts; }

@@ -9,6 +9,14 @@ constexpr long cCacheLine = 64;
 // Windows of slanted rows run over the end of their rows by this many voxels on either side.
 constexpr long cSlantSlack = 8;
 
+constexpr long cMaxMaskedSlabs = 128;
+
+long toPower(long value) {
+  long power = 1;
+  while (power < value) power *= 2;
+  return power;
+}
+
 long roundUp(long value, long to) { return (value + to - 1) / to * to; }
 
 // Rows that lie a multiple of this apart compete for the same lines of the first-level cache.
@@ -54,7 +62,9 @@ TileLayout::TileLayout(FoldProgram const& program, bool isVolume, SlabBox const&
     ring = {};
     ring.computed = getComputed(nodes[i], isVolume, box, image);
     ring.hasMemory = i == 0 ? isCopied : i + 1 < nodes.size();
+    // Slots of short rings are found by a mask.
     ring.nbSlabs = nbSlabs[i];
+    if (!isVolume && ring.nbSlabs <= cMaxMaskedSlabs) ring.nbSlabs = toPower(ring.nbSlabs);
     ring.nbRows = box.getNbRows() + needed.rowsBefore + needed.rowsAfter;
     ring.firstRow = box.firstRow - needed.rowsBefore;
     long const pad = roundUp((needed.left + cSlantSlack) * voxelSize, cCacheLine) / voxelSize;

@@ -17,8 +17,9 @@ struct TapPlace {
   long rowStride;
   long slabStride;
   long firstRow;
-  long firstSlot;         ///< a slab in slot 0
-  unsigned long nbSlots;  ///< 0: no ring, all slabs lie one after the other
+  long firstSlot;          ///< a slab in slot 0
+  unsigned long nbSlots;   ///< 0: no ring that is cut by a division
+  unsigned long slotMask;  ///< all ones where all slabs lie one after the other
   long rowShift;
   long slabShift;
   SlabBox values;  ///< beyond them is the neutral value
@@ -137,9 +138,13 @@ TapPlace TileRun::makePlace(int index, long dx, long firstCol) const {
     place.firstRow = ring.firstRow;
     // Any slab before all that are read.
     place.firstSlot = m_tile.firstSlab - m_layout.lead - 2 * ring.nbSlabs - 2 * m_nbAtOnce;
-    place.nbSlots = static_cast<unsigned long>(ring.nbSlabs);
+    auto const nbSlots = static_cast<unsigned long>(ring.nbSlabs);
+    bool const isPower = (nbSlots & (nbSlots - 1)) == 0;
+    place.nbSlots = isPower ? 0 : nbSlots;
+    place.slotMask = isPower ? nbSlots - 1 : ~0UL;
   } else {
     SlabImage const& image = isImage ? m_plan.source : m_plan.target;
+    place.slotMask = ~0UL;
     place.base = image.voxels + (firstCol + dx) * m_kernels.voxelSize;
     place.rowStride = image.rowStride;
     place.slabStride = image.slabStride;
@@ -160,7 +165,7 @@ char const* TileRun::locate(TapPlace const& place, long slab, long row, long& st
   }
   stride = place.rowStride;
   nbRows = values.endRow - row;
-  long slot = slab - place.firstSlot;
+  auto slot = static_cast<long>(static_cast<unsigned long>(slab - place.firstSlot) & place.slotMask);
   if (place.nbSlots != 0) slot = static_cast<long>(static_cast<unsigned long>(slot) % place.nbSlots);
   return place.base + slot * place.slabStride + (row - place.firstRow) * place.rowStride;
 }

@@ -49,6 +49,10 @@ TEST(WideFuzz, givesTheBitsOfTheOtherRunner) {
     setRandomProperties(random, *algorithm, 60);
     char const* const target = random.oneOf(cTargets);
     ::setenv("PXLWORKS_WIDE_TARGET", target, 1);
+    // Tiles of the sizes that are chosen, else down to single rows, and to strips narrower than a vector.
+    std::string const tile =
+        random.oneIn(2) ? "" : std::to_string(random.number(1, 12)) + ":" + std::to_string(random.number(1, 80));
+    ::setenv("PXLWORKS_WIDE_TILE", tile.c_str(), 1);
     bool const isInPlace = random.oneIn(3);
     try {
       ASSERT_TRUE(isSame(*algorithm, input, isInPlace ? nullptr : &output))
@@ -61,6 +65,7 @@ TEST(WideFuzz, givesTheBitsOfTheOtherRunner) {
     }
   }
   ::unsetenv("PXLWORKS_WIDE_TARGET");
+  ::unsetenv("PXLWORKS_WIDE_TILE");
   std::cout << nbTaken << " of " << nbRuns << " runs compared" << std::endl;
   EXPECT_GT(nbTaken, nbRuns / 10);
 }
