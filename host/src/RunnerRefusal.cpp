@@ -46,8 +46,13 @@ class Trial {
   }
 
   bool isAccepted() {
-    return std::any_of(m_runners.begin(), m_runners.end(),
-                       [this](Runnable* runner) { return runner->isRunnable(m_copy.get()); });
+    return std::any_of(m_runners.begin(), m_runners.end(), [this](Runnable* runner) {
+      try {
+        return runner->isRunnable(m_copy.get());
+      } catch (std::exception const&) {
+        return false;  // it needs more of an image than a stand-in has
+      }
+    });
   }
 
   std::vector<PropertyBase*> const& getProperties() const { return m_copy->getProperties(); }
@@ -158,7 +163,7 @@ void explainDifference(BaseAlgorithm& algorithm, std::vector<Runnable*> const& r
     Trial trial(algorithm, runners);
     if (!explainBinary(trial, text)) explainType(trial, text);
   } catch (std::exception const&) {
-    // A runner that needs more of an image than a stand-in has: only the refusal itself is reported.
+    // Only the refusal itself is reported.
   }
 }
 

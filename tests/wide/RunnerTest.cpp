@@ -1,0 +1,113 @@
+#include <cstdlib>
+
+#include "Compared.h"
+#include "pxl/RunInBackground.h"
+
+namespace {
+
+using namespace wide_test;
+
+class WideRunners : public ::testing::Test {
+ protected:
+  WideRunners() {
+    loadPlugins();
+    algorithm = makeOperator("Dilation2d");
+    setImages(pxl::cFloat, pxl::cFloat);
+  }
+  ~WideRunners() override { ::unsetenv("PXLWORKS_WIDE_TARGET"); }
+
+  void setImages(pxl::VoxelTypes ofInput, pxl::VoxelTypes ofOutput) {
+    input = pxl::Image::New(ofInput, {50, 40, 3, 1, 1});
+    output = pxl::Image::New(ofOutput, {50, 40, 3, 1, 1});
+    setIfAny<pxl::ImageModel const*>(*algorithm, "inputImage", input.get());
+    setIfAny<pxl::ImageModel*>(*algorithm, "outputImage", output.get());
+  }
+
+  pxl::RunnerInfo getInfo() {
+    for (pxl::RunnerInfo const& info : algorithm->getRunners())
+      if (info.name.str() == "wide") return info;
+    return {};
+  }
+
+  void expectRefusal(std::string const& part) {
+    pxl::RunnerInfo const info = getInfo();
+    EXPECT_FALSE(info.isAccepting);
+    EXPECT_NE(info.refusal.str().find(part), std::string::npos) << info.refusal.str();
+    // The other runner takes it.
+    EXPECT_NO_THROW(algorithm->execute());
+    algorithm->setRunner("wide");
+    EXPECT_THROW(algorithm->execute(), pxl::RuntimeError);
+  }
+
+  std::unique_ptr<pxl::BaseAlgorithm> algorithm;
+  std::shared_ptr<pxl::Image> input;
+  std::shared_ptr<pxl::Image> output;
+};
+
+TEST_F(WideRunners, areChosenBeforeTheOthers) {
+  EXPECT_TRUE(getInfo().isAccepting) << getInfo().refusal.str();
+  EXPECT_GT(getInfo().optimType, algorithm->getRunners().front().optimType);
+}
+
+TEST_F(WideRunners, leaveOtherTypesOfOutputs) {
+  setImages(pxl::cFloat, pxl::cDouble);
+  expectRefusal("one voxel type");
+}
+
+TEST_F(WideRunners, leaveRegions) {
+  algorithm->setProcessingRegion(pxl::access::Region(0, 40, 0, 50, 0, 3, 0, 1, 0, 1));
+  expectRefusal("whole images");
+}
+
+TEST_F(WideRunners, leaveVoxelsThatAreNotAligned) {
+  std::vector<char> bytes(50 * 40 * 3 * 4 + 1);
+  auto const image = pxl::Image::OnMemory(static_cast<void*>(bytes.data() + 1), pxl::cFloat, {50, 40, 3, 1, 1},
+                                          pxl::getPackedStrides(pxl::cFloat, {50, 40, 3, 1, 1}));
+  setIfAny<pxl::ImageModel const*>(*algorithm, "inputImage", image.get());
+  expectRefusal("aligned");
+}
+
+TEST_F(WideRunners, leaveWhatNeedsTooMuchMemory) {
+  algorithm->setMaximumExtraMemoryUsageInBytes(1000);
+  expectRefusal("extra memory");
+}
+
+TEST_F(WideRunners, refuseTargetsThatAreUnknown) {
+  ::setenv("PXLWORKS_WIDE_TARGET", "abacus", 1);
+  expectRefusal("PXLWORKS_WIDE_TARGET");
+}
+
+// What another runner says is not lost because this one looks at voxels.
+TEST_F(WideRunners, leaveTheReasonsOfOthers) {
+  setImages(pxl::cUnsignedInteger8, pxl::cUnsignedInteger8);
+  input->setInterpretation(pxl::cBinary);
+  setIfAny(*algorithm, "numberOfIterations", 100U);
+  EXPECT_TRUE(getInfo().isAccepting) << getInfo().refusal.str();
+  algorithm->setProcessingRegion(pxl::access::Region(0, 40, 0, 50, 0, 3, 0, 1, 0, 1));
+  try {
+    algorithm->execute();
+    FAIL() << "both runners refuse";
+  } catch (pxl::RuntimeError const& error) {
+    EXPECT_NE(std::string(error.what()).find("can be at most 34"), std::string::npos) << error.what();
+  }
+}
+
+TEST_F(WideRunners, stopWhenTheyAreCancelled) {
+  auto const large = pxl::Image::New(pxl::cFloat, {3000, 3000, 1, 1, 1});
+  auto const result = pxl::Image::New(pxl::cFloat, {3000, 3000, 1, 1, 1});
+  auto const disk = makeOperator("DilationDisk2d");
+  setIfAny(*disk, "radius", 100U);
+  setIfAny(*disk, "shapeMode", 1);
+  setIfAny<pxl::ImageModel const*>(*disk, "inputImage", large.get());
+  setIfAny<pxl::ImageModel*>(*disk, "outputImage", result.get());
+  disk->setRunner("wide");
+  pxl::RunInBackground run(*disk);
+  run.start();
+  while (run.getProgress() == 0 && !run.waitFor(1)) continue;
+  run.cancel();
+  EXPECT_TRUE(run.waitFor(5000));
+  EXPECT_THROW(run.get(), pxl::ExceptionCancelation);
+  EXPECT_LT(disk->getProgress(), 1);
+}
+
+}  // namespace
