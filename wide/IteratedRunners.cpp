@@ -10,6 +10,9 @@ using morphology::IteratedMorphology;
 
 struct Iterated2d {
   static bool isIdle(IteratedMorphology const* algorithm) { return algorithm->numberOfIterations == 0; }
+  static PlanCache::Key getKey(IteratedMorphology const* algorithm) {
+    return {algorithm->neighborhood, algorithm->numberOfIterations};
+  }
   static Stages makeStages(IteratedMorphology const* algorithm, PlanImage const& image) {
     unsigned int const count = algorithm->numberOfIterations;
     bool const isCross = algorithm->neighborhood == morphology::cCross;
@@ -17,8 +20,7 @@ struct Iterated2d {
   }
 };
 
-struct Iterated3d {
-  static bool isIdle(IteratedMorphology const* algorithm) { return algorithm->numberOfIterations == 0; }
+struct Iterated3d : Iterated2d {
   static Stages makeStages(IteratedMorphology const* algorithm, PlanImage const& image) {
     unsigned int const count = algorithm->numberOfIterations;
     int const neighborhood = algorithm->neighborhood;

@@ -14,7 +14,7 @@ using Kinds = FoldNode::Kinds;
 // Short lists aren't worth any detour.
 constexpr std::size_t cMinNbVoxels = 4;
 // The search for pairs takes about n^2 steps.
-constexpr std::size_t cMaxNbVoxelsOfPairs = 400;
+constexpr std::size_t cMaxNbVoxelsOfPairs = 128;
 
 bool leadsBeyond(kernel::Offset3D const& offset, PlanImage const& image) {
   return std::labs(offset.col) >= image.sizes[0] || std::labs(offset.row) >= image.sizes[1] ||

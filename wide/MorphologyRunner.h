@@ -1,6 +1,9 @@
 #pragma once
 
-#include <tbb/task_arena.h>
+#include <atomic>
+#include <memory>
+#include <utility>
+#include <vector>
 
 #include "Core/private/Helper/RunnerTests.h"
 #include "Core/private/Helper/safe_cast.h"
@@ -34,10 +37,36 @@ String explainStages(BaseAlgorithm const& algorithm, Stages const& stages, Polar
 void runStages(BaseAlgorithm* algorithm, ImageModel const* input, ImageModel* output, Stages const& stages,
                Polarities polarity);
 
+/** The stages of the element that a runner was asked about last, so that it plans once for the question and the run.
+ */
+class PlanCache {
+ public:
+  using Key = std::vector<long>;
+
+  /** Those of `key`, which make() makes if they aren't here. By any number of threads. */
+  template <class Make>
+  std::shared_ptr<Stages const> get(Key&& key, Make const& make) {
+    std::shared_ptr<Entry const> entry = std::atomic_load(&m_last);
+    if (!entry || entry->key != key) {
+      entry = std::make_shared<Entry const>(Entry{std::move(key), make()});
+      std::atomic_store(&m_last, entry);
+    }
+    return {entry, &entry->stages};
+  }
+
+ private:
+  struct Entry {
+    Key key;
+    Stages stages;
+  };
+  std::shared_ptr<Entry const> m_last;
+};
+
 /**
  * The runner of an operator. Element has, each for a pointer to the algorithm,
  *   isIdle(algorithm)             whether the output stays as it is
- *   makeStages(algorithm, image)  its programs otherwise
+ *   getKey(algorithm)             numbers that are the same for the same element alone
+ *   makeStages(algorithm, image)  the programs of the element
  */
 template <class Algo, class Element, Polarities polarity>
 class WideRunner final : public Runnable {
@@ -47,8 +76,7 @@ class WideRunner final : public Runnable {
     if (Element::isIdle(concrete)) return;
     ImageModel const* const input = concrete->inputImage;
     ImageModel* const output = concrete->outputImage;
-    PlanImage const image = getPlanImage(describeImages(*input, *output));
-    runStages(algorithm, input, output, Element::makeStages(concrete, image), polarity);
+    runStages(algorithm, input, output, *getStages(concrete, describeImages(*input, *output)), polarity);
   }
 
   bool isRunnable(BaseAlgorithm* algorithm) const override { return explainRefusal(algorithm).empty(); }
@@ -62,11 +90,20 @@ class WideRunner final : public Runnable {
     String const refusal = explainImages(*algorithm, input, output);
     if (!refusal.empty() || Element::isIdle(concrete)) return refusal;
     ProgramImages const images = describeImages(input, output);
-    PlanImage const image = getPlanImage(images);
-    return explainStages(*algorithm, Element::makeStages(concrete, image), polarity, images);
+    return explainStages(*algorithm, *getStages(concrete, images), polarity, images);
   }
 
   char const* getName() const override { return cRunnerName; }
+
+ private:
+  std::shared_ptr<Stages const> getStages(Algo const* algorithm, ProgramImages const& images) const {
+    PlanImage const image = getPlanImage(images);
+    PlanCache::Key key = Element::getKey(algorithm);
+    key.insert(key.end(), {image.sizes[0], image.sizes[1], image.sizes[2], image.isReal()});
+    return m_cache.get(std::move(key), [algorithm, &image] { return Element::makeStages(algorithm, image); });
+  }
+
+  mutable PlanCache m_cache;
 };
 
 }  // namespace pxl::wide

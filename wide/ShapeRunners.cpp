@@ -1,3 +1,5 @@
+#include <cstring>
+
 #include "Core/private/Helper/AutoRegisterRunnable.h"
 #include "pxl/kernel/StructuringElements.h"
 #include "pxl/morphology/ElementMorphology.h"
@@ -27,6 +29,9 @@ struct Disk2d {
   static bool isIdle(morphology::RadiusMorphology const* algorithm) {
     return algorithm->shapeMode == morphology::cFastShape && algorithm->radius == 0;
   }
+  static PlanCache::Key getKey(morphology::RadiusMorphology const* algorithm) {
+    return {algorithm->shapeMode, algorithm->radius};
+  }
   static Stages makeStages(morphology::RadiusMorphology const* algorithm, PlanImage const& image) {
     unsigned int const radius = algorithm->radius;
     if (algorithm->shapeMode != morphology::cFastShape)
@@ -35,8 +40,7 @@ struct Disk2d {
   }
 };
 
-struct Ball3d {
-  static bool isIdle(morphology::RadiusMorphology const* algorithm) { return Disk2d::isIdle(algorithm); }
+struct Ball3d : Disk2d {
   static Stages makeStages(morphology::RadiusMorphology const* algorithm, PlanImage const& image) {
     unsigned int const radius = algorithm->radius;
     if (algorithm->shapeMode != morphology::cFastShape)
@@ -46,10 +50,24 @@ struct Ball3d {
   }
 };
 
-struct Line2d {
+struct NeverIdle {
   template <class Algo>
   static bool isIdle(Algo const*) {
     return false;
+  }
+};
+
+// A real as a number of a key.
+long toKey(double value) {
+  long bits;
+  std::memcpy(&bits, &value, sizeof(bits));
+  return bits;
+}
+
+struct Line2d : NeverIdle {
+  template <class Algo>
+  static PlanCache::Key getKey(Algo const* algorithm) {
+    return {toKey(algorithm->lineAngle), algorithm->lineSize};
   }
   template <class Algo>
   static Stages makeStages(Algo const* algorithm, PlanImage const& image) {
@@ -59,7 +77,11 @@ struct Line2d {
 };
 
 // The generators take the elevation first.
-struct Line3d : Line2d {
+struct Line3d : NeverIdle {
+  template <class Algo>
+  static PlanCache::Key getKey(Algo const* algorithm) {
+    return {toKey(algorithm->firstAngle), toKey(algorithm->secondAngle), algorithm->lineSize};
+  }
   template <class Algo>
   static Stages makeStages(Algo const* algorithm, PlanImage const& image) {
     return makeListStages(image, kernel::generateLineOffset3DCollectionWithConstNumOfPixels(
@@ -67,7 +89,11 @@ struct Line3d : Line2d {
   }
 };
 
-struct Disk3d : Line2d {
+struct Disk3d : NeverIdle {
+  template <class Algo>
+  static PlanCache::Key getKey(Algo const* algorithm) {
+    return {toKey(algorithm->firstAngle), toKey(algorithm->secondAngle), algorithm->radius};
+  }
   template <class Algo>
   static Stages makeStages(Algo const* algorithm, PlanImage const& image) {
     return makeListStages(image, kernel::generateDiskOffset3DCollection(algorithm->secondAngle, algorithm->firstAngle,
@@ -75,7 +101,14 @@ struct Disk3d : Line2d {
   }
 };
 
-struct AnyElement3d : Line2d {
+struct AnyElement3d : NeverIdle {
+  template <class Algo>
+  static PlanCache::Key getKey(Algo const* algorithm) {
+    PlanCache::Key key;
+    for (kernel::Offset3D const& offset : algorithm->element.get().getOffsets())
+      key.insert(key.end(), {offset.col, offset.row, offset.plan});
+    return key;
+  }
   template <class Algo>
   static Stages makeStages(Algo const* algorithm, PlanImage const& image) {
     return makeListStages(image, algorithm->element.get().getOffsets());

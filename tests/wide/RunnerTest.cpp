@@ -68,7 +68,12 @@ TEST_F(WideRunners, leaveVoxelsThatAreNotAligned) {
 }
 
 TEST_F(WideRunners, leaveWhatNeedsTooMuchMemory) {
-  algorithm->setMaximumExtraMemoryUsageInBytes(1000);
+  input = pxl::Image::New(pxl::cDouble, {3000, 300, 1, 1, 1});
+  output = pxl::Image::New(pxl::cDouble, {3000, 300, 1, 1, 1});
+  setIfAny<pxl::ImageModel const*>(*algorithm, "inputImage", input.get());
+  setIfAny<pxl::ImageModel*>(*algorithm, "outputImage", output.get());
+  setIfAny(*algorithm, "numberOfIterations", 40U);
+  algorithm->setMaximumExtraMemoryUsageInBytes(1024 * 1024);
   expectRefusal("extra memory");
 }
 
