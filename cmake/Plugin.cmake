@@ -9,7 +9,7 @@ pxlworks_add_plugin_bodies(PXLWORKS_SSE41_BODIES ${PXLWORKS_SSE41_OPTIONS})
 add_library(pxlworks_qorn_passes OBJECT
   morphology/Passes2d.cpp
   morphology/Passes3d.cpp
-  morphology/RowMemos.cpp
+  morphology/ReducedRows.cpp
   morphology/RunOnOffsets.cpp)
 pxlworks_compile_as_plugin(pxlworks_qorn_passes ${PXLWORKS_SSE41_OPTIONS})
 

@@ -6,7 +6,7 @@
 
 #include "Core/private/Filters/RecursiveImageContext.h"
 #include "Core/private/Morphology/MinMaxFunctors.h"
-#include "morphology/RowMemos.h"
+#include "morphology/ReducedRows.h"
 
 namespace pxl::morphology {
 
@@ -19,7 +19,7 @@ namespace pxl::morphology {
  * within a plan, which is not written then.
  */
 template <class Functor, class T, class Arch>
-class Neighborhood26PlansReductionSimd : public RowMemos<T, Arch> {
+class Neighborhood26PlansReductionSimd : public ReducedRows<T, Arch> {
  public:
   template <class In, class Out>
   void run(access::Block3d const& block, PassContext<In, Out, Arch>& context) const {

@@ -4,7 +4,7 @@
 
 #include "Core/private/Filters/RecursiveImageContext.h"
 #include "Core/private/Morphology/MinMaxFunctors.h"
-#include "morphology/RowMemos.h"
+#include "morphology/ReducedRows.h"
 
 namespace pxl::morphology {
 
@@ -14,7 +14,7 @@ namespace pxl::morphology {
  * three loads from the source, two from the memos and four operations, instead of nine loads and eight operations.
  */
 template <class Functor, class T, class Arch>
-class Neighborhood8ColumnsReductionSimd : public RowMemos<T, Arch> {
+class Neighborhood8ColumnsReductionSimd : public ReducedRows<T, Arch> {
  public:
   template <class In, class Out>
   void run(access::Block2d const& block, PassContext<In, Out, Arch>& context) const {

@@ -142,7 +142,7 @@ ExitCodes execute(ElementCommand const& command) {
     return cDone;
   }
   pxl::AlgoInfo const& record = findOperator(command.operatorName);
-  if (record.getSubject() != std::string("morphology")) {
+  if (record.getCategory() != std::string("morphology")) {
     throw UsageError(command.operatorName, "has no structuring element");
   }
   std::unique_ptr<pxl::BaseAlgorithm> const algorithm = record.create();
@@ -156,8 +156,8 @@ ExitCodes execute(ElementCommand const& command) {
   // The host knows its elements without plug-ins; a given path must still be valid.
   if (!command.plugins.empty()) loadPlugins(command.plugins);
   show(findElement(*algorithm, command.operatorName), isVolume(*algorithm) ? 3 : 2, command.operatorName, command);
-  if (pxl::String const notice = algorithm->getNotice(); !notice.empty()) {
-    writeErrorLine(command.operatorName + ": " + notice.str());
+  if (pxl::String const warning = algorithm->getWarning(); !warning.empty()) {
+    writeErrorLine(command.operatorName + ": " + warning.str());
   }
   return cDone;
 }

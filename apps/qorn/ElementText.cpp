@@ -38,8 +38,7 @@ std::vector<long> takeOrigin(std::string_view& text) {
   while (origin.size() < 3) {
     std::string_view::size_type const comma = text.rfind(',');
     int position = 0;
-    if (comma == std::string_view::npos ||
-        parseNumber(trim(text.substr(comma + 1)), position) != NumberFaults::cNone) {
+    if (comma == std::string_view::npos || parseNumber(trim(text.substr(comma + 1)), position) != ParseError::cNone) {
       break;
     }
     origin.insert(origin.begin(), position);

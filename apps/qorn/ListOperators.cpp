@@ -76,8 +76,8 @@ Json describe(pxl::AlgoInfo const& record, OperatorsCommand const& command) {
                           {"help", property->getHelp()}});
     describeChoices(properties.back(), property->getChoices());
   }
-  return {{"name", record.getName()},        {"subject", record.getSubject()}, {"help", record.getHelp()},
-          {"composed", record.isComposed()}, {"runners", runners.size()},      {"optimisations", optimisations},
+  return {{"name", record.getName()},        {"category", record.getCategory()}, {"help", record.getHelp()},
+          {"composed", record.isComposed()}, {"runners", runners.size()},        {"optimisations", optimisations},
           {"registered", runners},           {"properties", properties}};
 }
 
@@ -96,7 +96,7 @@ std::string toText(std::vector<pxl::RunnerInfo> const& runners, bool isAsked) {
 }
 
 std::string toText(pxl::AlgoInfo const& record, OperatorsCommand const& command) {
-  std::string text = std::string(record.getName()) + " (" + record.getSubject() + "): " + record.getHelp() + "\n";
+  std::string text = std::string(record.getName()) + " (" + record.getCategory() + "): " + record.getHelp() + "\n";
   text += record.isComposed() ? "composed of other operators\n\n"
                               : toText(findRunners(record, command), isQuestion(command));
   Table table("llll");

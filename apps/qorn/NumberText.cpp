@@ -11,9 +11,9 @@ template <class T>
 T parseNumberOrThrow(std::string const& what, std::string_view text, char const* type) {
   T value = 0;
   switch (parseNumber(text, value)) {
-    case NumberFaults::cMalformed:
+    case ParseError::cMalformed:
       throw UsageError(what, std::string("not a number of type ") + type);
-    case NumberFaults::cOutOfRange:
+    case ParseError::cOutOfRange:
       if constexpr (std::is_integral_v<T>) {
         throw UsageError(what, std::string("out of range: ") + type + " from " +
                                    std::to_string(std::numeric_limits<T>::min()) + " to " +
@@ -21,7 +21,7 @@ T parseNumberOrThrow(std::string const& what, std::string_view text, char const*
       } else {
         throw UsageError(what, "out of range");
       }
-    case NumberFaults::cNone:
+    case ParseError::cNone:
       break;
   }
   if constexpr (std::is_floating_point_v<T>) {

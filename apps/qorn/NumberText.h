@@ -8,20 +8,20 @@
 
 namespace qorn {
 
-enum class NumberFaults { cNone, cMalformed, cOutOfRange };
+enum class ParseError { cNone, cMalformed, cOutOfRange };
 
 /**
  * Parses the whole text as one number, without spaces, leading '+' or trailing text. A negative number is out of
  * range for an unsigned type.
  */
 template <class T>
-NumberFaults parseNumber(std::string_view text, T& value) {
+ParseError parseNumber(std::string_view text, T& value) {
   bool const isNegative = std::is_unsigned_v<T> && !text.empty() && text.front() == '-';
   if (isNegative) text.remove_prefix(1);
   char const* const end = text.data() + text.size();
   auto const [rest, fault] = std::from_chars(text.data(), end, value);
-  if (rest != end || fault == std::errc::invalid_argument) return NumberFaults::cMalformed;
-  return isNegative || fault != std::errc() ? NumberFaults::cOutOfRange : NumberFaults::cNone;
+  if (rest != end || fault == std::errc::invalid_argument) return ParseError::cMalformed;
+  return isNegative || fault != std::errc() ? ParseError::cOutOfRange : ParseError::cNone;
 }
 
 /**

@@ -41,7 +41,7 @@ class ValueSetter {
     pxl::Choices const& choices = property.getChoices();
     int value = 0;
     if (choices.findValue(m_value, value)) return property.set(value);
-    if (choices.isEmpty() || parseNumber(m_value, value) != NumberFaults::cMalformed) return setNumber(property);
+    if (choices.isEmpty() || parseNumber(m_value, value) != ParseError::cMalformed) return setNumber(property);
     refuseName(property);
   }
   void operator()(pxl::Property<unsigned int>& property) const { setNumber(property); }
@@ -152,8 +152,8 @@ void setProperties(pxl::BaseAlgorithm& algorithm, std::vector<std::pair<std::str
 }
 
 void checkValues(pxl::BaseAlgorithm const& algorithm) {
-  if (pxl::String const objection = algorithm.getObjection(); !objection.empty()) {
-    throw UsageError(algorithm.getAlgoInfo()->getName(), objection.str());
+  if (pxl::String const refusal = algorithm.validate(); !refusal.empty()) {
+    throw UsageError(algorithm.getAlgoInfo()->getName(), refusal.str());
   }
 }
 

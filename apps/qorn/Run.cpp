@@ -12,9 +12,9 @@
 #include "qorn/MappedFileGuard.h"
 #include "qorn/MeasureText.h"
 #include "qorn/Operators.h"
+#include "qorn/RunWithProgress.h"
 #include "qorn/Scale.h"
 #include "qorn/StandardOutput.h"
-#include "qorn/Supervision.h"
 #include "qorn/WindowedRun.h"
 #include "qorn/io/CroppedHeader.h"
 #include "qorn/io/ExistingOutput.h"
@@ -126,7 +126,8 @@ void writeNotices(pxl::BaseAlgorithm const& algorithm, std::optional<pxl::access
   if (region && region->plansBegin() >= static_cast<long>(algorithm.getMaxNumOfWrittenPlans())) {
     writeErrorLine(name + ": writes no plan of this part");
   }
-  if (pxl::String const notice = algorithm.getNotice(); !notice.empty()) writeErrorLine(name + ": " + notice.str());
+  if (pxl::String const warning = algorithm.getWarning(); !warning.empty())
+    writeErrorLine(name + ": " + warning.str());
   if (scale && isReversedBy(*scale, *algorithm.getAlgoInfo())) {
     writeErrorLine(name + ": the file's slope is negative: dilation and erosion are swapped in scaled values");
   }
@@ -134,8 +135,8 @@ void writeNotices(pxl::BaseAlgorithm const& algorithm, std::optional<pxl::access
 
 ExitCodes executeInWindows(pxl::BaseAlgorithm& algorithm, RunCommand const& command) {
   WindowedRun run(algorithm, command);
-  executeNamed(algorithm, {[&run] { run.execute(); }, [&run] { return run.getProgress(); }}, command.isQuiet,
-               [&run] { run.write(); });
+  runWithProgress(algorithm, {[&run] { run.execute(); }, [&run] { return run.getProgress(); }}, command.isQuiet,
+                  [&run] { run.write(); });
   run.commit();
   writeNotices(algorithm, run.getRegion(), run.getHeader().scale);
   return cDone;
@@ -166,7 +167,7 @@ ExitCodes execute(RunCommand const& command) {
                                                   },
                                                   [](pxl::PropertyBase&) {}});
   }
-  executeNamed(
+  runWithProgress(
       *algorithm, command.isQuiet,
       [&images] {
         if (images.output) images.output->write();

@@ -10,7 +10,7 @@ std::string describeScale(io::ValueScale const& scale) {
 }
 
 bool isReversedBy(io::ValueScale const& scale, pxl::AlgoInfo const& record) {
-  return scale.slope < 0 && record.getSubject() == std::string("morphology");
+  return scale.slope < 0 && record.getCategory() == std::string("morphology");
 }
 
 }  // namespace qorn

@@ -12,7 +12,7 @@ constexpr char cForm[] = "must be ranges of columns, rows, plans, sequence and s
 std::optional<unsigned long> parseBound(std::string const& what, std::string const& text) {
   if (text.empty()) return std::nullopt;
   unsigned long value = 0;
-  if (parseNumber(text, value) != NumberFaults::cNone) throw UsageError(what, cForm);
+  if (parseNumber(text, value) != ParseError::cNone) throw UsageError(what, cForm);
   return value;
 }
 

@@ -5,7 +5,7 @@
 
 #include "pxl/AlgoInfo.h"
 #include "qorn/Operators.h"
-#include "qorn/Supervision.h"
+#include "qorn/RunWithProgress.h"
 #include "qorn/io/CroppedHeader.h"
 
 namespace qorn {

@@ -8,10 +8,10 @@
 
 namespace pxl {
 
-AlgoInfo::AlgoInfo(char const* name, char const* subject, char const* help, WorkingDimension dimension,
+AlgoInfo::AlgoInfo(char const* name, char const* category, char const* help, WorkingDimension dimension,
                    Factory factory, Runnable* composition)
     : m_name(name),
-      m_subject(subject),
+      m_category(category),
       m_help(help),
       m_dimension(dimension),
       m_factory(factory),
@@ -22,7 +22,7 @@ AlgoInfo::AlgoInfo(char const* name, char const* subject, char const* help, Work
 AlgoInfo::~AlgoInfo() = default;
 
 char const* AlgoInfo::getName() const { return m_name; }
-char const* AlgoInfo::getSubject() const { return m_subject; }
+char const* AlgoInfo::getCategory() const { return m_category; }
 char const* AlgoInfo::getHelp() const { return m_help; }
 WorkingDimension AlgoInfo::getWorkingDimension() const { return m_dimension; }
 bool AlgoInfo::isComposed() const { return m_isComposed; }

@@ -140,9 +140,9 @@ RegionUses BaseAlgorithm::getRegionUse() const { return RegionUses::cAnyBox; }
 bool BaseAlgorithm::hasProcessingRegion() const { return m_hasProcessingRegion; }
 access::Region const& BaseAlgorithm::getProcessingRegion() const { return m_processingRegion; }
 
-String BaseAlgorithm::getNotice() const { return String(); }
+String BaseAlgorithm::getWarning() const { return String(); }
 
-String BaseAlgorithm::getObjection() const {
+String BaseAlgorithm::validate() const {
   for (PropertyBase const* property : m_properties)
     if (auto const* const real = asProperty<double>(*property); real && !std::isfinite(real->get()))
       return std::string(property->getName()) + " isn't finite";

@@ -27,12 +27,12 @@ class ImageModelAdapter::Model final : public ImageModel {
 
   std::shared_ptr<void> registerView(bool isWritable) const override {
     auto registration = std::make_shared<Registration>(m_storage, isWritable);
-    if (unsigned long const number = registration->begin()) m_collection = number;
+    if (unsigned long const number = registration->begin()) m_writeBuffer = number;
     return registration;
   }
 
-  void endCollection(bool isKept) {
-    if (unsigned long const number = std::exchange(m_collection, 0)) m_storage->endCollection(number, isKept);
+  void endWriteBuffer(bool isKept) {
+    if (unsigned long const number = std::exchange(m_writeBuffer, 0)) m_storage->endWriteBuffer(number, isKept);
   }
 
  private:
@@ -44,7 +44,7 @@ class ImageModelAdapter::Model final : public ImageModel {
     ~Registration() {
       if (m_isCounted) m_storage->removeView(m_isWritable);
     }
-    /** The number of the collection that this view started, or 0. */
+    /** The number of the write buffer that this view started, or 0. */
     unsigned long begin() {
       unsigned long number = 0;
       if (m_isWritable)
@@ -64,7 +64,7 @@ class ImageModelAdapter::Model final : public ImageModel {
   ImageModel const& m_image;
   access::VoxelSource m_source;
   std::shared_ptr<access::AdapterStorage> m_storage;
-  mutable unsigned long m_collection = 0;  ///< the last one that a view on this model started
+  mutable unsigned long m_writeBuffer = 0;  ///< the last one that a view on this model started
 };
 
 ImageModelAdapter::ImageModelAdapter(ImageModel* image, VoxelTypes type, DataConvertionTypes conversion)
@@ -79,13 +79,13 @@ ImageModelAdapter::ImageModelAdapter(ImageModel* image, VoxelTypes type, DataCon
 ImageModelAdapter::~ImageModelAdapter() {
   PXL_PROBE(onAdapterDelete(this));
   try {
-    m_model->endCollection(std::uncaught_exceptions() <= m_nbExceptions);
+    m_model->endWriteBuffer(std::uncaught_exceptions() <= m_nbExceptions);
   } catch (...) {
     if (CurrentRun* const run = CurrentRun::get()) run->noteFailure(std::current_exception());
   }
 }
 
-void ImageModelAdapter::commit() { m_model->endCollection(true); }
+void ImageModelAdapter::commit() { m_model->endWriteBuffer(true); }
 
 ImageModel* ImageModelAdapter::getImageModel() const {
   PXL_PROBE(onAdapterGetImageModel(this));

@@ -30,7 +30,7 @@ namespace filtering::linear {
 FiniteImpulseResponseFilter2D::FiniteImpulseResponseFilter2D() = default;
 PXL_RECORD(FiniteImpulseResponseFilter2D, "filtering", "correlation of plan 0 with a 2D kernel, mirrored edges",
            cPlanByPlan)
-String FiniteImpulseResponseFilter2D::getNotice() const {
+String FiniteImpulseResponseFilter2D::getWarning() const {
   ImageModel const* const image = outputImage.get();
   return image && image->getNumOf(cPlans) > 1 ? "plans above the first are left unchanged" : "";
 }
@@ -55,7 +55,7 @@ double estimateLineSteps(unsigned int size, unsigned int maxSize) {
 IteratedMorphology::IteratedMorphology(int defaultNeighborhood, Choices const& neighborhoods)
     : neighborhood(*this, "neighborhood", defaultNeighborhood, neighborhoods, "which neighbours take part") {}
 IteratedMorphology::~IteratedMorphology() = default;
-String IteratedMorphology::getNotice() const {
+String IteratedMorphology::getWarning() const {
   return numberOfIterations == 0U ? "with 0 iterations the output image is left unchanged" : "";
 }
 // Recursive filters use only the sizes of a region, and the temporary image has these sizes.
@@ -65,12 +65,12 @@ RegionUses IteratedMorphology::getRegionUse() const {
 double IteratedMorphology::estimateSteps() const { return numberOfIterations; }
 RadiusMorphology::RadiusMorphology() = default;
 RadiusMorphology::~RadiusMorphology() = default;
-String RadiusMorphology::getNotice() const {
+String RadiusMorphology::getWarning() const {
   return shapeMode == cFastShape && radius == 0U ? "the fast shape with radius 0 leaves the output image unchanged"
                                                  : "";
 }
-String RadiusMorphology::getObjection() const {
-  if (radius <= limits::cMaxSize) return BaseAlgorithm::getObjection();
+String RadiusMorphology::validate() const {
+  if (radius <= limits::cMaxSize) return BaseAlgorithm::validate();
   if (shapeMode == cFastShape) return "a radius is at most " + std::to_string(limits::cMaxSize);
   if (getAlgoInfo()->getWorkingDimension() == cVolume)
     return kernel::explainRadius(radius.get(), kernel::estimateBall(radius.get()));
@@ -87,8 +87,8 @@ double RadiusMorphology::estimateSteps() const {
 }
 OrientedDiskMorphology::OrientedDiskMorphology() = default;
 OrientedDiskMorphology::~OrientedDiskMorphology() = default;
-String OrientedDiskMorphology::getObjection() const {
-  if (radius <= limits::cMaxSize || !BaseAlgorithm::getObjection().empty()) return BaseAlgorithm::getObjection();
+String OrientedDiskMorphology::validate() const {
+  if (radius <= limits::cMaxSize || !BaseAlgorithm::validate().empty()) return BaseAlgorithm::validate();
   return kernel::explainRadius(radius.get(), kernel::estimateOrientedDisk(secondAngle, firstAngle, radius.get()));
 }
 RegionUses OrientedDiskMorphology::getRegionUse() const { return RegionUses::cFromOrigin; }

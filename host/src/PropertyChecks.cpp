@@ -92,8 +92,8 @@ std::vector<ImageModel const*> getImages(BaseAlgorithm const& algorithm, Propert
 void checkProperties(BaseAlgorithm const& algorithm) {
   for (PropertyBase const* property : algorithm.getProperties())
     if (!property->isSet()) PXL_RAISE(InvalidCall, nameOf(algorithm) + ": " + property->getName() + " isn't set");
-  if (String const objection = algorithm.getObjection(); !objection.empty())
-    PXL_RAISE(InvalidCall, nameOf(algorithm) + ": " + objection.str());
+  if (String const refusal = algorithm.validate(); !refusal.empty())
+    PXL_RAISE(InvalidCall, nameOf(algorithm) + ": " + refusal.str());
   auto const inputs = getNamedImages(algorithm, PropertyKinds::cInputImage);
   auto const outputs = getNamedImages(algorithm, PropertyKinds::cOutputImage);
   if (inputs.empty() && outputs.empty()) return;

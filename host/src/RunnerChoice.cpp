@@ -35,7 +35,7 @@ std::vector<Runnable*> getEligibleRunners(BaseAlgorithm const& algorithm) {
 std::string findMissing(BaseAlgorithm const& algorithm) {
   for (PropertyBase const* property : algorithm.getProperties())
     if (!property->isSet()) return std::string(property->getName()) + " isn't set";
-  return algorithm.getObjection().str();
+  return algorithm.validate().str();
 }
 
 }  // namespace

@@ -32,7 +32,7 @@ class Operator(NamedTuple):
     """What an operator is called, does and takes."""
 
     name: str
-    subject: str
+    category: str
     help: str
     properties: tuple[Property, ...]
 
@@ -41,11 +41,11 @@ class Operator(NamedTuple):
 def operators() -> tuple[Operator, ...]:
     """All operators that there are.
 
-    >>> [one.name for one in operators() if one.subject == "analysis"]
+    >>> [one.name for one in operators() if one.category == "analysis"]
     ['IntensityExtrema']
     """
     return tuple(
-        Operator(one["name"], one["subject"], one["help"], tuple(Property(**each) for each in one["properties"]))
+        Operator(one["name"], one["category"], one["help"], tuple(Property(**each) for each in one["properties"]))
         for one in _core.operators()
     )
 

@@ -44,7 +44,7 @@ py::list describeOperators() {
     for (pxl::PropertyBase const* property : algorithm->getProperties()) properties.append(describe(*property));
     py::dict description;
     description["name"] = record->getName();
-    description["subject"] = record->getSubject();
+    description["category"] = record->getCategory();
     description["help"] = record->getHelp();
     description["properties"] = properties;
     all.append(description);

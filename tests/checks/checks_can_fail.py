@@ -25,7 +25,7 @@ IN_SOURCES = [
     ("layers", "morphology/New.h", f'#include "{PLUGIN}"', "morphology must not include"),
     ("layers", "host/src/Image.cpp", f'#include "{PLUGIN}"', "host must not include"),
     ("layers", "host/src/access/Conversion.cpp", "#include <smmintrin.h>", "host must not include"),
-    ("layers", "host/src/access/Collection.cpp", '#include "CurrentRun.h"', "storage must not include"),
+    ("layers", "host/src/access/WriteBuffer.cpp", '#include "CurrentRun.h"', "storage must not include"),
     ("layers", "host/src/access/FileStorage.h", "#include <tbb/parallel_for.h>", "storage must not include"),
     ("layers", "apps/qorn/main.cpp", '#include "Core/private/Access/RowCacheRead.h"', "apps must not include"),
     ("layers", "apps/qorn/main.cpp", f'#include "{PLUGIN}"', "apps must not include"),

@@ -170,11 +170,11 @@ TEST_F(FirCalls, LookForACancelBetweenBlocksOnly) {
 }
 
 TEST_F(FirCalls, Of2dTellThatOtherPlansStay) {
-  EXPECT_FALSE(makeAlgorithm(2, {{0, 0, 0, 1.}}, input.get(), output.get())->getNotice().empty());
+  EXPECT_FALSE(makeAlgorithm(2, {{0, 0, 0, 1.}}, input.get(), output.get())->getWarning().empty());
   auto const plan = pxl::Image::New(pxl::cFloat, {4, 4, 1, 3, 2});
-  EXPECT_TRUE(makeAlgorithm(2, {{0, 0, 0, 1.}}, plan.get(), plan.get())->getNotice().empty());
-  EXPECT_TRUE(makeAlgorithm(3, {{0, 0, 0, 1.}}, input.get(), output.get())->getNotice().empty());
-  EXPECT_TRUE(FiniteImpulseResponseFilter2D().getNotice().empty());
+  EXPECT_TRUE(makeAlgorithm(2, {{0, 0, 0, 1.}}, plan.get(), plan.get())->getWarning().empty());
+  EXPECT_TRUE(makeAlgorithm(3, {{0, 0, 0, 1.}}, input.get(), output.get())->getWarning().empty());
+  EXPECT_TRUE(FiniteImpulseResponseFilter2D().getWarning().empty());
 }
 
 }  // namespace

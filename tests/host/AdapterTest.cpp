@@ -105,7 +105,7 @@ TEST_F(Adapter, KeepsWritesApartFromReadsUntilItGoes) {
     ASSERT_TRUE(write(*writer, {0, 0, 0, 0, 0}, {value}));
     EXPECT_EQ(readVoxel(*reader, {0, 0, 0, 0, 0}), value);
   }
-  // The collection has the image's type.
+  // The write buffer has the image's type.
   for (auto const& event : recorder.getTrace("reserve")) EXPECT_EQ(event.values[0], pxl::cUnsignedInteger8);
   EXPECT_EQ(recorder.count("reserve"), 3u);
   EXPECT_EQ(recorder.nbTemporaries(), 0);
@@ -136,7 +136,7 @@ TEST_F(Adapter, WritesAtOnceWhenNobodyReadsAnyMore) {
   EXPECT_EQ(recorder.count("reserve"), 0u);
 }
 
-// A collection is stored when a read view is made; when its adapter is destroyed, another one may have begun.
+// A write buffer is stored when a read view is made; when its adapter is destroyed, another one may have begun.
 TEST_F(Adapter, StoresNothingThatWasBegunThroughAnotherOne) {
   auto first = adapt(image.get(), pxl::cFloat), second = adapt(image.get(), pxl::cFloat);
   auto const reader = makeConstView<float>(constOf(*first));

@@ -27,7 +27,7 @@ TEST(Operators, EachHaveARecordThatMakesThem) {
     distinct.insert(record);
     names.insert(record->getName());
     EXPECT_EQ(AlgoInfo::find(record->getName()), record);
-    EXPECT_GT(std::string(record->getSubject()).size(), 3u);
+    EXPECT_GT(std::string(record->getCategory()).size(), 3u);
     EXPECT_GT(std::string(record->getHelp()).size(), 10u);
     auto const made = record->create();
     ASSERT_NE(made, nullptr);

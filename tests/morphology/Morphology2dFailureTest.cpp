@@ -99,7 +99,7 @@ TEST_F(Morphology2dFailure, ByACancelWithinAPassEndsTheRun) {
     }
 }
 
-TEST_F(Morphology2dFailure, ByACancelInPlaceLeavesTheHeldBackRowsUnwritten) {
+TEST_F(Morphology2dFailure, ByACancelInPlaceLeavesTheDeferredRowsUnwritten) {
   makeImages({16, 16, 1, 1, 1});
   recorder.isTracing = true;
   recorder.grains = {8, 8, 1};

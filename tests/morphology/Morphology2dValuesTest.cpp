@@ -89,7 +89,7 @@ TYPED_TEST(Morphology2dValues, OfNoIterationsLeaveTheOutputAsItIs) {
   auto const algorithm = makeAlgorithm(Way{Operation::cErosion, 1, 0}, input.get(), output.get());
   algorithm->execute();
   EXPECT_TRUE(areEqual(toOracle<T>(*output, image.sizes), before));
-  EXPECT_FALSE(algorithm->getNotice().empty());
+  EXPECT_FALSE(algorithm->getWarning().empty());
 }
 
 TYPED_TEST(Morphology2dValues, NeverComeFromBeyondTheEdge) {

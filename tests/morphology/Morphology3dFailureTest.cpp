@@ -104,7 +104,7 @@ TEST_F(Morphology3dFailure, ByACancelWithinAPassEndsTheRun) {
       }
 }
 
-TEST_F(Morphology3dFailure, ByACancelInPlaceLeavesTheHeldBackRowsUnwritten) {
+TEST_F(Morphology3dFailure, ByACancelInPlaceLeavesTheDeferredRowsUnwritten) {
   makeImages({16, 16, 4, 1, 1});
   recorder.isTracing = true;
   recorder.grains = {8, 8, 2};

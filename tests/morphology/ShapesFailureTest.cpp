@@ -174,12 +174,12 @@ TEST_F(ShapesFailure, OnlyAFastRadiusOfZeroLeavesTheOutputAsItIs) {
         ShapeWay const way{shape, operation, 0, mode};
         bool const isLeft = isRound(shape) && mode == cFast;
         auto const algorithm = makeAlgorithm(way, input.get(), output.get());
-        EXPECT_EQ(std::string(algorithm->getNotice().c_str()),
+        EXPECT_EQ(std::string(algorithm->getWarning().c_str()),
                   isLeft ? "the fast shape with radius 0 leaves the output image unchanged" : "");
         runAndTrace(way);
         EXPECT_TRUE(areEqual(getOutput(), isLeft ? before : oracle::Image<short>(image->sizes))) << way;
         setProperty(*algorithm, isLine(shape) ? "lineSize" : "radius", 1U);
-        EXPECT_TRUE(algorithm->getNotice().empty());
+        EXPECT_TRUE(algorithm->getWarning().empty());
       }
 }
 

@@ -105,7 +105,7 @@ class Morphology : public EveryOperator {};
 std::vector<std::string> getMorphologyNames() {
   std::vector<std::string> names;
   for (pxl::AlgoInfo const* record : pxl::AlgoInfo::getAll())
-    if (record->getSubject() == std::string("morphology")) names.emplace_back(record->getName());
+    if (record->getCategory() == std::string("morphology")) names.emplace_back(record->getName());
   return names;
 }
 INSTANTIATE_TEST_SUITE_P(Of, Morphology, testing::ValuesIn(getMorphologyNames()),

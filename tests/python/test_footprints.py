@@ -109,5 +109,5 @@ def test_every_operator_is_described() -> None:
     names = [one.name for one in qorn.operators()]
     assert len(names) == len(set(names)) >= 28
     for one in qorn.operators():
-        assert one.help and one.subject and all(each.help for each in one.properties)
+        assert one.help and one.category and all(each.help for each in one.properties)
         assert qorn.runners(one.name)

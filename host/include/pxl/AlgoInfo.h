@@ -28,13 +28,13 @@ class PXL_API AlgoInfo : private Noncopyable {
   using Factory = std::unique_ptr<BaseAlgorithm> (*)();
 
   /** @param composition  the host's own runner of an operator that is made of other operators, else null */
-  AlgoInfo(char const* name, char const* subject, char const* help, WorkingDimension dimension, Factory factory,
+  AlgoInfo(char const* name, char const* category, char const* help, WorkingDimension dimension, Factory factory,
            Runnable* composition = nullptr);
   ~AlgoInfo();
 
-  char const* getName() const;     ///< such as "Dilation2d"
-  char const* getSubject() const;  ///< such as "morphology"
-  char const* getHelp() const;     ///< one line
+  char const* getName() const;      ///< such as "Dilation2d"
+  char const* getCategory() const;  ///< such as "morphology"
+  char const* getHelp() const;      ///< one line
   WorkingDimension getWorkingDimension() const;
   /** Whether the host runs the operator itself, with the runners of other operators. */
   bool isComposed() const;
@@ -56,7 +56,7 @@ class PXL_API AlgoInfo : private Noncopyable {
 
  private:
   char const* m_name;
-  char const* m_subject;
+  char const* m_category;
   char const* m_help;
   WorkingDimension m_dimension;
   Factory m_factory;

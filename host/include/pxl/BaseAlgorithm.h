@@ -55,7 +55,7 @@ class PXL_API BaseAlgorithm : private Noncopyable {
    *
    * @throws InvalidCall          images are missing, differ in size or overlap in part; the output isn't writable, or
    *                              its voxels overlap each other; the region reaches beyond the image or isn't one that
-   *                              getRegionUse() allows; getObjection() returns a text; a run is in progress
+   *                              getRegionUse() allows; validate() returns a text; a run is in progress
    * @throws RuntimeError         no runner accepts, and the text says why as far as known; an adapter couldn't store
    *                              the result, see ImageModelAdapter; the process was forked from one that had run an
    *                              algorithm, so that its worker threads are missing
@@ -128,13 +128,13 @@ class PXL_API BaseAlgorithm : private Noncopyable {
    * What may surprise a user of a run with the present properties, such as an output that is left unchanged. One line
    * for a program to show, or empty.
    */
-  virtual String getNotice() const;
+  virtual String getWarning() const;
 
   /**
    * Why a run with the present property values is refused, or empty. One line, which execute() throws as InvalidCall.
    * Here: a real number that isn't finite.
    */
-  virtual String getObjection() const;
+  virtual String validate() const;
 
   /**
    * An estimate of the steps per voxel of a run with the present properties: passes, or voxels of an element.
@@ -145,7 +145,7 @@ class PXL_API BaseAlgorithm : private Noncopyable {
   /**
    * The offsets of the input voxels that a result voxel away from the edge is computed from, with the present
    * properties; each once, in no particular order. Empty where a run leaves its output unchanged. Here {0, 0, 0}.
-   * @throws InvalidCall there are more than 10^6, or getObjection() returns a text
+   * @throws InvalidCall there are more than 10^6, or validate() returns a text
    */
   virtual std::vector<kernel::Offset3D> getOffsets() const;
 

@@ -9,16 +9,16 @@ namespace pxl {
 /**
  * Presents an image as one of another voxel type. Nothing is copied: rows are converted as they are read and written.
  *
- * In place: a writable view starts a collection if a read view on the same voxels exists, made through this adapter
+ * In place: a writable view starts a write buffer if a read view on the same voxels exists, made through this adapter
  * or another one of the same place and type. Reads then still see the original image. Writes are buffered in the
  * image's own type, and commit() of the adapter that the writable view was made through stores them in the image.
  * Without commit() the adapter's destructor stores them, or discards them while an exception is unwinding. The buffer
  * is in memory or on disk, as the extra memory of the algorithm that runs on this thread allows, else that of the
  * settings.
  *
- * A collection is stored earlier when its result is read:
+ * A write buffer is stored earlier when its result is read:
  * - by a filter that begins to read through its writable view: the second pass of a recursive filter, whose passes in
- *   place need no collection;
+ *   place need no write buffer;
  * - by a read view that is made through an adapter after the writing views are gone: a later stage or operator.
  * So each pass and each stage reads what the previous one wrote. Storing is never cancelled once it has begun.
  *

@@ -75,7 +75,7 @@ AdapterStorage::AdapterStorage(VoxelSource const& base, VoxelTypes type)
     : VoxelStorage(type, toPosition(base.size).at),
       m_base(base, type),
       m_key(makeKey(base)),
-      m_collection(nullptr),
+      m_writeBuffer(nullptr),
       m_others{base.storage} {}
 
 void AdapterStorage::readRun(void* voxels, unsigned long count, Position const& position) const {
@@ -83,8 +83,8 @@ void AdapterStorage::readRun(void* voxels, unsigned long count, Position const& 
 }
 
 bool AdapterStorage::writeRun(void const* voxels, unsigned long count, Position const& position) {
-  Collection* const collection = m_collection.load(std::memory_order_acquire);
-  return collection ? collection->write(voxels, count, position) : m_base.write(voxels, count, position);
+  WriteBuffer* const buffer = m_writeBuffer.load(std::memory_order_acquire);
+  return buffer ? buffer->write(voxels, count, position) : m_base.write(voxels, count, position);
 }
 
 void AdapterStorage::addReader() {
@@ -97,12 +97,12 @@ unsigned long AdapterStorage::addWriter(ExtraMemory getExtraMemory) {
   std::lock_guard<std::mutex> const lock(m_mutex);
   bool const isStart = m_nbReaders != 0 && !m_owned;
   if (isStart) {
-    m_owned = std::make_unique<Collection>(m_base.getSource(), getVoxelType(), getExtraMemory);
-    ++m_nbCollections;
-    m_collection.store(m_owned.get(), std::memory_order_release);
+    m_owned = std::make_unique<WriteBuffer>(m_base.getSource(), getVoxelType(), getExtraMemory);
+    ++m_nbWriteBuffers;
+    m_writeBuffer.store(m_owned.get(), std::memory_order_release);
   }
   ++m_nbWriters;
-  return isStart ? m_nbCollections : 0;
+  return isStart ? m_nbWriteBuffers : 0;
 }
 
 void AdapterStorage::removeView(bool isWritable) {
@@ -110,29 +110,29 @@ void AdapterStorage::removeView(bool isWritable) {
   --(isWritable ? m_nbWriters : m_nbReaders);
 }
 
-// A pass in place holds back what its neighbours still read, so it needs no collection once it reads its own results.
-// An empty collection is not ended: the filter may be about to work in place.
+// A pass in place holds back what its neighbours still read, so it needs no buffer once it reads its own results.
+// An empty buffer is not ended: the filter may be about to work in place.
 void AdapterStorage::settle(Settling occasion) {
   m_base.getSource().storage->settle(occasion);
-  if (!m_collection.load(std::memory_order_acquire)) return;
+  if (!m_writeBuffer.load(std::memory_order_acquire)) return;
   std::lock_guard<std::mutex> const lock(m_mutex);
   bool const isDue = occasion == Settling::cNextPass || m_nbWriters == 0;
   if (m_owned && isDue && !m_owned->isEmpty()) finish(true);
 }
 
-void AdapterStorage::endCollection(unsigned long number, bool isKept) {
+void AdapterStorage::endWriteBuffer(unsigned long number, bool isKept) {
   std::lock_guard<std::mutex> const lock(m_mutex);
-  if (m_owned && number == m_nbCollections) finish(isKept);
+  if (m_owned && number == m_nbWriteBuffers) finish(isKept);
 }
 
 // Readers that don't take the lock see the null pointer only after the last voxel is stored.
 void AdapterStorage::finish(bool isKept) {
-  std::unique_ptr<Collection> const collection = std::move(m_owned);
+  std::unique_ptr<WriteBuffer> const buffer = std::move(m_owned);
   struct Forget {
     ~Forget() { pointer.store(nullptr, std::memory_order_release); }
-    std::atomic<Collection*>& pointer;
-  } const forget{m_collection};
-  if (isKept) collection->commit();
+    std::atomic<WriteBuffer*>& pointer;
+  } const forget{m_writeBuffer};
+  if (isKept) buffer->commit();
 }
 
 }  // namespace pxl::access

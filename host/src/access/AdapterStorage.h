@@ -5,8 +5,8 @@
 #include <mutex>
 #include <vector>
 
-#include "access/Collection.h"
 #include "access/ConvertedWindow.h"
+#include "access/WriteBuffer.h"
 
 namespace pxl::access {
 
@@ -34,17 +34,17 @@ class AdapterStorage final : public VoxelStorage {
    */
   void addReader();
   /**
-   * A writable view is being made. If a read view exists, this starts a collection and returns its number for
-   * endCollection(); else it returns 0.
-   * @throws RuntimeError there is no room for the collection
+   * A writable view is being made. If a read view exists, this starts a buffer and returns its number for
+   * endWriteBuffer(); else it returns 0.
+   * @throws RuntimeError there is no room for the buffer
    */
   unsigned long addWriter(ExtraMemory getExtraMemory);
   void removeView(bool isWritable);
   /**
-   * Stores or discards the collection, unless that was done before.
+   * Stores or discards the buffer, unless that was done before.
    * @throws RuntimeError it can't be stored
    */
-  void endCollection(unsigned long number, bool isKept);
+  void endWriteBuffer(unsigned long number, bool isKept);
 
  private:
   class Registry;
@@ -58,9 +58,9 @@ class AdapterStorage final : public VoxelStorage {
   std::mutex m_mutex;
   unsigned long m_nbReaders = 0;
   unsigned long m_nbWriters = 0;
-  unsigned long m_nbCollections = 0;  ///< so far, and the number of the last one
-  std::unique_ptr<Collection> m_owned;
-  std::atomic<Collection*> m_collection;  ///< null as soon as all of it is stored
+  unsigned long m_nbWriteBuffers = 0;  ///< so far, and the number of the last one
+  std::unique_ptr<WriteBuffer> m_owned;
+  std::atomic<WriteBuffer*> m_writeBuffer;  ///< null as soon as all of it is stored
   /** Storages of the same place: its voxels may be owned by any of them. */
   std::vector<std::shared_ptr<VoxelStorage>> m_others;
 };

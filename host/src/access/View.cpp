@@ -4,7 +4,7 @@
 #include "CurrentRun.h"
 #include "Raise.h"
 #include "access/CacheLine.h"
-#include "access/HeldBackRows.h"
+#include "access/DeferredRows.h"
 #include "access/ViewInterfaces.h"
 #include "instrument/Instrument.h"
 #include "pxl/ImageModel.h"
@@ -79,7 +79,7 @@ ViewOfVoxels<T>::ViewOfVoxels(ViewParts<T>&& parts)
       m_shares(),
       m_isCancelled(CurrentRun::getCancelFlag()),
       m_registration(std::move(parts.registration)),
-      m_heldBack(parts.isWritable ? std::make_unique<HeldBackRows<T>>() : nullptr) {}
+      m_deferred(parts.isWritable ? std::make_unique<DeferredRows<T>>() : nullptr) {}
 
 template <class T>
 ViewOfVoxels<T>::~ViewOfVoxels() {
@@ -133,7 +133,7 @@ ViewInterface<T>* ViewOfVoxels<T>::getInterface() const {
 template <class T>
 void ViewOfVoxels<T>::beginReading([[maybe_unused]] char const* kind, [[maybe_unused]] unsigned long count) const {
   PXL_PROBE(onCreateCache(kind, count));
-  if (m_heldBack) m_storage->settle(Settling::cNextPass);
+  if (m_deferred) m_storage->settle(Settling::cNextPass);
 }
 
 template <class T>
@@ -145,13 +145,13 @@ template <class T>
 void ViewOfVoxels<T>::holdBack(T const* voxels, long count, long col, long row, long plan, long sequence,
                                long spectralSeries) {
   PXL_PROBE(onTemporize(m_interface.get(), count, col, row, plan, sequence, spectralSeries));
-  m_heldBack->keep(*m_interface, voxels, count, col, row, plan, sequence, spectralSeries);
+  m_deferred->keep(*m_interface, voxels, count, col, row, plan, sequence, spectralSeries);
 }
 
 template <class T>
 void ViewOfVoxels<T>::writeAllTemporizedRows() {
   PXL_PROBE(onWriteAllTemporized(m_interface.get()));
-  if (!m_heldBack->isEmpty()) m_heldBack->writeAll(*m_interface);
+  if (!m_deferred->isEmpty()) m_deferred->writeAll(*m_interface);
 }
 
 #define PXL_INSTANTIATE(T)        \

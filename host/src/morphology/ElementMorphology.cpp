@@ -113,13 +113,13 @@ ElementMorphology::~ElementMorphology() = default;
 
 ListedMorphology::ListedMorphology() = default;
 ListedMorphology::~ListedMorphology() = default;
-String ListedMorphology::getObjection() const {
+String ListedMorphology::validate() const {
   try {
     element.get().getOffsets();
   } catch (InvalidCall const& refusal) {
     return refusal.what();
   }
-  return BaseAlgorithm::getObjection();
+  return BaseAlgorithm::validate();
 }
 RegionUses ListedMorphology::getRegionUse() const { return RegionUses::cFromOrigin; }
 kernel::Margins ListedMorphology::getMargins() const { return element.get().getMargins(); }
@@ -127,9 +127,9 @@ double ListedMorphology::estimateSteps() const { return static_cast<double>(elem
 
 ComposedMorphology::ComposedMorphology(unsigned int nbPasses) : m_nbPasses(nbPasses) {}
 ComposedMorphology::~ComposedMorphology() = default;
-String ComposedMorphology::getObjection() const {
+String ComposedMorphology::validate() const {
   String const refusal = refuseType(*this, inputImage, outputImage);
-  return refusal.empty() ? BaseAlgorithm::getObjection() : refusal;
+  return refusal.empty() ? BaseAlgorithm::validate() : refusal;
 }
 RegionUses ComposedMorphology::getRegionUse() const { return RegionUses::cWholeImage; }
 kernel::Margins ComposedMorphology::getMargins() const {
@@ -179,13 +179,13 @@ PXL_COMPOSED_RECORD(BlackTopHat, Composition<BlackTopHat>::get(), "morphology", 
 Gradient::Gradient() : MorphologicalDifference(1) {}
 PXL_COMPOSED_RECORD(Gradient, Composition<Gradient>::get(), "morphology", "dilation minus erosion, or half of it",
                     cVolume)
-String Gradient::getObjection() const {
+String Gradient::validate() const {
   int const mode = gradientMode;
   if (gradientMode.getChoices().getText(mode).empty())
     return std::string("gradientMode must be 0 (full), 1 (outer) or 2 (inner), not ") + std::to_string(mode);
   if (mode != cFullGradient && !holdsItself(element))
     return "an outer or inner gradient needs an element that contains the voxel itself";
-  return MorphologicalDifference::getObjection();
+  return MorphologicalDifference::validate();
 }
 double Gradient::estimateSteps() const {
   return (gradientMode == cFullGradient ? 2 : 1) * morphology::estimateSteps(element);

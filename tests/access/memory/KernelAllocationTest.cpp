@@ -60,7 +60,7 @@ class ShippedAllocation : public morphology_test::PluginTest {
 
   // What std::make_shared asks for: the container and its count of owners.
   static std::size_t getSizeOfMemos() {
-    using Memos = pxl::morphology::RowMemos<unsigned char, pxl::SimdVec::arch_128_tag>::Memos;
+    using Memos = pxl::morphology::ReducedRows<unsigned char, pxl::SimdVec::arch_128_tag>::Memos;
     MallocWatch watch;
     auto const memos = std::make_shared<Memos>();
     watch.stop();

@@ -27,7 +27,7 @@ class PlanCacheReadWrite;
 template <class V, class A>
 class OuputRow;
 template <class T>
-class HeldBackRows;
+class DeferredRows;
 
 /** The parts of which a view is made. */
 template <class T>
@@ -109,7 +109,7 @@ class PXL_API ViewOfVoxels : private Noncopyable {
   mutable std::array<std::atomic<BorderShare*>, cNbShares> m_shares;
   std::shared_ptr<std::atomic<bool> const> m_isCancelled;  ///< of the run in which this was made
   std::shared_ptr<void> m_registration;                    ///< with the image model
-  std::unique_ptr<HeldBackRows<T>> m_heldBack;             ///< null in a read-only view
+  std::unique_ptr<DeferredRows<T>> m_deferred;             ///< null in a read-only view
 };
 
 /**

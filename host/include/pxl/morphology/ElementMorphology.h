@@ -29,7 +29,7 @@ class PXL_API ListedMorphology : public ElementMorphology {
  public:
   ~ListedMorphology() override;
 
-  String getObjection() const override;
+  String validate() const override;
   RegionUses getRegionUse() const override;
   kernel::Margins getMargins() const override;
   std::vector<kernel::Offset3D> getOffsets() const override;
@@ -59,7 +59,7 @@ class PXL_API ComposedMorphology : public ElementMorphology {
  public:
   ~ComposedMorphology() override;
 
-  String getObjection() const override;
+  String validate() const override;
   RegionUses getRegionUse() const override;
   /** The margins of the element, plus those of the mirrored one where it follows. */
   kernel::Margins getMargins() const override;
@@ -134,7 +134,7 @@ class PXL_API Gradient : public MorphologicalDifference {
   Property<int> gradientMode{*this, "gradientMode", cFullGradient, cGradientModeNames,
                              "what is subtracted from what"};
 
-  String getObjection() const override;
+  String validate() const override;
   double estimateSteps() const override;
 };
 

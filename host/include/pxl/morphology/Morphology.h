@@ -72,7 +72,7 @@ class PXL_API IteratedMorphology : public BaseAlgorithm {
   Property<int> neighborhood;
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
-  String getNotice() const override;
+  String getWarning() const override;
   RegionUses getRegionUse() const override;
   kernel::Margins getMargins() const override;
   double estimateSteps() const override;
@@ -96,8 +96,8 @@ class PXL_API RadiusMorphology : public BaseAlgorithm {
   Property<int> shapeMode{*this, "shapeMode", cFastShape, cShapeModeNames, "how the shape is made"};
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
-  String getNotice() const override;
-  String getObjection() const override;
+  String getWarning() const override;
+  String validate() const override;
   RegionUses getRegionUse() const override;
   kernel::Margins getMargins() const override;
   double estimateSteps() const override;
@@ -118,7 +118,7 @@ class PXL_API OrientedDiskMorphology : public BaseAlgorithm {
   Property<unsigned int> radius{*this, "radius", 1, "radius in voxels"};
   Property<ImageModel*> outputImage{*this, "outputImage", "image to write"};
 
-  String getObjection() const override;
+  String validate() const override;
   RegionUses getRegionUse() const override;
   kernel::Margins getMargins() const override;
   double estimateSteps() const override;

@@ -21,7 +21,7 @@ class PXL_API FiniteImpulseResponseFilter2D : public BaseAlgorithm {
   ~FiniteImpulseResponseFilter2D() override;
   static AlgoInfo* getClassInfo();
   AlgoInfo* getAlgoInfo() const override;
-  String getNotice() const override;
+  String getWarning() const override;
   RegionUses getRegionUse() const override;
   kernel::Margins getMargins() const override;
   unsigned long getMaxNumOfWrittenPlans() const override;

@@ -10,10 +10,10 @@ namespace {
 
 using namespace test;
 
-class Supervision : public ::testing::Test {
+class RunWithProgress : public ::testing::Test {
  protected:
   /** An image of 64 GiB that takes no space on disk, but so long to read that a run of it must be cancelled. */
-  Supervision() {
+  RunWithProgress() {
     writeFile(image, makeNpyHeader(makeNpyDictionary("<u2", "(8192, 2048, 2048)")));
     resizeFile(image, 128 + (1UL << 36));
   }
@@ -31,7 +31,7 @@ class Supervision : public ::testing::Test {
   std::string image = folder / "image.npy";
 };
 
-TEST_F(Supervision, InterruptAndTerminationCancel) {
+TEST_F(RunWithProgress, InterruptAndTerminationCancel) {
   for (int const signal : {SIGINT, SIGTERM}) {
     Program program = start();
     ASSERT_NE(0u, program.waitUntilHandled(signal));
@@ -40,7 +40,7 @@ TEST_F(Supervision, InterruptAndTerminationCancel) {
   }
 }
 
-TEST_F(Supervision, InterruptInTheMiddle) {
+TEST_F(RunWithProgress, InterruptInTheMiddle) {
   for (std::vector<std::string> const& more : {std::vector<std::string>{"analysisDimensions=1"}, {}}) {
     Program program = start(more);
     ASSERT_NE(0u, program.waitUntilHandled(SIGINT));
@@ -50,7 +50,7 @@ TEST_F(Supervision, InterruptInTheMiddle) {
   }
 }
 
-TEST_F(Supervision, AnotherInterruptEndsTheProcess) {
+TEST_F(RunWithProgress, AnotherInterruptEndsTheProcess) {
   // The second one may come too late, when the first has had its effect already, so there are several tries.
   bool isEnded = false;
   for (int i = 0; i < 20 && !isEnded; ++i) {
@@ -67,7 +67,7 @@ TEST_F(Supervision, AnotherInterruptEndsTheProcess) {
   EXPECT_TRUE(isEnded);
 }
 
-TEST_F(Supervision, ProgressOnATerminal) {
+TEST_F(RunWithProgress, ProgressOnATerminal) {
   Program program = start({"analysisDimensions=1"}, true);
   EXPECT_TRUE(program.waitForError("\rIntensityExtrema   0 %"));
   program.send(SIGINT);
@@ -79,7 +79,7 @@ TEST_F(Supervision, ProgressOnATerminal) {
   EXPECT_EQ(outcome.err.substr(outcome.err.size() - end.size()), end);
 }
 
-TEST_F(Supervision, NoProgressWithQuiet) {
+TEST_F(RunWithProgress, NoProgressWithQuiet) {
   Program program = start({"analysisDimensions=1", "--quiet"}, true);
   ASSERT_NE(0u, program.waitUntilHandled(SIGINT));
   ::usleep(300000);
@@ -87,7 +87,7 @@ TEST_F(Supervision, NoProgressWithQuiet) {
   EXPECT_EQ(program.wait().err, "qorn: IntensityExtrema: cancelled\r\n");
 }
 
-TEST_F(Supervision, NoProgressWithoutATerminal) {
+TEST_F(RunWithProgress, NoProgressWithoutATerminal) {
   Program program = start();
   ASSERT_NE(0u, program.waitUntilHandled(SIGINT));
   ::usleep(300000);
@@ -95,7 +95,7 @@ TEST_F(Supervision, NoProgressWithoutATerminal) {
   EXPECT_EQ(program.wait().err, "qorn: IntensityExtrema: cancelled\n");
 }
 
-TEST_F(Supervision, ThreadsAreLimited) {
+TEST_F(RunWithProgress, ThreadsAreLimited) {
   // One that watches and one that works, and with more threads at least one more.
   for (char const* const nbThreads : {"1", "4"}) {
     Program program(QORN_PROGRAM,
@@ -114,7 +114,7 @@ TEST_F(Supervision, ThreadsAreLimited) {
   }
 }
 
-TEST_F(Supervision, OnDiskMeansLittleMemory) {
+TEST_F(RunWithProgress, OnDiskMeansLittleMemory) {
   writeFile(image, makeNpyHeader(makeNpyDictionary("<u2", "(64, 2048, 2048)")));
   resizeFile(image, 128 + (1UL << 29));
   for (std::vector<std::string> const& options :

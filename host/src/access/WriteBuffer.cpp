@@ -1,4 +1,4 @@
-#include "access/Collection.h"
+#include "access/WriteBuffer.h"
 
 #include <algorithm>
 
@@ -36,19 +36,19 @@ io::TemporaryImageReference makeRoom(VoxelSource const& target, ExtraMemory getE
 
 }  // namespace
 
-Collection::Collection(VoxelSource const& target, VoxelTypes type, ExtraMemory getExtraMemory)
+WriteBuffer::WriteBuffer(VoxelSource const& target, VoxelTypes type, ExtraMemory getExtraMemory)
     : m_target(target),
       m_room(makeRoom(target, getExtraMemory)),
       m_window(m_room->getImageModel()->getSource(), type) {}
 
-bool Collection::write(void const* voxels, unsigned long count, Position const& position) {
+bool WriteBuffer::write(void const* voxels, unsigned long count, Position const& position) {
   if (!m_window.write(voxels, count, position)) return false;
   note(m_pieces.local(), count, position);
   return true;
 }
 
 // Rows are written one after the other, or alternate with the margins of their blocks.
-void Collection::note(Pieces& pieces, unsigned long count, Position const& position) {
+void WriteBuffer::note(Pieces& pieces, unsigned long count, Position const& position) {
   constexpr std::ptrdiff_t cNbLast = 4;
   auto const isBelow = [&](Piece const& piece) {
     return piece.nbCols == count && piece.begin[cColumns] == position[cColumns] &&
@@ -66,7 +66,7 @@ void Collection::note(Pieces& pieces, unsigned long count, Position const& posit
   pieces.push_back(piece);
 }
 
-void Collection::commit() {
+void WriteBuffer::commit() {
   // Both have the same type: voxels are copied without conversion.
   VoxelTypes const type = m_target.storage->getVoxelType();
   ConvertedWindow const from(m_window.getSource(), type);

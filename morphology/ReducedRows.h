@@ -13,7 +13,7 @@ namespace pxl::morphology {
 
 /** Two thread-local rows of reduced voxels, which live as long as their kernel; they only grow. */
 template <class T, class Arch>
-struct RowMemos {
+struct ReducedRows {
   using Memo = std::vector<T, SimdVec::RowAllocator<T, Arch>>;
   using Memos = tbb::enumerable_thread_specific<Memo, tbb::cache_aligned_allocator<Memo>, tbb::ets_no_key>;
   struct Pair {
@@ -21,8 +21,8 @@ struct RowMemos {
     T* newer;
   };
 
-  RowMemos();
-  ~RowMemos();
+  ReducedRows();
+  ~ReducedRows();
 
   /** The rows of the calling thread, of at least `nbCols` voxels and the rest of a vector. */
   Pair get(unsigned long nbCols) const;
@@ -45,12 +45,12 @@ struct PlanStarts {
   std::shared_ptr<OfThreads> starts;
 };
 
-#define PXL_COMPILED_ONCE(T)                                 \
-  extern template struct RowMemos<T, SimdVec::arch_128_tag>; \
+#define PXL_COMPILED_ONCE(T)                                    \
+  extern template struct ReducedRows<T, SimdVec::arch_128_tag>; \
   extern template struct PlanStarts<T>;
 PXL_FOR_EACH_VOXEL_TYPE(PXL_COMPILED_ONCE)
 #undef PXL_COMPILED_ONCE
 
 }  // namespace pxl::morphology
 
-#include "morphology/RowMemos.impl"
+#include "morphology/ReducedRows.impl"

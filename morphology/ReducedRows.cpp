@@ -1,10 +1,10 @@
 // Row memos for the eight voxel types, compiled once.
-#include "morphology/RowMemos.h"
+#include "morphology/ReducedRows.h"
 
 namespace pxl::morphology {
 
-#define PXL_COMPILE(T)                                \
-  template struct RowMemos<T, SimdVec::arch_128_tag>; \
+#define PXL_COMPILE(T)                                   \
+  template struct ReducedRows<T, SimdVec::arch_128_tag>; \
   template struct PlanStarts<T>;
 PXL_FOR_EACH_VOXEL_TYPE(PXL_COMPILE)
 #undef PXL_COMPILE

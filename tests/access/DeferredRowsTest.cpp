@@ -12,7 +12,7 @@ using pxl::access::Block2d;
 using pxl::access::OverlapBorder;
 
 template <class T>
-class HeldBackRowsOf : public testing::Test {
+class DeferredRowsOf : public testing::Test {
  protected:
   oracle::Random m_random{821};
   Target<T> m_target{m_random.image<T>({23, 7, 4, 2, 2})};
@@ -29,10 +29,10 @@ class HeldBackRowsOf : public testing::Test {
   }
   void spoilRow() { std::fill(m_row.voxels.begin(), m_row.voxels.end(), T(77)); }
 };
-TYPED_TEST_SUITE(HeldBackRowsOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TYPED_TEST_SUITE(DeferredRowsOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
 // The buffer serves the next row right after the call.
-TYPED_TEST(HeldBackRowsOf, AreCopies) {
+TYPED_TEST(DeferredRowsOf, AreCopies) {
   for (int pass = 0; pass < 2; ++pass) {
     oracle::Image<TypeParam> const before = this->m_target.expected;
     oracle::forEachPosition({1, 7, 4, 2, 2}, [&](Five const& p) {
@@ -50,7 +50,7 @@ TYPED_TEST(HeldBackRowsOf, AreCopies) {
   }
 }
 
-TYPED_TEST(HeldBackRowsOf, AreStoredAsFarAsTheyLieInTheImage) {
+TYPED_TEST(DeferredRowsOf, AreStoredAsFarAsTheyLieInTheImage) {
   for (Five const& at :
        {Five{-5, 1, 1, 1, 1}, Five{18, 2, 1, 1, 1}, Five{-1, 3, 1, 1, 1}, Five{-40, 3, 2, 0, 0}, Five{23, 3, 2, 0, 0},
         Five{0, -1, 1, 1, 1}, Five{0, 7, 1, 1, 1}, Five{0, 1, -1, 1, 1}, Five{0, 1, 4, 1, 1}, Five{0, 1, 1, -1, 1},
@@ -64,7 +64,7 @@ TYPED_TEST(HeldBackRowsOf, AreStoredAsFarAsTheyLieInTheImage) {
   this->m_target.expectStored();
 }
 
-TYPED_TEST(HeldBackRowsOf, MayBeAPartOfARow) {
+TYPED_TEST(DeferredRowsOf, MayBeAPartOfARow) {
   for (long offset = 0; offset < 12; ++offset)
     for (long count = 1; offset + count <= 12; ++count) {
       placeRow(this->m_row, {4, offset % 7, count % 4, 1, 0}, 12, this->m_random);
@@ -77,7 +77,7 @@ TYPED_TEST(HeldBackRowsOf, MayBeAPartOfARow) {
     }
 }
 
-TYPED_TEST(HeldBackRowsOf, AreStoredOnce) {
+TYPED_TEST(DeferredRowsOf, AreStoredOnce) {
   pxl::instrument::Recorder probe;
   this->m_target.view->writeAllTemporizedRows();
   EXPECT_EQ(probe.count("writeRowAt"), 0U);
@@ -96,7 +96,7 @@ TYPED_TEST(HeldBackRowsOf, AreStoredOnce) {
 }
 
 // The row is lost where its write fails, but not what was held back of it and of others before.
-TYPED_TEST(HeldBackRowsOf, StayWithTheViewWhenAWriteFails) {
+TYPED_TEST(DeferredRowsOf, StayWithTheViewWhenAWriteFails) {
   pxl::instrument::Recorder probe;
   probe.onWrite = [](pxl::instrument::Event const&) { return false; };
   placeRow(this->m_row, {0, 1, 1, 1, 1}, 23, this->m_random);
@@ -113,7 +113,7 @@ TYPED_TEST(HeldBackRowsOf, StayWithTheViewWhenAWriteFails) {
   this->m_target.expectStored();
 }
 
-TYPED_TEST(HeldBackRowsOf, StayUntilTheyAreStored) {
+TYPED_TEST(DeferredRowsOf, StayUntilTheyAreStored) {
   pxl::instrument::Recorder probe;
   for (long r = 0; r < 3; ++r) {
     placeRow(this->m_row, {2, r, 1, 0, 1}, 9, this->m_random);
@@ -132,7 +132,7 @@ TYPED_TEST(HeldBackRowsOf, StayUntilTheyAreStored) {
   EXPECT_EQ(probe.count("writeRowAt"), 0U);
 }
 
-TEST(HeldBackRows, MayBeLongAndMany) {
+TEST(DeferredRows, MayBeLongAndMany) {
   oracle::Random random(823);
   Target<double> target(random.image<double>({20000, 40, 1, 1, 1}));
   Target<double>::Row row(0, target.view.get());
@@ -153,7 +153,7 @@ TEST(HeldBackRows, MayBeLongAndMany) {
 }
 
 // Concurrent threads in the same rows, with voxels of one byte: neighbours in the same word.
-TEST(HeldBackRows, AreKeptForManyThreadsAtOnce) {
+TEST(DeferredRows, AreKeptForManyThreadsAtOnce) {
   constexpr long cNbThreads = 8, cWidth = 9, cNbRows = 60;
   oracle::Random random(822);
   Target<unsigned char> target(random.image<unsigned char>({cNbThreads * cWidth, cNbRows, 1, 1, 1}));

@@ -18,7 +18,7 @@ namespace pxl::access {
  * this path is as hot as writing itself.
  */
 template <class T>
-class HeldBackRows : private Noncopyable {
+class DeferredRows : private Noncopyable {
  public:
   bool isEmpty() const { return !m_isFilled.load(std::memory_order_relaxed); }
 

@@ -17,10 +17,10 @@ using ExtraMemory = unsigned long (*)();
  * until they are stored in the image or discarded with this object. The record of what was written is thread-local,
  * as few rectangles.
  */
-class Collection : private Noncopyable {
+class WriteBuffer : private Noncopyable {
  public:
   /** @throws RuntimeError there is no room, neither in memory nor on disk */
-  Collection(VoxelSource const& target, VoxelTypes type, ExtraMemory getExtraMemory);
+  WriteBuffer(VoxelSource const& target, VoxelTypes type, ExtraMemory getExtraMemory);
 
   /** Buffers `count` voxels of one row. Thread-safe. @return false on failure */
   bool write(void const* voxels, unsigned long count, Position const& position);

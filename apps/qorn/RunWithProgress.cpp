@@ -1,4 +1,4 @@
-#include "qorn/Supervision.h"
+#include "qorn/RunWithProgress.h"
 
 #include <unistd.h>
 
@@ -78,8 +78,7 @@ class ProgressLine : private pxl::Noncopyable {
   std::string m_text;
 };
 
-void executeSupervised(pxl::BaseAlgorithm& algorithm, SupervisedTask const& task, std::string const& name,
-                       bool isQuiet) {
+void runAndDraw(pxl::BaseAlgorithm& algorithm, TaskWithProgress const& task, std::string const& name, bool isQuiet) {
   constexpr unsigned long cPeriodInMilliseconds = 5;  // too short to be noticed, and much longer than a poll
   pxl::RunInBackground run(algorithm);
   run.start(task.run);
@@ -102,21 +101,21 @@ void throwIfCancelRequested() {
 
 bool isCancelRequested() { return s_isCancelRequested.load(std::memory_order_relaxed); }
 
-void executeNamed(pxl::BaseAlgorithm& algorithm, bool isQuiet, std::function<void()> const& write,
-                  std::optional<pxl::access::Region> const& window) {
-  SupervisedTask const task{
+void runWithProgress(pxl::BaseAlgorithm& algorithm, bool isQuiet, std::function<void()> const& write,
+                     std::optional<pxl::access::Region> const& window) {
+  TaskWithProgress const task{
       [&algorithm, &window] { window ? algorithm.executeOnWindow(*window) : algorithm.execute(); },
       [&algorithm] { return algorithm.getProgress(); }};
-  executeNamed(algorithm, task, isQuiet, write);
+  runWithProgress(algorithm, task, isQuiet, write);
 }
 
-void executeNamed(pxl::BaseAlgorithm& algorithm, SupervisedTask const& task, bool isQuiet,
-                  std::function<void()> const& write) {
+void runWithProgress(pxl::BaseAlgorithm& algorithm, TaskWithProgress const& task, bool isQuiet,
+                     std::function<void()> const& write) {
   std::string const name = algorithm.getAlgoInfo()->getName();
   try {
     {
       SignalGuard const signals;
-      executeSupervised(algorithm, task, name, isQuiet);
+      runAndDraw(algorithm, task, name, isQuiet);
       throwIfCancelRequested();
       if (write) write();
     }

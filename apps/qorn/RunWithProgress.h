@@ -17,19 +17,19 @@ namespace qorn {
  * @throws ProgramError cCancelled after a signal; else the failure of the run, with the operator's name
  * @throws FileError    as `write`
  */
-void executeNamed(pxl::BaseAlgorithm& algorithm, bool isQuiet, std::function<void()> const& write = nullptr,
-                  std::optional<pxl::access::Region> const& window = std::nullopt);
+void runWithProgress(pxl::BaseAlgorithm& algorithm, bool isQuiet, std::function<void()> const& write = nullptr,
+                     std::optional<pxl::access::Region> const& window = std::nullopt);
 
-/** What executeNamed() runs instead of an algorithm. */
-struct SupervisedTask {
+/** What runWithProgress() runs instead of an algorithm. */
+struct TaskWithProgress {
   std::function<void()> run;            ///< runs the algorithm, possibly several times, and tests isCancelRequested()
   std::function<double()> getProgress;  ///< from 0 to 1; from any thread
 };
 /** The same for a task that runs `algorithm`, which is cancelled and whose name is used. */
-void executeNamed(pxl::BaseAlgorithm& algorithm, SupervisedTask const& task, bool isQuiet,
-                  std::function<void()> const& write);
+void runWithProgress(pxl::BaseAlgorithm& algorithm, TaskWithProgress const& task, bool isQuiet,
+                     std::function<void()> const& write);
 
-/** Whether a signal has asked executeNamed() to end; long writes must test it. From any thread. */
+/** Whether a signal has asked runWithProgress() to end; long writes must test it. From any thread. */
 bool isCancelRequested();
 
 }  // namespace qorn
