@@ -66,7 +66,7 @@ class IntensityExtremaSSEPrivateImpl final : public algorithms::AbstractPrivateI
   IntensityExtrema* m_algorithm;
 };
 
-class IntensityExtremaSSERunner final : public helper::RunnerFor<helper::cSSE41> {
+class IntensityExtremaSSERunner final : public Runnable {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     IntensityExtremaSSEPrivateImpl(helper::safe_cast<IntensityExtrema*>(algorithm)).run();
@@ -74,6 +74,8 @@ class IntensityExtremaSSERunner final : public helper::RunnerFor<helper::cSSE41>
   bool isRunnable(BaseAlgorithm* algorithm) const override {
     return IntensityExtremaRule<IntensityExtremaSSEDispatcher>::isRunnable(algorithm);
   }
+  String explainRefusal(BaseAlgorithm*) const override { return helper::cSSE41.explainProcessor(); }
+  PXL_RUNS_ON(helper::cSSE41)
 };
 
 PXL_REGISTER_RUNNER(IntensityExtrema, IntensityExtremaSSERunner)

@@ -5,7 +5,7 @@
 namespace pxl::morphology {
 
 struct Dilation2dSSE41Dispatcher : IteratedDispatcher2d<Dilation2d, details::DilationFunctor> {};
-class Dilation2dSSE41Runner final : public IteratedRunner<Dilation2d, Dilation2dSSE41Dispatcher> {};
+PXL_ITERATED_RUNNER(Dilation2dSSE41Runner, Dilation2d, Dilation2dSSE41Dispatcher)
 PXL_REGISTER_RUNNER(Dilation2d, Dilation2dSSE41Runner)
 
 }  // namespace pxl::morphology

@@ -5,7 +5,7 @@
 namespace pxl::morphology {
 
 struct Dilation3dSSE41Dispatcher : IteratedDispatcher3d<Dilation3d, details::DilationFunctor> {};
-class Dilation3dSSE41Runner final : public IteratedRunner<Dilation3d, Dilation3dSSE41Dispatcher> {};
+PXL_ITERATED_RUNNER(Dilation3dSSE41Runner, Dilation3d, Dilation3dSSE41Dispatcher)
 PXL_REGISTER_RUNNER(Dilation3d, Dilation3dSSE41Runner)
 
 }  // namespace pxl::morphology

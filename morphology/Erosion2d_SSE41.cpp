@@ -5,7 +5,7 @@
 namespace pxl::morphology {
 
 struct Erosion2dSSE41Dispatcher : IteratedDispatcher2d<Erosion2d, details::ErosionFunctor> {};
-class Erosion2dSSE41Runner final : public IteratedRunner<Erosion2d, Erosion2dSSE41Dispatcher> {};
+PXL_ITERATED_RUNNER(Erosion2dSSE41Runner, Erosion2d, Erosion2dSSE41Dispatcher)
 PXL_REGISTER_RUNNER(Erosion2d, Erosion2dSSE41Runner)
 
 }  // namespace pxl::morphology

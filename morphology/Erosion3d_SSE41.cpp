@@ -5,7 +5,7 @@
 namespace pxl::morphology {
 
 struct Erosion3dSSE41Dispatcher : IteratedDispatcher3d<Erosion3d, details::ErosionFunctor> {};
-class Erosion3dSSE41Runner final : public IteratedRunner<Erosion3d, Erosion3dSSE41Dispatcher> {};
+PXL_ITERATED_RUNNER(Erosion3dSSE41Runner, Erosion3d, Erosion3dSSE41Dispatcher)
 PXL_REGISTER_RUNNER(Erosion3d, Erosion3dSSE41Runner)
 
 }  // namespace pxl::morphology

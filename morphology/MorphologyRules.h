@@ -69,13 +69,16 @@ String explainIteratedRefusal(BaseAlgorithm* algorithm) {
          std::to_string(concrete.numberOfIterations.get());
 }
 
-/** The runner of these operators. */
-template <class Algo, class Dispatcher>
-class IteratedRunner : public helper::RunnerFor<helper::cSSE41> {
- public:
-  void run(BaseAlgorithm* algorithm) const override { dispatchOnInput<Algo, Dispatcher>(algorithm); }
-  bool isRunnable(BaseAlgorithm* algorithm) const override { return isIteratedRunnable<Algo>(algorithm); }
-  String explainRefusal(BaseAlgorithm* algorithm) const override { return explainIteratedRefusal<Algo>(algorithm); }
-};
-
 }  // namespace pxl::morphology
+
+/** The class of the runner of one of these operators. */
+#define PXL_ITERATED_RUNNER(Runner, Algo, Dispatcher)                                                        \
+  class Runner final : public Runnable {                                                                     \
+   public:                                                                                                   \
+    void run(BaseAlgorithm* algorithm) const override { dispatchOnInput<Algo, Dispatcher>(algorithm); }      \
+    bool isRunnable(BaseAlgorithm* algorithm) const override { return isIteratedRunnable<Algo>(algorithm); } \
+    String explainRefusal(BaseAlgorithm* algorithm) const override {                                         \
+      return explainIteratedRefusal<Algo>(algorithm);                                                        \
+    }                                                                                                        \
+    PXL_RUNS_ON(helper::cSSE41)                                                                              \
+  };

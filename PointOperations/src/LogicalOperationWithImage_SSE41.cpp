@@ -26,8 +26,8 @@ struct LogicalOperationWithImageSSE41Dispatcher {
   }
 };
 
-class SSE41LogicalOperationWithImageRunner final
-    : public LogicalRunner<LogicalOperationWithImage, LogicalOperationWithImageSSE41Dispatcher> {};
+PXL_LOGICAL_RUNNER(SSE41LogicalOperationWithImageRunner, LogicalOperationWithImage,
+                   LogicalOperationWithImageSSE41Dispatcher)
 PXL_REGISTER_RUNNER(LogicalOperationWithImage, SSE41LogicalOperationWithImageRunner)
 
 }  // namespace pxl::point_operations

@@ -27,8 +27,8 @@ struct LogicalOperationWithValueScalarDispatcher {
   }
 };
 
-class SSE41LogicalOperationWithValueRunner final
-    : public LogicalRunner<LogicalOperationWithValue, LogicalOperationWithValueScalarDispatcher> {};
+PXL_LOGICAL_RUNNER(SSE41LogicalOperationWithValueRunner, LogicalOperationWithValue,
+                   LogicalOperationWithValueScalarDispatcher)
 PXL_REGISTER_RUNNER(LogicalOperationWithValue, SSE41LogicalOperationWithValueRunner)
 
 }  // namespace pxl::point_operations

@@ -30,12 +30,14 @@ void dispatchOnLeadingImage(BaseAlgorithm* algorithm) {
   tmpl_dispatch::Visitor1Args<tmpl_dispatch::IntegerTypes, Dispatcher, Algo*>()(type, concrete);
 }
 
-/** The runner of the logical operations. */
-template <class Algo, class Dispatcher>
-class LogicalRunner : public helper::RunnerFor<helper::cSSE41> {
- public:
-  void run(BaseAlgorithm* algorithm) const override { dispatchOnLeadingImage<Algo, Dispatcher>(algorithm); }
-  bool isRunnable(BaseAlgorithm* algorithm) const override { return isLogicalRunnable<Algo>(algorithm); }
-};
-
 }  // namespace pxl::point_operations
+
+/** The class of the runner of a logical operation. */
+#define PXL_LOGICAL_RUNNER(Runner, Algo, Dispatcher)                                                           \
+  class Runner final : public Runnable {                                                                       \
+   public:                                                                                                     \
+    void run(BaseAlgorithm* algorithm) const override { dispatchOnLeadingImage<Algo, Dispatcher>(algorithm); } \
+    bool isRunnable(BaseAlgorithm* algorithm) const override { return isLogicalRunnable<Algo>(algorithm); }    \
+    String explainRefusal(BaseAlgorithm*) const override { return helper::cSSE41.explainProcessor(); }         \
+    PXL_RUNS_ON(helper::cSSE41)                                                                                \
+  };

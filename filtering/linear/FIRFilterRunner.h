@@ -23,10 +23,11 @@ class AbstractFIRFilterRunner : public Runnable {
 
 /** Accepts every algorithm if the processor can run it. */
 template <class Algo, class Dispatcher>
-class FIRFilterSSE41Runner final
-    : public helper::RunnerFor<helper::cSSE41, AbstractFIRFilterRunner<Algo, Dispatcher>> {
+class FIRFilterSSE41Runner final : public AbstractFIRFilterRunner<Algo, Dispatcher> {
  public:
   bool isRunnable(BaseAlgorithm*) const override { return helper::cSSE41.isAvailable(); }
+  String explainRefusal(BaseAlgorithm*) const override { return helper::cSSE41.explainProcessor(); }
+  PXL_RUNS_ON(helper::cSSE41)
 };
 
 }  // namespace pxl::filtering::linear

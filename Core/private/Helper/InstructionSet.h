@@ -32,13 +32,12 @@ struct InstructionSet {
 /** The set of plug-ins with vectors of 128 bits. */
 inline constexpr InstructionSet cSSE41{64, 1, "sse41", "SSE4.1"};
 
-/** What all runners for a set answer alike. `Base` is Runnable, or a class derived from it. */
-template <InstructionSet const& Set, class Base = Runnable>
-class RunnerFor : public Base {
- public:
-  int getOptimType() const override { return Set.optimType; }
-  String explainRefusal(BaseAlgorithm*) const override { return Set.explainProcessor(); }
-  char const* getName() const override { return Set.runnerName; }
-};
-
 }  // namespace pxl::helper
+
+/**
+ * What all runners for a set answer alike. Members, to be placed in the class of a runner: it derives from Runnable
+ * directly, so that a plug-in has no classes between the host's interface and its runners.
+ */
+#define PXL_RUNS_ON(Set)                                        \
+  int getOptimType() const override { return (Set).optimType; } \
+  char const* getName() const override { return (Set).runnerName; }

@@ -18,7 +18,7 @@ void dispatchOnInput(BaseAlgorithm* algorithm) {
 
 /** The runner of operators with a shape or an element, which require an output of the input's type. */
 template <class Algo, class Dispatcher>
-class SSE41OneTypeMinMaxRunner final : public helper::RunnerFor<helper::cSSE41> {
+class SSE41OneTypeMinMaxRunner final : public Runnable {
  public:
   void run(BaseAlgorithm* algorithm) const override { dispatchOnInput<Algo, Dispatcher>(algorithm); }
 
@@ -28,6 +28,8 @@ class SSE41OneTypeMinMaxRunner final : public helper::RunnerFor<helper::cSSE41> 
     return type == concrete->outputImage.get()->getVoxelType() && helper::cSSE41.hasSSE() &&
            helper::isKernelVoxelType(type) && helper::cSSE41.hasLevel();
   }
+  String explainRefusal(BaseAlgorithm*) const override { return helper::cSSE41.explainProcessor(); }
+  PXL_RUNS_ON(helper::cSSE41)
 };
 
 }  // namespace pxl::morphology

@@ -39,7 +39,7 @@ struct IntensityExtremaSSEDispatcher {
   }
 };
 
-class IntensityExtremaSSERunner final : public helper::RunnerFor<helper::cSSE41> {
+class IntensityExtremaSSERunner final : public Runnable {
  public:
   void run(BaseAlgorithm* algorithm) const override {
     auto* const extrema = helper::safe_cast<IntensityExtrema*>(algorithm);
@@ -49,6 +49,8 @@ class IntensityExtremaSSERunner final : public helper::RunnerFor<helper::cSSE41>
   bool isRunnable(BaseAlgorithm* algorithm) const override {
     return IntensityExtremaRule<IntensityExtremaSSEDispatcher>::isRunnable(algorithm);
   }
+  String explainRefusal(BaseAlgorithm*) const override { return helper::cSSE41.explainProcessor(); }
+  PXL_RUNS_ON(helper::cSSE41)
 };
 
 }  // namespace pxl::analysis
@@ -74,7 +76,7 @@ namespace pxl::morphology {
 
 #define FRAME_TEST_ITERATED(Algo)                    \
   FRAME_TEST_DISPATCHER(Algo##SSE41Dispatcher, Algo) \
-  class Algo##SSE41Runner final : public IteratedRunner<Algo, Algo##SSE41Dispatcher> {};
+  PXL_ITERATED_RUNNER(Algo##SSE41Runner, Algo, Algo##SSE41Dispatcher)
 
 #define FRAME_TEST_SHAPED(Algo)                      \
   FRAME_TEST_DISPATCHER(Algo##SSE41Dispatcher, Algo) \
@@ -104,7 +106,7 @@ namespace pxl::point_operations {
 
 #define FRAME_TEST_LOGICAL(Algo, Runner, Dispatcher) \
   FRAME_TEST_DISPATCHER(Dispatcher, Algo)            \
-  class Runner final : public LogicalRunner<Algo, Dispatcher> {};
+  PXL_LOGICAL_RUNNER(Runner, Algo, Dispatcher)
 
 FRAME_TEST_LOGICAL(LogicalOperationWithImage, SSE41LogicalOperationWithImageRunner,
                    LogicalOperationWithImageSSE41Dispatcher)
