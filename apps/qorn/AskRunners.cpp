@@ -1,9 +1,11 @@
 #include "qorn/AskRunners.h"
 
+#include <sys/mman.h>
+
 #include <memory>
 #include <string>
 
-#include "pxl/ImageModel.h"
+#include "pxl/Image.h"
 #include "pxl/Property.h"
 #include "pxl/analysis/Measure.h"
 #include "qorn/Operators.h"
@@ -12,22 +14,19 @@
 namespace qorn {
 namespace {
 
-/** An image with characteristics but without voxels. */
-class DescribedImage final : public pxl::ImageModel {
- public:
-  DescribedImage(io::ImageHeader const& header, pxl::VoxelTypes type, int interpretation)
-      : m_sizes(header.sizes), m_type(type), m_interpretation(interpretation) {}
-  unsigned long getNumOf(pxl::Components const& component) const override {
-    return m_sizes[static_cast<std::size_t>(component)];
+// An image in memory as a run has it, but only its addresses are reserved: nobody reads or writes the voxels.
+std::shared_ptr<pxl::Image> describeImage(io::ImageHeader const& header, pxl::VoxelTypes type, int interpretation) {
+  pxl::ImageStrides strides;
+  unsigned long nbBytes = pxl::helper::getSizeOf(type);
+  for (std::size_t i = 0; i < strides.size(); ++i) {
+    strides[i] = static_cast<long>(nbBytes);
+    nbBytes *= header.sizes[i];
   }
-  pxl::VoxelTypes getVoxelType() const override { return m_type; }
-  int getInterpretation() const override { return m_interpretation; }
-
- private:
-  pxl::ImageSizes m_sizes;
-  pxl::VoxelTypes m_type;
-  int m_interpretation;
-};
+  void* const space = ::mmap(nullptr, nbBytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (space == MAP_FAILED) throw std::bad_alloc();
+  std::shared_ptr<void> const reserved(space, [nbBytes](void* begin) { ::munmap(begin, nbBytes); });
+  return pxl::Image::OnMemory(space, type, header.sizes, strides, interpretation, reserved);
+}
 
 }  // namespace
 
@@ -50,17 +49,17 @@ std::vector<pxl::RunnerInfo> askRunners(pxl::AlgoInfo const& record, OperatorsCo
   }
   std::vector<io::ImageHeader> headers;
   for (std::string const& path : command.images) headers.push_back(io::readImageHeader(path));
-  std::vector<std::unique_ptr<DescribedImage>> images;
+  std::vector<std::shared_ptr<pxl::Image>> images;
   std::vector<std::unique_ptr<pxl::analysis::Measure>> measures;
   std::size_t nbSet = 0;
   for (pxl::PropertyBase* property : algorithm->getProperties()) {
     if (auto* const input = pxl::asProperty<pxl::ImageModel const*>(*property)) {
       io::ImageHeader const& header = headers[nbSet++];
-      images.push_back(std::make_unique<DescribedImage>(header, header.type, command.interpretation));
+      images.push_back(describeImage(header, header.type, command.interpretation));
       input->set(images.back().get());
     } else if (auto* const output = pxl::asProperty<pxl::ImageModel*>(*property)) {
       pxl::VoxelTypes const type = command.outputType.value_or(headers.front().type);
-      images.push_back(std::make_unique<DescribedImage>(headers.front(), type, command.interpretation));
+      images.push_back(describeImage(headers.front(), type, command.interpretation));
       output->set(images.back().get());
     } else if (auto* const measure = dynamic_cast<pxl::MeasureProperty*>(property)) {
       measures.push_back(measure->makeMeasure());

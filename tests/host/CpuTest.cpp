@@ -25,6 +25,14 @@ bool areWideRegistersSaved() {
   return (low & 6) == 6;
 }
 
+// And the mask registers and all of the widest.
+bool areWidestRegistersSaved() {
+  if (!areWideRegistersSaved()) return false;
+  unsigned int low, high;
+  __asm__("xgetbv" : "=a"(low), "=d"(high) : "c"(0));
+  return (low & 0xE0) == 0xE0;
+}
+
 TEST(Cpu, IsOneAndNeverNull) {
   ASSERT_NE(Cpu::getDevice(), nullptr);
   EXPECT_EQ(Cpu::getDevice(), Cpu::getDevice());
@@ -46,6 +54,8 @@ TEST(Cpu, LevelFollowsTheScale) {
   if (r.c & bit_SSE4_2) level = 96;
   if (areWideRegistersSaved() && (r.c & bit_AVX)) level = 112;
   if (level == 112 && (ask(7).b & bit_AVX2)) level = 128;
+  unsigned int const wanted = bit_AVX512F | bit_AVX512VL | bit_AVX512DQ | bit_AVX512BW;
+  if (level == 128 && areWidestRegistersSaved() && (ask(7).b & wanted) == wanted) level = 144;
   EXPECT_EQ(Cpu::getDevice()->getSSELevel(), level);
 }
 

@@ -55,7 +55,8 @@ TYPED_TEST(WideRows, AreFoldedWithoutAStepBeyondThem) {
         neighbours.push_back(rows[i].last(width) - static_cast<long>(i) % 3);
       T* const out = target.last(width);
       for (long col = -L; col < width; ++col) out[col] = T(77);
-      pxl::morphology::ListFold<DilationFunctor>::computeRow(neighbours.data(), nbNeighbours, out, width);
+      pxl::morphology::ListFold<DilationFunctor>::computeRow<pxl::SimdVec::Simd<T, pxl::SimdVec::arch_128_tag>>(
+          neighbours.data(), nbNeighbours, out, width);
       for (long col = -L; col < width; ++col) {
         T expected = neighbours[0][std::max(col, 0L)];
         for (T const* voxels : neighbours) expected = std::max(expected, voxels[std::max(col, 0L)]);

@@ -20,7 +20,7 @@ Json getOperators(std::vector<std::string> const& more = {}, Program::Options co
 TEST(Operators, AreAllListed) {
   Json const json = getOperators();
   EXPECT_EQ(json["operators"].size(), 28u);
-  EXPECT_EQ(json["plugins"], Json::array({QORN_ELEMENTS, QORN_PLUGIN}));
+  EXPECT_EQ(json["plugins"], Json::array({QORN_ELEMENTS, QORN_PLUGIN, QORN_WIDE}));
   std::size_t nbRunners = 0;
   for (Json const& record : json["operators"]) {
     nbRunners += record["runners"].get<std::size_t>();
@@ -35,7 +35,8 @@ TEST(Operators, AreAllListed) {
     EXPECT_NE(outcome.out.find(record["help"].get<std::string>() + "\n"), std::string::npos) << record["name"];
   }
   EXPECT_NE(outcome.out.find("\n" + std::to_string(nbRunners) + " runner"), std::string::npos) << outcome.out;
-  EXPECT_NE(outcome.out.find(std::string("registered, from ") + QORN_ELEMENTS + ", " + QORN_PLUGIN + "\n"),
+  EXPECT_NE(outcome.out.find(std::string("registered, from ") + QORN_ELEMENTS + ", " + QORN_PLUGIN + ", " +
+                             QORN_WIDE + "\n"),
             std::string::npos);
 }
 
