@@ -1,24 +1,9 @@
 #include "wide/MemoryImage.h"
 
-#include "pxl/Exception.h"
-
 namespace pxl::wide {
-namespace {
-
-// Without a storage for models that have no voxels.
-access::VoxelSource findSource(ImageModel const& image) {
-  try {
-    return image.getSource();
-  } catch (InvalidCall const&) {
-    return {};
-  }
-}
-
-}  // namespace
 
 char const* findObstacle(ImageModel const& image) {
-  access::VoxelSource const source = findSource(image);
-  if (!source.storage) return "an image has no voxels";
+  access::VoxelSource const source = image.getSource();
   char const* const memory = source.storage->getMemory();
   if (!memory || source.storage->isOnDisk()) return "an image isn't in memory";
   VoxelTypes const type = image.getVoxelType();

@@ -52,7 +52,8 @@ def test_interrupt(name: str) -> None:
     timer = threading.Timer(0.25, interrupt)
     timer.start()
     with pytest.raises(KeyboardInterrupt):
-        SLOW[name](runner="sse41")
+        while True:  # some are done before the interrupt
+            SLOW[name]()
     latency = time.monotonic() - sent[0]
     timer.join()
     print(f"{name}: {1000 * latency:.0f} ms")
@@ -65,7 +66,8 @@ def test_token(name: str) -> None:
     token = qorn.CancelToken()
     threading.Timer(0.05, token.cancel).start()
     with pytest.raises(qorn.Cancelled):
-        SLOW[name](cancel=token, runner="sse41")
+        while True:
+            SLOW[name](cancel=token)
     assert token.cancelled
     check_next_call()
     with pytest.raises(qorn.Cancelled):

@@ -46,7 +46,7 @@ def grow(call: str) -> float:
         ("qorn.dilation(image, qorn.connectivity(8), out)", 0, 4),
         ("qorn.opening(image, qorn.connectivity(8), out)", 0, 4),
         ("qorn.white_tophat(image, qorn.connectivity(8), out)", 0, 4),
-        ("qorn.dilation(image, qorn.connectivity(8, 4), out, runner='sse41')", 60, 68),
+        ("qorn.run('Dilation2d', image, out, numberOfIterations=4, runner='sse41')", 60, 68),
         ("qorn.gradient(image, qorn.connectivity(8), out)", 60, 68),
         ("qorn.dilation(image, qorn.connectivity(8))", 60, 68),
         ("qorn.dilation(image, qorn.connectivity(8, 4), out, max_memory=0)", 0, 4),
@@ -61,7 +61,8 @@ def test_peak(call: tuple[str, float, float]) -> None:
 def test_releases() -> None:
     script = """
         import numpy as np, qorn
-        qorn.dilation(np.zeros((1024, 1024), np.uint8), qorn.connectivity(8, 4), runner="sse41")
+        image = np.zeros((1024, 1024), np.uint8)
+        qorn.run("Dilation2d", image, image.copy(), numberOfIterations=4, runner="sse41")
         assert qorn.release_memory() >= 1 << 20
         assert qorn.release_memory() == 0
     """

@@ -20,8 +20,10 @@ class SavingSignals : public ::testing::TestWithParam<unsigned int> {
   }
 
   Program start(std::string const& name, std::vector<std::string> const& more = {}) const {
+    // Pass by pass: the other runner would be done at once.
     std::vector<std::string> arguments{
-        "run", "Dilation2d", image, folder / name, "numberOfIterations=4000000000", "neighborhood=0"};
+        "run",           "Dilation2d", image, folder / name, "numberOfIterations=4000000000", "neighborhood=0",
+        "--runner=sse41"};
     arguments.insert(arguments.end(), more.begin(), more.end());
     Program::Options options;
     unsigned int const refusals = GetParam();

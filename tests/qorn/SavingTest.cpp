@@ -147,7 +147,8 @@ TEST_F(Saving, OtherFormatsOnDiskAreRefused) {
 TEST_F(Saving, AFailedRunLeavesNothing) {
   writeFile(folder / "out/old.npy", "old");
   for (std::string const name : {"new.npy", "new.tif", "new.png", "new.nii", "new.nii.gz", "old.npy"}) {
-    Outcome const outcome = save(folder / ("out/" + name), {"numberOfIterations=35", "--interpretation", "binary"});
+    Outcome const outcome =
+        save(folder / ("out/" + name), {"numberOfIterations=35", "--interpretation", "binary", "--runner=sse41"});
     expectFailure(outcome, 1, "Dilation2d", "");
   }
   expectFailure(save(folder / "out/new.npy", {"numberOfIterations=35", "--interpretation", "binary", "--on-disk"}), 1,
