@@ -86,7 +86,7 @@ def test_token_before_the_call() -> None:
 
 def test_1000_cancels() -> None:
     rng = random.Random(2)
-    image = np.zeros((512, 512), np.uint8)
+    image = np.zeros((2048, 2048), np.uint8)
     nb_cancelled = 0
     tokens: list[tuple[float, qorn.CancelToken]] = []
     for index in range(1000):
@@ -112,7 +112,7 @@ def test_progress() -> None:
         assert threading.get_ident() == main
         seen.append((time.monotonic(), fraction))
 
-    qorn.dilation(PLANE, qorn.connectivity(8, 60), progress=note)
+    qorn.run("Dilation2d", PLANE, np.empty_like(PLANE), numberOfIterations=60, runner="sse41", progress=note)
     fractions = [fraction for _, fraction in seen]
     assert fractions == sorted(fractions) and fractions[-1] == 1 and 0 <= fractions[0] < 1
     gaps = [after[0] - before[0] for before, after in zip(seen[:-1], seen[1:-1])]
