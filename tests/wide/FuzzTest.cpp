@@ -33,7 +33,7 @@ pxl::ImageSizes makeSizes(Random& random) {
 }
 
 // PXLWORKS_WIDE_SEED repeats a run, PXLWORKS_WIDE_RUNS says how many are made.
-TEST(WideFuzz, givesTheBitsOfTheOtherRunner) {
+TEST(WideFuzz, GivesTheBitsOfTheOtherRunner) {
   loadPlugins();
   std::uint64_t const seed = getNumber("PXLWORKS_WIDE_SEED", std::random_device()());
   std::uint64_t const nbRuns = getNumber("PXLWORKS_WIDE_RUNS", 2000);

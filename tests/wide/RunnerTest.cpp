@@ -44,22 +44,22 @@ class WideRunners : public ::testing::Test {
   std::shared_ptr<pxl::Image> output;
 };
 
-TEST_F(WideRunners, areChosenBeforeTheOthers) {
+TEST_F(WideRunners, AreChosenBeforeTheOthers) {
   EXPECT_TRUE(getInfo().isAccepting) << getInfo().refusal.str();
   EXPECT_GT(getInfo().optimType, algorithm->getRunners().front().optimType);
 }
 
-TEST_F(WideRunners, leaveOtherTypesOfOutputs) {
+TEST_F(WideRunners, LeaveOtherTypesOfOutputs) {
   setImages(pxl::cFloat, pxl::cDouble);
   expectRefusal("one voxel type");
 }
 
-TEST_F(WideRunners, leaveRegions) {
+TEST_F(WideRunners, LeaveRegions) {
   algorithm->setProcessingRegion(pxl::access::Region(0, 40, 0, 50, 0, 3, 0, 1, 0, 1));
   expectRefusal("whole images");
 }
 
-TEST_F(WideRunners, leaveVoxelsThatAreNotAligned) {
+TEST_F(WideRunners, LeaveVoxelsThatAreNotAligned) {
   std::vector<char> bytes(50 * 40 * 3 * 4 + 1);
   auto const image = pxl::Image::OnMemory(static_cast<void*>(bytes.data() + 1), pxl::cFloat, {50, 40, 3, 1, 1},
                                           pxl::getPackedStrides(pxl::cFloat, {50, 40, 3, 1, 1}));
@@ -67,7 +67,7 @@ TEST_F(WideRunners, leaveVoxelsThatAreNotAligned) {
   expectRefusal("aligned");
 }
 
-TEST_F(WideRunners, leaveWhatNeedsTooMuchMemory) {
+TEST_F(WideRunners, LeaveWhatNeedsTooMuchMemory) {
   input = pxl::Image::New(pxl::cDouble, {3000, 300, 1, 1, 1});
   output = pxl::Image::New(pxl::cDouble, {3000, 300, 1, 1, 1});
   setIfAny<pxl::ImageModel const*>(*algorithm, "inputImage", input.get());
@@ -77,13 +77,13 @@ TEST_F(WideRunners, leaveWhatNeedsTooMuchMemory) {
   expectRefusal("extra memory");
 }
 
-TEST_F(WideRunners, refuseTargetsThatAreUnknown) {
+TEST_F(WideRunners, RefuseTargetsThatAreUnknown) {
   ::setenv("PXLWORKS_WIDE_TARGET", "abacus", 1);
   expectRefusal("PXLWORKS_WIDE_TARGET");
 }
 
 // What another runner says is not lost because this one looks at voxels.
-TEST_F(WideRunners, leaveTheReasonsOfOthers) {
+TEST_F(WideRunners, LeaveTheReasonsOfOthers) {
   setImages(pxl::cUnsignedInteger8, pxl::cUnsignedInteger8);
   input->setInterpretation(pxl::cBinary);
   setIfAny(*algorithm, "numberOfIterations", 100U);
@@ -97,7 +97,7 @@ TEST_F(WideRunners, leaveTheReasonsOfOthers) {
   }
 }
 
-TEST_F(WideRunners, stopWhenTheyAreCancelled) {
+TEST_F(WideRunners, StopWhenTheyAreCancelled) {
   auto const large = pxl::Image::New(pxl::cFloat, {3000, 3000, 1, 1, 1});
   auto const result = pxl::Image::New(pxl::cFloat, {3000, 3000, 1, 1, 1});
   auto const disk = makeOperator("DilationDisk2d");
