@@ -5,6 +5,7 @@
 
 #include "frame/support/SetProperty.h"
 #include "gtest/gtest.h"
+#include "host/support/PluginLoading.h"
 #include "instrument/Recorder.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/Image.h"
@@ -75,7 +76,7 @@ class BorderProbe : public pxl::instrument::Recorder {
 /** Runs each operator on small images of 16 bits. */
 class ShippedBorders : public testing::Test {
  protected:
-  ShippedBorders() { pxl::plugins::load(PXLWORKS_PLUGIN_PATH); }
+  ShippedBorders() { host_test::loadPlugin(PXLWORKS_PLUGIN_PATH); }
   ~ShippedBorders() override { pxl::plugins::unload(PXLWORKS_PLUGIN_PATH); }
 
   void make(std::string const& name) {

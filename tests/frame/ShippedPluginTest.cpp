@@ -8,6 +8,7 @@
 #include "frame/support/FakeImage.h"
 #include "frame/support/Registered.h"
 #include "gtest/gtest.h"
+#include "host/support/PluginLoading.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/Exception.h"
 #include "pxl/Plugins.h"
@@ -111,7 +112,7 @@ class ShippedPlugin : public testing::Test {
 
 TEST_F(ShippedPlugin, ComesAndGoesThroughTheHost) {
   for (int life = 0; life < 3; ++life) {
-    pxl::plugins::load(PXLWORKS_PLUGIN_PATH);
+    host_test::loadPlugin(PXLWORKS_PLUGIN_PATH);
     expectLoaded(takeTrace());
     pxl::plugins::unload(PXLWORKS_PLUGIN_PATH);
     expectUnloaded(takeTrace());
@@ -120,6 +121,7 @@ TEST_F(ShippedPlugin, ComesAndGoesThroughTheHost) {
 
 TEST_F(ShippedPlugin, ComesAndGoesThroughTheLoader) {
   for (int life = 0; life < 3; ++life) {
+    host_test::RunnersMayStay const stay;
     void* const handle = ::dlopen(PXLWORKS_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(handle, nullptr) << ::dlerror();
     expectLoaded(takeTrace());
@@ -130,7 +132,7 @@ TEST_F(ShippedPlugin, ComesAndGoesThroughTheLoader) {
 
 TEST_F(ShippedPlugin, LoadsWithoutARecord) {
   m_probe.classInfo = [](std::string const&, pxl::AlgoInfo*) -> pxl::AlgoInfo* { return nullptr; };
-  pxl::plugins::load(PXLWORKS_PLUGIN_PATH);
+  host_test::loadPlugin(PXLWORKS_PLUGIN_PATH);
   EXPECT_EQ(takeTrace().size(), cShipped.size());
   m_probe.classInfo = nullptr;
   pxl::plugins::unload(PXLWORKS_PLUGIN_PATH);
@@ -139,7 +141,7 @@ TEST_F(ShippedPlugin, LoadsWithoutARecord) {
 }
 
 TEST_F(ShippedPlugin, RefusesAndFailsByTheSameRules) {
-  pxl::plugins::load(PXLWORKS_PLUGIN_PATH);
+  host_test::loadPlugin(PXLWORKS_PLUGIN_PATH);
   expectLoaded(takeTrace());
   ASSERT_EQ(m_runners.count("IntensityExtrema"), 1U);
   pxl::Runnable* const runner = m_runners.at("IntensityExtrema");

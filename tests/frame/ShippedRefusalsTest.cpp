@@ -14,6 +14,7 @@
 #include "frame/support/Registered.h"
 #include "frame/support/SetProperty.h"
 #include "gtest/gtest.h"
+#include "host/support/PluginLoading.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/Exception.h"
 #include "pxl/Plugins.h"
@@ -61,7 +62,7 @@ std::map<std::string, Row> const cRows{
 class ShippedRefusals : public testing::Test {
  protected:
   ShippedRefusals() {
-    pxl::plugins::load(PXLWORKS_PLUGIN_PATH);
+    host_test::loadPlugin(PXLWORKS_PLUGIN_PATH);
     m_runners = getRegistered();
   }
   ~ShippedRefusals() override { pxl::plugins::unload(PXLWORKS_PLUGIN_PATH); }
