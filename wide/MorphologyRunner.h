@@ -18,10 +18,6 @@
 
 namespace pxl::wide {
 
-/** The optimisation type and name of the runners of this library. */
-constexpr int cOptimType = 2;
-constexpr char cRunnerName[] = "wide";
-
 /** Why a run can't be taken whatever its element is, for users; empty if it can. */
 String explainImages(BaseAlgorithm const& algorithm, ImageModel const& input, ImageModel const& output);
 
@@ -81,8 +77,6 @@ class WideRunner final : public Runnable {
 
   bool isRunnable(BaseAlgorithm* algorithm) const override { return explainRefusal(algorithm).empty(); }
 
-  int getOptimType() const override { return cOptimType; }
-
   String explainRefusal(BaseAlgorithm* algorithm) const override {
     Algo* const concrete = dynamic_cast<Algo*>(algorithm);
     ImageModel const& input = *concrete->inputImage.get();
@@ -93,7 +87,7 @@ class WideRunner final : public Runnable {
     return explainStages(*algorithm, *getStages(concrete, images), polarity, images);
   }
 
-  char const* getName() const override { return cRunnerName; }
+  PXL_RUNS_ON(cNarrowestSet)
 
  private:
   std::shared_ptr<Stages const> getStages(Algo const* algorithm, ProgramImages const& images) const {

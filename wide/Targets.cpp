@@ -18,9 +18,8 @@ TargetChoice choose(char const* wanted) {
   for (int i = cNbTargets; i-- > 0;)
     if (level >= cLevels[i] && (!wanted || std::strcmp(wanted, cNames[i]) == 0))
       return {true, static_cast<Targets>(i), String()};
-  return {
-      false, Targets::cSse4,
-      wanted ? String("PXLWORKS_WIDE_TARGET is no target of this processor") : String("the processor has no SSE4.2")};
+  return {false, Targets::cSse4,
+          wanted ? String("PXLWORKS_WIDE_TARGET is no target of this processor") : cNarrowestSet.explainProcessor()};
 }
 
 }  // namespace

@@ -1,10 +1,14 @@
 #pragma once
 
+#include "Core/private/Helper/InstructionSet.h"
 #include "pxl/String.h"
 #include "wide/RowKernels.h"
 
 /** Which set of instructions is used. */
 namespace pxl::wide {
+
+/** What the narrowest target needs. Its runners are taken before those of vectors of 128 bits alone. */
+inline constexpr helper::InstructionSet cNarrowestSet{80, 2, "wide", "SSE4.2"};
 
 /** What was chosen, or why nothing was. */
 struct TargetChoice {

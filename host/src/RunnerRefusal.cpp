@@ -128,7 +128,7 @@ void explainDifference(BaseAlgorithm& algorithm, std::vector<Runnable*> const& r
     Trial trial(algorithm, runners);
     if (!explainBinary(trial, text)) explainType(trial, text);
   } catch (std::exception const&) {
-    // A runner that needs more of an image than a stand-in has: only the refusal itself is reported.
+    // The refusal itself is reported all the same.
   }
 }
 
