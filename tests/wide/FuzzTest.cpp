@@ -32,12 +32,13 @@ pxl::ImageSizes makeSizes(Random& random) {
   }
 }
 
-// PXLWORKS_WIDE_SEED repeats a run, PXLWORKS_WIDE_RUNS says how many are made.
+// PXLWORKS_TEST_SEED repeats a run, PXLWORKS_WIDE_RUNS says how many are made.
 TEST(WideFuzz, GivesTheBitsOfTheOtherRunner) {
   loadPlugins();
-  std::uint64_t const seed = getNumber("PXLWORKS_WIDE_SEED", std::random_device()());
+  // Other cases each time; the seed of a failing one is printed.
+  std::uint64_t const seed = std::getenv("PXLWORKS_TEST_SEED") ? 0 : std::random_device()();
+  std::cout << "PXLWORKS_TEST_SEED=" << seed << std::endl;
   std::uint64_t const nbRuns = getNumber("PXLWORKS_WIDE_RUNS", 2000);
-  std::cout << "PXLWORKS_WIDE_SEED=" << seed << std::endl;
   std::uint64_t nbTaken = 0;
   for (std::uint64_t run = 0; run < nbRuns; ++run) {
     Random random(seed + run);
@@ -56,8 +57,7 @@ TEST(WideFuzz, GivesTheBitsOfTheOtherRunner) {
     bool const isInPlace = random.oneIn(3);
     try {
       ASSERT_TRUE(isSame(*algorithm, input, isInPlace ? nullptr : &output))
-          << "PXLWORKS_WIDE_SEED=" << seed + run << " PXLWORKS_WIDE_RUNS=1, target "
-          << ::getenv("PXLWORKS_WIDE_TARGET");
+          << "run " << run << ", target " << ::getenv("PXLWORKS_WIDE_TARGET");
       ++nbTaken;
     } catch (pxl::RuntimeError const& error) {
       // A target that this processor doesn't have.

@@ -6,11 +6,11 @@
 #include <limits>
 #include <memory>
 #include <ostream>
-#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "oracle/Oracle.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/BaseAlgorithm.h"
 #include "pxl/Image.h"
@@ -20,30 +20,19 @@
 /** Operators on random images, to be run by one runner and by another. */
 namespace wide_test {
 
-class Random {
+class Random : public oracle::Random {
  public:
-  explicit Random(std::uint64_t seed) : m_engine(seed) {}
-  long number(long first, long last) {
-    return first + static_cast<long>(m_engine() % static_cast<std::uint64_t>(last - first + 1));
-  }
+  using oracle::Random::Random;
   bool oneIn(long count) { return number(1, count) == 1; }
   template <class T, std::size_t count>
   T const& oneOf(T const (&values)[count]) {
     return values[number(0, static_cast<long>(count) - 1)];
   }
-
- private:
-  std::mt19937_64 m_engine;
 };
 
-constexpr pxl::VoxelTypes cTypes[] = {pxl::cUnsignedInteger8,
-                                      pxl::cUnsignedInteger16,
-                                      pxl::cUnsignedInteger32,
-                                      pxl::cInteger8,
-                                      pxl::cInteger16,
-                                      pxl::cInteger32,
-                                      pxl::cFloat,
-                                      pxl::cDouble};
+#define PXLWORKS_TYPE(T) pxl::helper::DataTypeToVoxelTypeEnum<T>::cVoxelType,
+constexpr pxl::VoxelTypes cTypes[] = {PXL_FOR_EACH_VOXEL_TYPE(PXLWORKS_TYPE)};
+#undef PXLWORKS_TYPE
 
 /** What reals are made of. */
 enum class Specials { cNone, cFew, cMany };
