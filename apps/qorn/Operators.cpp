@@ -17,19 +17,6 @@
 namespace qorn {
 namespace {
 
-/** The names of the types of properties, for users. */
-struct TypeNames {
-  char const* operator()(pxl::Property<pxl::ImageModel const*> const&) const { return "input image"; }
-  char const* operator()(pxl::Property<pxl::ImageModel*> const&) const { return "output image"; }
-  char const* operator()(pxl::Property<int> const&) const { return "integer"; }
-  char const* operator()(pxl::Property<unsigned int> const&) const { return "unsigned integer"; }
-  char const* operator()(pxl::Property<double> const&) const { return "real"; }
-  char const* operator()(pxl::Property<pxl::kernel::Kernel2D> const&) const { return "2-D kernel"; }
-  char const* operator()(pxl::Property<pxl::kernel::Kernel3D> const&) const { return "3-D kernel"; }
-  char const* operator()(pxl::Property<pxl::kernel::StructuringElement> const&) const { return "element"; }
-  char const* operator()(pxl::MeasureProperty const&) const { return "measure"; }
-};
-
 /** Sets a property from its text; one that isn't given by name is left unchanged. */
 class ValueSetter {
  public:
@@ -61,7 +48,7 @@ class ValueSetter {
   [[noreturn]] void refuseName(pxl::Property<int> const& property) const {
     pxl::Choices const& choices = property.getChoices();
     bool const isSum = choices.getKind() == pxl::ChoiceKinds::cSum;
-    std::string why = std::string("not a number of type ") + TypeNames()(property) +
+    std::string why = std::string("not a number of type ") + getTypeName(property) +
                       (isSum ? ", nor comma-separated names of " : ", nor one of ");
     std::vector<std::string> known;
     for (pxl::Choice const& choice : choices) {
@@ -74,7 +61,7 @@ class ValueSetter {
   template <class T>
   void setNumber(pxl::Property<T>& property) const {
     std::string const what = std::string(property.getName()) + "=" + m_value;
-    property.set(parseNumberOrThrow<T>(what, m_value, TypeNames()(property)));
+    property.set(parseNumberOrThrow<T>(what, m_value, getTypeName(property)));
   }
 
   std::string const& m_value;
@@ -101,8 +88,6 @@ void loadPlugins(std::vector<std::string> const& paths) {
     throw ProgramError(cFailed, "plug-ins", error.what());
   }
 }
-
-char const* getTypeName(pxl::PropertyBase const& property) { return pxl::visitProperty(property, TypeNames()); }
 
 bool isGivenByName(pxl::PropertyBase const& property) {
   return pxl::visitProperty(property,

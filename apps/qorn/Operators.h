@@ -19,9 +19,6 @@ pxl::AlgoInfo& findOperator(std::string const& name);
 /** Loads these plug-ins, or those of the host's folder if there are none. @throws ProgramError */
 void loadPlugins(std::vector<std::string> const& paths);
 
-/** The name of a property's type, such as "unsigned integer". */
-char const* getTypeName(pxl::PropertyBase const& property);
-
 /** Whether a property is given as name=value; images are given as paths, and measures are results. */
 bool isGivenByName(pxl::PropertyBase const& property);
 

@@ -52,7 +52,21 @@ bool isValue(kernel::StructuringElement const& element) {
   return element.getKind() != kernel::ElementKinds::cNone;
 }
 
+struct TypeNames {
+  char const* operator()(Property<ImageModel const*> const&) const { return "input image"; }
+  char const* operator()(Property<ImageModel*> const&) const { return "output image"; }
+  char const* operator()(Property<int> const&) const { return "integer"; }
+  char const* operator()(Property<unsigned int> const&) const { return "unsigned integer"; }
+  char const* operator()(Property<double> const&) const { return "real"; }
+  char const* operator()(Property<kernel::Kernel2D> const&) const { return "2-D kernel"; }
+  char const* operator()(Property<kernel::Kernel3D> const&) const { return "3-D kernel"; }
+  char const* operator()(Property<kernel::StructuringElement> const&) const { return "element"; }
+  char const* operator()(MeasureProperty const&) const { return "measure"; }
+};
+
 }  // namespace
+
+char const* getTypeName(PropertyBase const& property) { return visitProperty(property, TypeNames()); }
 
 PropertyBase::PropertyBase(BaseAlgorithm& owner, PropertyKinds kind, char const* name, char const* help,
                            bool hasDefault, Choices const& choices)

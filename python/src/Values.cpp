@@ -14,18 +14,6 @@ namespace {
 
 namespace py = pybind11;
 
-struct TypeNames {
-  char const* operator()(pxl::Property<pxl::ImageModel const*> const&) const { return "input image"; }
-  char const* operator()(pxl::Property<pxl::ImageModel*> const&) const { return "output image"; }
-  char const* operator()(pxl::Property<int> const&) const { return "integer"; }
-  char const* operator()(pxl::Property<unsigned int> const&) const { return "unsigned integer"; }
-  char const* operator()(pxl::Property<double> const&) const { return "real"; }
-  char const* operator()(pxl::Property<pxl::kernel::Kernel2D> const&) const { return "2-D kernel"; }
-  char const* operator()(pxl::Property<pxl::kernel::Kernel3D> const&) const { return "3-D kernel"; }
-  char const* operator()(pxl::Property<pxl::kernel::StructuringElement> const&) const { return "element"; }
-  char const* operator()(pxl::MeasureProperty const&) const { return "measure"; }
-};
-
 /** The coefficients of a kernel and the place of the one that lies on the voxel. */
 struct KernelArray {
   std::vector<double> coefficients;
@@ -107,8 +95,6 @@ class ValueSetter {
 };
 
 }  // namespace
-
-char const* getTypeName(pxl::PropertyBase const& property) { return pxl::visitProperty(property, TypeNames()); }
 
 void setProperties(pxl::BaseAlgorithm& algorithm, py::dict const& values) {
   std::string const of = std::string(" of ") + algorithm.getAlgoInfo()->getName();

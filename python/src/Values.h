@@ -8,9 +8,6 @@
 
 namespace qorn::python {
 
-/** What a user is told of a property's type. */
-char const* getTypeName(pxl::PropertyBase const& property);
-
 /**
  * Sets properties by their names: numbers, names of values, elements or their texts, and kernels as arrays of double
  * or pairs of such an array and its origin, in the order of the array.

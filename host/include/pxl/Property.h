@@ -173,6 +173,9 @@ decltype(auto) visitProperty(Base& property, Visitor&& visitor) {
   return visitor(static_cast<WithConstOf<MeasureProperty, Base>&>(property));
 }
 
+/** The name of the type of a property's value for users, such as "unsigned integer". */
+PXL_API char const* getTypeName(PropertyBase const& property);
+
 /** The property as a Property<T> if it holds a T, else null. */
 template <class T, class Base>
 auto asProperty(Base& property) {
