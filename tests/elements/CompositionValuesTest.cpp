@@ -89,7 +89,8 @@ TEST_F(Composition, TakesBinaryImagesAndAnyNumberOfIterations) {
 TEST_F(Composition, WithoutAPassCopies) {
   oracle::Random random(45);
   auto const image = random.image<int>({70, 70, 3, 2, 2});
-  for (char const* text : {"connectivity(8, 0)", "connectivity(26, 0)", "disk(0, fast)", "ball(0, fast)"}) {
+  for (char const* text :
+       {"connectivity(8, 0)", "connectivity(26, 0)", "disk(0, fast)", "ball(0, fast)", "box(1, 1)", "box(1, 1, 1)"}) {
     auto const element = StructuringElement::parse(text);
     for (char const* name : {"Dilate", "Erode", "Open", "Close"})
       for (bool isInPlace : {false, true})

@@ -76,6 +76,11 @@ def check(result: np.ndarray, expected: np.ndarray, axes: str) -> None:
     assert np.array_equal(in_order(result, axes), expected)
 
 
+def draw_out(rng: np.random.Generator, shape: tuple[int, ...], dtype: np.dtype[Any]) -> np.ndarray | None:
+    """None, or an array of values that no result should keep. New arrays often hold earlier results of a size."""
+    return None if rng.random() < 0.5 else np.full(shape, rng.integers(1, 100), dtype)
+
+
 def morphology(rng: np.random.Generator, name: str, axes: str, dtype: np.dtype[Any]) -> None:
     function, oracle = MORPHOLOGY[name]
     image = draw_image(rng, axes, dtype)
@@ -87,7 +92,8 @@ def morphology(rng: np.random.Generator, name: str, axes: str, dtype: np.dtype[A
     if name == "gradient":  # 0 where no voxel of the footprint lies in the image
         ones = support.dilate(np.ones(in_order(image, axes).shape, bool), volume)
         expected = np.where(ones, expected, expected.dtype.type(0))
-    check(function(image, footprint, axes=axes), expected, axes)
+    out = draw_out(rng, image.shape, expected.dtype)
+    check(function(image, footprint, out, axes=axes), expected, axes)
     if expected.dtype == dtype and image.shape[axes.index("X")] * image.itemsize == image.itemsize * image.shape[-1]:
         columns = axes.index("X")
         if image.strides[columns] == image.itemsize or image.shape[columns] == 1:
@@ -105,7 +111,8 @@ def correlation(rng: np.random.Generator, axes: str, dtype: np.dtype[Any]) -> No
     target = DTYPES[int(rng.integers(1, len(DTYPES)))]
     if target.kind != "f":
         sums = sums.clip(np.iinfo(target).min, np.iinfo(target).max)
-    check(qorn.correlate(image, weights, origin=origin, dtype=target, axes=axes), sums.astype(target), axes)
+    out = draw_out(rng, image.shape, target)
+    check(qorn.correlate(image, weights, out, origin=origin, dtype=target, axes=axes), sums.astype(target), axes)
 
 
 LOGIC: dict[str, Callable[[Any, Any], Any]] = {
@@ -117,11 +124,14 @@ LOGIC: dict[str, Callable[[Any, Any], Any]] = {
 def logic(rng: np.random.Generator, op: str, axes: str, dtype: np.dtype[Any]) -> None:
     a = draw_image(rng, axes, dtype)
     b: Any = support.random_image(rng, a.shape, dtype)
+    out = draw_out(rng, a.shape, dtype)
     if rng.random() < 0.5:
         number = b.flat[0]
-        check(qorn.logical(a, number, op, axes=axes), in_order(LOGIC[op](a, np.full(a.shape, number)), axes), axes)
+        check(
+            qorn.logical(a, number, op, out, axes=axes), in_order(LOGIC[op](a, np.full(a.shape, number)), axes), axes
+        )
     else:
-        check(qorn.logical(a, b, op, axes=axes), in_order(LOGIC[op](a, b), axes), axes)
+        check(qorn.logical(a, b, op, out, axes=axes), in_order(LOGIC[op](a, b), axes), axes)
 
 
 def measure(rng: np.random.Generator, axes: str, dtype: np.dtype[Any]) -> None:

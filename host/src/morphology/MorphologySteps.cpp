@@ -93,8 +93,17 @@ std::unique_ptr<BaseAlgorithm> makeOperator(bool isDilation, StructuringElement 
   }
 }
 
-/** An element as a sequence of others: a box as lines, where that is less work. */
+/** Whether the element is applied in 0 passes; the operators would leave the output unchanged. */
+bool isWithoutPasses(StructuringElement const& element) {
+  bool const isInPasses =
+      element.getKind() == ElementKinds::cConnectivity || element.getMode() == kernel::ElementModes::cFast;
+  return isInPasses && element.getSize() == 0;
+}
+
+/** An element as a sequence of others: a box as lines, where that is less work. An element that changes nothing is a
+ * sequence of none. */
 std::vector<StructuringElement> decompose(StructuringElement const& element) {
+  if (isWithoutPasses(element)) return {};
   if (element.getKind() != ElementKinds::cBox) return {element};
   std::vector<kernel::Offset3D> const offsets = element.getOffsets();
   kernel::Offset3D const &first = offsets.front(), &last = offsets.back();
@@ -115,13 +124,6 @@ std::vector<StructuringElement> decompose(StructuringElement const& element) {
   constexpr long cCostOfPass = 4;
   long const cost = sum + cCostOfPass * static_cast<long>(lines.size());
   return cost < static_cast<long>(offsets.size()) + cCostOfPass ? lines : std::vector<StructuringElement>{element};
-}
-
-/** Whether the element is applied in 0 passes; the operators would leave the output unchanged. */
-bool isWithoutPasses(StructuringElement const& element) {
-  bool const isInPasses =
-      element.getKind() == ElementKinds::cConnectivity || element.getMode() == kernel::ElementModes::cFast;
-  return isInPasses && element.getSize() == 0;
 }
 
 }  // namespace
@@ -166,7 +168,8 @@ void MorphologySteps::erode(ImageModel const* from, StructuringElement const& el
 
 void MorphologySteps::add(Operation operation, ImageModel const* from, StructuringElement const& element,
                           ImageModel* to) {
-  if (isWithoutPasses(element)) {
+  std::vector<StructuringElement> const parts = decompose(element);
+  if (parts.empty()) {
     bool const isThere = from == to || (from == &m_input && to == &m_output && m_isInPlace);
     if (isThere) return;
     m_steps.emplace_back([from, to](algorithms::AbstractPrivateImplementation& frame) {
@@ -175,7 +178,7 @@ void MorphologySteps::add(Operation operation, ImageModel const* from, Structuri
     });
     return;
   }
-  for (StructuringElement const& part : decompose(element)) {
+  for (StructuringElement const& part : parts) {
     m_steps.emplace_back([operation, from, part, to](algorithms::AbstractPrivateImplementation& frame) {
       frame.runChildAlgo(*makeOperator(operation == Operation::cDilation, part, from, to));
     });
