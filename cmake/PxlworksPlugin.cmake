@@ -17,7 +17,8 @@ set(PXLWORKS_PLUGIN_COMPILE_OPTIONS
 # The units that every plug-in compiles once, whatever the number of its operators: the bodies of Core/private for the
 # eight voxel types. Headers declare them `extern template`.
 set(PXLWORKS_PLUGIN_BODIES
-  Access/IteratorBodies.cpp Access/RowBodies.cpp Filters/ContextBodies.cpp Filters/FilterBodies.cpp)
+  Access/IteratorBodies.cpp Access/RowBodies.cpp Access/VolumeIteratorBodies.cpp Filters/ContextBodies.cpp
+  Filters/FilterBodies.cpp)
 if(EXISTS "${CMAKE_CURRENT_LIST_DIR}/../Core/private")
   list(TRANSFORM PXLWORKS_PLUGIN_BODIES PREPEND "${CMAKE_CURRENT_LIST_DIR}/../Core/private/")
 else()

@@ -4,7 +4,7 @@
 
 namespace pxl::access {
 
-/** The voxels in 128 bits. Iterators of this width are compiled once for each plug-in, see IteratorBodies.cpp. */
+/** The voxels in 128 bits. Iterators of this width are compiled once for each plug-in, see *IteratorBodies.cpp. */
 template <class T>
 inline constexpr long cNbLanes128 = 16 / static_cast<long>(sizeof(T));
 
