@@ -87,6 +87,8 @@ class WideRunner final : public Runnable {
     return explainStages(*algorithm, *getStages(concrete, images), polarity, images);
   }
 
+  bool splitsElements() const override { return true; }
+
   PXL_RUNS_ON(cNarrowestSet)
 
  private:

@@ -102,15 +102,15 @@ HWY_INLINE void foldRowOfAnyLength(T const* const* rows, long nbTaps, T* out, lo
 }
 
 /** A number of taps that is known to the compiler, whose pointers stay in registers. */
-template <Polarities P, class T, int nbTaps>
+template <Polarities P, class T, unsigned nbTaps>
 HWY_NOINLINE void foldFew(char const* const* taps, long const* strides, char* out, long outStride, long nbRows,
                           long count) {
   T const* rows[nbTaps];
-  for (int i = 0; i < nbTaps; ++i) rows[i] = at<T>(taps[i]);
+  for (unsigned i = 0; i < nbTaps; ++i) rows[i] = at<T>(taps[i]);
   for (long row = 0;;) {
     foldRowOfAnyLength<P>(rows, nbTaps, at<T>(out), count);
     if (++row == nbRows) return;
-    for (int i = 0; i < nbTaps; ++i) rows[i] = at<T>(reinterpret_cast<char const*>(rows[i]) + strides[i]);
+    for (unsigned i = 0; i < nbTaps; ++i) rows[i] = at<T>(reinterpret_cast<char const*>(rows[i]) + strides[i]);
     out += outStride;
   }
 }
@@ -153,7 +153,7 @@ HWY_NOINLINE void foldWindows(char const* const* taps, long length, char* const*
     long const c = start + L <= count ? start : count - L;
     V suffix = hn::LoadU(d, at<T>(taps[nbResults - 1]) + c);
     for (long i = nbResults; i < length; ++i) suffix = fold<P>(suffix, hn::LoadU(d, at<T>(taps[i]) + c));
-    V suffixes[nbResults];
+    V suffixes[static_cast<unsigned>(nbResults)];
     suffixes[nbResults - 1] = suffix;
 #pragma GCC unroll 8
     for (int i = nbResults - 2; i >= 0; --i) suffixes[i] = fold<P>(suffixes[i + 1], hn::LoadU(d, at<T>(taps[i]) + c));

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstring>
 
 #include "Core/private/Helper/AutoRegisterRunnable.h"
@@ -11,18 +12,19 @@
 namespace pxl::wide {
 namespace {
 
+// A list in one plan is that of an operator of planes.
 Stages makeListStages(PlanImage const& image, std::vector<kernel::Offset3D> offsets) {
+  bool const isVolume =
+      std::any_of(offsets.begin(), offsets.end(), [](kernel::Offset3D const& offset) { return offset.plan != 0; });
   Stages stages;
-  stages.push_back({makeListPrograms(image, true, std::move(offsets)), 1});
+  stages.push_back({makeListPrograms(image, isVolume, std::move(offsets)), 1});
   return stages;
 }
 
 Stages makeListStages(PlanImage const& image, std::vector<kernel::Offset2D> const& offsets) {
   std::vector<kernel::Offset3D> inVolume;
   for (kernel::Offset2D const& offset : offsets) inVolume.push_back({offset.col, offset.row, 0});
-  Stages stages;
-  stages.push_back({makeListPrograms(image, false, std::move(inVolume)), 1});
-  return stages;
+  return makeListStages(image, std::move(inVolume));
 }
 
 struct Disk2d {

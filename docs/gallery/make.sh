@@ -106,6 +106,8 @@ fir2d motion "0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0.04 0
 qorn run FiniteImpulseResponseFilter3D "$head" gauss.npy kernel="$(gauss 3 1.5 4)"
 cut gauss.npy "$gallery/head-gauss.png"
 
+/usr/bin/python3 -B "$gallery/program.py"
+
 # The ground that "./run" measures, each 5 m of height one step of grey.
 "$root/run" >/dev/null
 qorn run FiniteImpulseResponseFilter2D "$root/build/run/elevation.npy" "$gallery/elevation.png" kernel=0.2 \

@@ -26,20 +26,20 @@ struct WeightedSum {
   using Vec = SimdVec::Simd<T, Arch>;
   static constexpr long L = Vec::cNbLanes;
   // Independent accumulators, which share the look-up of a tap; more of them are not faster.
-  static constexpr int cNbAtOnce = 8;
+  static constexpr unsigned cNbAtOnce = 8;
 
-  template <int N>
+  template <unsigned N>
   static void computeVectors(T const* const* rows, T const* coefficients, unsigned long count, long col, T* out) {
     typename Vec::Vector sums[N];
     T const* row = rows[0] + col;
     auto coefficient = Vec::broadcast(coefficients[0]);
-    for (int i = 0; i < N; ++i) sums[i] = Vec::multiply(Vec::load(row + i * L), coefficient);
+    for (unsigned i = 0; i < N; ++i) sums[i] = Vec::multiply(Vec::load(row + i * L), coefficient);
     for (unsigned long k = 1; k < count; ++k) {
       row = rows[k] + col;
       coefficient = Vec::broadcast(coefficients[k]);
-      for (int i = 0; i < N; ++i) sums[i] = Vec::add(sums[i], Vec::multiply(Vec::load(row + i * L), coefficient));
+      for (unsigned i = 0; i < N; ++i) sums[i] = Vec::add(sums[i], Vec::multiply(Vec::load(row + i * L), coefficient));
     }
-    for (int i = 0; i < N; ++i) Vec::store(out + col + i * L, sums[i]);
+    for (unsigned i = 0; i < N; ++i) Vec::store(out + col + i * L, sums[i]);
   }
 };
 

@@ -20,7 +20,7 @@ TYPED_TEST_SUITE(ExtremaKernelOfReal, oracle::RealVoxelTypes, oracle::VoxelTypeN
 template <class T>
 Extrema<T> modelOneBlock(oracle::Image<T> const& image) {
   constexpr long L = oracle::cLanes<T>;
-  T low[L], high[L];
+  T low[oracle::cLanes<T>], high[oracle::cLanes<T>];
   bool isFirst = true;
   for (long p = 0; p < image.sizes[2]; ++p)
     for (long r = 0; r < image.sizes[1]; ++r)

@@ -16,7 +16,7 @@ bool isBelow(oracle::Image<T> const& a, oracle::Image<T> const& b) {
 // Turns the order around.
 template <class T>
 oracle::Image<T> invert(oracle::Image<T> image) {
-  for (T& voxel : image.voxels) voxel = std::is_integral_v<T> ? static_cast<T>(-1 - voxel) : -voxel;
+  for (T& voxel : image.voxels) voxel = static_cast<T>(std::is_integral_v<T> ? T(-1) - voxel : -voxel);
   return image;
 }
 

@@ -37,7 +37,7 @@ TYPED_TEST(ImageInMemory, IsZeroFilledAnd64ByteAligned) {
 TYPED_TEST(ImageInMemory, TellsItsCharacteristicsAndIsPackedInCOrder) {
   auto const image = Image::New(cTypeOf<TypeParam>, {2, 3, 5, 7, 11}, pxl::cBinary);
   long expected = sizeof(TypeParam);
-  for (int i = 0; i < 5; ++i) {
+  for (unsigned long i = 0; i < 5; ++i) {
     EXPECT_EQ(image->getNumOf(static_cast<pxl::Components>(i)), (ImageSizes{2, 3, 5, 7, 11}[i]));
     EXPECT_EQ(image->getStrides()[i], expected);
     expected *= static_cast<long>(image->getSizes()[i]);

@@ -103,7 +103,7 @@ TEST(StructuringElement, TheMirroredLineIsTurnedAround) {
   EXPECT_EQ(StructuringElement::line3d(4, 210, 12).getMirrored(), StructuringElement::line3d(4, 30, -12));
   Random random;
   for (int i = 0; i < 1000; ++i) {
-    double const angle = random.between(-100000L, 100000L) / 100.0, elevation = random.between(-9000L, 9000L) / 100.0;
+    double const angle = random.between(-100000, 100000) / 100.0, elevation = random.between(-9000, 9000) / 100.0;
     auto const line = StructuringElement::line3d(random.between(1U, 60U), angle, elevation);
     ASSERT_EQ(listOf(line.getMirrored()), negated(listOf(line))) << line.toString().c_str();
   }

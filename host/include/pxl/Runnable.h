@@ -36,6 +36,12 @@ class PXL_API Runnable {
    * may share one. Here empty: only the host can choose the runner.
    */
   virtual char const* getName() const;
+
+  /**
+   * Whether run() makes a large element of smaller ones where that is less work. A composition then leaves the element
+   * whole. Here false: it makes a box of lines.
+   */
+  virtual bool splitsElements() const;
 };
 
 }  // namespace pxl

@@ -5,8 +5,10 @@
 #include <utility>
 
 #include "Raise.h"
+#include "RunnerChoice.h"
 #include "access/Overlap.h"
 #include "morphology/RowDifference.h"
+#include "pxl/Runnable.h"
 #include "pxl/Settings.h"
 #include "pxl/algorithms/AbstractPrivateImplementation.h"
 #include "pxl/morphology/Morphology.h"
@@ -166,9 +168,22 @@ void MorphologySteps::erode(ImageModel const* from, StructuringElement const& el
   add(Operation::cErosion, from, element, to);
 }
 
+// Whether the runner of the step does so itself. For reals it would fold the voxels in another order than lines do,
+// which matters where they are NaN or zeros of both signs.
+bool MorphologySteps::splits(Operation operation, ImageModel const* from, StructuringElement const& element,
+                             ImageModel* to) const {
+  VoxelTypes const type = m_input.getVoxelType();
+  if (type == cFloat || type == cDouble) return false;
+  auto const whole = makeOperator(operation == Operation::cDilation, element, from, to);
+  whole->setRunner(m_algorithm.getRunner());
+  whole->setMaximumExtraMemoryUsageInBytes(m_algorithm.getMaximumExtraMemoryUsageInBytes());
+  return chooseRunner(*whole)->splitsElements();
+}
+
 void MorphologySteps::add(Operation operation, ImageModel const* from, StructuringElement const& element,
                           ImageModel* to) {
-  std::vector<StructuringElement> const parts = decompose(element);
+  std::vector<StructuringElement> parts = decompose(element);
+  if (parts.size() > 1 && splits(operation, from, element, to)) parts = {element};
   if (parts.empty()) {
     bool const isThere = from == to || (from == &m_input && to == &m_output && m_isInPlace);
     if (isThere) return;

@@ -40,6 +40,8 @@ class MorphologySteps {
   enum class Operation { cDilation, cErosion };
 
   void add(Operation operation, ImageModel const* from, kernel::StructuringElement const& element, ImageModel* to);
+  bool splits(Operation operation, ImageModel const* from, kernel::StructuringElement const& element,
+              ImageModel* to) const;
 
   ElementMorphology& m_algorithm;
   access::PresentedImage m_input;

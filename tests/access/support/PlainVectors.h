@@ -22,7 +22,7 @@ struct PlainVector {
     for (long i = 0; i < NbLanes; ++i) result.lanes[i] = function(i);
     return result;
   }
-  T lanes[NbLanes];
+  T lanes[static_cast<unsigned long>(NbLanes)];
 };
 
 }  // namespace access_test
