@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "pxl/Exception.h"
+#include "pxl/Runnable.h"
 #include "support/Compositions.h"
 
 namespace elements_test {
@@ -69,6 +70,41 @@ TEST_F(CompositionSteps, AreLeftTheChoiceOfTheComposition) {
           << error.what();
     }
   }
+}
+
+/** Takes dilations with lists while it exists, and notes their elements. */
+class SplittingRunner final : public pxl::Runnable {
+ public:
+  SplittingRunner() { pxl::AlgoInfo::find("DilationElement3d")->addRunner(this); }
+  ~SplittingRunner() override { pxl::AlgoInfo::find("DilationElement3d")->removeRunner(this); }
+
+  void run(pxl::BaseAlgorithm* algorithm) const override {
+    elements.push_back(dynamic_cast<pxl::morphology::DilationElement3d&>(*algorithm).element.get().toString().str());
+  }
+  bool isRunnable(pxl::BaseAlgorithm*) const override { return true; }
+  int getOptimType() const override { return 1000; }
+  bool splitsElements() const override { return isSplitting; }
+
+  bool isSplitting = true;
+  mutable std::vector<std::string> elements;
+};
+
+// But not those of reals, whose NaN and zeros of both signs it would meet in another order.
+TEST_F(CompositionSteps, LeaveBoxesWholeForRunnersThatSplitThem) {
+  using Elements = std::vector<std::string>;
+  SplittingRunner runner;
+  auto const findElements = [&](pxl::VoxelTypes type) {
+    runner.elements.clear();
+    auto const image = pxl::Image::New(type, {40, 30, 6, 1, 1});
+    makeAlgorithm({"Dilate"}, StructuringElement::parse("box(7, 9, 11)"), image.get(), image.get())->execute();
+    return runner.elements;
+  };
+  Elements const lines{"box(7, 1, 1)", "box(1, 9, 1)", "box(1, 1, 11)"};
+  EXPECT_EQ(findElements(pxl::cInteger16), Elements{"box(7, 9, 11)"});
+  EXPECT_EQ(findElements(pxl::cFloat), lines);
+  EXPECT_EQ(findElements(pxl::cDouble), lines);
+  runner.isSplitting = false;
+  EXPECT_EQ(findElements(pxl::cInteger16), lines);
 }
 
 TEST_F(CompositionSteps, AreCountedBeforeTheyAreRun) {
