@@ -31,11 +31,12 @@ Taps makeBox(long reach, long step, long planReach) {
   return taps;
 }
 
-Side makeOurs(Case const& one) {
-  auto const execute = [](auto& filter, Case const& what, auto kernel) {
+Side makeOurs(Case const& one, char const* runner = "") {
+  auto const execute = [runner](auto& filter, Case const& what, auto kernel) {
     filter.inputImage = what.input.get();
     filter.kernel = kernel;
     filter.outputImage = what.output.get();
+    filter.setRunner(runner);
     filter.execute();
   };
   if (one.taps.planReach > 0)
@@ -90,6 +91,7 @@ void addCase(std::string const& type, std::string const& size, pxl::ImageSizes c
         return Pair{makeOurs(one), makeTheirs(one)};
       });
     };
+    add("sse41", [](Case const& one) { return makeOurs(one, "sse41"); });
     add("copy_ceiling", makeCeiling<T>);
 #ifdef PXLWORKS_HAVE_OPENCV
     if (taps.planReach == 0) add("opencv_filter2D", makeOpenCv<T>);
@@ -104,6 +106,9 @@ void addType(char const* type) {
   addCase<T>(type, "4096x4096", plan, "5x5", makeBox(2, 1, 0));
   addCase<T>(type, "4096x4096", plan, "11x11", makeBox(5, 1, 0));
   addCase<T>(type, "4096x4096", plan, "25_of_21x21", makeBox(10, 5, 0));
+  addCase<T>(type, "64x64", {64, 64, 1, 1, 1}, "3x3", makeBox(1, 1, 0));
+  addCase<T>(type, "1024x1024", {1024, 1024, 1, 1, 1}, "3x3", makeBox(1, 1, 0));
+  addCase<T>(type, "1024x1024", {1024, 1024, 1, 1, 1}, "5x5", makeBox(2, 1, 0));
   addCase<T>(type, "256x256x256", volume, "3x3x3", makeBox(1, 1, 1));
   addCase<T>(type, "256x256x256", volume, "5x5x5", makeBox(2, 1, 2));
 }

@@ -19,13 +19,13 @@ namespace {
 
 using pxl::ImageSizes;
 
-template <class T>
-Side makeOurs(ImagePointer image) {
-  return [image] {
+Side makeOurs(ImagePointer image, char const* runner = "") {
+  return [image, runner] {
     pxl::analysis::IntensityExtremaMsr measure;
     pxl::analysis::IntensityExtrema algorithm;
     algorithm.inputImage = image.get();
     algorithm.outputMeasure = &measure;
+    algorithm.setRunner(runner);
     algorithm.execute();
   };
 }
@@ -111,9 +111,10 @@ void addType(char const* type, char const* size, ImageSizes const& sizes) {
     auto const add = [&](char const* peer, Side (*makeTheirs)(ImagePointer)) {
       addPair(prefix + peer, nbThreads, [sizes, makeTheirs] {
         auto image = makeImage<T>(sizes);
-        return Pair{makeOurs<T>(image), makeTheirs(image)};
+        return Pair{makeOurs(image), makeTheirs(image)};
       });
     };
+    add("sse41", [](ImagePointer image) { return makeOurs(image, "sse41"); });
     add("copy_ceiling", [](ImagePointer image) { return Side(IdealScan<T, true>(image)); });
     add("scan_without_copy", [](ImagePointer image) { return Side(IdealScan<T, false>(image)); });
     add("memcpy", makeCopy<T>);
@@ -128,6 +129,7 @@ void addSizes(char const* size, ImageSizes const& sizes) {
   addType<unsigned short>("u16", size, sizes);
   addType<short>("i16", size, sizes);
   addType<float>("f32", size, sizes);
+  addType<double>("f64", size, sizes);
 }
 
 }  // namespace
@@ -135,7 +137,9 @@ void addSizes(char const* size, ImageSizes const& sizes) {
 void addIntensityExtrema() {
   addSizes("4096x4096", {4096, 4096, 1, 1, 1});
   addSizes("256x256x256", {256, 256, 256, 1, 1});
+  addSizes("1024x1024", {1024, 1024, 1, 1, 1});
   addSizes("512x512", {512, 512, 1, 1, 1});
+  addSizes("64x64", {64, 64, 1, 1, 1});
 }
 
 }  // namespace bench

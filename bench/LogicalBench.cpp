@@ -28,14 +28,15 @@ struct Case {
   ImagePointer output;
 };
 
-Side makeOurs(Case const& one) {
-  return [one] {
+Side makeOurs(Case const& one, char const* runner = "") {
+  return [one, runner] {
     if (one.second) {
       pxl::point_operations::LogicalOperationWithImage algorithm;
       algorithm.inputImage1 = one.first.get();
       algorithm.inputImage2 = one.second.get();
       algorithm.logicalOperator = cXor;
       algorithm.outputImage = one.output.get();
+      algorithm.setRunner(runner);
       algorithm.execute();
     } else {
       pxl::point_operations::LogicalOperationWithValue algorithm;
@@ -43,6 +44,7 @@ Side makeOurs(Case const& one) {
       algorithm.value = cValue;
       algorithm.logicalOperator = cXor;
       algorithm.outputImage = one.output.get();
+      algorithm.setRunner(runner);
       algorithm.execute();
     }
   };
@@ -154,6 +156,7 @@ void addCase(std::string const& type, std::string const& size, ImageSizes const&
         return Pair{makeOurs(one), makeTheirs(one)};
       });
     };
+    add("sse41", [](Case const& one) { return makeOurs(one, "sse41"); });
     add("copy_ceiling", [](Case const& one) { return Side(IdealXor<T, Rows::cCopied>(one)); });
     add("contract_ceiling", [](Case const& one) { return Side(IdealXor<T, Rows::cByContract>(one)); });
     add("loop_without_copies", [](Case const& one) { return Side(IdealXor<T, Rows::cDirect>(one)); });
@@ -177,7 +180,9 @@ void addSize(char const* size, ImageSizes const& sizes) {
 void addLogical() {
   addSize("4096x4096", {4096, 4096, 1, 1, 1});
   addSize("256x256x256", {256, 256, 256, 1, 1});
+  addSize("1024x1024", {1024, 1024, 1, 1, 1});
   addSize("512x512", {512, 512, 1, 1, 1});
+  addSize("64x64", {64, 64, 1, 1, 1});
 }
 
 }  // namespace bench

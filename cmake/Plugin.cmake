@@ -53,7 +53,8 @@ pxlworks_add_plugin(pxlworks_pxl_elements
 # The same operators by programs of folds on wide vectors. Units with kernels are compiled once for each target within
 # one object: Highway's lowest is that of SSE4.2 here, and none may use fused multiply-adds.
 find_path(PXLWORKS_HIGHWAY hwy/highway.h REQUIRED)
-set(PXLWORKS_WIDE_KERNELS wide/RowKernels8.cpp wide/RowKernels16.cpp wide/RowKernels32.cpp wide/RowKernelsReal.cpp)
+set(PXLWORKS_WIDE_KERNELS wide/LogicKernels.cpp wide/RowKernels8.cpp wide/RowKernels16.cpp wide/RowKernels32.cpp
+  wide/RowKernelsReal.cpp)
 set_source_files_properties(${PXLWORKS_WIDE_KERNELS} PROPERTIES COMPILE_DEFINITIONS
   "HWY_BASELINE_TARGETS=HWY_SSE4;HWY_DISABLE_PCLMUL_AES;HWY_DISABLE_BMI2_FMA;HWY_DISABLE_F16C")
 pxlworks_add_plugin(pxlworks_pxl_wide
@@ -62,13 +63,16 @@ pxlworks_add_plugin(pxlworks_pxl_wide
   wide/IteratedRunners.cpp
   wide/KeptRows.cpp
   wide/ListPlans.cpp
+  wide/LogicRunners.cpp
   wide/MemoryImage.cpp
   wide/MorphologyRunner.cpp
   wide/PairPlans.cpp
+  wide/Pieces.cpp
   wide/Plans2d.cpp
   wide/Plans3d.cpp
   wide/ProgramFilter.cpp
   wide/RunPlans.cpp
+  wide/RunViews.cpp
   wide/ShapeRunners.cpp
   wide/Targets.cpp
   wide/TileCut.cpp

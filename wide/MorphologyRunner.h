@@ -5,21 +5,16 @@
 #include <utility>
 #include <vector>
 
-#include "Core/private/Helper/RunnerTests.h"
 #include "Core/private/Helper/safe_cast.h"
-#include "Core/private/TmplDispatch/Visitor1Args.h"
 #include "pxl/BaseAlgorithm.h"
 #include "pxl/ImageModel.h"
 #include "pxl/Runnable.h"
-#include "pxl/access/View.h"
 #include "wide/Plans2d.h"
 #include "wide/ProgramFilter.h"
+#include "wide/RunViews.h"
 #include "wide/Targets.h"
 
 namespace pxl::wide {
-
-/** Why a run can't be taken whatever its element is, for users; empty if it can. */
-String explainImages(BaseAlgorithm const& algorithm, ImageModel const& input, ImageModel const& output);
 
 /** What is known of images that are taken. */
 ProgramImages describeImages(ImageModel const& input, ImageModel const& output);
@@ -81,7 +76,7 @@ class WideRunner final : public Runnable {
     Algo* const concrete = dynamic_cast<Algo*>(algorithm);
     ImageModel const& input = *concrete->inputImage.get();
     ImageModel const& output = *concrete->outputImage.get();
-    String const refusal = explainImages(*algorithm, input, output);
+    String const refusal = explainImages(*algorithm, {&input, &output});
     if (!refusal.empty() || Element::isIdle(concrete)) return refusal;
     ProgramImages const images = describeImages(input, output);
     return explainStages(*algorithm, *getStages(concrete, images), polarity, images);

@@ -41,6 +41,9 @@ TEST_F(Runner, OfStepsIsTakenByItsName) {
   expectFailure(runQorn(command), 2, "--runner sse42", "no such runner; the nearest is sse41");
 }
 
+// Operators without a runner for wide vectors.
+bool isLeftToOthers(std::string const& name) { return name == "IntensityExtrema" || name.find("FiniteImpulse") == 0; }
+
 TEST_F(Runner, EveryOperatorHasOneWithAName) {
   ::Json const json = ::Json::parse(runQorn({"operators", "--json"}).out);
   ASSERT_GE(json["operators"].size(), 19u);
@@ -48,7 +51,7 @@ TEST_F(Runner, EveryOperatorHasOneWithAName) {
     // The host runs what is composed itself.
     ::Json expected = ::Json::array();
     if (!record["composed"]) expected.push_back({{"name", "sse41"}, {"optimisation", 1}});
-    if (!record["composed"] && record["category"] == "morphology")
+    if (!record["composed"] && !isLeftToOthers(record["name"]))
       expected.push_back({{"name", "wide"}, {"optimisation", 2}});
     EXPECT_EQ(record["registered"], expected) << record["name"];
   }

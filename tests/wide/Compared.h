@@ -9,29 +9,67 @@
 #include "RandomCase.h"
 #include "pxl/Exception.h"
 #include "pxl/Plugins.h"
+#include "pxl/analysis/IntensityExtremaMsr.h"
+#include "pxl/kernel/Kernel.h"
 
 /** Runs of one operator by two runners, compared byte by byte, with what lies between the rows. */
 namespace wide_test {
+
+constexpr char const* cTargets[] = {"sse4", "avx2", "avx512"};
 
 inline void loadPlugins() {
   for (char const* path : {PXLWORKS_PLUGIN_PATH, PXLWORKS_ELEMENTS_PATH, PXLWORKS_WIDE_PATH})
     pxl::plugins::load(path);
 }
 
-/** A run on copies of images. In place where `output` is null. */
-inline std::vector<char> runBy(char const* runner, pxl::BaseAlgorithm& algorithm, RandomImage input,
-                               RandomImage const* output) {
-  RandomImage result = output ? *output : input;
-  auto const source = output ? input.makeImage() : result.makeImage();
-  auto const target = output ? result.makeImage() : source;
-  setIfAny<pxl::ImageModel const*>(algorithm, "inputImage", source.get());
-  setIfAny<pxl::ImageModel*>(algorithm, "outputImage", target.get());
-  algorithm.setRunner(runner);
-  algorithm.execute();
-  return result.bytes;
+/** What an operator runs on. */
+struct RandomImages {
+  RandomImages(Random& random, std::string const& operatorName, pxl::VoxelTypes type, pxl::ImageSizes const& sizes,
+               Specials specials)
+      : output(random, type, sizes, specials) {
+    inputs.emplace_back(random, type, sizes, specials);
+    if (operatorName == "LogicalOperationWithImage") inputs.emplace_back(random, type, sizes, specials);
+  }
+
+  std::vector<RandomImage> inputs;
+  RandomImage output;
+  long inPlace = -1;  ///< the input that is the output, too
+};
+
+inline void append(std::vector<char>& bytes, pxl::analysis::MeasureArray const& array) {
+  for (unsigned long i0 = 0; i0 < array.getSize(0); ++i0)
+    for (unsigned long i1 = 0; i1 < array.getSize(1); ++i1)
+      for (unsigned long i2 = 0; i2 < array.getSize(2); ++i2) {
+        double const value = array.getValue(i0, i1, i2);
+        char const* const begin = reinterpret_cast<char const*>(&value);
+        bytes.insert(bytes.end(), begin, begin + sizeof value);
+      }
 }
 
-inline std::string describe(pxl::BaseAlgorithm const& algorithm, RandomImage const& image, bool isInPlace) {
+/** The bytes of the output, or the numbers of the measure, of a run on copies of images. */
+inline std::vector<char> runBy(char const* runner, pxl::BaseAlgorithm& algorithm, RandomImages images) {
+  std::vector<std::shared_ptr<pxl::Image>> inputs;
+  for (RandomImage& input : images.inputs) inputs.push_back(input.makeImage());
+  auto const output =
+      images.inPlace < 0 ? images.output.makeImage() : inputs[static_cast<std::size_t>(images.inPlace)];
+  setIfAny<pxl::ImageModel const*>(algorithm, "inputImage", inputs.front().get());
+  setIfAny<pxl::ImageModel const*>(algorithm, "inputImage1", inputs.front().get());
+  setIfAny<pxl::ImageModel const*>(algorithm, "inputImage2", inputs.back().get());
+  setIfAny<pxl::ImageModel*>(algorithm, "outputImage", output.get());
+  pxl::analysis::IntensityExtremaMsr measure;
+  setIfAny(algorithm, "outputMeasure", &measure);
+  algorithm.setRunner(runner);
+  algorithm.execute();
+  if (!algorithm.findProperty("outputMeasure"))
+    return images.inPlace < 0 ? images.output.bytes : images.inputs[static_cast<std::size_t>(images.inPlace)].bytes;
+  std::vector<char> numbers;
+  append(numbers, measure.minimum);
+  append(numbers, measure.maximum);
+  return numbers;
+}
+
+inline std::string describe(pxl::BaseAlgorithm const& algorithm, RandomImages const& images) {
+  RandomImage const& image = images.output;
   std::ostringstream text;
   text << algorithm.getAlgoInfo()->getName() << ' ' << pxl::helper::getNameOf(image.voxelType);
   for (unsigned long size : image.imageSizes) text << ' ' << size;
@@ -41,18 +79,21 @@ inline std::string describe(pxl::BaseAlgorithm const& algorithm, RandomImage con
     if (auto const* choice = pxl::asProperty<int>(*property))
       text << ", " << choice->getName() << ' ' << choice->get();
     if (auto const* real = pxl::asProperty<double>(*property)) text << ", " << real->getName() << ' ' << real->get();
+    if (auto const* kernel = pxl::asProperty<pxl::kernel::Kernel2D>(*property))
+      text << ", " << kernel->get().getOffsets().size() << " taps";
+    if (auto const* kernel = pxl::asProperty<pxl::kernel::Kernel3D>(*property))
+      text << ", " << kernel->get().getOffsets().size() << " taps";
     if (auto const* element = pxl::asProperty<pxl::kernel::StructuringElement>(*property))
       text << ", " << element->get().toString().str();
   }
-  text << (isInPlace ? ", in place" : "");
+  text << (image.isBinary ? ", binary" : "") << (images.inPlace < 0 ? "" : ", in place");
   return text.str();
 }
 
 /** Expects the bytes of `sse41` from `wide`. */
-inline ::testing::AssertionResult isSame(pxl::BaseAlgorithm& algorithm, RandomImage const& input,
-                                         RandomImage const* output) {
-  std::vector<char> const expected = runBy("sse41", algorithm, input, output);
-  std::vector<char> const computed = runBy("wide", algorithm, input, output);
+inline ::testing::AssertionResult isSame(pxl::BaseAlgorithm& algorithm, RandomImages const& images) {
+  std::vector<char> const expected = runBy("sse41", algorithm, images);
+  std::vector<char> const computed = runBy("wide", algorithm, images);
   if (expected == computed) return ::testing::AssertionSuccess();
   std::size_t at = 0, count = 0;
   for (std::size_t i = expected.size(); i-- > 0;)
@@ -62,12 +103,13 @@ inline ::testing::AssertionResult isSame(pxl::BaseAlgorithm& algorithm, RandomIm
     }
   auto const hex = [&](std::vector<char> const& bytes) {
     std::ostringstream text;
-    std::size_t const size = pxl::helper::getSizeOf(input.voxelType);
+    bool const isMeasure = algorithm.findProperty("outputMeasure");
+    std::size_t const size = isMeasure ? 8 : pxl::helper::getSizeOf(images.output.voxelType);
     for (std::size_t i = at / size * size; i < at / size * size + size; ++i)
       text << std::hex << (bytes[i] >> 4 & 15) << (bytes[i] & 15);
     return text.str();
   };
-  return ::testing::AssertionFailure() << describe(algorithm, input, !output) << ": " << count
+  return ::testing::AssertionFailure() << describe(algorithm, images) << ": " << count
                                        << " bytes differ, the first of them number " << at << ": " << hex(computed)
                                        << ", expected " << hex(expected);
 }

@@ -8,6 +8,7 @@
 #include <ostream>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "oracle/Oracle.h"
@@ -15,6 +16,7 @@
 #include "pxl/BaseAlgorithm.h"
 #include "pxl/Image.h"
 #include "pxl/Property.h"
+#include "pxl/kernel/Kernel.h"
 #include "pxl/kernel/StructuringElement.h"
 
 /** Operators on random images, to be run by one runner and by another. */
@@ -65,9 +67,12 @@ struct RandomImage {
   }
 
   std::shared_ptr<pxl::Image> makeImage() {
-    return pxl::Image::OnMemory(static_cast<void*>(bytes.data()), voxelType, imageSizes, strides);
+    auto image = pxl::Image::OnMemory(static_cast<void*>(bytes.data()), voxelType, imageSizes, strides);
+    if (isBinary) image->setInterpretation(pxl::cBinary);
+    return image;
   }
 
+  bool isBinary = false;
   pxl::VoxelTypes voxelType;
   pxl::ImageSizes imageSizes;
   pxl::ImageStrides strides;
@@ -94,9 +99,11 @@ inline std::unique_ptr<pxl::BaseAlgorithm> makeOperator(std::string const& name)
   return pxl::AlgoInfo::find(name.c_str())->create();
 }
 
+/** Sets a property of this name and type. */
 template <class T>
 void setIfAny(pxl::BaseAlgorithm& algorithm, char const* name, T const& value) {
-  if (pxl::PropertyBase* const property = algorithm.findProperty(name)) pxl::asProperty<T>(*property)->set(value);
+  pxl::PropertyBase* const property = algorithm.findProperty(name);
+  if (auto* const typed = property ? pxl::asProperty<T>(*property) : nullptr) typed->set(value);
 }
 
 inline pxl::kernel::StructuringElement makeRandomElement(Random& random) {
@@ -111,6 +118,35 @@ inline pxl::kernel::StructuringElement makeRandomElement(Random& random) {
   return pxl::kernel::StructuringElement::mask(mask.data(), sizes, origin);
 }
 
+/** Taps in any order, some of them more than once, or a box of them. */
+template <class Kernel>
+Kernel makeRandomKernel(Random& random) {
+  constexpr bool isVolume = std::is_same_v<Kernel, pxl::kernel::Kernel3D>;
+  long const planes = isVolume ? random.number(1, 4) : 1, rows = random.number(1, 7), cols = random.number(1, 7);
+  bool const isBox = random.oneIn(2);
+  std::vector<std::decay_t<decltype(Kernel().getOffsets()[0])>> offsets;
+  std::vector<double> coefficients;
+  long const row0 = random.number(-1, rows), col0 = random.number(-1, cols), plane0 = random.number(-1, planes);
+  long const reach = random.oneIn(8) ? 400 : 10;
+  auto const add = [&](long plane, long row, long col) {
+    if constexpr (isVolume)
+      offsets.push_back({col, row, plane});
+    else
+      offsets.push_back({col, row});
+    long const kind = random.number(0, 19);
+    coefficients.push_back(kind == 0 ? 0. : kind == 1 ? -0. : static_cast<double>(random.number(-900, 900)) / 700);
+  };
+  for (long plane = 0; plane < planes; ++plane)
+    for (long row = 0; row < rows; ++row)
+      for (long col = 0; col < cols; ++col) {
+        if (isBox)
+          add(plane - plane0, row - row0, col - col0);
+        else if (random.oneIn(2) || offsets.empty())
+          add(random.number(-3, 3), random.number(-reach, reach), random.number(-reach, reach));
+      }
+  return Kernel(offsets, coefficients);
+}
+
 /** Gives random values to whatever an operator has. */
 inline void setRandomProperties(Random& random, pxl::BaseAlgorithm& algorithm, long maxSize) {
   auto const number = [&](long last) { return static_cast<unsigned int>(random.number(0, last)); };
@@ -121,6 +157,11 @@ inline void setRandomProperties(Random& random, pxl::BaseAlgorithm& algorithm, l
   setIfAny(algorithm, "lineSize", number(random.oneIn(3) ? maxSize : 20));
   for (char const* angle : {"lineAngle", "firstAngle", "secondAngle"})
     setIfAny(algorithm, angle, static_cast<double>(random.number(-24, 24)) * (random.oneIn(2) ? 15 : 7.3));
+  setIfAny(algorithm, "logicalOperator", static_cast<int>(random.number(0, 6)));
+  setIfAny(algorithm, "value", static_cast<unsigned int>(random.number(0, 0xffffffff)));
+  setIfAny(algorithm, "analysisDimensions", static_cast<int>(random.number(0, 7)));
+  setIfAny(algorithm, "kernel", makeRandomKernel<pxl::kernel::Kernel2D>(random));
+  setIfAny(algorithm, "kernel", makeRandomKernel<pxl::kernel::Kernel3D>(random));
   if (algorithm.findProperty("element")) setIfAny(algorithm, "element", makeRandomElement(random));
 }
 

@@ -59,6 +59,25 @@ TEST_F(WideRunners, LeaveRegions) {
   expectRefusal("whole images");
 }
 
+TEST_F(WideRunners, LeaveOtherTypesOfSecondInputs) {
+  algorithm = makeOperator("LogicalOperationWithImage");
+  setImages(pxl::cUnsignedInteger8, pxl::cUnsignedInteger8);
+  auto const second = pxl::Image::New(pxl::cInteger8, {50, 40, 3, 1, 1});
+  setIfAny<pxl::ImageModel const*>(*algorithm, "inputImage1", input.get());
+  setIfAny<pxl::ImageModel const*>(*algorithm, "inputImage2", second.get());
+  expectRefusal("one voxel type");
+}
+
+TEST_F(WideRunners, LeaveUnknownOperatorsOfBits) {
+  algorithm = makeOperator("LogicalOperationWithValue");
+  setImages(pxl::cUnsignedInteger8, pxl::cUnsignedInteger8);
+  setIfAny(*algorithm, "value", 1U);
+  setIfAny(*algorithm, "logicalOperator", 7);
+  EXPECT_FALSE(getInfo().isAccepting);
+  EXPECT_NE(getInfo().refusal.str().find("logicalOperator"), std::string::npos) << getInfo().refusal.str();
+  EXPECT_THROW(algorithm->execute(), pxl::InvalidCall);
+}
+
 TEST_F(WideRunners, LeaveVoxelsThatAreNotAligned) {
   std::vector<char> bytes(50 * 40 * 3 * 4 + 1);
   auto const image = pxl::Image::OnMemory(static_cast<void*>(bytes.data() + 1), pxl::cFloat, {50, 40, 3, 1, 1},

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "Core/private/Access/Block.h"
+#include "Core/private/Filters/FilterCancel.h"
+#include "Core/private/Filters/RunBlocks.h"
+#include "pxl/BaseTbbAlgorithm.h"
+#include "wide/MemoryImage.h"
+#include "wide/RunViews.h"
+
+/** Images whose voxels are looked at one by one, whatever lies around them. */
+namespace pxl::wide {
+
+constexpr int cMaxNbPieceImages = 3;
+
+/** Voxels of some images at the same positions: rows of adjacent bytes. */
+struct Piece {
+  char* rows[cMaxNbPieceImages];    ///< the first row of each image
+  long strides[cMaxNbPieceImages];  ///< bytes from one row to the next
+  long nbBytes;                     ///< of a row
+  long nbRows;
+};
+
+/**
+ * Cuts images of the same sizes into pieces of about the first-level cache. Dimensions that follow each other in the
+ * memory of all images without a gap are one, so that the rows of packed images are as long as a piece.
+ */
+class PieceCut {
+ public:
+  PieceCut(MemoryImage const* images, int nbImages, long voxelSize);
+
+  long getNbPieces() const { return m_nbPieces; }
+  Piece getPiece(long index) const;
+
+ private:
+  struct Dimension {
+    long size;
+    long strides[cMaxNbPieceImages];
+  };
+
+  void add(Dimension const& next);
+
+  int m_nbImages;
+  char* m_voxels[cMaxNbPieceImages];
+  long m_nbRowBytes;
+  int m_nbDimensions = 0;  ///< beyond the row
+  Dimension m_dimensions[cNbComponents];
+  long m_nbParts;         ///< of a row
+  long m_nbRowsPerPiece;  ///< more than one where a row is a part of a piece
+  long m_nbBands;         ///< pieces of the first dimension beyond the row
+  long m_nbPieces;
+};
+
+/** Calls body(piece) for all pieces, in parallel. @throws ExceptionCancelation some pieces weren't computed */
+template <class Body>
+void runPieces(BaseTbbAlgorithm& filter, RunViews const& views, PieceCut const& cut, long voxelSize,
+               Body const& body) {
+  auto const run = [&](long begin, long end) {
+    for (long i = begin; i < end; ++i) {
+      views.check();
+      Piece const piece = cut.getPiece(i);
+      body(piece);
+      filter.m_progress.fetch_add(static_cast<unsigned long>(piece.nbBytes / voxelSize * piece.nbRows));
+    }
+  };
+  if (cut.getNbPieces() < 2) {
+    run(0, cut.getNbPieces());
+  } else {
+    access::Block2d const pieces(0, cut.getNbPieces(), 1, 0, 1, 1, 0, 0, 0);
+    details::runBlocks(
+        pieces, [&run](access::Block2d const& block) { run(block.rowsBegin(), block.rowsEnd()); },
+        filter.m_taskGroupContext);
+  }
+  details::throwIfCancelled(filter);
+}
+
+}  // namespace pxl::wide
