@@ -69,11 +69,13 @@ class LogicFilter final : public BaseTbbAlgorithm {
     for (long size : images[0].sizes) nbVoxels *= static_cast<unsigned long>(size);
     setMaxProgress(nbVoxels);
     bool const isPast = isPastCaches(images, nbVoxels * static_cast<unsigned long>(voxelSize));
-    runPieces(*this, m_views, PieceCut(images.data(), static_cast<int>(images.size()), voxelSize), voxelSize,
-              [&](Piece const& piece) {
-                m_kernel({piece.rows[1], piece.rows[2], piece.rows[0], piece.strides[1], piece.strides[2],
-                          piece.strides[0], piece.nbBytes, piece.nbRows, value, isPast});
-              });
+    PieceCut const cut(images.data(), static_cast<int>(images.size()), voxelSize);
+    runPieces(*this, m_views, cut.getNbPieces(), [&](long index) {
+      Piece const piece = cut.getPiece(index);
+      m_kernel({piece.rows[1], piece.rows[2], piece.rows[0], piece.strides[1], piece.strides[2], piece.strides[0],
+                piece.nbBytes, piece.nbRows, value, isPast});
+      return piece.nbBytes / voxelSize * piece.nbRows;
+    });
   }
 
  private:

@@ -50,22 +50,22 @@ class PieceCut {
   long m_nbPieces;
 };
 
-/** Calls body(piece) for all pieces, in parallel. @throws ExceptionCancelation some pieces weren't computed */
+/**
+ * Calls body(index) for `count` pieces, in parallel; it returns the number of voxels that it looked at.
+ * @throws ExceptionCancelation some pieces weren't looked at
+ */
 template <class Body>
-void runPieces(BaseTbbAlgorithm& filter, RunViews const& views, PieceCut const& cut, long voxelSize,
-               Body const& body) {
+void runPieces(BaseTbbAlgorithm& filter, RunViews const& views, long count, Body const& body) {
   auto const run = [&](long begin, long end) {
     for (long i = begin; i < end; ++i) {
       views.check();
-      Piece const piece = cut.getPiece(i);
-      body(piece);
-      filter.m_progress.fetch_add(static_cast<unsigned long>(piece.nbBytes / voxelSize * piece.nbRows));
+      filter.m_progress.fetch_add(static_cast<unsigned long>(body(i)));
     }
   };
-  if (cut.getNbPieces() < 2) {
-    run(0, cut.getNbPieces());
+  if (count < 2) {
+    run(0, count);
   } else {
-    access::Block2d const pieces(0, cut.getNbPieces(), 1, 0, 1, 1, 0, 0, 0);
+    access::Block2d const pieces(0, count, 1, 0, 1, 1, 0, 0, 0);
     details::runBlocks(
         pieces, [&run](access::Block2d const& block) { run(block.rowsBegin(), block.rowsEnd()); },
         filter.m_taskGroupContext);

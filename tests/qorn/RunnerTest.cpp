@@ -42,7 +42,7 @@ TEST_F(Runner, OfStepsIsTakenByItsName) {
 }
 
 // Operators without a runner for wide vectors.
-bool isLeftToOthers(std::string const& name) { return name == "IntensityExtrema" || name.find("FiniteImpulse") == 0; }
+bool isLeftToOthers(std::string const& name) { return name.find("FiniteImpulse") == 0; }
 
 TEST_F(Runner, EveryOperatorHasOneWithAName) {
   ::Json const json = ::Json::parse(runQorn({"operators", "--json"}).out);

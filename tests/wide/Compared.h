@@ -9,7 +9,7 @@
 #include "RandomCase.h"
 #include "pxl/Exception.h"
 #include "pxl/Plugins.h"
-#include "pxl/analysis/IntensityExtremaMsr.h"
+#include "pxl/analysis/IntensityExtrema.h"
 #include "pxl/kernel/Kernel.h"
 
 /** Runs of one operator by two runners, compared byte by byte, with what lies between the rows. */
@@ -57,10 +57,11 @@ inline std::vector<char> runBy(char const* runner, pxl::BaseAlgorithm& algorithm
   setIfAny<pxl::ImageModel const*>(algorithm, "inputImage2", inputs.back().get());
   setIfAny<pxl::ImageModel*>(algorithm, "outputImage", output.get());
   pxl::analysis::IntensityExtremaMsr measure;
-  setIfAny(algorithm, "outputMeasure", &measure);
+  auto* const extrema = dynamic_cast<pxl::analysis::IntensityExtrema*>(&algorithm);
+  if (extrema) extrema->outputMeasure = &measure;
   algorithm.setRunner(runner);
   algorithm.execute();
-  if (!algorithm.findProperty("outputMeasure"))
+  if (!extrema)
     return images.inPlace < 0 ? images.output.bytes : images.inputs[static_cast<std::size_t>(images.inPlace)].bytes;
   std::vector<char> numbers;
   append(numbers, measure.minimum);

@@ -1,3 +1,5 @@
+#include <tbb/task_arena.h>
+
 #include <cstdlib>
 #include <iostream>
 
@@ -24,7 +26,8 @@ constexpr char const* cOperators[] = {"Dilation2d",
                                       "ErosionLine3d",
                                       "ErosionElement3d",
                                       "LogicalOperationWithImage",
-                                      "LogicalOperationWithValue"};
+                                      "LogicalOperationWithValue",
+                                      "IntensityExtrema"};
 
 std::uint64_t getNumber(char const* name, std::uint64_t otherwise) {
   char const* const text = std::getenv(name);
