@@ -116,6 +116,20 @@ TEST_P(WideVoxelwise, FindZeros) {
         }
 }
 
+// One voxel among all others, wherever it is.
+TEST_P(WideVoxelwise, FindSingleVoxels) {
+  float const zero = 0, others[] = {-0.F, std::numeric_limits<float>::quiet_NaN(), 1, -1};
+  for (float const other : others)
+    for (unsigned long at = 0; at < 300; at += 7) {
+      RandomImages images(m_random, "IntensityExtrema", pxl::cFloat, {300, 1, 1, 1, 1}, Specials::cNone);
+      char* const voxels = images.inputs[0].bytes.data();
+      for (std::size_t i = 0; i < 300; ++i) std::memcpy(voxels + 4 * i, i == at ? &other : &zero, 4);
+      auto const algorithm = makeOperator("IntensityExtrema");
+      setIfAny(*algorithm, "analysisDimensions", 0);
+      compareOnOneThread(*algorithm, images);
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Targets, WideVoxelwise, ::testing::ValuesIn(cTargets),
                          [](auto const& target) { return std::string(target.param); });
 
