@@ -53,13 +53,17 @@ pxlworks_add_plugin(pxlworks_pxl_elements
 # The same operators by programs of folds on wide vectors. Units with kernels are compiled once for each target within
 # one object: Highway's lowest is that of SSE4.2 here, and none may use fused multiply-adds.
 find_path(PXLWORKS_HIGHWAY hwy/highway.h REQUIRED)
-set(PXLWORKS_WIDE_KERNELS wide/ExtremaKernels.cpp wide/LogicKernels.cpp wide/RowKernels8.cpp wide/RowKernels16.cpp
-  wide/RowKernels32.cpp wide/RowKernelsReal.cpp)
+set(PXLWORKS_WIDE_KERNELS wide/ExtremaKernels.cpp wide/FirKernels.cpp wide/LogicKernels.cpp wide/RowKernels8.cpp
+  wide/RowKernels16.cpp wide/RowKernels32.cpp wide/RowKernelsReal.cpp)
 set_source_files_properties(${PXLWORKS_WIDE_KERNELS} PROPERTIES COMPILE_DEFINITIONS
   "HWY_BASELINE_TARGETS=HWY_SSE4;HWY_DISABLE_PCLMUL_AES;HWY_DISABLE_BMI2_FMA;HWY_DISABLE_F16C")
 pxlworks_add_plugin(pxlworks_pxl_wide
   ${PXLWORKS_WIDE_KERNELS}
   wide/ExtremaRunner.cpp
+  wide/FirFilter.cpp
+  wide/FirRunners.cpp
+  wide/FirTaps.cpp
+  wide/FirTile.cpp
   wide/FoldProgram.cpp
   wide/IteratedRunners.cpp
   wide/KeptRows.cpp

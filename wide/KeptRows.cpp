@@ -6,16 +6,16 @@
 namespace pxl::wide {
 namespace {
 
-long countPlans(TileCut const& cut) { return cut.isVolume ? cut.image.getNbSlabs() : 1; }
-long countRows(TileCut const& cut) { return cut.isVolume ? cut.image.getNbRows() : cut.image.getNbSlabs(); }
+long countPlans(BandCut const& cut) { return cut.isVolume ? cut.image.getNbSlabs() : 1; }
+long countRows(BandCut const& cut) { return cut.isVolume ? cut.image.getNbRows() : cut.image.getNbSlabs(); }
 
 }  // namespace
 
-long KeptRows::countBytes(TileCut const& cut, Reach const& reach, long voxelSize) {
+long KeptRows::countBytes(BandCut const& cut, Reach const& reach, long voxelSize) {
   return (cut.nbBands - 1) * (reach.up + reach.down) * countPlans(cut) * cut.image.getNbCols() * voxelSize;
 }
 
-KeptRows::KeptRows(TileCut const& cut, Reach const& reach, long voxelSize)
+KeptRows::KeptRows(BandCut const& cut, Reach const& reach, long voxelSize)
     : m_cut(cut),
       m_nbBefore(reach.up),
       m_nbAfter(reach.down),

@@ -10,10 +10,10 @@ namespace pxl::wide {
 class KeptRows {
  public:
   /** @param reach  of what tiles read around themselves */
-  KeptRows(TileCut const& cut, Reach const& reach, long voxelSize);
+  KeptRows(BandCut const& cut, Reach const& reach, long voxelSize);
 
   /** Bytes of rows that a slice keeps. */
-  static long countBytes(TileCut const& cut, Reach const& reach, long voxelSize);
+  static long countBytes(BandCut const& cut, Reach const& reach, long voxelSize);
 
   /** Copies the rows of a slice. */
   void keep(SlabImage const& image);
@@ -24,7 +24,7 @@ class KeptRows {
  private:
   long getBandRow(long slab, long row) const { return m_cut.isVolume ? row : slab; }
 
-  TileCut const& m_cut;
+  BandCut const& m_cut;
   long m_nbBefore;  ///< rows that are kept above an edge
   long m_nbAfter;   ///< and below it
   long m_nbRowBytes;

@@ -4,65 +4,22 @@
 #include <tbb/task_arena.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <memory>
-#include <new>
 
 #include "Core/private/Access/Block.h"
 #include "Core/private/Filters/FilterCancel.h"
 #include "Core/private/Filters/RunBlocks.h"
 #include "wide/KeptRows.h"
+#include "wide/Scratch.h"
+#include "wide/Slices.h"
 
 namespace pxl::wide {
 namespace {
 
-constexpr std::size_t cCacheLine = 64;
-
-struct Free {
-  void operator()(char* memory) const { std::free(memory); }
-};
-
-// The scratch memory of a thread, made on first use.
-class Scratch {
- public:
-  char* get(long nbBytes) {
-    if (!m_memory) {
-      std::size_t const size = (static_cast<std::size_t>(nbBytes) + cCacheLine - 1) / cCacheLine * cCacheLine;
-      m_memory.reset(static_cast<char*>(std::aligned_alloc(cCacheLine, std::max(size, cCacheLine))));
-      if (!m_memory) throw std::bad_alloc();
-    }
-    return m_memory.get();
-  }
-
- private:
-  std::unique_ptr<char, Free> m_memory;
-};
-
-// Slices are planes of two-dimensional programs, else volumes.
-long countSlices(bool isVolume, MemoryImage const& image) {
-  return (isVolume ? 1 : image.sizes[cPlans]) * image.sizes[cSequence] * image.sizes[cSpectralSeries];
-}
-
-SlabImage getSlice(bool isVolume, MemoryImage const& image, long slice) {
-  long const nbPlans = isVolume ? 1 : image.sizes[cPlans];
-  long const plan = slice % nbPlans, sequence = slice / nbPlans % image.sizes[cSequence];
-  long const spectral = slice / nbPlans / image.sizes[cSequence];
-  char* const voxels = image.voxels + plan * image.strides[cPlans] + sequence * image.strides[cSequence] +
-                       spectral * image.strides[cSpectralSeries];
-  if (isVolume) return {voxels, image.strides[cRows], image.strides[cPlans]};
-  return {voxels, 0, image.strides[cRows]};
-}
-
 TilePlan makePlan(bool isVolume, RowKernels const& kernels, ProgramImages const& images, long slice) {
-  long const* const sizes = images.source.sizes;
-  SlabBox const image{0, sizes[cColumns], 0, isVolume ? sizes[cRows] : 1, 0, isVolume ? sizes[cPlans] : sizes[cRows]};
+  SlabBox const image = getSliceBox(isVolume, images.source);
   return {
       isVolume, image,           getSlice(isVolume, images.source, slice), getSlice(isVolume, images.target, slice),
       &kernels, images.isInPlace};
-}
-
-bool isEmpty(MemoryImage const& image) {
-  return std::any_of(image.sizes, image.sizes + cNbComponents, [](long size) { return size == 0; });
 }
 
 TileCut makeCut(ElementPrograms const& programs, RowKernels const& kernels, ProgramImages const& images) {

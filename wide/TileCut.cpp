@@ -23,13 +23,9 @@ constexpr long cMinNbPlans = 16;
 
 long divideUp(long value, long by) { return (value + by - 1) / by; }
 
-struct TileSizes {
-  long band;
-  long part;
-};
+}  // namespace
 
-// Of the environment; 0 where nothing is asked for.
-TileSizes getAskedSizes() {
+AskedSizes getAskedSizes() {
   char const* const text = std::getenv("PXLWORKS_WIDE_TILE");
   if (!text) return {0, 0};
   char* rest = nullptr;
@@ -37,11 +33,12 @@ TileSizes getAskedSizes() {
   return {band, *rest == ':' ? std::strtol(rest + 1, nullptr, 10) : 0};
 }
 
-}  // namespace
+TileCut::TileCut(BandCut const& bands)
+    : BandCut(bands), nbParts(1), partSize(isVolume ? image.getNbSlabs() : image.getNbCols()) {}
 
 TileCut::TileCut(ElementPrograms const& programs, TilePlan const& plan, VoxelTypes type, long nbSlices,
                  long nbThreads)
-    : isVolume(plan.isVolume), image(plan.image), nbBands(1), bandSize(0), nbParts(1), partSize(0) {
+    : BandCut{plan.isVolume, plan.image, 1, 0}, nbParts(1), partSize(0) {
   Reach const& reach = programs.fast.getImageReach();
   long const nbRows = isVolume ? image.getNbRows() : image.getNbSlabs();
   long const nbCols = image.getNbCols(), nbPlans = image.getNbSlabs();
@@ -73,7 +70,7 @@ TileCut::TileCut(ElementPrograms const& programs, TilePlan const& plan, VoxelTyp
            countScratchBytes(programs, plan, type) > cMaxScratchBytes)
       partSize = divideUp(partSize, 2);
   }
-  TileSizes const asked = getAskedSizes();
+  AskedSizes const asked = getAskedSizes();
   if (asked.band > 0) bandSize = std::clamp(asked.band, 1L, std::max(nbRows, 1L));
   if (asked.part > 0 && !plan.isCopied) partSize = std::min(partSize, asked.part);
   nbBands = divideUp(nbRows, bandSize);

@@ -22,13 +22,29 @@ struct Stage {
 };
 using Stages = std::vector<Stage>;
 
+/** How a slice, a plane or a volume, is cut into bands of rows. */
+struct BandCut {
+  bool isVolume;
+  SlabBox image;
+  long nbBands;
+  long bandSize;  ///< rows
+};
+
+/** Sizes that a test asks for by PXLWORKS_WIDE_TILE=ROWS:PART, of bands and their parts; 0 where it doesn't. */
+struct AskedSizes {
+  long band;
+  long part;
+};
+AskedSizes getAskedSizes();
+
 /**
  * How the slices of a run, planes or volumes, are cut into tiles: into bands of rows, where that isn't enough into
  * strips of columns (planes) or runs of plans (volumes). In place there are bands of rows alone, so that only the
  * rows along their edges must be kept.
  */
-struct TileCut {
-  /** PXLWORKS_WIDE_TILE=ROWS:PART asks for bands and parts of other sizes, for tests. */
+struct TileCut : BandCut {
+  /** One part. */
+  explicit TileCut(BandCut const& bands);
   TileCut(ElementPrograms const& programs, TilePlan const& plan, VoxelTypes type, long nbSlices, long nbThreads);
 
   long getNbTiles() const { return nbBands * nbParts; }
@@ -37,11 +53,7 @@ struct TileCut {
   /** The scratch memory of the largest tile. */
   long countScratchBytes(ElementPrograms const& programs, TilePlan const& plan, VoxelTypes type) const;
 
-  bool isVolume;
-  SlabBox image;
-  long nbBands;
-  long bandSize;  ///< rows
-  long nbParts;   ///< strips of columns, or runs of plans
+  long nbParts;  ///< strips of columns, or runs of plans
   long partSize;
 };
 

@@ -27,7 +27,9 @@ constexpr char const* cOperators[] = {"Dilation2d",
                                       "ErosionElement3d",
                                       "LogicalOperationWithImage",
                                       "LogicalOperationWithValue",
-                                      "IntensityExtrema"};
+                                      "IntensityExtrema",
+                                      "FiniteImpulseResponseFilter2D",
+                                      "FiniteImpulseResponseFilter3D"};
 
 std::uint64_t getNumber(char const* name, std::uint64_t otherwise) {
   char const* const text = std::getenv(name);

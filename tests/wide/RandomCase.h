@@ -127,7 +127,7 @@ Kernel makeRandomKernel(Random& random) {
   std::vector<std::decay_t<decltype(Kernel().getOffsets()[0])>> offsets;
   std::vector<double> coefficients;
   long const row0 = random.number(-1, rows), col0 = random.number(-1, cols), plane0 = random.number(-1, planes);
-  long const reach = random.oneIn(8) ? 400 : 10;
+  long const reach = random.oneIn(20) ? 200 : 10;
   auto const add = [&](long plane, long row, long col) {
     if constexpr (isVolume)
       offsets.push_back({col, row, plane});

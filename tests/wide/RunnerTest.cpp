@@ -78,6 +78,30 @@ TEST_F(WideRunners, LeaveUnknownOperatorsOfBits) {
   EXPECT_THROW(algorithm->execute(), pxl::InvalidCall);
 }
 
+TEST_F(WideRunners, LeaveKernelsThatAreNoNumbers) {
+  algorithm = makeOperator("FiniteImpulseResponseFilter2D");
+  setImages(pxl::cFloat, pxl::cFloat);
+  setIfAny(*algorithm, "kernel", pxl::kernel::Kernel2D({{0, 0}, {1, 0}}, {1, 2}));
+  EXPECT_TRUE(getInfo().isAccepting) << getInfo().refusal.str();
+  setIfAny(*algorithm, "kernel",
+           pxl::kernel::Kernel2D({{0, 0}, {1, 0}}, {1, std::numeric_limits<double>::quiet_NaN()}));
+  expectRefusal("kernels of numbers");
+}
+
+// The rows of numbers that a thread works on are known beforehand.
+TEST_F(WideRunners, LeaveKernelsThatNeedTooMuchMemory) {
+  input = pxl::Image::New(pxl::cFloat, {6000, 40, 1, 1, 1});
+  output = pxl::Image::New(pxl::cFloat, {6000, 40, 1, 1, 1});
+  algorithm = makeOperator("FiniteImpulseResponseFilter2D");
+  setIfAny<pxl::ImageModel const*>(*algorithm, "inputImage", input.get());
+  setIfAny<pxl::ImageModel*>(*algorithm, "outputImage", output.get());
+  algorithm->setMaximumExtraMemoryUsageInBytes(1024 * 1024);
+  setIfAny(*algorithm, "kernel", pxl::kernel::Kernel2D({{0, 0}, {3000, 1}}, {1, 2}));
+  EXPECT_TRUE(getInfo().isAccepting) << getInfo().refusal.str();
+  setIfAny(*algorithm, "kernel", pxl::kernel::Kernel2D({{0, 0}, {3000, 30}}, {1, 2}));
+  expectRefusal("extra memory");
+}
+
 TEST_F(WideRunners, LeaveVoxelsThatAreNotAligned) {
   std::vector<char> bytes(50 * 40 * 3 * 4 + 1);
   auto const image = pxl::Image::OnMemory(static_cast<void*>(bytes.data() + 1), pxl::cFloat, {50, 40, 3, 1, 1},
@@ -116,22 +140,27 @@ TEST_F(WideRunners, LeaveTheReasonsOfOthers) {
   }
 }
 
+// Each takes many times longer than it needs to stop.
 TEST_F(WideRunners, StopWhenTheyAreCancelled) {
   auto const large = pxl::Image::New(pxl::cFloat, {3000, 3000, 1, 1, 1});
   auto const result = pxl::Image::New(pxl::cFloat, {3000, 3000, 1, 1, 1});
-  auto const disk = makeOperator("DilationDisk2d");
-  setIfAny(*disk, "radius", 100U);
-  setIfAny(*disk, "shapeMode", 1);
-  setIfAny<pxl::ImageModel const*>(*disk, "inputImage", large.get());
-  setIfAny<pxl::ImageModel*>(*disk, "outputImage", result.get());
-  disk->setRunner("wide");
-  pxl::RunInBackground run(*disk);
-  run.start();
-  while (run.getProgress() == 0 && !run.waitFor(1)) continue;
-  run.cancel();
-  EXPECT_TRUE(run.waitFor(5000));
-  EXPECT_THROW(run.get(), pxl::ExceptionCancelation);
-  EXPECT_LT(disk->getProgress(), 1);
+  std::vector<double> const coefficients(201 * 201, 1);
+  for (char const* name : {"DilationDisk2d", "FiniteImpulseResponseFilter2D"}) {
+    auto const operation = makeOperator(name);
+    setIfAny(*operation, "radius", 100U);
+    setIfAny(*operation, "shapeMode", 1);
+    setIfAny(*operation, "kernel", pxl::kernel::Kernel2D(coefficients.data(), 201, 201));
+    setIfAny<pxl::ImageModel const*>(*operation, "inputImage", large.get());
+    setIfAny<pxl::ImageModel*>(*operation, "outputImage", result.get());
+    operation->setRunner("wide");
+    pxl::RunInBackground run(*operation);
+    run.start();
+    while (run.getProgress() == 0 && !run.waitFor(1)) continue;
+    run.cancel();
+    EXPECT_TRUE(run.waitFor(5000)) << name;
+    EXPECT_THROW(run.get(), pxl::ExceptionCancelation) << name;
+    EXPECT_LT(operation->getProgress(), 1) << name;
+  }
 }
 
 }  // namespace

@@ -2,39 +2,14 @@
 
 #include <cstdlib>
 
-#include "Compared.h"
+#include "TargetTest.h"
 
 namespace {
 
 using namespace wide_test;
 
-/** Rows of all lengths from one voxel to three of the widest vectors and one voxel more. */
-class WideVoxelwise : public ::testing::TestWithParam<char const*> {
+class WideVoxelwise : public TargetTest {
  protected:
-  WideVoxelwise() {
-    loadPlugins();
-    ::setenv("PXLWORKS_WIDE_TARGET", GetParam(), 1);
-  }
-  ~WideVoxelwise() override {
-    ::unsetenv("PXLWORKS_WIDE_TARGET");
-    ::unsetenv("PXLWORKS_WIDE_CACHE");
-  }
-
-  template <class Check>
-  void forEachLength(pxl::VoxelTypes type, Check const& check) {
-    long const longest = 3 * 64 / static_cast<long>(pxl::helper::getSizeOf(type)) + 1;
-    for (long length = 1; length <= longest; ++length) check(static_cast<unsigned long>(length));
-  }
-
-  void compare(pxl::BaseAlgorithm& algorithm, RandomImages const& images) {
-    try {
-      ASSERT_TRUE(isSame(algorithm, images)) << GetParam();
-    } catch (pxl::RuntimeError const& error) {
-      // A target that this processor doesn't have.
-      ASSERT_NE(std::string(error.what()).find("PXLWORKS_WIDE_TARGET"), std::string::npos) << error.what();
-    }
-  }
-
   // With NaN or zeros of both signs the other runner's extrema depend on how its work is split.
   void compareOnOneThread(pxl::BaseAlgorithm& algorithm, RandomImages const& images) {
     tbb::task_arena(1).execute([&] { compare(algorithm, images); });
@@ -55,8 +30,6 @@ class WideVoxelwise : public ::testing::TestWithParam<char const*> {
           }
         });
   }
-
-  Random m_random{7};
 };
 
 TEST_P(WideVoxelwise, CombinesTwoImages) { compareLogic("LogicalOperationWithImage"); }
