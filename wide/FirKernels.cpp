@@ -3,6 +3,7 @@
 #define HWY_TARGET_INCLUDE "wide/FirKernels.cpp"
 #include <hwy/foreach_target.h>
 // after it
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include "wide/FirKernels.h"
@@ -117,7 +118,8 @@ struct BoxSums {
     }
   }
 
-  static HWY_INLINE void compute(FirBox const& box, char const* const* rows, char* const* outs, long c) {
+  static HWY_INLINE void compute(FirBox const& box, char const* const* rows, char* const* outs, long c,
+                                 bool isPastCaches) {
     D const d;
     V sums[cNbSums];
 #pragma GCC unroll 16
@@ -136,7 +138,12 @@ struct BoxSums {
     for (int i = 0; i < nbResults; ++i) {
       Number* const out = reinterpret_cast<Number*>(outs[i]) + c;
 #pragma GCC unroll 4
-      for (int u = 0; u < nbVectors; ++u) hn::StoreU(sums[i * nbVectors + u], d, out + u * L);
+      for (int u = 0; u < nbVectors; ++u) {
+        if (isPastCaches)
+          hn::Stream(sums[i * nbVectors + u], d, out + u * L);
+        else
+          hn::StoreU(sums[i * nbVectors + u], d, out + u * L);
+      }
     }
   }
 };
@@ -145,24 +152,28 @@ struct BoxSums {
 constexpr int cNbBoxVectors = HWY_TARGET == HWY_AVX3 ? 4 : 2;
 
 template <class Number, int nbResults>
-HWY_NOINLINE void sumBoxOf(FirBox const& box, char const* const* rows, char* const* outs, long begin, long end) {
+HWY_NOINLINE void sumBoxOf(FirBox const& box, char const* const* rows, char* const* outs, long begin, long end,
+                           bool isPastCaches) {
   using D = hn::ScalableTag<Number>;
   constexpr long L = lanesOf<D>();
   long c = begin;
   for (; c + cNbBoxVectors * L <= end; c += cNbBoxVectors * L)
-    BoxSums<D, nbResults, cNbBoxVectors>::compute(box, rows, outs, c);
-  for (; c + L <= end; c += L) BoxSums<D, nbResults, 1>::compute(box, rows, outs, c);
-  if (c < end) BoxSums<D, nbResults, 1>::compute(box, rows, outs, end > L ? end - L : 0);
+    BoxSums<D, nbResults, cNbBoxVectors>::compute(box, rows, outs, c, isPastCaches);
+  for (; c + L <= end; c += L) BoxSums<D, nbResults, 1>::compute(box, rows, outs, c, false);
+  if (c < end) BoxSums<D, nbResults, 1>::compute(box, rows, outs, end > L ? end - L : 0, false);
 }
 
 template <class Number>
-void sumBox(FirBox const& box, char const* const* rows, char* const* outs, int nbResults, long begin, long end) {
+void sumBox(FirBox const& box, char const* const* rows, char* const* outs, int nbResults, long begin, long end,
+            bool isPastCaches) {
+  for (int i = 0; i < nbResults; ++i)
+    isPastCaches = isPastCaches && reinterpret_cast<unsigned long>(outs[i]) % HWY_MAX_BYTES == 0;
   if (nbResults == 4)
-    sumBoxOf<Number, 4>(box, rows, outs, begin, end);
+    sumBoxOf<Number, 4>(box, rows, outs, begin, end, isPastCaches);
   else if (nbResults == 3)
-    sumBoxOf<Number, 3>(box, rows, outs, begin, end);
+    sumBoxOf<Number, 3>(box, rows, outs, begin, end, isPastCaches);
   else
-    sumBoxOf<Number, 2>(box, rows, outs, begin, end);
+    sumBoxOf<Number, 2>(box, rows, outs, begin, end, isPastCaches);
 }
 
 template <class T, class Number>
@@ -171,6 +182,7 @@ FirKernels const* kernelsOf() {
                                        storeVoxels<T, Number>,
                                        sumTaps<Number>,
                                        sumBox<Number>,
+                                       hwy::FlushStream,
                                        static_cast<long>(sizeof(T)),
                                        static_cast<long>(sizeof(Number)),
                                        lanesOf<hn::ScalableTag<Number>>()};
