@@ -72,6 +72,7 @@ pxlworks_add_plugin(pxlworks_pxl_wide
   wide/MemoryImage.cpp
   wide/MorphologyRunner.cpp
   wide/PairPlans.cpp
+  wide/PastCaches.cpp
   wide/Pieces.cpp
   wide/Plans2d.cpp
   wide/Plans3d.cpp

@@ -122,7 +122,7 @@ Extrema scan(char const* rows, long stride, long nbRows, long nbVoxels) {
   of0.take(of1);
   of2.take(of3);
   of0.take(of2);
-  alignas(64) T lows[static_cast<unsigned>(L)], highs[static_cast<unsigned>(L)];
+  alignas(64) T lows[static_cast<unsigned long>(L)], highs[static_cast<unsigned long>(L)];
   hn::Store(of0.low, d, lows);
   hn::Store(of0.high, d, highs);
   for (long i = 0; i < L; ++i) {

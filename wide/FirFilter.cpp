@@ -9,6 +9,7 @@
 #include "Core/private/Filters/FilterCancel.h"
 #include "Core/private/Filters/RunBlocks.h"
 #include "wide/FirTile.h"
+#include "wide/PastCaches.h"
 #include "wide/Scratch.h"
 #include "wide/Slices.h"
 #include "wide/TileCut.h"
@@ -115,6 +116,8 @@ void FirFilter::run() {
   FirCut const cut(m_taps, m_kernels, m_images);
   long const nbSlices = countSlices(isVolume, m_images.source), nbTiles = cut.getNbTiles();
   long const nbScratchBytes = cut.countScratchBytes();
+  bool const isPastCaches =
+      !m_images.isInPlace() && isLargerThanCaches(nbVoxels * static_cast<unsigned long>(m_kernels.voxelSize));
   tbb::enumerable_thread_specific<Scratch> scratch;
   auto const runSlices = [&](KeptRows const* kept, long firstSlice, long nbOfThem) {
     access::Block2d const tiles(0, nbOfThem * nbTiles, 1, 0, 1, 1, 0, 0, 0);
@@ -122,8 +125,12 @@ void FirFilter::run() {
       for (long tile = block.rowsBegin(); tile < block.rowsEnd(); ++tile) {
         m_views.check();
         long const slice = firstSlice + tile / nbTiles;
-        FirPlan const plan{m_taps, m_kernels, m_images.getBox(), getSlice(isVolume, m_images.source, slice),
-                           getSlice(isVolume, m_images.target, slice)};
+        FirPlan const plan{m_taps,
+                           m_kernels,
+                           m_images.getBox(),
+                           getSlice(isVolume, m_images.source, slice),
+                           getSlice(isVolume, m_images.target, slice),
+                           isPastCaches};
         runFirTile(plan, cut.getTile(tile % nbTiles), kept, scratch.local().get(nbScratchBytes), m_views, m_progress);
       }
     };

@@ -3,6 +3,7 @@
 #define HWY_TARGET_INCLUDE "wide/FirKernels.cpp"
 #include <hwy/foreach_target.h>
 // after it
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include "wide/FirKernels.h"
@@ -38,25 +39,25 @@ HWY_INLINE void accumulate(hn::Vec<D>& sum, hn::Vec<D> product) {
 }
 
 /** Adds a product to each sum. None is fused: the multiply-add of a target would round once. */
-template <class D, unsigned nbSums>
+template <class D, unsigned long nbSums>
 HWY_INLINE void addProducts(D d, hn::Vec<D> (&sums)[nbSums], hn::TFromD<D> const* voxels, hn::TFromD<D> coefficient) {
   auto const factor = hn::Set(d, coefficient);
 #pragma GCC unroll 8
-  for (unsigned i = 0; i < nbSums; ++i)
-    accumulate<D>(sums[i], hn::Mul(hn::LoadU(d, voxels + i * lanesOf<D>()), factor));
+  for (unsigned long i = 0; i < nbSums; ++i)
+    accumulate<D>(sums[i], hn::Mul(hn::LoadU(d, voxels + static_cast<long>(i) * lanesOf<D>()), factor));
 }
 
-template <unsigned nbVectors, class D>
+template <int nbVectors, class D>
 HWY_INLINE void sumColumns(D d, char const* const* taps, hn::TFromD<D> const* coefficients, long nbTaps,
                            hn::TFromD<D>* out, long c) {
   using Number = hn::TFromD<D>;
-  hn::Vec<D> sums[nbVectors];
+  hn::Vec<D> sums[static_cast<unsigned long>(nbVectors)];
   // Adding a product to -0 gives the product, whatever it is.
 #pragma GCC unroll 8
-  for (unsigned i = 0; i < nbVectors; ++i) sums[i] = hn::Set(d, static_cast<Number>(-0.));
+  for (int i = 0; i < nbVectors; ++i) sums[i] = hn::Set(d, static_cast<Number>(-0.));
   for (long k = 0; k < nbTaps; ++k) addProducts(d, sums, numbersAt<Number>(taps[k]) + c, coefficients[k]);
 #pragma GCC unroll 8
-  for (unsigned i = 0; i < nbVectors; ++i) hn::StoreU(sums[i], d, out + c + i * lanesOf<D>());
+  for (int i = 0; i < nbVectors; ++i) hn::StoreU(sums[i], d, out + c + i * lanesOf<D>());
 }
 
 template <class Number>
@@ -80,14 +81,13 @@ struct BoxSums {
   using Number = hn::TFromD<D>;
   using V = hn::Vec<D>;
   static constexpr long L = lanesOf<D>();
-
-  static constexpr unsigned cNbSums = nbResults * nbVectors;
+  static constexpr unsigned long cNbSums = static_cast<unsigned long>(nbResults * nbVectors);
 
   template <int first, int count>
   static HWY_INLINE void addRow(V (&sums)[cNbSums], Number const* row, Number const* factors, long nbCols) {
     D const d;
     for (long x = 0; x < nbCols; ++x) {
-      V voxels[static_cast<unsigned>(nbVectors)];
+      V voxels[static_cast<unsigned long>(nbVectors)];
 #pragma GCC unroll 4
       for (int u = 0; u < nbVectors; ++u) voxels[u] = hn::LoadU(d, row + x + u * L);
 #pragma GCC unroll 4
@@ -118,7 +118,8 @@ struct BoxSums {
     }
   }
 
-  static HWY_INLINE void compute(FirBox const& box, char const* const* rows, char* const* outs, long c) {
+  static HWY_INLINE void compute(FirBox const& box, char const* const* rows, char* const* outs, long c,
+                                 bool isPastCaches) {
     D const d;
     V sums[cNbSums];
 #pragma GCC unroll 16
@@ -137,7 +138,12 @@ struct BoxSums {
     for (int i = 0; i < nbResults; ++i) {
       Number* const out = reinterpret_cast<Number*>(outs[i]) + c;
 #pragma GCC unroll 4
-      for (int u = 0; u < nbVectors; ++u) hn::StoreU(sums[i * nbVectors + u], d, out + u * L);
+      for (int u = 0; u < nbVectors; ++u) {
+        if (isPastCaches)
+          hn::Stream(sums[i * nbVectors + u], d, out + u * L);
+        else
+          hn::StoreU(sums[i * nbVectors + u], d, out + u * L);
+      }
     }
   }
 };
@@ -146,24 +152,28 @@ struct BoxSums {
 constexpr int cNbBoxVectors = HWY_TARGET == HWY_AVX3 ? 4 : 2;
 
 template <class Number, int nbResults>
-HWY_NOINLINE void sumBoxOf(FirBox const& box, char const* const* rows, char* const* outs, long begin, long end) {
+HWY_NOINLINE void sumBoxOf(FirBox const& box, char const* const* rows, char* const* outs, long begin, long end,
+                           bool isPastCaches) {
   using D = hn::ScalableTag<Number>;
   constexpr long L = lanesOf<D>();
   long c = begin;
   for (; c + cNbBoxVectors * L <= end; c += cNbBoxVectors * L)
-    BoxSums<D, nbResults, cNbBoxVectors>::compute(box, rows, outs, c);
-  for (; c + L <= end; c += L) BoxSums<D, nbResults, 1>::compute(box, rows, outs, c);
-  if (c < end) BoxSums<D, nbResults, 1>::compute(box, rows, outs, end > L ? end - L : 0);
+    BoxSums<D, nbResults, cNbBoxVectors>::compute(box, rows, outs, c, isPastCaches);
+  for (; c + L <= end; c += L) BoxSums<D, nbResults, 1>::compute(box, rows, outs, c, false);
+  if (c < end) BoxSums<D, nbResults, 1>::compute(box, rows, outs, end > L ? end - L : 0, false);
 }
 
 template <class Number>
-void sumBox(FirBox const& box, char const* const* rows, char* const* outs, int nbResults, long begin, long end) {
+void sumBox(FirBox const& box, char const* const* rows, char* const* outs, int nbResults, long begin, long end,
+            bool isPastCaches) {
+  for (int i = 0; i < nbResults; ++i)
+    isPastCaches = isPastCaches && reinterpret_cast<unsigned long>(outs[i]) % HWY_MAX_BYTES == 0;
   if (nbResults == 4)
-    sumBoxOf<Number, 4>(box, rows, outs, begin, end);
+    sumBoxOf<Number, 4>(box, rows, outs, begin, end, isPastCaches);
   else if (nbResults == 3)
-    sumBoxOf<Number, 3>(box, rows, outs, begin, end);
+    sumBoxOf<Number, 3>(box, rows, outs, begin, end, isPastCaches);
   else
-    sumBoxOf<Number, 2>(box, rows, outs, begin, end);
+    sumBoxOf<Number, 2>(box, rows, outs, begin, end, isPastCaches);
 }
 
 template <class T, class Number>
@@ -172,6 +182,7 @@ FirKernels const* kernelsOf() {
                                        storeVoxels<T, Number>,
                                        sumTaps<Number>,
                                        sumBox<Number>,
+                                       hwy::FlushStream,
                                        static_cast<long>(sizeof(T)),
                                        static_cast<long>(sizeof(Number)),
                                        lanesOf<hn::ScalableTag<Number>>()};

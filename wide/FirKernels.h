@@ -29,9 +29,15 @@ struct FirKernels {
   void (*sumTaps)(Row const* taps, void const* coefficients, long nbTaps, char* out, long begin, long end);
   /**
    * The sums of 2 to 4 adjacent rows of results, as many as the box has rows or less. For each plan of the box there
-   * are the nbRows + nbResults - 1 rows that they read, from the column of the first tap on.
+   * are the nbRows + nbResults - 1 rows that they read, from the column of the first tap on. `begin` is a multiple of
+   * nbLanes.
+   *
+   * @param isPastCaches  writes to memory without reading what is there, if the rows are aligned; flush() is to be
+   *                      called before another thread reads them
    */
-  void (*sumBox)(FirBox const& box, Row const* rows, char* const* outs, int nbResults, long begin, long end);
+  void (*sumBox)(FirBox const& box, Row const* rows, char* const* outs, int nbResults, long begin, long end,
+                 bool isPastCaches);
+  void (*flush)();
 
   long voxelSize;   ///< bytes
   long numberSize;  ///< bytes

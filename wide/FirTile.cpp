@@ -176,7 +176,8 @@ void FirTile::compute(long slab, long row, int nbResults) {
   for (long begin = 0; begin < nbCols; begin += nbAtOnce) {
     long const end = std::min(begin + nbAtOnce, nbCols);
     if (nbResults > 1)
-      m_kernels.sumBox(m_taps.getBox(), m_rows.data(), outs, nbResults, begin, end);
+      m_kernels.sumBox(m_taps.getBox(), m_rows.data(), outs, nbResults, begin, end,
+                       m_isDirect && m_plan.isPastCaches);
     else
       m_kernels.sumTaps(m_rows.data(), m_taps.getCoefficients(), m_taps.getNbTaps(), outs[0], begin, end);
     for (int i = 0; i < nbResults && !m_isDirect; ++i)
@@ -198,6 +199,7 @@ void FirTile::run() {
     }
     slab += nbSlabs;
   }
+  if (m_plan.isPastCaches) m_kernels.flush();
   m_progress.fetch_add(static_cast<unsigned long>(m_nbVoxels));
 }
 

@@ -15,6 +15,7 @@ struct FirPlan {
   SlabBox image;  ///< from 0
   SlabImage source;
   SlabImage target;
+  bool isPastCaches;  ///< results are too large for the caches
 };
 
 /** Bytes of scratch memory for a tile. */

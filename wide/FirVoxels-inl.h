@@ -95,7 +95,7 @@ void storeVoxels(char const* chars, char* out, long count) {
   long c = 0;
   for (; c + L <= count; c += L) hn::StoreU(toVoxels<T>(d, hn::LoadU(d, numbers + c)), dt, voxels + c);
   if (c == count) return;
-  T rest[static_cast<unsigned>(L)];
+  T rest[static_cast<unsigned long>(L)];
   hn::StoreU(toVoxels<T>(d, hn::LoadU(d, numbers + c)), dt, rest);
   for (long i = 0; c < count; ++c, ++i) voxels[c] = rest[i];
 }

@@ -1,7 +1,3 @@
-#include <unistd.h>
-
-#include <algorithm>
-#include <cstdlib>
 #include <type_traits>
 #include <vector>
 
@@ -10,6 +6,7 @@
 #include "Core/private/Helper/safe_cast.h"
 #include "pxl/point_operations/LogicalOperation.h"
 #include "wide/LogicKernels.h"
+#include "wide/PastCaches.h"
 #include "wide/Pieces.h"
 #include "wide/Targets.h"
 
@@ -42,21 +39,11 @@ unsigned long repeatForEightBytes(unsigned long value, unsigned long voxelSize) 
 // The output and what it is computed from.
 using Images = std::vector<MemoryImage>;
 
-// PXLWORKS_WIDE_CACHE says how many bytes the last cache has, for tests.
-unsigned long countCacheBytes() {
-  if (char const* const text = std::getenv("PXLWORKS_WIDE_CACHE")) return std::strtoul(text, nullptr, 10);
-  long const nbBytes = ::sysconf(_SC_LEVEL3_CACHE_SIZE);
-  return nbBytes > 0 ? static_cast<unsigned long>(nbBytes) : ~0UL;
-}
-
-// Whether a result is so large that its lines would push everything else out of the caches, and are gone when the
-// next step reads them. In place they are read anyway.
+// In place the lines of the result are read anyway.
 bool isPastCaches(Images const& images, unsigned long nbBytes) {
   for (std::size_t i = 1; i < images.size(); ++i)
     if (images[i].voxels == images[0].voxels) return false;
-  // Caches that are larger are shared with the work of other processors.
-  constexpr unsigned long cMaxNbBytes = 32 * 1024 * 1024;
-  return nbBytes > std::min(countCacheBytes(), cMaxNbBytes) / 3;
+  return isLargerThanCaches(nbBytes);
 }
 
 class LogicFilter final : public BaseTbbAlgorithm {

@@ -35,7 +35,7 @@ ALLOWED["wide"] = ALLOWED["wide"] | {"highway"}
 HOST_SIMD = "host/src/access/RoundFloats.h"
 
 # The one file of a plug-in that asks the system, for the size of its cache.
-CACHE_SIZE = ("wide/LogicRunners.cpp", "unistd.h")
+CACHE_SIZE = ("wide/PastCaches.cpp", "unistd.h")
 
 # Storage of voxels: it must not depend on what runs, cancels and schedules.
 STORAGE = re.compile(r"host/src/access/(?!View|BorderCondition)")

@@ -84,6 +84,34 @@ TEST_P(WideFir, FiltersWideRows) {
   }
 }
 
+// Rows that stand at whole cache lines, all of them or not.
+TEST_P(WideFir, WritesPastCaches) {
+  ::setenv("PXLWORKS_WIDE_CACHE", "0", 1);
+  for (unsigned long nbCols : {64UL, 256UL, 261UL, 1000UL}) {
+    pxl::ImageSizes const sizes{nbCols, 30, 1, 1, 1};
+    auto const input = pxl::Image::New(pxl::cFloat, sizes), named = pxl::Image::New(pxl::cFloat, sizes),
+               wide = pxl::Image::New(pxl::cFloat, sizes);
+    auto* const voxels = static_cast<float*>(input->getVoxels());
+    for (unsigned long i = 0; i < nbCols * 30; ++i) voxels[i] = static_cast<float>(m_random.number(-99, 99));
+    auto const filter = makeOperator(c2d);
+    setIfAny<pxl::ImageModel const*>(*filter, "inputImage", input.get());
+    for (long rows = 2; rows <= 5; ++rows) {
+      std::vector<double> const coefficients(static_cast<std::size_t>(rows * 3), 1. / 3);
+      setIfAny(*filter, "kernel", Kernel2D(coefficients.data(), rows, 3));
+      for (auto const& [runner, output] : {std::pair{"sse41", named.get()}, std::pair{"wide", wide.get()}}) {
+        setIfAny<pxl::ImageModel*>(*filter, "outputImage", output);
+        filter->setRunner(runner);
+        try {
+          filter->execute();
+        } catch (pxl::RuntimeError const&) {
+          return;  // this processor doesn't have the target
+        }
+      }
+      EXPECT_EQ(std::memcmp(named->getVoxels(), wide->getVoxels(), nbCols * 30 * 4), 0) << nbCols << ' ' << rows;
+    }
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Targets, WideFir, ::testing::ValuesIn(cTargets),
                          [](auto const& target) { return std::string(target.param); });
 
