@@ -37,7 +37,8 @@ struct WeightedSum {
     for (unsigned long k = 1; k < count; ++k) {
       row = rows[k] + col;
       coefficient = Vec::broadcast(coefficients[k]);
-      for (unsigned i = 0; i < N; ++i) sums[i] = Vec::add(sums[i], Vec::multiply(Vec::load(row + i * L), coefficient));
+      for (unsigned i = 0; i < N; ++i)
+        sums[i] = Vec::add(sums[i], Vec::multiply(Vec::load(row + i * L), coefficient));
     }
     for (unsigned i = 0; i < N; ++i) Vec::store(out + col + i * L, sums[i]);
   }

@@ -7,6 +7,7 @@
 #include "gtest/gtest.h"
 #include "host/support/PluginLoading.h"
 #include "instrument/Recorder.h"
+#include "instrument/ShippedPaths.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/Image.h"
 #include "pxl/Plugins.h"
@@ -76,8 +77,8 @@ class BorderProbe : public pxl::instrument::Recorder {
 /** Runs each operator on small images of 16 bits. */
 class ShippedBorders : public testing::Test {
  protected:
-  ShippedBorders() { host_test::loadPlugin(PXLWORKS_PLUGIN_PATH); }
-  ~ShippedBorders() override { pxl::plugins::unload(PXLWORKS_PLUGIN_PATH); }
+  ShippedBorders() { host_test::loadPlugin(shipped::cPlugin); }
+  ~ShippedBorders() override { pxl::plugins::unload(shipped::cPlugin); }
 
   void make(std::string const& name) {
     using pxl::ImageModel;

@@ -9,6 +9,7 @@
 #include "frame/support/Registered.h"
 #include "gtest/gtest.h"
 #include "host/support/PluginLoading.h"
+#include "instrument/ShippedPaths.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/Exception.h"
 #include "pxl/Plugins.h"
@@ -102,7 +103,7 @@ class ShippedPlugin : public testing::Test {
       EXPECT_EQ(trace[i + 1].name, "removeRunner");
       EXPECT_EQ(trace[i + 1].object, m_runners.at(trace[i].text));
     }
-    EXPECT_FALSE(isInMemory(PXLWORKS_PLUGIN_PATH));
+    EXPECT_FALSE(isInMemory(shipped::cPlugin));
     EXPECT_TRUE(getRegistered().empty());
   }
 
@@ -112,9 +113,9 @@ class ShippedPlugin : public testing::Test {
 
 TEST_F(ShippedPlugin, ComesAndGoesThroughTheHost) {
   for (int life = 0; life < 3; ++life) {
-    host_test::loadPlugin(PXLWORKS_PLUGIN_PATH);
+    host_test::loadPlugin(shipped::cPlugin);
     expectLoaded(takeTrace());
-    pxl::plugins::unload(PXLWORKS_PLUGIN_PATH);
+    pxl::plugins::unload(shipped::cPlugin);
     expectUnloaded(takeTrace());
   }
 }
@@ -122,7 +123,7 @@ TEST_F(ShippedPlugin, ComesAndGoesThroughTheHost) {
 TEST_F(ShippedPlugin, ComesAndGoesThroughTheLoader) {
   for (int life = 0; life < 3; ++life) {
     host_test::RunnersMayStay const stay;
-    void* const handle = ::dlopen(PXLWORKS_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL);
+    void* const handle = ::dlopen(shipped::cPlugin, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(handle, nullptr) << ::dlerror();
     expectLoaded(takeTrace());
     ASSERT_EQ(::dlclose(handle), 0);
@@ -132,16 +133,16 @@ TEST_F(ShippedPlugin, ComesAndGoesThroughTheLoader) {
 
 TEST_F(ShippedPlugin, LoadsWithoutARecord) {
   m_probe.classInfo = [](std::string const&, pxl::AlgoInfo*) -> pxl::AlgoInfo* { return nullptr; };
-  host_test::loadPlugin(PXLWORKS_PLUGIN_PATH);
+  host_test::loadPlugin(shipped::cPlugin);
   EXPECT_EQ(takeTrace().size(), cShipped.size());
   m_probe.classInfo = nullptr;
-  pxl::plugins::unload(PXLWORKS_PLUGIN_PATH);
+  pxl::plugins::unload(shipped::cPlugin);
   EXPECT_TRUE(takeTrace().empty());
-  EXPECT_FALSE(isInMemory(PXLWORKS_PLUGIN_PATH));
+  EXPECT_FALSE(isInMemory(shipped::cPlugin));
 }
 
 TEST_F(ShippedPlugin, RefusesAndFailsByTheSameRules) {
-  host_test::loadPlugin(PXLWORKS_PLUGIN_PATH);
+  host_test::loadPlugin(shipped::cPlugin);
   expectLoaded(takeTrace());
   ASSERT_EQ(m_runners.count("IntensityExtrema"), 1U);
   pxl::Runnable* const runner = m_runners.at("IntensityExtrema");
@@ -160,7 +161,7 @@ TEST_F(ShippedPlugin, RefusesAndFailsByTheSameRules) {
   EXPECT_THROW(runner->run(nullptr), pxl::UnexpectedError);
   pxl::morphology::Dilation2d foreign;
   EXPECT_THROW(runner->run(&foreign), pxl::UnexpectedError);
-  pxl::plugins::unload(PXLWORKS_PLUGIN_PATH);
+  pxl::plugins::unload(shipped::cPlugin);
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include "frame/support/SetProperty.h"
 #include "gtest/gtest.h"
 #include "host/support/PluginLoading.h"
+#include "instrument/ShippedPaths.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/Exception.h"
 #include "pxl/Plugins.h"
@@ -62,10 +63,10 @@ std::map<std::string, Row> const cRows{
 class ShippedRefusals : public testing::Test {
  protected:
   ShippedRefusals() {
-    host_test::loadPlugin(PXLWORKS_PLUGIN_PATH);
+    host_test::loadPlugin(shipped::cPlugin);
     m_runners = getRegistered();
   }
-  ~ShippedRefusals() override { pxl::plugins::unload(PXLWORKS_PLUGIN_PATH); }
+  ~ShippedRefusals() override { pxl::plugins::unload(shipped::cPlugin); }
 
   // Calls check(row) with everything set up so that the operator is accepted.
   template <class Check>
@@ -246,7 +247,7 @@ TEST_F(ShippedRefusals, HaveRegistrationObjectsNamedAfterTheirRunners) {
   std::map<std::string, std::string> const namespaces{
       {"Int", "pxl::analysis::"}, {"Fin", "pxl::filtering::linear::"}, {"Log", "pxl::point_operations::"}};
   std::set<std::string> registrations;
-  for (std::string const& symbol : readNamesOfPointers(PXLWORKS_PLUGIN_PATH)) {
+  for (std::string const& symbol : readNamesOfPointers(shipped::cPlugin)) {
     std::string const name = demangle(symbol.c_str());
     if (name.find("g_autoRegisterRunnable") != std::string::npos) registrations.insert(name);
   }

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <thread>
 
+#include "instrument/ShippedPaths.h"
 #include "pxl/Plugins.h"
 #include "pxl/analysis/IntensityExtrema.h"
 #include "support/Algorithms.h"
@@ -19,7 +20,7 @@ namespace {
 using namespace host_test;
 using pxl::analysis::IntensityExtrema;
 
-std::string const cPlugin = PXLWORKS_PLUGIN_PATH;
+std::string const cPlugin = shipped::cPlugin;
 
 bool isLoaded(std::string const& path) {
   auto const loaded = pxl::plugins::getLoaded();

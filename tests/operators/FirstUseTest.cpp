@@ -9,6 +9,7 @@
 #include <chrono>
 #include <thread>
 
+#include "instrument/ShippedPaths.h"
 #include "operators/support/EveryOperator.h"
 #include "operators/support/LateWorkers.h"
 
@@ -21,7 +22,7 @@ namespace {
   // Four threads whatever the machine has.
   tbb::global_control const limit(tbb::global_control::max_allowed_parallelism, 4);
   tbb::task_arena arena(4);
-  pxl::plugins::load(PXLWORKS_PLUGIN_PATH);
+  pxl::plugins::load(shipped::cPlugin);
   std::atomic<bool> isBegun{false};
   std::atomic<int> nbRuns{0};
   // A worker runs first. The last lines of its tasks take long, so that another thread takes over half of the first

@@ -1,6 +1,7 @@
 // A region to process gives the same part of the whole result, or it is refused.
 #include <cstring>
 
+#include "instrument/ShippedPaths.h"
 #include "operators/support/EveryOperator.h"
 #include "oracle/Oracle.h"
 #include "pxl/Exception.h"
@@ -100,7 +101,7 @@ TEST_P(RegionToProcess, IsHonouredOrRefused) {
 
 // What the loops of the runners honour isn't refused.
 TEST(RegionUse, IsAsWideAsTheOperatorAllows) {
-  pxl::plugins::load(PXLWORKS_PLUGIN_PATH);
+  pxl::plugins::load(shipped::cPlugin);
   auto const isTaken = [](char const* name, Region const& region) {
     auto const run = makeRun(*pxl::AlgoInfo::find(name), {9, 8, 4, 3, 2});
     run.algorithm->setProcessingRegion(region);

@@ -8,6 +8,7 @@
 
 #include "host/support/PluginLoading.h"
 #include "instrument/Recorder.h"
+#include "instrument/ShippedPaths.h"
 #include "operators/support/EveryOperator.h"
 #include "operators/support/LateWorkers.h"
 
@@ -28,11 +29,11 @@ TEST(Unload, RightAfterARunIsSafe) {
   recorder.grains = pxl::AbstractPartitionerPolicy::PartitionerGrainSizes{64, 2, 1};
   char const* const names[] = {"LogicalOperationWithValue", "IntensityExtrema", "Dilation2d", "Dilation3d"};
   for (int cycle = 0; cycle < getNbCycles(); ++cycle) {
-    host_test::loadPlugin(PXLWORKS_PLUGIN_PATH);
+    host_test::loadPlugin(shipped::cPlugin);
     auto const run = makeRun(*pxl::AlgoInfo::find(names[cycle % 4]), {64, 16, 4, 1, 1});
     run.algorithm->execute();
-    pxl::plugins::unload(PXLWORKS_PLUGIN_PATH);
-    ASSERT_EQ(::dlopen(PXLWORKS_PLUGIN_PATH, RTLD_NOW | RTLD_NOLOAD), nullptr) << "it is still in memory";
+    pxl::plugins::unload(shipped::cPlugin);
+    ASSERT_EQ(::dlopen(shipped::cPlugin, RTLD_NOW | RTLD_NOLOAD), nullptr) << "it is still in memory";
   }
   EXPECT_GT(nbLateWorkers, getNbCycles() / 4);
 }

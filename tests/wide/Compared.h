@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "RandomCase.h"
+#include "instrument/ShippedPaths.h"
 #include "pxl/Exception.h"
 #include "pxl/Plugins.h"
 #include "pxl/analysis/IntensityExtrema.h"
@@ -18,8 +19,7 @@ namespace wide_test {
 constexpr char const* cTargets[] = {"sse4", "avx2", "avx512"};
 
 inline void loadPlugins() {
-  for (char const* path : {PXLWORKS_PLUGIN_PATH, PXLWORKS_ELEMENTS_PATH, PXLWORKS_WIDE_PATH})
-    pxl::plugins::load(path);
+  for (char const* path : {shipped::cPlugin, shipped::cElements, shipped::cWide}) pxl::plugins::load(path);
 }
 
 /** What an operator runs on. */

@@ -38,8 +38,8 @@ class PXL_API Runnable {
   virtual char const* getName() const;
 
   /**
-   * Whether run() makes a large element of smaller ones where that is less work. A composition then leaves the element
-   * whole. Here false: it makes a box of lines.
+   * Whether run() makes a large element of smaller ones where that is less work. A composition then leaves the
+   * element whole. Here false: it makes a box of lines.
    */
   virtual bool splitsElements() const;
 };

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "instrument/Recorder.h"
+#include "instrument/ShippedPaths.h"
 #include "instrument/Threads.h"
 #include "oracle/HostImages.h"
 #include "oracle/Oracle.h"
@@ -19,7 +20,7 @@ using Grains = pxl::AbstractPartitionerPolicy::PartitionerGrainSizes;
 
 /** The runner of the shipped plug-in. */
 inline pxl::Runnable& getShippedRunner() {
-  pxl::plugins::load(PXLWORKS_PLUGIN_PATH);
+  pxl::plugins::load(shipped::cPlugin);
   return *pxl::AlgoInfo::find("IntensityExtrema")->getRunners().at(0);
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "elements/support/CompositionOracle.h"
+#include "instrument/ShippedPaths.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/morphology/ElementMorphology.h"
 #include "support/Runs.h"
@@ -30,8 +31,8 @@ using pxl::morphology::ElementMorphology;
 class ElementTest : public testing::Test {
  protected:
   static void SetUpTestSuite() {
-    pxl::plugins::load(PXLWORKS_PLUGIN_PATH);
-    pxl::plugins::load(PXLWORKS_ELEMENTS_PATH);
+    pxl::plugins::load(shipped::cPlugin);
+    pxl::plugins::load(shipped::cElements);
   }
 };
 

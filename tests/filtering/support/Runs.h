@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "instrument/Recorder.h"
+#include "instrument/ShippedPaths.h"
 #include "instrument/Threads.h"
 #include "oracle/HostImages.h"
 #include "oracle/VoxelTypeTests.h"
@@ -24,7 +25,7 @@ using Grains = pxl::AbstractPartitionerPolicy::PartitionerGrainSizes;
 /** The shipped plug-in in the instrumented host. */
 class PluginTest : public testing::Test {
  protected:
-  static void SetUpTestSuite() { pxl::plugins::load(PXLWORKS_PLUGIN_PATH); }
+  static void SetUpTestSuite() { pxl::plugins::load(shipped::cPlugin); }
 };
 
 template <class Offset>

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "instrument/Recorder.h"
+#include "instrument/ShippedPaths.h"
 #include "instrument/Threads.h"
 #include "oracle/HostImages.h"
 #include "oracle/VoxelTypeTests.h"
@@ -30,7 +31,7 @@ struct Way {
 /** The shipped plug-in in the instrumented host. */
 class PluginTest : public testing::Test {
  protected:
-  static void SetUpTestSuite() { pxl::plugins::load(PXLWORKS_PLUGIN_PATH); }
+  static void SetUpTestSuite() { pxl::plugins::load(shipped::cPlugin); }
 };
 
 inline std::unique_ptr<pxl::morphology::IteratedMorphology> makeAlgorithm(Operation operation, int dimension = 2) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "instrument/ShippedPaths.h"
 #include "pxl/AlgoInfo.h"
 #include "pxl/BaseAlgorithm.h"
 #include "pxl/Image.h"
@@ -77,8 +78,8 @@ inline ReadyRun makeRun(pxl::AlgoInfo const& record, pxl::ImageSizes const& size
 class EveryOperator : public testing::TestWithParam<std::string> {
  protected:
   static void SetUpTestSuite() {
-    pxl::plugins::load(PXLWORKS_PLUGIN_PATH);
-    pxl::plugins::load(PXLWORKS_ELEMENTS_PATH);
+    pxl::plugins::load(shipped::cPlugin);
+    pxl::plugins::load(shipped::cElements);
   }
   static ReadyRun makeRun(pxl::ImageSizes const& sizes, pxl::VoxelTypes type = pxl::cUnsignedInteger16) {
     return operators_test::makeRun(*pxl::AlgoInfo::find(GetParam().c_str()), sizes, type);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "instrument/Recorder.h"
+#include "instrument/ShippedPaths.h"
 #include "instrument/Threads.h"
 #include "oracle/HostImages.h"
 #include "oracle/VoxelTypeTests.h"
@@ -19,7 +20,7 @@ using pxl::point_operations::LogicalOperationWithValue;
 /** The shipped plug-in in the instrumented host. */
 class PluginTest : public testing::Test {
  protected:
-  static void SetUpTestSuite() { pxl::plugins::load(PXLWORKS_PLUGIN_PATH); }
+  static void SetUpTestSuite() { pxl::plugins::load(shipped::cPlugin); }
 };
 
 inline void runWithImage(int operation, pxl::ImageModel const* a, pxl::ImageModel const* b, pxl::ImageModel* output) {
