@@ -20,13 +20,14 @@ struct Case {
   unsigned int nbIterations;
 };
 
-Side makeOurs(Case const& one) {
-  return [one] {
+Side makeOurs(Case const& one, char const* runner = "") {
+  return [one, runner] {
     pxl::morphology::Dilation2d dilation;
     dilation.inputImage = one.input.get();
     dilation.outputImage = one.output.get();
     dilation.neighborhood = one.isSquare ? 1 : 0;
     dilation.numberOfIterations = one.nbIterations;
+    dilation.setRunner(runner);
     dilation.execute();
   };
 }
@@ -68,6 +69,7 @@ void addCase(std::string const& type, std::string const& size, ImageSizes const&
         return Pair{makeOurs(one), makeTheirs(one)};
       });
     };
+    add("sse41", [](Case const& one) { return makeOurs(one, "sse41"); });
     add("copy_ceiling", makeCeiling<T>);
     if (nbIterations == 1) add("memcpy", [](Case const& one) { return makeCopy<T>(one.input); });
 #ifdef PXLWORKS_HAVE_OPENCV
