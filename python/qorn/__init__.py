@@ -83,7 +83,7 @@ _atexit.register(_core.end_calls)
 
 if not _TYPE_CHECKING:
 
-    def __getattr__(name):
+    def __getattr__(name: str) -> object:
         """Parts of the package that aren't needed by all, when they are first named."""
         if name in ("tiles", "dask"):
             return _import_module(f".{name}", __name__)

@@ -1,4 +1,4 @@
-"""Tiles have the bits of the whole image: by processes, by shards, in stages, and not with margins that are too small."""
+"""Tiles have the bits of the whole image: by processes, by shards, in stages; with smaller margins they haven't."""
 
 from __future__ import annotations
 

@@ -43,10 +43,9 @@ def source(tmp_path_factory: pytest.TempPathFactory) -> str:
 @pytest.mark.parametrize("name", CALLS)
 def test_workers_take_what_was_planned(name: str, source: str, tmp_path: pathlib.Path) -> None:
     function, args, keywords = CALLS[name]
-    chunks, last = (32, 64, 64), slice(96, 128)
-    if not tiling.LONG:  # a quarter of the image, whose tiles are as large
+    chunks = (32, 64, 64)
+    if name != "opening" and not tiling.LONG:  # a quarter of the image, whose tiles are as large
         source = tiling.crop(source, tmp_path / "part.zarr", (slice(0, 96), slice(None), slice(None)))
-        last = slice(64, 96)
     for client in tiling.make_client(2):
         warm = tiling.save(tmp_path / "warm.zarr", np.zeros((32, 32, 32), np.uint8), (16, 16, 16))
         tiles.run(function, warm, tmp_path / "warmed.zarr", *args, client=client, chunks=(16, 16, 16),
@@ -56,7 +55,7 @@ def test_workers_take_what_was_planned(name: str, source: str, tmp_path: pathlib
             function, source, tmp_path / "out.zarr", *args, client=client, memory=LIMIT, chunks=chunks, **keywords
         )
         peaks = client.run(tiling.read_peak)
-        assert 0.5 * LIMIT < report.working_set <= LIMIT and report.tiles > 8
+        assert 0.5 * LIMIT < report.working_set <= LIMIT and report.tiles >= 8
         for address, peak in peaks.items():
             grown = peak - before[address]
             print(f"{name}: planned {report.working_set >> 20} MiB, grown {grown >> 20} MiB")
@@ -64,10 +63,9 @@ def test_workers_take_what_was_planned(name: str, source: str, tmp_path: pathlib
     import zarr
 
     part, whole = zarr.open_array(source), zarr.open_array(str(tmp_path / "out.zarr"))
-    given = part[last.start - 16 : last.stop]
-    expected = qorn.run(args[0], given, **keywords) if function is qorn.run else function(given, *args, **keywords)
-    if last.stop == part.shape[0]:
-        tiling.check_same(whole[last], expected[16:])
+    last = part[part.shape[0] - 48 :]
+    expected = qorn.run(args[0], last, **keywords) if function is qorn.run else function(last, *args, **keywords)
+    tiling.check_same(whole[part.shape[0] - 32 :], expected[16:])
 
 
 LIMITED = """
@@ -94,8 +92,6 @@ LIMITED = """
 
 def test_under_a_limit(source: str, tmp_path: pathlib.Path) -> None:
     """A process that isn't given more than 1.25 times the plan, by the system, finishes."""
-    if not tiling.LONG:
-        source = tiling.crop(source, tmp_path / "part.zarr", (slice(0, 96), slice(None), slice(None)))
     import zarr
 
     warm = tiling.save(tmp_path / "warm.zarr", np.zeros((64, 64, 64), np.uint8), (32, 64, 64))

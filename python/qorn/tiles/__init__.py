@@ -1,6 +1,6 @@
 """Images larger than memory, or than a machine: from store to store in tiles, with the bits of the whole.
 
-A store is a zarr array in a folder, a .npy file, an uncompressed TIFF, or a NIfTI file. docs/distributed.md tells more.
+A store is a zarr array in a folder, a .npy file, an uncompressed TIFF, or a NIfTI file. docs/distributed.md has more.
 """
 
 from __future__ import annotations
@@ -18,9 +18,8 @@ from .._call import Progress, ProgressLine
 from ..measure import Extrema, make_extrema
 from . import _engine, _prepare
 from ._jobs import FUNCTIONS, Function
-from ._manifest import VERSION as FORMAT
-from ._manifest import Manifest, get_folder
-from ._plan import Plan, Size, get_core, get_shape, plan
+from ._manifest import Manifest
+from ._plan import Plan, Size, get_core, plan
 from ._stores import Store
 from ._tile import Done
 
@@ -219,7 +218,10 @@ def run_shard(
 
     >>> write("in.npy", np.uint8([[0, 9, 0, 9, 9, 9]]))
     >>> for index in range(2):
-    ...     tiles.run_shard(opening, "in.npy", "sharded.npy", line(3, 0), index=index, count=2).complete
+    ...     report = tiles.run_shard(
+    ...         dilation, "in.npy", "wide.npy", line(3, 0), index=index, count=2, chunks=(1, 2)
+    ...     )
+    ...     print(report.complete)
     False
     True
     """

@@ -16,7 +16,7 @@ from typing import Any, Callable, Iterable, Iterator, Optional
 
 from .. import _core
 from ..threads import get_num_threads
-from ._manifest import Manifest
+from ._manifest import VERSION, Manifest
 from ._tile import Done, do_tile
 
 # What every user of processes meets once.
@@ -52,9 +52,13 @@ class Order:
             raise error
         self.nb_retries += 1
 
-    def get_arguments(self, tile: int, attempt: str) -> tuple[Any, ...]:
+    def get_arguments(self, tile: int, attempt: str) -> dict[str, Any]:
+        """Those of `do_tile()`."""
         memory = int(self.manifest.plan["identity"]["memory"])
-        return self.manifest.folder, self.manifest.id, self.stage, tile, attempt, self.threads, memory
+        return {
+            "folder": self.manifest.folder, "id": self.manifest.id, "stage": self.stage, "tile": tile,
+            "attempt": attempt, "threads": self.threads, "memory": memory,
+        }  # fmt: skip
 
 
 def work_here(order: Order, tiles: Iterable[int], note: Note) -> None:
@@ -63,7 +67,7 @@ def work_here(order: Order, tiles: Iterable[int], note: Note) -> None:
         done: Optional[Done] = None
         while done is None:
             try:
-                done = do_tile(*order.get_arguments(tile, ""), order.token)
+                done = do_tile(**order.get_arguments(tile, ""), token=order.token)
             except Exception as error:
                 order.fail(tile, error)
         note(done)
@@ -124,7 +128,7 @@ def get_worker_count(workers: Optional[int]) -> int:
 
 def count_threads(client: Any) -> int:
     """How many tiles the workers of a client do at a time."""
-    return max(1, sum(client.nthreads().values()))
+    return max(1, int(sum(client.nthreads().values())))
 
 
 def get_worker_threads(workers: int) -> int:
@@ -148,7 +152,7 @@ def work_there(client: Any, order: Order, tiles: Iterable[int], note: Note) -> N
             while waiting and len(running) < most:
                 tile = waiting.popleft()
                 key = f"qorn-tile-{order.stage}-{tile}-{uuid.uuid4().hex}"
-                future = client.submit(do_tile, *order.get_arguments(tile, attempt), key=key, pure=False)
+                future = client.submit(do_tile, **order.get_arguments(tile, attempt), key=key, pure=False)
                 running[key] = tile, future
                 future.add_done_callback(finished.put)
             if order.token is not None and order.token.cancelled:
@@ -211,10 +215,8 @@ def check_workers(client: Any) -> None:
     if getattr(client, "asynchronous", False):
         raise TypeError("the client is asynchronous; tiles need one that isn't")
     # A function of this package couldn't even be sent to a worker that hasn't got it.
-    found = client.run(eval, "__import__('qorn.tiles').tiles.FORMAT", on_error="return")
-    from . import FORMAT
-
+    found = client.run(eval, "__import__('qorn.tiles').tiles._manifest.VERSION", on_error="return")
     for address, answer in found.items():
-        if answer != FORMAT:
-            said = repr(answer) if isinstance(answer, BaseException) else f"its version is {answer}, here {FORMAT}"
+        if answer != VERSION:
+            said = repr(answer) if isinstance(answer, BaseException) else f"its version is {answer}, here {VERSION}"
             raise _core.Error(f"the worker {address} can't do tiles: {said}")

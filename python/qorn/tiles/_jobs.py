@@ -19,7 +19,7 @@ from ._stores import Store, get_path
 
 Function = Union[str, Callable[..., Any]]
 
-_MORPHOLOGY = (
+_MORPHOLOGY: Tuple[Callable[..., Any], ...] = (
     morphology.dilation,
     morphology.erosion,
     morphology.opening,
@@ -28,9 +28,8 @@ _MORPHOLOGY = (
     morphology.black_tophat,
     morphology.gradient,
 )
-FUNCTIONS: dict[str, Callable[..., Any]] = {
-    one.__name__: one for one in (*_MORPHOLOGY, correlate, logical, extrema, run)
-}
+_OTHERS: Tuple[Callable[..., Any], ...] = (correlate, logical, extrema, run)
+FUNCTIONS: dict[str, Callable[..., Any]] = {one.__name__: one for one in (*_MORPHOLOGY, *_OTHERS)}
 # What a tile decides itself.
 _OWN = {"out", "threads", "max_memory", "progress", "cancel", "copy"}
 _DIFFERENCES = {"white_tophat", "black_tophat", "gradient", "WhiteTopHat", "BlackTopHat", "Gradient"}

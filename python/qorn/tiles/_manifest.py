@@ -6,8 +6,9 @@ import json
 import os
 import shutil
 import uuid
+from dataclasses import dataclass
 from functools import lru_cache
-from typing import Any, NamedTuple, Optional
+from typing import Any, Optional
 
 import numpy as np
 
@@ -21,7 +22,8 @@ from ._plan import Shape
 VERSION = 1
 
 
-class Stage(NamedTuple):
+@dataclass(frozen=True)
+class Stage:
     """A job on all tiles, from the sources or the stage before to a store in the folder."""
 
     job: Job
@@ -175,13 +177,14 @@ def _get_format(path: str) -> str:
 
 
 def _encode_stage(stage: Stage) -> dict[str, Any]:
-    return {**stage._asdict(), "job": {"function": stage.job.function, "arguments": encode(stage.job.arguments)}}
+    return {**vars(stage), "job": {"function": stage.job.function, "arguments": encode(stage.job.arguments)}}
 
 
 def _decode_stage(stage: dict[str, Any]) -> Stage:
     job = Job(stage["job"]["function"], decode(stage["job"]["arguments"]))
     margins = tuple((before, after) for before, after in stage["margins"])
-    return Stage(**{**stage, "job": job, "margins": margins, "tile": tuple(stage["tile"])})
+    decoded: dict[str, Any] = {**stage, "job": job, "margins": margins, "tile": tuple(stage["tile"])}
+    return Stage(**decoded)
 
 
 def get_folder(target: str) -> str:

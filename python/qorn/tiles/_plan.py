@@ -4,7 +4,8 @@ from __future__ import annotations
 
 import math
 import re
-from typing import NamedTuple, Optional, Sequence, Tuple, Union
+from dataclasses import dataclass
+from typing import Optional, Sequence, Tuple, Union
 
 import numpy as np
 
@@ -27,7 +28,8 @@ _UNITS = {
 }
 
 
-class Plan(NamedTuple):
+@dataclass(frozen=True)
+class Plan:
     """Tiles of an image: the shape of all but the last ones, the bytes that one needs at a time, the voxels that are
     computed for each voxel of the result, and how many tiles there are."""
 
@@ -77,8 +79,9 @@ def plan(
     `images` times the voxels of its window, which is the tile with its margins, and two chunks that are coded. There
     are at least `least` tiles if there are as many chunks. MemoryError: one chunk with its margins needs more.
 
-    >>> plan((512, 2048, 2048), (64, 64, 64), ((5, 5), (5, 5), (5, 5)), 1, "64MiB")
-    Plan(tile=(256, 256, 256), working_set=57345984, overhead=1.09..., count=128)
+    >>> tiled = plan((512, 2048, 2048), (64, 64, 64), ((5, 5), (5, 5), (5, 5)), 1, "64MiB")
+    >>> tiled.tile, tiled.count
+    ((256, 256, 256), 128)
     """
     sizes, cells = check_shape(shape, "shape"), check_shape(chunks, "chunks")
     if not len(sizes) == len(cells) == len(margins):
@@ -88,8 +91,8 @@ def plan(
     best = make_plan(sizes, cells, margins, itemsize, cells, images)
     if best.working_set > limit:
         raise MemoryError(
-            f"a tile of one chunk {cells} with its margins {tuple(margins)} needs {best.working_set} bytes, and memory "
-            f"has {limit}; allow more memory or smaller chunks"
+            f"a tile of one chunk {cells} with its margins {tuple(margins)} needs {best.working_set} bytes, and "
+            f"memory has {limit}; allow more memory or smaller chunks"
         )
     while True:
         grown: Optional[Plan] = None

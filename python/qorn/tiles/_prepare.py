@@ -119,7 +119,7 @@ def _check_target(path: str, is_measure: bool) -> None:
 def prepare(request: Request, resume: bool) -> Manifest:
     """The manifest that there is for the target, or a new one.
 
-    @raises FileExistsError: the target exists, and nobody is at work on it. ValueError: somebody is, on something else
+    Raises FileExistsError if the target exists and no run of it was begun, and ValueError if another run was.
     """
     job, others = make_job(request.function, request.args, request.keywords)
     target = _stores.get_path(request.target)

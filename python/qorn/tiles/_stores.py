@@ -217,8 +217,8 @@ def create(path: str, shape: Shape, chunks: Shape, dtype: np.dtype[Any], source:
     """Makes an empty image. A zarr array is coded like the source, and has its attributes."""
     if not is_zarr(path):
         with open(path, "wb") as file:
-            header = {"descr": np.lib.format.dtype_to_descr(dtype), "fortran_order": False, "shape": shape}
-            np.lib.format.write_array_header_1_0(file, header)
+            write_header: Any = np.lib.format.write_array_header_1_0
+            write_header(file, {"descr": dtype.str, "fortran_order": False, "shape": shape})
             file.truncate(file.tell() + int(np.prod(shape, dtype=object)) * dtype.itemsize)
         return
     array = _import_zarr().open_array(
