@@ -252,6 +252,26 @@ def test_a_worker_without_the_package(source: str, tmp_path: pathlib.Path) -> No
                 worker.terminate()
 
 
+class Answers:
+    """A client whose workers give these answers."""
+
+    def __init__(self, *answers: Any) -> None:
+        self._answers = answers
+
+    def run(self, *args: Any, **keywords: Any) -> dict[str, Any]:
+        return {f"tcp://{number}": answer for number, answer in enumerate(self._answers)}
+
+
+def test_workers_that_die_while_they_are_asked() -> None:
+    from distributed.comm.core import CommClosedError
+    from qorn.tiles import _engine, _manifest
+
+    _engine.check_workers(Answers(_manifest.VERSION, CommClosedError("closed")))
+    for answer in (ModuleNotFoundError("qorn"), _manifest.VERSION + 1):
+        with pytest.raises(qorn.Error, match="tcp://1 can't do tiles"):
+            _engine.check_workers(Answers(_manifest.VERSION, answer))
+
+
 def test_scripts_without_a_guard(source: str, tmp_path: pathlib.Path) -> None:
     """Workers import the main script; one that starts workers again is told what is wrong, and ends."""
     script = tmp_path / "script.py"

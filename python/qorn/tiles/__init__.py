@@ -20,6 +20,7 @@ from . import _engine, _prepare
 from ._jobs import FUNCTIONS, Function
 from ._manifest import Manifest
 from ._plan import Plan, Size, get_core, plan
+from ._publish import publish
 from ._stores import Store
 from ._tile import Done
 
@@ -103,10 +104,10 @@ def _merge(manifest: Manifest) -> Extrema:
 def _finish(manifest: Manifest) -> Optional[Extrema]:
     """Publishes the result, once all tiles are marked."""
     if manifest.stages[0].store:
-        manifest.publish(None)
+        publish(manifest, None)
         return None
     extrema = _merge(manifest)
-    manifest.publish({"minimum": extrema.minimum.tolist(), "maximum": extrema.maximum.tolist()})
+    publish(manifest, {"minimum": extrema.minimum.tolist(), "maximum": extrema.maximum.tolist()})
     return extrema
 
 

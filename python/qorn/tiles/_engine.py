@@ -12,7 +12,7 @@ import time
 import uuid
 from collections import Counter, deque
 from concurrent.futures import CancelledError
-from typing import Any, Callable, Iterable, Iterator, Optional
+from typing import Any, Callable, Iterable, Iterator, Optional, Union
 
 from .. import _core
 from ..threads import get_num_threads
@@ -103,7 +103,7 @@ def start_cluster(workers: int) -> Iterator[Any]:
         environment = {**dask.config.get(name, {}), "DASK_LOGGING__DISTRIBUTED": "error", _STARTER: folder}
         stack.enter_context(dask.config.set({name: environment}))
         cluster = LocalCluster(
-            n_workers=0, threads_per_worker=1, processes=True, memory_limit=0, dashboard_address=None,
+            n_workers=0, threads_per_worker=1, processes=True, memory_limit=0, dashboard_address=":0",
             local_directory=folder, silence_logs=50, preload=["qorn.tiles._worker"],
         )  # fmt: skip
         stack.callback(_close, cluster)
@@ -151,27 +151,19 @@ def work_there(client: Any, order: Order, tiles: Iterable[int], note: Note) -> N
                 next_count = time.monotonic() + _COUNT_SECONDS
             while waiting and len(running) < most:
                 tile = waiting.popleft()
-                key = f"qorn-tile-{order.stage}-{tile}-{uuid.uuid4().hex}"
-                future = client.submit(do_tile, **order.get_arguments(tile, attempt), key=key, pure=False)
-                running[key] = tile, future
+                future = _submit(client, order.get_arguments(tile, attempt))
+                running[future.key] = tile, future
                 future.add_done_callback(finished.put)
             if order.token is not None and order.token.cancelled:
                 raise _core.Cancelled("cancelled")
-            try:
-                future = finished.get(timeout=_POLL_SECONDS)
-            except queue.Empty:
-                _check_client(client)
-                continue
-            tile, _ = running.pop(future.key)
-            try:
-                done = _get_result(client, future)
-            except _Lost:
-                waiting.append(tile)  # if the tile is marked it is found to be done
-            except Exception as error:
-                order.fail(tile, error)
-                waiting.append(tile)
-            else:
-                note(done)
+            for future, answer in _get_answers(client, _take(finished)):
+                tile, _ = running.pop(future.key)
+                if isinstance(answer, Done):
+                    note(answer)
+                    continue
+                if not isinstance(answer, _Lost):
+                    order.fail(tile, answer)
+                waiting.append(tile)  # if a lost tile is marked it is found to be done
     except BaseException:
         order.manifest.cancel(attempt)
         _wait(client, [future for _, future in running.values()])
@@ -182,18 +174,39 @@ class _Lost(Exception):
     """The worker that had the result of a task has died."""
 
 
-def _get_result(client: Any, future: Any) -> Done:
+def _submit(client: Any, arguments: dict[str, Any]) -> Any:
+    """A function of its own: the client sends the source of what submits, each time."""
+    return client.submit(do_tile, **arguments, key=f"qorn-tile-{uuid.uuid4().hex}", pure=False)
+
+
+def _take(finished: queue.SimpleQueue[Any]) -> list[Any]:
+    """The futures that there are, after a short wait for the first one."""
+    futures = []
+    with contextlib.suppress(queue.Empty):
+        futures.append(finished.get(timeout=_POLL_SECONDS))
+        while True:
+            futures.append(finished.get_nowait())
+    return futures
+
+
+def _get_answers(client: Any, futures: list[Any]) -> list[tuple[Any, Union[Done, BaseException]]]:
+    """What tiles have returned or raised."""
+    _check_client(client)
+    if all(future.status == "finished" for future in futures):
+        with contextlib.suppress(Exception):  # then they are asked one by one
+            return list(zip(futures, client.gather(futures)))
+    return [(future, _get_answer(future)) for future in futures]
+
+
+def _get_answer(future: Any) -> Union[Done, BaseException]:
     if future.status == "error":
-        raise future.exception()
-    if future.status == "cancelled":
-        _check_client(client)
-    try:
-        if future.status != "finished":
-            raise _Lost
-        done: Done = future.result(timeout=_PATIENCE_SECONDS)
-        return done
-    except (TimeoutError, asyncio.TimeoutError, CancelledError) as error:
-        raise _Lost from error
+        failure: BaseException = future.exception()
+        return failure
+    if future.status == "finished":
+        with contextlib.suppress(TimeoutError, asyncio.TimeoutError, CancelledError):
+            done: Done = future.result(timeout=_PATIENCE_SECONDS)
+            return done
+    return _Lost()
 
 
 def _check_client(client: Any) -> None:
@@ -217,6 +230,7 @@ def check_workers(client: Any) -> None:
     # A function of this package couldn't even be sent to a worker that hasn't got it.
     found = client.run(eval, "__import__('qorn.tiles').tiles._manifest.VERSION", on_error="return")
     for address, answer in found.items():
-        if answer != VERSION:
+        # One that has just died doesn't answer, and its tiles are done by others.
+        if answer != VERSION and not isinstance(answer, OSError):
             said = repr(answer) if isinstance(answer, BaseException) else f"its version is {answer}, here {VERSION}"
             raise _core.Error(f"the worker {address} can't do tiles: {said}")

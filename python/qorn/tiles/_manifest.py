@@ -114,36 +114,9 @@ class Manifest:
         """Removes the store of a stage that the next one has read."""
         _remove(self.get_store(stage))
 
-    def publish(self, result: Optional[dict[str, Any]]) -> None:
-        """Puts the complete result where it belongs. Several processes may do so at a time."""
-        replaces = bool(self.plan["replaces"])
-        store = self.get_store(len(self.stages) - 1)
-        if result is not None:
-            new = f"{self.target}.{uuid.uuid4().hex}"
-            with open(new, "w", encoding="utf-8") as file:
-                json.dump(result, file)
-            os.replace(new, self.target)
-        elif os.path.exists(store) or not os.path.exists(self.target):
-            if os.path.lexists(self.target) and not replaces:
-                raise FileExistsError(f"{self.target}: appeared meanwhile; the result is {store}")
-            self._move(store, replaces)
+    def note_complete(self) -> None:
         with open(os.path.join(self.folder, "complete"), "w", encoding="utf-8"):
             pass
-
-    def _move(self, store: str, replaces: bool) -> None:
-        if _stores.is_zarr(store):
-            for name in os.listdir(store):
-                if name.endswith(".partial"):  # left by a process that was killed while it wrote a chunk
-                    os.remove(os.path.join(store, name))
-        elif not self.target.lower().endswith(".npy"):
-            return _stores.convert(store, self.target, _find_header(self), replaces)
-        if os.path.isdir(self.target):
-            os.rename(self.target, os.path.join(self.folder, f"replaced-{uuid.uuid4().hex}"))
-        try:
-            os.rename(store, self.target)
-        except FileNotFoundError:
-            if not os.path.exists(self.target):
-                raise
 
     def remove(self) -> None:
         _remove(self.folder)
@@ -160,20 +133,6 @@ def _remove(path: str) -> None:
         shutil.rmtree(aside, ignore_errors=True)
     else:
         os.remove(aside)
-
-
-def _find_header(manifest: Manifest) -> Optional[Any]:
-    """The header that the source has for a file of its own format."""
-    source = _stores.open_source(manifest.sources[0])
-    if source.header is None or source.header.format != _get_format(manifest.target):
-        return None
-    is_difference = any(stage.job.is_difference for stage in manifest.stages)
-    return source.header.of_difference() if is_difference else source.header
-
-
-def _get_format(path: str) -> str:
-    lower = path.lower()
-    return "nifti" if lower.endswith((".nii", ".nii.gz")) else "tiff" if lower.endswith((".tif", ".tiff")) else ""
 
 
 def _encode_stage(stage: Stage) -> dict[str, Any]:

@@ -1,0 +1,180 @@
+"""What tiles cost: tiles.py [--plot FILE]. Prints the time of the whole image and by tiles, with reading and writing
+apart; how both grow with the image at a fixed memory; and what a tile costs the scheduler, with what follows for 10 TB.
+PYTHONPATH tells where the package is; dask, distributed and zarr are needed, and matplotlib for the plot."""
+
+from __future__ import annotations
+
+import argparse
+import os
+import tempfile
+import time
+from typing import Any, Callable
+
+import numpy as np
+import zarr
+
+import qorn
+from qorn import tiles
+from qorn.tiles import _engine
+
+MIB = 1 << 20
+MEMORY = 64 * MIB
+CHUNKS = (32, 64, 128)
+PLANE = (512, 1024)
+CALLS: dict[str, tuple[Callable[..., Any], Any]] = {
+    "opening, ball(5), uint16": (qorn.opening, qorn.ball(5)),
+    "dilation, connectivity(26), uint16": (qorn.dilation, qorn.connectivity(26)),
+    "correlate, 5 x 5 x 5, uint16": (qorn.correlate, np.full((5, 5, 5), 1 / 125)),
+}
+
+
+def make_source(path: str, nb_plans: int) -> str:
+    """Waves with noise: neither empty nor incompressible."""
+    array = zarr.open_array(path, mode="w", shape=(nb_plans, *PLANE), chunks=CHUNKS, dtype=np.uint16)
+    rng = np.random.default_rng(1)
+    rows, columns = np.ogrid[: PLANE[0], : PLANE[1]]
+    for start in range(0, nb_plans, CHUNKS[0]):
+        plans = np.arange(start, min(start + CHUNKS[0], nb_plans))[:, None, None]
+        waves = 1000 * (np.sin(plans / 9) + np.sin(rows / 17) + np.cos(columns / 23))
+        array[start : start + CHUNKS[0]] = (3000 + waves + rng.integers(0, 64, waves.shape)).astype(np.uint16)
+    return path
+
+
+def measure(call: Callable[[], Any], count: int = 3) -> float:
+    best = float("inf")
+    for _ in range(count):
+        start = time.perf_counter()
+        call()
+        best = min(best, time.perf_counter() - start)
+    return best
+
+
+def run_tiles(client: Any, function: Any, argument: Any, source: str, folder: str) -> tiles.Report:
+    return tiles.run(
+        function, source, os.path.join(folder, "out.zarr"), argument, client=client, memory=MEMORY, resume=False
+    )
+
+
+def compare(client: Any, workers: int, folder: str) -> None:
+    """The whole image with all threads, and by tiles with one thread each."""
+    source = make_source(os.path.join(folder, "in.zarr"), 256)
+    image = zarr.open_array(source, mode="r")[...]
+    out = np.empty_like(image)
+    threads = qorn.get_num_threads()
+    print(
+        f"{image.nbytes / MIB:.0f} MiB of uint16, {threads} threads or {workers} workers, {MEMORY / MIB:.0f} MiB a tile"
+    )
+    for name, (function, argument) in CALLS.items():
+        whole = measure(lambda: function(image, argument, out))
+        run_tiles(client, function, argument, source, folder)
+        reports = [run_tiles(client, function, argument, source, folder) for _ in range(3)]
+        best = min(reports, key=lambda report: report.seconds_computing)
+        computing = best.seconds_computing / workers
+        print(
+            f"{name}: whole {whole:.3f} s, {image.size / whole / 1e6:.0f} Mvoxel/s; {best.tiles} tiles, overhead "
+            f"{best.overhead:.3f}: computing {computing:.3f} s, reading {best.seconds_reading / workers:.3f} s, writing "
+            f"{best.seconds_writing / workers:.3f} s, elapsed {best.seconds:.3f} s; computing / (whole x overhead) = "
+            f"{computing / whole / best.overhead:.2f}; read {best.bytes_read / MIB:.0f} MiB, written "
+            f"{best.bytes_written / MIB:.0f} MiB"
+        )
+
+
+def grow(client: Any, folder: str) -> list[tuple[int, float, float]]:
+    """Images of 1, 2, 4 and 8 times the size: MiB, seconds, and the peak of a worker above its start in MiB."""
+    rows = []
+    for factor in (1, 2, 4, 8):
+        source = make_source(os.path.join(folder, "in.zarr"), 128 * factor)
+        before = client.run(reset_peak)
+        report = run_tiles(client, qorn.opening, qorn.ball(5), source, folder)
+        peaks = client.run(read_status, "VmHWM")
+        peak = max(peaks[one] - before[one] for one in peaks) / MIB
+        size = int(np.prod((128 * factor, *PLANE))) * 2 // MIB
+        rows.append((size, report.seconds, peak))
+        print(f"{size} MiB: {report.tiles} tiles, {report.seconds:.2f} s, {1e3 * report.seconds / size:.2f} ms/MiB, "
+              f"peak of a worker {peak:.0f} MiB above its start, planned {report.working_set / MIB:.0f}")  # fmt: skip
+    return rows
+
+
+def read_status(name: str) -> int:
+    with open("/proc/self/status", encoding="ascii") as file:
+        return 1024 * int(next(line for line in file if line.startswith(f"{name}:")).split()[1])
+
+
+def reset_peak() -> int:
+    with open("/proc/self/clear_refs", "w", encoding="ascii") as file:
+        file.write("5")
+    return read_status("VmRSS")
+
+
+def read_loopback() -> int:
+    """Bytes that were sent over the loopback interface."""
+    with open("/proc/net/dev", encoding="ascii") as file:
+        line = next(line for line in file if line.strip().startswith("lo:"))
+    return int(line.split()[9])
+
+
+def measure_scheduler(client: Any, folder: str) -> None:
+    """Tiles of one small chunk: what is left is what a tile costs besides its voxels. The scheduler and the client are
+    in this process."""
+    shape, edge = (160, 160, 160), 16
+    array = zarr.open_array(os.path.join(folder, "small.zarr"), mode="w", shape=shape, chunks=(edge,) * 3, dtype="u1")
+    array[...] = 1
+    where = dict(client=client, tile=(edge,) * 3, resume=False)
+    arguments = ("logical", os.path.join(folder, "small.zarr"), os.path.join(folder, "small-out.zarr"), 1)
+    tiles.run(*arguments, **where)
+    cpu, sent = time.process_time(), read_loopback()
+    report = tiles.run(*arguments, **where)
+    cpu, sent = (time.process_time() - cpu) / report.tiles, (read_loopback() - sent) / report.tiles
+    print(f"{report.tiles} small tiles: {1e3 * cpu:.2f} ms of scheduler and client and {sent:.0f} bytes sent for each; "
+          f"{report.tiles / report.seconds:.0f} tiles/s")  # fmt: skip
+    source = make_source(os.path.join(folder, "in.zarr"), 256)
+    real = run_tiles(client, qorn.opening, qorn.ball(5), source, folder)
+    busy = real.seconds_reading + real.seconds_computing + real.seconds_writing
+    speed = real.bytes_written / busy
+    tile, total = 512 * MIB, 10**13
+    count = -(-total // tile)
+    print(f"10 TB in tiles of 512 MiB: {count} tasks, {count * cpu:.0f} s of scheduler and client, "
+          f"{count * sent / MIB:.0f} MiB of messages; an opening takes a worker {tile / speed:.0f} s a tile at "
+          f"{speed / MIB:.0f} MiB/s, so that the scheduler is busy with {tile / speed / cpu:.0f} workers")  # fmt: skip
+
+
+def plot(path: str, rows: list[tuple[int, float, float]]) -> None:
+    import matplotlib
+
+    matplotlib.use("Agg")
+    from matplotlib import pyplot
+
+    sizes = [row[0] for row in rows]
+    figure, (left, right) = pyplot.subplots(1, 2, figsize=(7, 2.8), dpi=80)
+    left.plot(sizes, [row[1] for row in rows], "o-")
+    left.plot(sizes, [rows[0][1] * size / sizes[0] for size in sizes], "--", color="gray", label="proportional")
+    left.set_ylabel("seconds")
+    left.legend()
+    right.plot(sizes, [row[2] for row in rows], "o-")
+    right.axhline(MEMORY / MIB, linestyle="--", color="gray", label="memory=")
+    right.set_ylabel("peak of a worker, MiB")
+    right.set_ylim(0)
+    right.legend()
+    for axes in (left, right):
+        axes.set_xscale("log", base=2)
+        axes.set_xticks(sizes, [str(size) for size in sizes])
+        axes.set_xlabel("image, MiB")
+    figure.tight_layout()
+    figure.savefig(path, metadata={"Software": None})
+
+
+def main() -> None:
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--plot", help="a PNG file")
+    options = parser.parse_args()
+    workers = max(2, qorn.get_num_threads())
+    with tempfile.TemporaryDirectory() as folder, _engine.start_cluster(workers) as client:
+        compare(client, workers, folder)
+        rows = grow(client, folder)
+        measure_scheduler(client, folder)
+    if options.plot:
+        plot(options.plot, rows)
+
+
+if __name__ == "__main__":
+    main()
