@@ -259,6 +259,17 @@ def test_header_goes_along(tmp_path: pathlib.Path) -> None:
     assert zarr.open_array(str(tmp_path / "out.zarr")).attrs["unit"] == "um"
 
 
+def test_a_marked_tile_isnt_done_again(tmp_path: pathlib.Path) -> None:
+    from qorn.tiles import _manifest, _tile
+
+    source = tiling.save(tmp_path / "in.zarr", IMAGE, (13, 16, 31))
+    tiles.run_shard(qorn.opening, source, tmp_path / "out.zarr", BALL, index=1, count=18, tile=(13, 16, 31))
+    manifest = _manifest.find(str(tmp_path / "out.zarr"))
+    assert manifest is not None and manifest.get_marked(0) == {1}
+    assert not _tile.do_tile(manifest.folder, manifest.id, 0, 1).is_new
+    assert _tile.do_tile(manifest.folder, manifest.id, 0, 2).is_new
+
+
 def test_progress_and_report(client: Any, tmp_path: pathlib.Path) -> None:
     source = tiling.save(tmp_path / "in.zarr", IMAGE, (13, 16, 31))
     seen: list[float] = []

@@ -7,6 +7,7 @@ from __future__ import annotations
 
 import contextlib
 import json
+import os
 import time
 from typing import Any, Callable, NamedTuple, Optional, Sequence, Union
 
@@ -177,7 +178,7 @@ def run(
     manifest = _prepare.prepare(request, resume)
     if manifest.is_complete:
         raise FileExistsError(f"{manifest.target}: exists; resume=False replaces it")
-    count = _Count(manifest, progress, f"{manifest.target}")
+    count = _Count(manifest, progress, os.path.basename(manifest.target))
     with contextlib.ExitStack() as stack:
         for index, stage in enumerate(manifest.stages):
             marked = manifest.get_marked(index)
@@ -230,7 +231,7 @@ def run_shard(
         raise ValueError(f"index={index}: shards have the numbers 0 to {count - 1}")
     request = _prepare.Request(function, source, target, args, keywords, memory, chunks, tile, count)
     manifest = _prepare.prepare(request, True)
-    counted = _Count(manifest, progress, f"{manifest.target}, shard {index} of {count}")
+    counted = _Count(manifest, progress, f"{os.path.basename(manifest.target)}, shard {index} of {count}")
     if manifest.is_complete:
         return counted.report(manifest, True, None)
     result = None
