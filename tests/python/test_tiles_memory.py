@@ -20,6 +20,8 @@ LIMIT = 48 << 20
 SHAPE = (384, 1024, 1024)  # 8 times as much
 CALLS: dict[str, tuple[Any, tuple[Any, ...], dict[str, Any]]] = {
     "opening": (qorn.opening, (qorn.ball(3),), {}),
+    "top-hat": (qorn.white_tophat, (qorn.connectivity(26, 3),), {}),
+    "large disk": (qorn.closing, (qorn.disk(20),), {}),
     "gradient": (qorn.gradient, (qorn.connectivity(26),), {}),
     "iterations": (qorn.run, ("Dilation3d",), {"numberOfIterations": 4, "neighborhood": "cube"}),
     "correlation": (qorn.correlate, (np.ones((3, 3, 3)),), {"dtype": np.float32}),
@@ -78,7 +80,7 @@ LIMITED = """
     import tiling
     where = dict(index=0, count=1, threads=1, memory={limit}, chunks=(32, 64, 64))
     tiles.run_shard(qorn.opening, {warm!r}, {warmed!r}, qorn.ball(3), **{{**where, "tile": (32, 64, 64)}})
-    plan = tiles.plan({shape!r}, (32, 64, 64), ((6, 6),) * 3, 1, {limit}, images=4)
+    plan = tiles.plan({shape!r}, (32, 64, 64), ((6, 6),) * 3, 1, {limit}, images=3)
     limit = tiling.read_status("VmData") + int(1.25 * plan.working_set)
     resource.setrlimit(resource.RLIMIT_DATA, (limit, limit))
     report = tiles.run_shard(qorn.opening, {source!r}, {target!r}, qorn.ball(3), **where)

@@ -33,7 +33,6 @@ FUNCTIONS: dict[str, Callable[..., Any]] = {one.__name__: one for one in (*_MORP
 # What a tile decides itself.
 _OWN = {"out", "threads", "max_memory", "progress", "cancel", "copy"}
 _DIFFERENCES = {"white_tophat", "black_tophat", "gradient", "WhiteTopHat", "BlackTopHat", "Gradient"}
-_COMPOSED = {"opening", "closing", "Open", "Close", *_DIFFERENCES}
 _PASSES = {"Dilation2d", "Erosion2d", "Dilation3d", "Erosion3d"}
 _CONNECTIVITY = re.compile(r"connectivity\((\d+), (\d+)\)")
 
@@ -79,8 +78,11 @@ class Job(NamedTuple):
 
     @property
     def nb_temporaries(self) -> int:
-        """Images of the size of a window that the operator may need besides its input and output."""
-        return 2 if self.name in _COMPOSED else 0 if self.name.lower().startswith("logical") else 1
+        """Images of the size of a window that the operator may need besides its input and output.
+
+        One for passes, or for rows that a step in place holds back; a gradient has an image of its own as well.
+        """
+        return 2 if self.name in ("gradient", "Gradient") else 0 if self.name.lower().startswith("logical") else 1
 
     @property
     def nb_written_plans(self) -> int:
