@@ -1,6 +1,7 @@
-"""What tiles cost: tiles.py [PART...] [--plot FILE]. Prints the time of the whole image and by tiles, with reading and writing
-apart; how the time of the processor and the memory grow with the image, at a fixed memory for each tile; and what a tile costs the scheduler, with what follows for 10 TB.
-PYTHONPATH tells where the package is; dask, distributed and zarr are needed, and matplotlib for the plot."""
+"""What tiles cost: tiles.py [PART...] [--plot FILE]. Prints the time of the whole image and by tiles, with reading and
+writing apart; how the time of the processor and the memory grow with the image, at a fixed memory for each tile; and
+what a tile costs the scheduler, with what follows for 10 TB. PYTHONPATH tells where the package is; dask, distributed
+and zarr are needed, and matplotlib for the plot."""
 
 from __future__ import annotations
 
@@ -61,7 +62,8 @@ def compare(client: Any, workers: int, folder: str) -> None:
     image = zarr.open_array(source, mode="r")[...]
     threads = qorn.get_num_threads()
     print(
-        f"{image.nbytes / MIB:.0f} MiB of uint16, {threads} threads or {workers} workers, {MEMORY / MIB:.0f} MiB a tile"
+        f"{image.nbytes / MIB:.0f} MiB of uint16, {threads} threads or {workers} workers, "
+        f"{MEMORY / MIB:.0f} MiB a tile"
     )
     for name, (function, argument) in CALLS.items():
         whole, reports = float("inf"), []
@@ -72,16 +74,17 @@ def compare(client: Any, workers: int, folder: str) -> None:
         computing = best.seconds_computing / workers
         print(
             f"{name}: whole {whole:.3f} s, {image.size / whole / 1e6:.0f} Mvoxel/s; {best.tiles} tiles, overhead "
-            f"{best.overhead:.3f}: computing {computing:.3f} s, reading {best.seconds_reading / workers:.3f} s, writing "
-            f"{best.seconds_writing / workers:.3f} s, elapsed {best.seconds:.3f} s; computing / (whole x overhead) = "
+            f"{best.overhead:.3f}: computing {computing:.3f} s, reading {best.seconds_reading / workers:.3f} s, "
+            f"writing {best.seconds_writing / workers:.3f} s, elapsed {best.seconds:.3f} s; "
+            "computing / (whole x overhead) = "
             f"{computing / whole / best.overhead:.2f}; read {best.bytes_read / MIB:.0f} MiB, written "
             f"{best.bytes_written / MIB:.0f} MiB"
         )
 
 
 def grow(client: Any, folder: str) -> list[tuple[int, float, float]]:
-    """Images of 1, 2, 4 and 8 times the size: MiB, seconds of the processor in workers, and the peak of a worker above
-    its start in MiB. Other programs disturb the time of the processor less than the time that passes."""
+    """Images of 1, 2, 4 and 8 times the size: MiB, seconds of the processor in workers, and the peak of a worker
+    above its start in MiB. Other programs disturb the time of the processor less than the time that passes."""
     rows = []
     for factor in (1, 2, 4, 8):
         source = make_source(os.path.join(folder, "in.zarr"), 128 * factor)
@@ -92,8 +95,8 @@ def grow(client: Any, folder: str) -> list[tuple[int, float, float]]:
         size = int(np.prod((128 * factor, *PLANE))) * 2 // MIB
         rows.append((size, used, peak))
         print(f"{size} MiB: {report.tiles} tiles, overhead {report.overhead:.2f}, {used:.2f} s of the processor, "
-              f"{1e3 * used / size:.2f} ms/MiB, elapsed {report.seconds:.2f} s, peak of a worker {peak:.0f} MiB above its "
-              f"start, planned {report.working_set / MIB:.0f}")  # fmt: skip
+              f"{1e3 * used / size:.2f} ms/MiB, elapsed {report.seconds:.2f} s, peak of a worker {peak:.0f} MiB "
+              f"above its start, planned {report.working_set / MIB:.0f}")  # fmt: skip
     return rows
 
 
@@ -116,8 +119,8 @@ def read_loopback() -> int:
 
 
 def measure_scheduler(client: Any, folder: str) -> None:
-    """Tiles of one small chunk: what is left is what a tile costs besides its voxels. The scheduler and the client are
-    in this process."""
+    """Tiles of one small chunk: what is left is what a tile costs besides its voxels. The scheduler and the client
+    are in this process."""
     shape, edge = (160, 160, 160), 16
     array = zarr.open_array(os.path.join(folder, "small.zarr"), mode="w", shape=shape, chunks=(edge,) * 3, dtype="u1")
     array[...] = 1
@@ -127,8 +130,8 @@ def measure_scheduler(client: Any, folder: str) -> None:
     cpu, sent = time.process_time(), read_loopback()
     report = tiles.run(*arguments, **where)
     cpu, sent = (time.process_time() - cpu) / report.tiles, (read_loopback() - sent) / report.tiles
-    print(f"{report.tiles} small tiles: {1e3 * cpu:.2f} ms of scheduler and client and {sent:.0f} bytes sent for each; "
-          f"{report.tiles / report.seconds:.0f} tiles/s")  # fmt: skip
+    print(f"{report.tiles} small tiles: {1e3 * cpu:.2f} ms of scheduler and client and {sent:.0f} bytes sent for "
+          f"each; {report.tiles / report.seconds:.0f} tiles/s")  # fmt: skip
     source = make_source(os.path.join(folder, "in.zarr"), 256)
     real = run_tiles(client, qorn.opening, qorn.ball(5), source, folder)
     busy = real.seconds_reading + real.seconds_computing + real.seconds_writing
@@ -137,7 +140,8 @@ def measure_scheduler(client: Any, folder: str) -> None:
     count = -(-total // tile)
     print(f"10 TB in tiles of 512 MiB: {count} tasks, {count * cpu:.0f} s of scheduler and client, "
           f"{count * sent / MIB:.0f} MiB of messages; an opening takes a worker {tile / speed:.0f} s a tile at "
-          f"{speed / MIB:.0f} MiB/s, so that the scheduler is busy with {tile / speed / cpu:.0f} workers")  # fmt: skip
+          f"{speed / MIB:.0f} MiB/s, so that the scheduler is busy with "
+          f"{tile / speed / cpu:.0f} workers")  # fmt: skip
 
 
 def plot(path: str, rows: list[tuple[int, float, float]]) -> None:
@@ -155,7 +159,8 @@ def plot(path: str, rows: list[tuple[int, float, float]]) -> None:
     right.plot(sizes, [row[2] for row in rows], "o-")
     right.axhline(MEMORY / MIB, linestyle="--", color="gray", label="memory=")
     right.set_ylabel("peak of a worker, MiB")
-    right.set_ylim(0)
+    right.set_ylim(0, 1.25 * MEMORY / MIB)
+    left.set_yscale("log", base=2)
     right.legend()
     for axes in (left, right):
         axes.set_xscale("log", base=2)

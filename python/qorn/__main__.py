@@ -13,8 +13,8 @@ from .footprints import Footprint
 
 _ELEMENT_FUNCTIONS = ("dilation", "erosion", "opening", "closing", "white_tophat", "black_tophat", "gradient")
 _EPILOG = """FUNCTION is dilation, erosion, opening, closing, white_tophat, black_tophat, gradient, correlate,
-logical, extrema, or the name of an operator, which has its properties as NAME=VALUE. A run that was ended goes on if it is
-started again with the same arguments."""
+logical, extrema, or the name of an operator, which has its properties as NAME=VALUE. A run that was ended goes on
+if it is started again with the same arguments."""
 
 
 def _parse_shard(text: str) -> tuple[int, int]:

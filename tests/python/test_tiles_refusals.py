@@ -252,6 +252,29 @@ def test_a_worker_without_the_package(source: str, tmp_path: pathlib.Path) -> No
                 worker.terminate()
 
 
+WITHOUT = """
+    import sys
+    for module in ("zarr", "dask", "distributed"):
+        sys.modules[module] = None
+    import qorn
+    from qorn import tiles
+    print(tiles.run("opening", sys.argv[1], sys.argv[2], qorn.disk(2), workers=0).complete)
+    try:
+        tiles.run("opening", sys.argv[1], sys.argv[3], qorn.disk(2), workers=1)
+    except ImportError as error:
+        print(error)
+"""
+
+
+def test_files_need_no_other_package(tmp_path: pathlib.Path) -> None:
+    np.save(tmp_path / "in.npy", IMAGE)
+    places = [str(tmp_path / name) for name in ("in.npy", "out.npy", "other.npy")]
+    command = [sys.executable, "-B", "-c", textwrap.dedent(WITHOUT), *places]
+    said = subprocess.run(command, capture_output=True, text=True, check=True).stdout
+    assert said.startswith("True\nworkers need dask and distributed"), said
+    tiling.check_same(np.load(places[1]), qorn.opening(IMAGE, DISK))
+
+
 class Answers:
     """A client whose workers give these answers."""
 

@@ -92,9 +92,13 @@ def _close(cluster: Any) -> None:
 @contextlib.contextmanager
 def start_cluster(workers: int) -> Iterator[Any]:
     """A client of new workers on this machine, each a process with one thread for tiles."""
-    import dask
-    from distributed import Client, LocalCluster
-
+    try:
+        import dask
+        from distributed import Client, LocalCluster
+    except ImportError as error:
+        raise ImportError(
+            "workers need dask and distributed; workers=0 works in this process, without them"
+        ) from error
     _refuse_in_worker()
     with contextlib.ExitStack() as stack:
         folder = stack.enter_context(tempfile.TemporaryDirectory(prefix="qorn-", ignore_cleanup_errors=True))
