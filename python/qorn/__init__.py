@@ -8,6 +8,8 @@ Arrays aren't copied: an operator reads and writes them where they lie. docs/pyt
 """
 
 import atexit as _atexit
+from importlib import import_module as _import_module
+from typing import TYPE_CHECKING as _TYPE_CHECKING
 
 from . import _core
 from ._core import Cancelled, CancelToken, Error
@@ -78,3 +80,11 @@ __all__ = [
 
 # A thread that comes back from a call when the interpreter has ended would end the process.
 _atexit.register(_core.end_calls)
+
+if not _TYPE_CHECKING:
+
+    def __getattr__(name: str) -> object:
+        """Parts of the package that aren't needed by all, when they are first named."""
+        if name in ("tiles", "dask"):
+            return _import_module(f".{name}", __name__)
+        raise AttributeError(f"module {__name__!r} has no attribute {name!r}")

@@ -44,7 +44,7 @@ def check_image(image: Any) -> None:
     """Raises TypeError for what is no array of an image's type."""
     if not isinstance(image, np.ndarray):
         kind = f"{type(image).__module__}.{type(image).__qualname__}"
-        hint = "; dask.array.map_overlap with qorn.margins serves these" if kind.startswith("dask") else ""
+        hint = "; qorn.dask has functions for these" if kind.startswith("dask") else ""
         raise TypeError(f"an image is a numpy.ndarray, not {kind}{hint}")
     if isinstance(image, np.ma.MaskedArray):
         raise TypeError("the mask of a masked array would be ignored; fill it first, for example by filled()")

@@ -8,7 +8,7 @@ from . import _core
 from ._arrays import get_axes
 from ._call import DESCRIPTIONS
 from .footprints import Pairs
-from .operators import run
+from .operators import run, set_values
 
 
 def margins(
@@ -23,10 +23,12 @@ def margins(
     ((0, 0), (3, 3))
     >>> margins(run, "ErosionBall3d", radius=2, ndim=4)
     ((0, 0), (2, 2), (2, 2), (2, 2))
+    >>> margins(run, "DilationElement3d", element=line(4, 0), ndim=2)
+    ((0, 0), (1, 2))
     """
     names = get_axes(axes, ndim)
     if function is run:
-        name, properties = str(args[0]), keywords
+        name, properties = str(args[0]), set_values(keywords)
     elif function in DESCRIPTIONS:
         name, properties = DESCRIPTIONS[function](*args, **keywords)
     else:

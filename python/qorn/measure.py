@@ -30,6 +30,31 @@ def read_results(results: dict[str, tuple[tuple[int, int, int], bytes]]) -> dict
     return {name: np.frombuffer(values, np.float64).reshape(shape) for name, (shape, values) in results.items()}
 
 
+def check_per(per: str, names: str) -> None:
+    if not set(per) <= set(_DIMENSIONS) & set(names) or len(set(per)) != len(per):
+        raise ValueError(f"per={per!r}: any of Z, T and C, once, that the image has; its axes are {names}")
+
+
+def get_dimensions(per: str) -> str:
+    """What the operator calls the axes."""
+    return ",".join(_DIMENSIONS[letter] for letter in per) or "none"
+
+
+def make_extrema(
+    results: dict[str, NDArray[np.float64]], per: str, names: str, shape: tuple[int, ...], dtype: Any
+) -> Extrema:
+    """The results of the operator for an image with these axes, as `extrema()` returns them."""
+    if np.any(results["minimum"] > results["maximum"]):
+        raise ValueError("there is no number among the voxels")
+    order = [list(_DIMENSIONS).index(letter) for letter in names if letter in per]
+    others = [axis for axis in range(3) if axis not in order]
+    counts = [shape[names.index(letter)] for letter in names if letter in per]
+    low, high = (
+        results[name].transpose(order + others).reshape(counts).astype(dtype) for name in ("minimum", "maximum")
+    )
+    return Extrema(low, high) if per else Extrema(low[()], high[()])
+
+
 def extrema(
     image: NDArray[Any], per: str = "", *, axes: Optional[str] = None, threads: Optional[int] = None,
     progress: Progress = None, cancel: Token = None, copy: Optional[bool] = None,
@@ -48,26 +73,14 @@ def extrema(
     check_image(image)
     names = get_axes(axes, image.ndim)
     components = get_components(axes, image.ndim)
-    if not set(per) <= set(_DIMENSIONS) & set(names) or len(set(per)) != len(per):
-        raise ValueError(f"per={per!r}: any of Z, T and C, once, that the image has; its axes are {names}")
+    check_per(per, names)
     if image.size == 0:
         raise ValueError("an image without voxels has no extrema")
     given = prepare_input(image, components, copy)
-    asked = ",".join(_DIMENSIONS[letter] for letter in per) or "none"
-    found = _call.run(
-        "IntensityExtrema", (given,), components, {"analysisDimensions": asked}, threads, None, progress, cancel
-    )
+    properties = {"analysisDimensions": get_dimensions(per)}
+    found = _call.run("IntensityExtrema", (given,), components, properties, threads, None, progress, cancel)
     assert found is not None
-    results = read_results(found)
-    if np.any(results["minimum"] > results["maximum"]):
-        raise ValueError("there is no number among the voxels")
-    order = [list(_DIMENSIONS).index(letter) for letter in names if letter in per]
-    others = [axis for axis in range(3) if axis not in order]
-    counts = [image.shape[names.index(letter)] for letter in names if letter in per]
-    low, high = (
-        results[name].transpose(order + others).reshape(counts).astype(given.dtype) for name in ("minimum", "maximum")
-    )
-    return Extrema(low, high) if per else Extrema(low[()], high[()])
+    return make_extrema(read_results(found), per, names, image.shape, given.dtype)
 
 
 def _describe(per: str = "") -> tuple[str, dict[str, Any]]:

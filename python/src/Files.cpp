@@ -2,6 +2,7 @@
 #include <pybind11/stl.h>
 
 #include <algorithm>
+#include <array>
 #include <memory>
 #include <string>
 #include <utility>
@@ -12,6 +13,7 @@
 #include "qorn/io/FileError.h"
 #include "qorn/io/ImageFile.h"
 #include "qorn/io/OutputImage.h"
+#include "qorn/io/WindowReader.h"
 
 // Image files, by the program's own readers and writers. A module of its own: the libraries of the formats take
 // longer to load than everything else.
@@ -70,6 +72,76 @@ bool isInterrupted() {
   py::gil_scoped_acquire const locked;
   return PyErr_Occurred() != nullptr || PyErr_CheckSignals() != 0;
 }
+
+/** A range of positions along an axis. */
+using Range = std::pair<long, long>;
+
+/** A file that is read in parts, with the ranges of the axes of its array. */
+class Windows {
+ public:
+  explicit Windows(std::string const& path) : m_reader(io::WindowReader::open(path, isInterrupted)) {}
+
+  io::ImageHeader const& getHeader() const { return m_reader->getHeader(); }
+
+  /** Fills an array in C order that has the sizes of the ranges. */
+  void read(std::vector<Range> const& ranges, py::buffer const& array) const {
+    py::buffer_info const info = array.request(true);
+    std::array<Range, pxl::cNbComponents> all = checkRanges(ranges);
+    unsigned long stackBytes = pxl::helper::getSizeOf(getHeader().type);
+    for (int i = 0; i < cNbSpatialAxes; ++i) {
+      auto const [begin, end] = all[static_cast<std::size_t>(i)];
+      stackBytes *= static_cast<unsigned long>(end - begin);
+    }
+    auto const [firstTime, lastTime] = all[pxl::cSequence];
+    auto const [firstChannel, lastChannel] = all[pxl::cSpectralSeries];
+    auto const nbStacks = static_cast<unsigned long>((lastTime - firstTime) * (lastChannel - firstChannel));
+    if (PyBuffer_IsContiguous(info.view(), 'C') == 0 ||
+        static_cast<unsigned long>(info.size * info.itemsize) != stackBytes * nbStacks) {
+      throw py::value_error("the array hasn't the sizes of the ranges");
+    }
+    auto* target = static_cast<char*>(info.ptr);
+    try {
+      py::gil_scoped_release const unlocked;
+      for (long channel = firstChannel; channel < lastChannel; ++channel) {
+        for (long time = firstTime; time < lastTime; ++time, target += stackBytes) {
+          all[pxl::cSequence] = {time, time + 1};
+          all[pxl::cSpectralSeries] = {channel, channel + 1};
+          m_reader->read(makeRegion(all), target);
+        }
+      }
+    } catch (pxl::ExceptionCancelation const&) {
+      throw py::error_already_set();
+    }
+  }
+
+ private:
+  static constexpr int cNbSpatialAxes = 3;
+
+  /** The ranges in the order of pxl::Components. */
+  std::array<Range, pxl::cNbComponents> checkRanges(std::vector<Range> const& ranges) const {
+    if (ranges.size() != static_cast<std::size_t>(getHeader().rank)) throw py::value_error("a range for each axis");
+    std::array<Range, pxl::cNbComponents> all;
+    all.fill({0, 1});
+    std::copy(ranges.rbegin(), ranges.rend(), all.begin());
+    for (std::size_t i = 0; i < all.size(); ++i) {
+      auto const [begin, end] = all[i];
+      if (begin < 0 || begin >= end || static_cast<unsigned long>(end) > getHeader().sizes[i]) {
+        throw py::value_error("a range is empty or beyond the image");
+      }
+    }
+    return all;
+  }
+
+  static pxl::access::Region makeRegion(std::array<Range, pxl::cNbComponents> const& all) {
+    auto const begin = [&all](pxl::Components i) { return all[i].first; };
+    auto const end = [&all](pxl::Components i) { return all[i].second; };
+    return {begin(pxl::cRows),           end(pxl::cRows),          begin(pxl::cColumns),  end(pxl::cColumns),
+            begin(pxl::cPlans),          end(pxl::cPlans),         begin(pxl::cSequence), end(pxl::cSequence),
+            begin(pxl::cSpectralSeries), end(pxl::cSpectralSeries)};
+  }
+
+  std::unique_ptr<io::WindowReader> m_reader;
+};
 
 /** The header for an array: that of another file as far as it fits, or a new one. */
 io::ImageHeader makeHeader(std::string const& path, py::buffer_info const& info, io::ImageHeader const* like) {
@@ -133,6 +205,10 @@ PYBIND11_MODULE(_files, module) {
   py::class_<Voxels>(module, "Voxels", py::buffer_protocol())
       .def_buffer(getBuffer)
       .def_property_readonly("header", [](Voxels const& voxels) { return voxels.file.header; });
+  py::class_<Windows>(module, "Windows")
+      .def(py::init<std::string const&>(), py::arg("path"))
+      .def_property_readonly("header", &Windows::getHeader)
+      .def("read", &Windows::read, py::arg("ranges"), py::arg("array"));
   module.def("read_header", io::readImageHeader, py::arg("path"));
   module.def("read", readFile, py::arg("path"), py::arg("max_compressed_voxels"));
   module.def("write", writeFile, py::arg("path"), py::arg("array"), py::arg("like"), py::arg("replace"));

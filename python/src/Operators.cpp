@@ -137,6 +137,9 @@ void addOperators(py::module_& module) {
         return getOffsetBytes(makeAlgorithm(name, properties)->getOffsets());
       },
       py::arg("name"), py::arg("properties"));
+  module.def(
+      "written_plans", [](std::string const& name) { return findRecord(name).create()->getMaxNumOfWrittenPlans(); },
+      py::arg("name"));
   module.def("core_count", getNbCores);
   module.def("release_memory", pxl::releaseTemporaries);
 }

@@ -18,7 +18,7 @@ WRONG = [
     ("x: int = q.gradient(np.zeros((3, 3), np.int8), q.disk(1))", "uint8|unsignedinteger"),
 ]
 # Classes of C++, whose metaclass is another one. Their members are compared all the same.
-CLASSES = ["_core.Call", "_core.CancelToken", "_core.Element", "_files.Header", "_files.Voxels"]
+CLASSES = ["_core.Call", "_core.CancelToken", "_core.Element", "_files.Header", "_files.Voxels", "_files.Windows"]
 
 
 def run(*arguments: str) -> "tuple[int, str]":

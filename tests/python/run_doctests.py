@@ -25,10 +25,12 @@ NAMES = {name: getattr(qorn, name) for name in qorn.__all__}
 def run_package() -> "tuple[int, int]":
     """The examples of all functions, each of which has some. Returns how many there are and how many fail."""
     nb_examples = nb_failed = 0
-    names = ["qorn", *(f"qorn.{one.name}" for one in pkgutil.iter_modules(qorn.__path__))]
+    names = ["qorn", *(one.name for one in pkgutil.walk_packages(qorn.__path__, "qorn."))]
     for name in names:
+        if name == "qorn.dask" and importlib.util.find_spec("dask") is None:
+            continue
         module = importlib.import_module(name)
-        results = doctest.testmod(module, extraglobs={**NAMES, "np": np, "qorn": qorn})
+        results = doctest.testmod(module, extraglobs={**NAMES, "np": np, "qorn": qorn, "tiles": qorn.tiles})
         nb_failed, nb_examples = nb_failed + results.failed, nb_examples + results.attempted
     for name, value in NAMES.items():
         if name[0].islower() and ">>>" not in (value.__doc__ or ""):

@@ -4,11 +4,16 @@ the modules, with commas between them, is missing."""
 import importlib.util
 import sys
 
-missing = [name for name in sys.argv[1].split(",") if importlib.util.find_spec(name) is None]
-if missing:
-    print(f"not installed: {', '.join(missing)}")
-    sys.exit(77)
 
-import pytest  # noqa: E402
+def main() -> int:
+    missing = [name for name in sys.argv[1].split(",") if importlib.util.find_spec(name) is None]
+    if missing:
+        print(f"not installed: {', '.join(missing)}")
+        return 77
+    import pytest
 
-sys.exit(pytest.main(sys.argv[2:]))
+    return int(pytest.main(sys.argv[2:]))
+
+
+if __name__ == "__main__":  # processes that tests start import this file
+    sys.exit(main())

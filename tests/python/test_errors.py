@@ -67,7 +67,7 @@ CALLS: dict[str, tuple[type[Exception], str, Callable[[Any], Any]]] = {
     "object": (TypeError, "float64", lambda out: qorn.dilation(IMAGE.astype(object), FOOTPRINT, out)),
     "masked": (TypeError, "masked", lambda out: qorn.dilation(np.ma.masked_array(IMAGE), FOOTPRINT, out)),
     "a list": (TypeError, "list", lambda out: qorn.dilation(IMAGE.tolist(), FOOTPRINT, out)),
-    "dask": (TypeError, "map_overlap", lambda out: qorn.dilation(Dask(), FOOTPRINT, out)),
+    "dask": (TypeError, "qorn.dask", lambda out: qorn.dilation(Dask(), FOOTPRINT, out)),
     "one axis": (ValueError, "2 to 5", lambda out: qorn.dilation(IMAGE[0], FOOTPRINT, out)),
     "six axes": (ValueError, "2 to 5", lambda out: qorn.dilation(np.zeros((1,) * 6, np.uint8), FOOTPRINT, out)),
     "axes twice": (ValueError, "once", lambda out: qorn.dilation(IMAGE, FOOTPRINT, out, axes="YY")),

@@ -136,9 +136,9 @@ class TiffWindows final : public WindowReader {
     TIFFGetFieldDefaulted(file.get(), TIFFTAG_SAMPLESPERPIXEL, &samples);
     TIFFGetFieldDefaulted(file.get(), TIFFTAG_BITSPERSAMPLE, &bits);
     TIFFGetFieldDefaulted(file.get(), TIFFTAG_FILLORDER, &fillOrder);
-    if (compression != COMPRESSION_NONE) file.fail("is compressed; with --memory it must not be");
+    if (compression != COMPRESSION_NONE) file.fail("is compressed; a file that is read in windows must not be");
     if (samples != 1 || bits % 8 != 0 || fillOrder != FILLORDER_MSB2LSB) {
-      file.fail("with --memory only pixels of one sample of whole bytes are read");
+      file.fail("has pixels that aren't one sample of whole bytes; a file that is read in windows must have these");
     }
   }
 
@@ -201,7 +201,7 @@ class TiffWindows final : public WindowReader {
 std::unique_ptr<WindowReader> openNpy(std::unique_ptr<CancellableFile> file) {
   NpyHeader const npy = readNpyHeader(file->get());
   if (npy.isFortranOrder) {
-    throw FileError(file->get().getPath(), "data in Fortran order can't be read in windows, as --memory does");
+    throw FileError(file->get().getPath(), "data in Fortran order can't be read in windows");
   }
   ImageHeader header = readNpyImageHeader(file->get());
   return std::make_unique<PlainReader>(std::move(file), std::move(header), PlainData{npy.dataOffset, npy.isSwapped});
@@ -231,7 +231,7 @@ std::unique_ptr<WindowReader> WindowReader::open(std::string const& path, bool (
   std::string_view const suffix = findFormat(path).suffix;
   for (WindowFormat const& format : cFormats)
     if (format.suffix == suffix) return format.open(std::move(file));
-  throw FileError(path, "compressed files can't be read in windows, as --memory does");
+  throw FileError(path, "compressed files can't be read in windows");
 }
 
 }  // namespace qorn::io
