@@ -83,7 +83,7 @@ void addType(std::string const& type) {
        {Element{"square", "connectivity(8)"}, Element{"cross", "connectivity(4)"}, Element{"disk_r3", "disk(3)"},
         Element{"disk_r10", "disk(10)"}, Element{"box_21x21", "box(21, 21)"}, Element{"line_21", "line(21, 0)"}}) {
     StructuringElement const parsed = StructuringElement::parse(element.text);
-    std::string const end = "/" + type + "/4096x4096/" + element.name + "/by_";
+    std::string const end = "/" + type + "/4096x4096/" + element.name + "/relative_to_";
 #ifdef PXLWORKS_HAVE_OPENCV
     add<T>("Open" + end + "opencv_morphologyEx", sizes, parsed, makeOurs<Open>,
            [](Case const& one) { return makeOpenCv<T>(one, cv::MORPH_OPEN); });

@@ -27,7 +27,7 @@ std::shared_ptr<Algorithm> makeAlgorithm(ImagePointer const& input, ImagePointer
 
 template <class Erosion, class Dilation, class T>
 void addPairOf(char const* name, char const* type, pxl::ImageSizes const& sizes) {
-  addPair(std::string(name) + "/" + type + "/by_its_dilation", 2, [=] {
+  addPair(std::string(name) + "/" + type + "/relative_to_its_dilation", 2, [=] {
     ImagePointer const input = makeImage<T>(sizes), output = pxl::Image::New(cType<T>, sizes);
     auto const erosion = makeAlgorithm<Erosion>(input, output);
     auto const dilation = makeAlgorithm<Dilation>(input, output);

@@ -83,7 +83,7 @@ template <class T>
 void addCase(std::string const& type, std::string const& size, pxl::ImageSizes const& sizes, std::string const& shape,
              Taps const& taps) {
   std::string const prefix = std::string("FiniteImpulseResponseFilter") + (taps.planReach > 0 ? "3D/" : "2D/") +
-                             type + "/" + size + "/" + shape + "/by_";
+                             type + "/" + size + "/" + shape + "/relative_to_";
   for (int nbThreads : {1, 2}) {
     auto const add = [&](char const* peer, Side (*makeTheirs)(Case const&)) {
       addPair(prefix + peer, nbThreads, [=] {

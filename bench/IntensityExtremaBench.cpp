@@ -107,7 +107,7 @@ Side makeOpenCv(ImagePointer image) {
 template <class T>
 void addType(char const* type, char const* size, ImageSizes const& sizes) {
   for (int nbThreads : {1, 2}) {
-    std::string const prefix = std::string("IntensityExtrema/") + type + "/" + size + "/by_";
+    std::string const prefix = std::string("IntensityExtrema/") + type + "/" + size + "/relative_to_";
     auto const add = [&](char const* peer, Side (*makeTheirs)(ImagePointer)) {
       addPair(prefix + peer, nbThreads, [sizes, makeTheirs] {
         auto image = makeImage<T>(sizes);

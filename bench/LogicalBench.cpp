@@ -147,7 +147,7 @@ Side makeOpenCv(Case const& one) {
 template <class T>
 void addCase(std::string const& type, std::string const& size, ImageSizes const& sizes, bool isWithImage) {
   std::string const prefix =
-      std::string("LogicalOperationWith") + (isWithImage ? "Image/" : "Value/") + type + "/" + size + "/by_";
+      std::string("LogicalOperationWith") + (isWithImage ? "Image/" : "Value/") + type + "/" + size + "/relative_to_";
   for (int nbThreads : {1, 2}) {
     auto const add = [&](char const* peer, Side (*makeTheirs)(Case const&)) {
       addPair(prefix + peer, nbThreads, [=] {

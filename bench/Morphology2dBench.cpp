@@ -61,7 +61,7 @@ template <class T>
 void addCase(std::string const& type, std::string const& size, ImageSizes const& sizes, bool isSquare,
              unsigned int nbIterations) {
   std::string const prefix = "Dilation2d/" + type + "/" + size + "/" + (isSquare ? "square" : "cross") +
-                             "/iterations_" + std::to_string(nbIterations) + "/by_";
+                             "/iterations_" + std::to_string(nbIterations) + "/relative_to_";
   for (int nbThreads : {1, 2}) {
     auto const add = [&](char const* peer, Side (*makeTheirs)(Case const&)) {
       addPair(prefix + peer, nbThreads, [=] {

@@ -104,8 +104,8 @@ template <class T>
 void addCase(std::string const& volume, std::function<ImagePointer()> const& makeInput, int neighborhood,
              unsigned int nbIterations) {
   char const* const names[] = {"faces_6", "edges_18", "cube_26"};
-  std::string const prefix =
-      "Dilation3d/" + volume + "/" + names[neighborhood] + "/iterations_" + std::to_string(nbIterations) + "/by_";
+  std::string const prefix = "Dilation3d/" + volume + "/" + names[neighborhood] + "/iterations_" +
+                             std::to_string(nbIterations) + "/relative_to_";
   for (int nbThreads : {1, 2}) {
     auto const add = [&](char const* peer, Side (*makeTheirs)(Case const&)) {
       addPair(prefix + peer, nbThreads, [=] {

@@ -173,7 +173,7 @@ void addPairs(std::string const& name, ImageSizes const& sizes, Shape const& sha
               MakeSide makeTheirs, int nbPairs = cNbPairs) {
   for (int nbThreads : {1, 2})
     addPair(
-        name + "/" + shape.name + "/by_" + peer, nbThreads,
+        name + "/" + shape.name + "/relative_to_" + peer, nbThreads,
         [=] {
           Case const one{makeImage<T>(sizes), pxl::Image::New(cType<T>, sizes), shape};
           return Pair{makeOurs(one), makeTheirs(one)};
