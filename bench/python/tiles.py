@@ -1,7 +1,7 @@
-"""What tiles cost: tiles.py [PART...] [--plot FILE]. Prints the time of the whole image and by tiles, with reading and
-writing apart; how the time of the processor and the memory grow with the image, at a fixed memory for each tile; and
-what a tile costs the scheduler, with what follows for 10 TB. PYTHONPATH tells where the package is; dask, distributed
-and zarr are needed, and matplotlib for the plot."""
+"""What tiles cost: tiles.py [PART...] [--plot FILE]. Prints the time of the whole image and by tiles, with reading
+and writing apart; how the time of the processor and the memory grow with the image, at a fixed memory for each
+tile; and what a tile costs the scheduler, with what follows for 10 TB. PYTHONPATH tells where the package is;
+dask, distributed and zarr are needed, and matplotlib for the plot."""
 
 from __future__ import annotations
 

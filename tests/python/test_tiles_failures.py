@@ -353,3 +353,28 @@ def test_broken_chunks_are_deleted(source: str, tmp_path: pathlib.Path, expected
     start(odd, target, workers=0)
     tiling.check_same(tiling.load(target), qorn.opening(IMAGE[:115, :120, :150], FOOTPRINT))
     assert not [name for name in os.listdir(target) if name.endswith(".partial")]
+
+
+def test_workers_that_could_not_start_are_started_again(monkeypatch: pytest.MonkeyPatch) -> None:
+    """On a computer that is very busy a start may take too long; the next one doesn't."""
+    from qorn.tiles import _engine
+
+    class Cluster:
+        nb_asked = 0
+
+        def scale(self, workers: int) -> None:
+            self.nb_asked += 1
+
+    class Client:
+        def nthreads(self) -> dict[str, int]:
+            return {"tcp://0": 1, "tcp://1": 1} if cluster.nb_asked >= 3 else {}
+
+    cluster = Cluster()
+    monkeypatch.setattr(_engine, "_SCALE_SECONDS", 0.1)
+    _engine._wait_for_workers(Client(), cluster, 2, "nowhere")
+    assert cluster.nb_asked == 3
+    monkeypatch.setattr(_engine, "_START_SECONDS", 0.3)
+    _engine._wait_for_workers(Client(), cluster, 3, "nowhere")  # some are better than none
+    cluster.nb_asked = -100
+    with pytest.raises(qorn.Error, match="no worker"):
+        _engine._wait_for_workers(Client(), cluster, 3, "nowhere")

@@ -179,6 +179,7 @@ def run(
     if manifest.is_complete:
         raise FileExistsError(f"{manifest.target}: exists; resume=False replaces it")
     count = _Count(manifest, progress, os.path.basename(manifest.target))
+    started = nb_workers if client is None else 0
     with contextlib.ExitStack() as stack:
         for index, stage in enumerate(manifest.stages):
             marked = manifest.get_marked(index)
@@ -194,7 +195,7 @@ def run(
                 if client is None:
                     _engine.work_here(order, left, count.note)
                 else:
-                    _engine.work_there(client, order, left, count.note)
+                    _engine.work_there(client, order, left, count.note, started)
             finally:
                 count.nb_retried += order.nb_retries
             if index > 0:

@@ -29,6 +29,8 @@ _POLL_SECONDS = 0.05
 _COUNT_SECONDS = 1.0  # between two counts of the workers
 _PATIENCE_SECONDS = 5.0  # for tiles to end after a cancel
 _CLOSE_SECONDS = 5.0
+_START_SECONDS = 120.0
+_SCALE_SECONDS = 5.0
 # What another try doesn't change.
 _FINAL = (TypeError, ValueError, ImportError, _core.Cancelled)
 
@@ -89,6 +91,25 @@ def _close(cluster: Any) -> None:
         cluster.close(timeout=_CLOSE_SECONDS)
 
 
+def _wait_for_workers(client: Any, cluster: Any, workers: int, folder: str) -> None:
+    """Until all workers are there or, on a computer that is very busy, some."""
+    start = next_scale = time.monotonic()
+    while len(client.nthreads()) < workers:
+        now = time.monotonic()
+        if os.path.exists(os.path.join(folder, "refused")):
+            for nanny in list(getattr(cluster, "_created", ())):  # it would start one process after the other
+                nanny.auto_restart = False
+            raise _core.Error(_GUARD)
+        if now - start > _START_SECONDS:
+            if client.nthreads():
+                return
+            raise _core.Error(f"no worker has started within {_START_SECONDS:.0f} s")
+        if now >= next_scale:  # starts those again that could not start
+            cluster.scale(workers)
+            next_scale = now + _SCALE_SECONDS
+        time.sleep(_POLL_SECONDS)
+
+
 @contextlib.contextmanager
 def start_cluster(workers: int) -> Iterator[Any]:
     """A client of new workers on this machine, each a process with one thread for tiles."""
@@ -112,13 +133,7 @@ def start_cluster(workers: int) -> Iterator[Any]:
         )  # fmt: skip
         stack.callback(_close, cluster)
         client = stack.enter_context(Client(cluster))
-        cluster.scale(workers)
-        while len(client.nthreads()) < workers:
-            if os.path.exists(os.path.join(folder, "refused")):
-                for nanny in list(getattr(cluster, "_created", ())):  # it would start one process after the other
-                    nanny.auto_restart = False
-                raise _core.Error(_GUARD)
-            time.sleep(_POLL_SECONDS)
+        _wait_for_workers(client, cluster, workers, folder)
         yield client
 
 
@@ -140,8 +155,9 @@ def get_worker_threads(workers: int) -> int:
     return max(1, get_num_threads() // workers)
 
 
-def work_there(client: Any, order: Order, tiles: Iterable[int], note: Note) -> None:
-    """Does the tiles on the workers of a client. Only a few are with the scheduler at a time."""
+def work_there(client: Any, order: Order, tiles: Iterable[int], note: Note, started: int = 0) -> None:
+    """Does the tiles on the workers of a client. Only a few are with the scheduler at a time. `started`: how many
+    workers were started for this, and are started again if none is left."""
     check_workers(client)
     attempt = uuid.uuid4().hex
     waiting = deque(tiles)
@@ -153,6 +169,8 @@ def work_there(client: Any, order: Order, tiles: Iterable[int], note: Note) -> N
             if time.monotonic() >= next_count:
                 most = 2 * count_threads(client)
                 next_count = time.monotonic() + _COUNT_SECONDS
+                if started and not client.nthreads():
+                    client.cluster.scale(started)
             while waiting and len(running) < most:
                 tile = waiting.popleft()
                 future = _submit(client, order.get_arguments(tile, attempt))
