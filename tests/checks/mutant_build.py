@@ -177,7 +177,8 @@ class MutantBuild:
         for entry in entries:
             words = shlex.split(entry["command"])
             made = words[words.index("-o") + 1]
-            target = re.search(r"CMakeFiles/([^/]+)\.dir/", made).group(1)
+            # The bodies are named after their compile options, too.
+            target = re.search(r"CMakeFiles/(pxlworks_plugin_bodies|[^/]+)\w*\.dir/", made).group(1)
             if target in LIBRARIES or target in SHARED or target.startswith("test_"):
                 self.units[made] = target, os.path.realpath(entry["file"]), words
 
@@ -213,9 +214,8 @@ class MutantBuild:
         return self.units[replaced][0] in [*SHARED, *programs]
 
     def loads(self, program, plugin):
-        """Whether a program has been compiled with the plug-in's path."""
-        return any(target == program and LIBRARIES[plugin] in " ".join(words)
-                   for target, _, words in self.units.values())
+        """Whether a program is built after the plug-in."""
+        return LIBRARIES[plugin] in self.ninja("query", f"bin/{program}")
 
     def compile(self, replaced):
         """Compiles an object's unit; gives the object made in its place."""
