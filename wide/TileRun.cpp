@@ -10,6 +10,10 @@ namespace {
 using Kinds = FoldNode::Kinds;
 constexpr long cForever = std::numeric_limits<long>::max();
 constexpr long cNbRowsAtOnce = 8;
+// Voxels that are folded before the host is asked again whether the run goes on: about a millisecond. A slab of a
+// volume and a large element takes hundreds, and so may the preparation of rings.
+constexpr long cMaxNbUnwatched = 1 << 21;
+constexpr long cPageFault = 1 << 12;  ///< voxels in the same time
 
 // Rows of one node as a tap of another one sees them.
 struct TapPlace {
@@ -54,6 +58,8 @@ class TileRun {
   void prepare();
   TapPlace makePlace(int node, long dx, long firstCol) const;
   bool isSpecialUpTo(long endSlab);
+  /** Asks the host from time to time whether the run goes on. */
+  void noteWork(long nbVoxels);
   void copyUpTo(long endSlab);
   char const* getSourceRow(long slab, long row) const;
   void computeSlabs(Node& node, long firstSlab, long endSlab);
@@ -76,6 +82,7 @@ class TileRun {
   std::vector<char const*> m_rows;
   std::vector<long> m_strides;
   long m_nextCopied = 0;
+  long m_nbUnwatched = 0;  ///< since the host was last asked
   long m_nextSeen = 0;
 };
 
@@ -118,6 +125,8 @@ void TileRun::prepare() {
         char* const begin = m_scratch + ring.offset + slot * ring.slabStride + row * ring.rowStride;
         m_kernels.fillNeutral(begin, nbBefore);
         m_kernels.fillNeutral(begin + (nbBefore + node.nbCols) * m_kernels.voxelSize, nbAfter);
+        // The row is touched for the first time, which takes far longer than its values.
+        noteWork(cPageFault);
       }
   }
   m_rows.resize(nbRows);
@@ -205,6 +214,13 @@ void TileRun::copyUpTo(long endSlab) {
       std::memcpy(getOwnRow(image, m_nextCopied, row), getSourceRow(m_nextCopied, row), nbBytes);
 }
 
+void TileRun::noteWork(long nbVoxels) {
+  m_nbUnwatched += nbVoxels;
+  if (m_nbUnwatched < cMaxNbUnwatched) return;
+  m_nbUnwatched = 0;
+  m_host.step(0);
+}
+
 void TileRun::foldSlab(Node& node, long slab) {
   SlabBox const& computed = node.ring->computed;
   long const nbTaps = static_cast<long>(node.taps.size());
@@ -220,6 +236,7 @@ void TileRun::foldSlab(Node& node, long slab) {
     m_kernels.fold(m_rows.data(), m_strides.data(), nbTaps, getOwnRow(node, slab, row), node.own.rowStride, nbRows,
                    node.nbCols);
     row += nbRows;
+    noteWork(nbTaps * nbRows * node.nbCols);
   }
 }
 
