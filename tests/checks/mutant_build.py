@@ -175,6 +175,8 @@ class MutantBuild:
         with open(os.path.join(self.build, "compile_commands.json"), encoding="utf-8") as file:
             entries = json.load(file)
         for entry in entries:
+            if "cmake_pch" in entry["file"]:
+                continue  # a precompiled header
             words = shlex.split(entry["command"])
             made = words[words.index("-o") + 1]
             # The bodies are named after their compile options, too.
