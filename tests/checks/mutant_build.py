@@ -190,7 +190,12 @@ class MutantBuild:
         objects = [made for made, (_, source, _) in self.units.items() if source in sources]
         for record in self.ninja("deps", *objects).strip().split("\n\n"):
             made, *files = record.split("\n")
-            self.shared[made.split(":")[0]] = {os.path.realpath(os.path.join(self.build, file.strip()))
+            made = made.split(":")[0]
+            # A precompiled header stands for what it includes.
+            for word in self.units[made][2]:
+                if word.endswith("cmake_pch.hxx"):
+                    files += self.ninja("deps", f"{os.path.relpath(word, self.build)}.gch").strip().split("\n")[1:]
+            self.shared[made] = {os.path.realpath(os.path.join(self.build, file.strip()))
                                                for file in files}
 
     def ninja(self, tool, *names):
