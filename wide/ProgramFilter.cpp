@@ -9,6 +9,7 @@
 #include "Core/private/Filters/FilterCancel.h"
 #include "Core/private/Filters/RunBlocks.h"
 #include "wide/KeptRows.h"
+#include "wide/PastCaches.h"
 #include "wide/Scratch.h"
 #include "wide/Slices.h"
 
@@ -17,9 +18,15 @@ namespace {
 
 TilePlan makePlan(bool isVolume, RowKernels const& kernels, ProgramImages const& images, long slice) {
   SlabBox const image = getSliceBox(isVolume, images.source);
-  return {
-      isVolume, image,           getSlice(isVolume, images.source, slice), getSlice(isVolume, images.target, slice),
-      &kernels, images.isInPlace};
+  unsigned long nbBytes = static_cast<unsigned long>(kernels.voxelSize);
+  for (long size : images.source.sizes) nbBytes *= static_cast<unsigned long>(size);
+  return {isVolume,
+          image,
+          getSlice(isVolume, images.source, slice),
+          getSlice(isVolume, images.target, slice),
+          &kernels,
+          images.isInPlace,
+          !images.isInPlace && isLargerThanCaches(nbBytes)};
 }
 
 TileCut makeCut(ElementPrograms const& programs, RowKernels const& kernels, ProgramImages const& images) {

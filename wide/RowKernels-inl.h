@@ -8,6 +8,7 @@
 #define PXLWORKS_WIDE_ROW_KERNELS_INL_H
 #endif
 
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include "wide/RowKernels.h"
@@ -238,10 +239,28 @@ void fillNeutral(char* row, long count) {
   for (long c = 0; c < count; ++c) at<T>(row)[c] = cNeutral<P, T>;
 }
 
+inline void copyPastCaches(char const* row, char* out, long nbBytes) {
+  using Byte = unsigned char;
+  Wide<Byte> const d;
+  constexpr long L = lanesOf<Byte>();
+  long const nbBefore = (L - static_cast<long>(reinterpret_cast<unsigned long>(out) % L)) % L;
+  long c = nbBefore < nbBytes ? nbBefore : nbBytes;
+  __builtin_memcpy(out, row, static_cast<unsigned long>(c));
+  for (; c + L <= nbBytes; c += L) hn::Stream(hn::LoadU(d, at<Byte>(row + c)), d, at<Byte>(out + c));
+  __builtin_memcpy(out + c, row + c, static_cast<unsigned long>(nbBytes - c));
+}
+
 template <Polarities P, class T>
 constexpr RowKernels makeRowKernels() {
-  return {foldTaps<P, T>,    foldRowsAtOnce<P, T>,         foldBlockRow<P, T>, hasSpecialReals<T>,
-          fillNeutral<P, T>, static_cast<long>(sizeof(T)), lanesOf<T>()};
+  return {foldTaps<P, T>,
+          foldRowsAtOnce<P, T>,
+          foldBlockRow<P, T>,
+          hasSpecialReals<T>,
+          fillNeutral<P, T>,
+          copyPastCaches,
+          hwy::FlushStream,
+          static_cast<long>(sizeof(T)),
+          lanesOf<T>()};
 }
 
 /** By polarity. */

@@ -39,6 +39,9 @@ struct RowKernels {
   bool (*hasSpecialReals)(Row row, long count);
   /** Fills a row with the neutral value. */
   void (*fillNeutral)(char* row, long count);
+  /** Copies bytes to memory without reading what is there. To be followed by flush() before others read them. */
+  void (*copyPastCaches)(Row row, char* out, long nbBytes);
+  void (*flush)();
 
   long voxelSize;      ///< bytes
   long minRowsAtOnce;  ///< voxels

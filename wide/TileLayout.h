@@ -9,7 +9,7 @@ namespace pxl::wide {
 
 /** Where the values of a node are while a tile is computed: a ring of slabs, or the image itself. */
 struct NodeRing {
-  bool hasMemory;     ///< false for the image read in place of a copy, and for the result
+  bool hasMemory;     ///< false for an image that is read or written in place
   long nbSlabs;       ///< that the ring holds
   long nbRows;        ///< of a slab, from firstRow on
   long firstRow;      ///< of the image's
@@ -30,9 +30,10 @@ class TileLayout {
    * @param image       the image, from 0
    * @param nbAtOnce    slabs of each node that one step computes
    * @param isCopied    whether the image is copied into a ring first
+   * @param isKept      whether the result has a ring, from which it is copied
    */
   TileLayout(FoldProgram const& program, bool isVolume, SlabBox const& box, SlabBox const& image, long voxelSize,
-             long nbAtOnce, bool isCopied);
+             long nbAtOnce, bool isCopied, bool isKept);
 
   std::vector<NodeRing> rings;  ///< of each node
   long nbNeutralVoxels;         ///< of the row of neutral values at the start of the scratch memory

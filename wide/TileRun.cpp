@@ -37,7 +37,8 @@ class TileRun {
         m_kernels(*plan.kernels),
         m_tile(tile),
         m_nbAtOnce(getNbSlabsAtOnce(program)),
-        m_layout(program, plan.isVolume, tile, plan.image, plan.kernels->voxelSize, m_nbAtOnce, plan.isCopied),
+        m_layout(program, plan.isVolume, tile, plan.image, plan.kernels->voxelSize, m_nbAtOnce, plan.isCopied,
+                 plan.isPastCaches),
         m_scratch(scratch),
         m_host(host) {}
 
@@ -63,6 +64,8 @@ class TileRun {
   void copyUpTo(long endSlab);
   char const* getSourceRow(long slab, long row) const;
   void computeSlabs(Node& node, long firstSlab, long endSlab);
+  /** Copies what a step has computed of the result. */
+  void writeResult(long firstSlab, long endSlab) const;
   void foldSlab(Node& node, long slab);
   void foldRowsAtOnce(Node& node, long firstSlab, long nbResults);
   void foldRowByBlocks(Node& node, long slab);
@@ -298,6 +301,15 @@ void TileRun::computeSlabs(Node& node, long firstSlab, long endSlab) {
   }
 }
 
+void TileRun::writeResult(long firstSlab, long endSlab) const {
+  Node const& result = m_nodes.back();
+  for (long slab = firstSlab; slab < endSlab; ++slab)
+    for (long row = m_tile.firstRow; row < m_tile.endRow; ++row)
+      m_kernels.copyPastCaches(getOwnRow(result, slab, row),
+                               m_plan.target.getRow(slab, row) + m_tile.firstCol * m_kernels.voxelSize,
+                               m_tile.getNbCols() * m_kernels.voxelSize);
+}
+
 bool TileRun::run(bool isWatchful) {
   prepare();
   if (m_plan.isCopied && isWatchful && isSpecialUpTo(cForever)) return false;
@@ -316,7 +328,10 @@ bool TileRun::run(bool isWatchful) {
       computeSlabs(node, std::max(slab + node.after, computed.firstSlab),
                    std::min(slab + node.after + m_nbAtOnce, computed.endSlab));
     }
+    if (m_plan.isPastCaches)
+      writeResult(std::max(slab, m_tile.firstSlab), std::min(slab + m_nbAtOnce, m_tile.endSlab));
   }
+  if (m_plan.isPastCaches) m_kernels.flush();
   return true;
 }
 
@@ -330,7 +345,7 @@ long getNbSlabsAtOnce(FoldProgram const& program) {
 
 long countScratchBytes(TilePlan const& plan, FoldProgram const& program, SlabBox const& tile) {
   return TileLayout(program, plan.isVolume, tile, plan.image, plan.kernels->voxelSize, getNbSlabsAtOnce(program),
-                    plan.isCopied)
+                    plan.isCopied, plan.isPastCaches)
       .nbBytes;
 }
 

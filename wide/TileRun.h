@@ -28,6 +28,7 @@ struct TilePlan {
   SlabImage target;
   RowKernels const* kernels;
   bool isCopied;  ///< rows of the source are copied before they are folded: source and target are the same voxels
+  bool isPastCaches;  ///< the result is written to memory without reading what is there
 };
 
 /** The slabs of each node that one step computes. */
