@@ -81,11 +81,19 @@ HWY_INLINE void foldColumns(D d, T const* const* rows, long nbTaps, T* out, long
   }
 }
 
-/** One row; its last vector overlaps the one before it. */
+/** Voxels before the first of a row at a multiple of the vector's size. Stores that straddle two lines are slow. */
+template <class D, class T>
+HWY_INLINE long countUnaligned(D, T const* row) {
+  constexpr unsigned long cSize = hn::MaxLanes(D()) * sizeof(T);
+  return static_cast<long>((cSize - reinterpret_cast<unsigned long>(row) % cSize) % cSize / sizeof(T));
+}
+
+/** One row; its first and last vectors overlap the ones next to them. */
 template <Polarities P, class D, class T>
 HWY_INLINE void foldRow(D d, T const* const* rows, long nbTaps, T* out, long count) {
   constexpr long L = static_cast<long>(hn::MaxLanes(D()));
-  long c = 0;
+  long c = countUnaligned(d, out);
+  if (c > 0) foldColumns<P, 1>(d, rows, nbTaps, out, 0);
   for (; c + 4 * L <= count; c += 4 * L) foldColumns<P, 4>(d, rows, nbTaps, out, c);
   for (; c + L <= count; c += L) foldColumns<P, 1>(d, rows, nbTaps, out, c);
   if (c < count) foldColumns<P, 1>(d, rows, nbTaps, out, count - L);
@@ -252,15 +260,8 @@ inline void copyPastCaches(char const* row, char* out, long nbBytes) {
 
 template <Polarities P, class T>
 constexpr RowKernels makeRowKernels() {
-  return {foldTaps<P, T>,
-          foldRowsAtOnce<P, T>,
-          foldBlockRow<P, T>,
-          hasSpecialReals<T>,
-          fillNeutral<P, T>,
-          copyPastCaches,
-          hwy::FlushStream,
-          static_cast<long>(sizeof(T)),
-          lanesOf<T>()};
+  return {foldTaps<P, T>, foldRowsAtOnce<P, T>, foldBlockRow<P, T>,           hasSpecialReals<T>, fillNeutral<P, T>,
+          copyPastCaches, hwy::FlushStream,     static_cast<long>(sizeof(T)), lanesOf<T>()};
 }
 
 /** By polarity. */

@@ -10,9 +10,11 @@ namespace {
 using Kinds = FoldNode::Kinds;
 constexpr long cForever = std::numeric_limits<long>::max();
 constexpr long cNbRowsAtOnce = 8;
+constexpr long cMaxNarrowBytes = 2048;
 // Voxels that are folded before the host is asked again whether the run goes on: about a millisecond. A slab of a
 // volume and a large element takes hundreds, and so may the preparation of rings.
 constexpr long cMaxNbUnwatched = 1 << 21;
+constexpr long cMinNbAnnounced = 1 << 14;
 constexpr long cPageFault = 1 << 12;  ///< voxels in the same time
 
 // Rows of one node as a tap of another one sees them.
@@ -22,12 +24,22 @@ struct TapPlace {
   long slabStride;
   long firstRow;
   long firstSlot;          ///< a slab in slot 0
-  unsigned long nbSlots;   ///< 0: no ring that is cut by a division
-  unsigned long slotMask;  ///< all ones where all slabs lie one after the other
+  long nbSlots;            ///< cForever: no ring, all slabs lie one after the other
+  unsigned long slotMask;  ///< 0: slots are found by a division
   long rowShift;
   long slabShift;
   SlabBox values;  ///< beyond them is the neutral value
 };
+
+// The slabs of each node that one step computes.
+long getNbSlabsAtOnce(TilePlan const& plan, FoldProgram const& program, SlabBox const& tile) {
+  for (FoldNode const& node : program.getNodes())
+    if (node.kind == Kinds::cRowsAtOnce) return cNbRowsAtOnce;
+  if (plan.isVolume) return 2;
+  // Fewer calls for narrow rows, as long as those of a step stay in the first-level cache.
+  long const nbBytes = tile.getNbCols() * plan.kernels->voxelSize;
+  return nbBytes <= cMaxNarrowBytes ? cNbRowsAtOnce : nbBytes <= 2 * cMaxNarrowBytes ? cNbRowsAtOnce / 2 : 2;
+}
 
 class TileRun {
  public:
@@ -36,7 +48,7 @@ class TileRun {
         m_program(program),
         m_kernels(*plan.kernels),
         m_tile(tile),
-        m_nbAtOnce(getNbSlabsAtOnce(program)),
+        m_nbAtOnce(getNbSlabsAtOnce(plan, program, tile)),
         m_layout(program, plan.isVolume, tile, plan.image, plan.kernels->voxelSize, m_nbAtOnce, plan.isCopied,
                  plan.isPastCaches),
         m_scratch(scratch),
@@ -66,10 +78,13 @@ class TileRun {
   void computeSlabs(Node& node, long firstSlab, long endSlab);
   /** Copies what a step has computed of the result. */
   void writeResult(long firstSlab, long endSlab) const;
-  void foldSlab(Node& node, long slab);
+  /** Rows of a slab of a volume, or rows of a plane. */
+  void foldRows(Node& node, long slab, long firstRow, long endRow);
   void foldRowsAtOnce(Node& node, long firstSlab, long nbResults);
   void foldRowByBlocks(Node& node, long slab);
   char const* locate(TapPlace const& place, long slab, long row, long& stride, long& nbRows) const;
+  char const* locateInPlane(TapPlace const& place, long slab, long& stride, long& nbRows) const;
+  static long getSlot(TapPlace const& place, long slab);
   char const* locateRow(TapPlace const& place, long slab) const;
   char* getOwnRow(Node const& node, long slab, long row) const;
 
@@ -150,12 +165,12 @@ TapPlace TileRun::makePlace(int index, long dx, long firstCol) const {
     place.firstRow = ring.firstRow;
     // Any slab before all that are read.
     place.firstSlot = m_tile.firstSlab - m_layout.lead - 2 * ring.nbSlabs - 2 * m_nbAtOnce;
-    auto const nbSlots = static_cast<unsigned long>(ring.nbSlabs);
-    bool const isPower = (nbSlots & (nbSlots - 1)) == 0;
-    place.nbSlots = isPower ? 0 : nbSlots;
-    place.slotMask = isPower ? nbSlots - 1 : ~0UL;
+    bool const isPower = (ring.nbSlabs & (ring.nbSlabs - 1)) == 0;
+    place.nbSlots = ring.nbSlabs;
+    place.slotMask = isPower ? static_cast<unsigned long>(ring.nbSlabs - 1) : 0;
   } else {
     SlabImage const& image = isImage ? m_plan.source : m_plan.target;
+    place.nbSlots = cForever;
     place.slotMask = ~0UL;
     place.base = image.voxels + (firstCol + dx) * m_kernels.voxelSize;
     place.rowStride = image.rowStride;
@@ -177,9 +192,29 @@ char const* TileRun::locate(TapPlace const& place, long slab, long row, long& st
   }
   stride = place.rowStride;
   nbRows = values.endRow - row;
-  auto slot = static_cast<long>(static_cast<unsigned long>(slab - place.firstSlot) & place.slotMask);
-  if (place.nbSlots != 0) slot = static_cast<long>(static_cast<unsigned long>(slot) % place.nbSlots);
-  return place.base + slot * place.slabStride + (row - place.firstRow) * place.rowStride;
+  return place.base + getSlot(place, slab) * place.slabStride + (row - place.firstRow) * place.rowStride;
+}
+
+// A plane's rows are slabs of one row.
+char const* TileRun::locateInPlane(TapPlace const& place, long slab, long& stride, long& nbRows) const {
+  slab += place.slabShift;
+  stride = 0;
+  nbRows = cForever;
+  if (slab >= place.values.endSlab) return m_scratch;
+  if (slab < place.values.firstSlab) {
+    nbRows = place.values.firstSlab - slab;
+    return m_scratch;
+  }
+  long const slot = getSlot(place, slab);
+  stride = place.slabStride;
+  nbRows = std::min(place.values.endSlab - slab, place.nbSlots - slot);
+  return place.base + slot * stride;
+}
+
+long TileRun::getSlot(TapPlace const& place, long slab) {
+  auto const index = static_cast<unsigned long>(slab - place.firstSlot);
+  auto const nbSlots = static_cast<unsigned long>(place.nbSlots);
+  return static_cast<long>(place.slotMask != 0 || nbSlots == 1 ? index & place.slotMask : index % nbSlots);
 }
 
 char const* TileRun::locateRow(TapPlace const& place, long slab) const {
@@ -224,20 +259,23 @@ void TileRun::noteWork(long nbVoxels) {
   m_host.step(0);
 }
 
-void TileRun::foldSlab(Node& node, long slab) {
-  SlabBox const& computed = node.ring->computed;
+void TileRun::foldRows(Node& node, long slab, long firstRow, long endRow) {
   long const nbTaps = static_cast<long>(node.taps.size());
-  // Stretches of rows in which no tap enters or leaves its values.
-  for (long row = computed.firstRow; row < computed.endRow;) {
-    long nbRows = nbTaps > 7 ? 1 : computed.endRow - row;
+  auto const find = [&](TapPlace const& place, long row, long& stride, long& nbRows) {
+    return m_plan.isVolume ? locate(place, slab, row, stride, nbRows) : locateInPlane(place, row, stride, nbRows);
+  };
+  // Stretches of rows in which no tap enters or leaves its values, nor the other end of its ring.
+  for (long row = firstRow; row < endRow;) {
+    long ownStride, nbRows;
+    char* const own = const_cast<char*>(find(node.own, row, ownStride, nbRows));
+    nbRows = nbTaps > 7 ? 1 : std::min(nbRows, endRow - row);
     for (long i = 0; i < nbTaps; ++i) {
       auto const at = static_cast<std::size_t>(i);
       long nbTapRows;
-      m_rows[at] = locate(node.taps[at], slab, row, m_strides[at], nbTapRows);
+      m_rows[at] = find(node.taps[at], row, m_strides[at], nbTapRows);
       nbRows = std::min(nbRows, nbTapRows);
     }
-    m_kernels.fold(m_rows.data(), m_strides.data(), nbTaps, getOwnRow(node, slab, row), node.own.rowStride, nbRows,
-                   node.nbCols);
+    m_kernels.fold(m_rows.data(), m_strides.data(), nbTaps, own, ownStride, nbRows, node.nbCols);
     row += nbRows;
     noteWork(nbTaps * nbRows * node.nbCols);
   }
@@ -295,8 +333,11 @@ void TileRun::computeSlabs(Node& node, long firstSlab, long endSlab) {
       long const nbResults = nbLeft >= 8 && node.node->length >= 8 ? 8 : 4;
       foldRowsAtOnce(node, slab, nbResults);
       slab += nbResults;
+    } else if (m_plan.isVolume) {
+      foldRows(node, slab++, node.ring->computed.firstRow, node.ring->computed.endRow);
     } else {
-      foldSlab(node, slab++);
+      foldRows(node, 0, slab, endSlab);
+      return;
     }
   }
 }
@@ -314,9 +355,14 @@ bool TileRun::run(bool isWatchful) {
   prepare();
   if (m_plan.isCopied && isWatchful && isSpecialUpTo(cForever)) return false;
   long const imageAfter = m_nodes.front().after;
-  for (long slab = m_tile.firstSlab - m_layout.lead; slab < m_tile.endSlab; slab += m_nbAtOnce) {
-    long const nbDone = std::min(slab + m_nbAtOnce, m_tile.endSlab) - std::max(slab, m_tile.firstSlab);
-    m_host.step(std::max(nbDone, 0L));
+  // Steps of narrow rows are short: several are announced together.
+  long const nbTogether = m_nbAtOnce * (cMinNbAnnounced / (m_nbAtOnce * m_tile.getNbCols() * m_tile.getNbRows()) + 1);
+  long announced = m_tile.firstSlab - m_layout.lead;
+  for (long slab = announced; slab < m_tile.endSlab; slab += m_nbAtOnce) {
+    if (slab == announced) {
+      announced += nbTogether;
+      m_host.step(std::max(std::min(announced, m_tile.endSlab) - std::max(slab, m_tile.firstSlab), 0L));
+    }
     long const endRead = slab + m_nbAtOnce + imageAfter;
     if (m_plan.isCopied)
       copyUpTo(endRead);
@@ -337,15 +383,9 @@ bool TileRun::run(bool isWatchful) {
 
 }  // namespace
 
-long getNbSlabsAtOnce(FoldProgram const& program) {
-  for (FoldNode const& node : program.getNodes())
-    if (node.kind == Kinds::cRowsAtOnce) return cNbRowsAtOnce;
-  return 2;
-}
-
 long countScratchBytes(TilePlan const& plan, FoldProgram const& program, SlabBox const& tile) {
-  return TileLayout(program, plan.isVolume, tile, plan.image, plan.kernels->voxelSize, getNbSlabsAtOnce(program),
-                    plan.isCopied, plan.isPastCaches)
+  return TileLayout(program, plan.isVolume, tile, plan.image, plan.kernels->voxelSize,
+                    getNbSlabsAtOnce(plan, program, tile), plan.isCopied, plan.isPastCaches)
       .nbBytes;
 }
 

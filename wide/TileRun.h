@@ -27,12 +27,9 @@ struct TilePlan {
   SlabImage source;
   SlabImage target;
   RowKernels const* kernels;
-  bool isCopied;  ///< rows of the source are copied before they are folded: source and target are the same voxels
+  bool isCopied;      ///< rows of the source are copied before they are folded: source and target are the same voxels
   bool isPastCaches;  ///< the result is written to memory without reading what is there
 };
-
-/** The slabs of each node that one step computes. */
-long getNbSlabsAtOnce(FoldProgram const& program);
 
 /** Bytes of scratch memory for a tile. */
 long countScratchBytes(TilePlan const& plan, FoldProgram const& program, SlabBox const& tile);
