@@ -55,6 +55,14 @@ HWY_INLINE T* at(char* row) {
 }
 
 /** Vectors of a row at c, c + L, ...: the fold of all taps. */
+template <class T>
+HWY_INLINE void prefetch(RowKernels::Prefetch const& ahead, long c, long count) {
+  constexpr long cLine = 64;
+  constexpr long cSize = static_cast<long>(sizeof(T));
+  char const* const from = ahead.row + (c * cSize >> ahead.shift);
+  for (long i = 0; i < count * cSize >> ahead.shift; i += cLine) __builtin_prefetch(from + i, 0, 2);
+}
+
 template <Polarities P, int nbVectors, class D, class T>
 HWY_INLINE void foldColumns(D d, T const* const* rows, long nbTaps, T* out, long c) {
   constexpr long L = static_cast<long>(hn::MaxLanes(D()));
@@ -90,19 +98,24 @@ HWY_INLINE long countUnaligned(D, T const* row) {
 
 /** One row; its first and last vectors overlap the ones next to them. */
 template <Polarities P, class D, class T>
-HWY_INLINE void foldRow(D d, T const* const* rows, long nbTaps, T* out, long count) {
+HWY_INLINE void foldRow(D d, T const* const* rows, long nbTaps, T* out, long count,
+                        RowKernels::Prefetch const& ahead) {
   constexpr long L = static_cast<long>(hn::MaxLanes(D()));
   long c = countUnaligned(d, out);
   if (c > 0) foldColumns<P, 1>(d, rows, nbTaps, out, 0);
-  for (; c + 4 * L <= count; c += 4 * L) foldColumns<P, 4>(d, rows, nbTaps, out, c);
+  for (; c + 4 * L <= count; c += 4 * L) {
+    if (ahead.row) prefetch<T>(ahead, c, 4 * L);
+    foldColumns<P, 4>(d, rows, nbTaps, out, c);
+  }
   for (; c + L <= count; c += L) foldColumns<P, 1>(d, rows, nbTaps, out, c);
   if (c < count) foldColumns<P, 1>(d, rows, nbTaps, out, count - L);
 }
 
 template <Polarities P, class T>
-HWY_INLINE void foldRowOfAnyLength(T const* const* rows, long nbTaps, T* out, long count) {
-  if (count >= lanesOf<T>()) return foldRow<P>(Wide<T>(), rows, nbTaps, out, count);
-  if (count >= static_cast<long>(16 / sizeof(T))) return foldRow<P>(Narrow<T>(), rows, nbTaps, out, count);
+HWY_INLINE void foldRowOfAnyLength(T const* const* rows, long nbTaps, T* out, long count,
+                                   RowKernels::Prefetch const& ahead) {
+  if (count >= lanesOf<T>()) return foldRow<P>(Wide<T>(), rows, nbTaps, out, count, ahead);
+  if (count >= static_cast<long>(16 / sizeof(T))) return foldRow<P>(Narrow<T>(), rows, nbTaps, out, count, ahead);
   for (long c = 0; c < count; ++c) {
     T value = rows[0][c];
     for (long i = 1; i < nbTaps; ++i) value = foldOne<P>(value, rows[i][c]);
@@ -113,42 +126,44 @@ HWY_INLINE void foldRowOfAnyLength(T const* const* rows, long nbTaps, T* out, lo
 /** A number of taps that is known to the compiler, whose pointers stay in registers. */
 template <Polarities P, class T, unsigned nbTaps>
 HWY_NOINLINE void foldFew(char const* const* taps, long const* strides, char* out, long outStride, long nbRows,
-                          long count) {
+                          long count, RowKernels::Prefetch ahead) {
   T const* rows[nbTaps];
   for (unsigned i = 0; i < nbTaps; ++i) rows[i] = at<T>(taps[i]);
   for (long row = 0;;) {
-    foldRowOfAnyLength<P>(rows, nbTaps, at<T>(out), count);
+    foldRowOfAnyLength<P>(rows, nbTaps, at<T>(out), count, ahead);
     if (++row == nbRows) return;
     for (unsigned i = 0; i < nbTaps; ++i) rows[i] = at<T>(reinterpret_cast<char const*>(rows[i]) + strides[i]);
     out += outStride;
+    if (ahead.row) ahead.row += ahead.stride;
   }
 }
 
 template <Polarities P, class T>
-HWY_NOINLINE void foldMany(char const* const* taps, long nbTaps, char* out, long count) {
-  foldRowOfAnyLength<P>(reinterpret_cast<T const* const*>(taps), nbTaps, at<T>(out), count);
+HWY_NOINLINE void foldMany(char const* const* taps, long nbTaps, char* out, long count,
+                           RowKernels::Prefetch const& ahead) {
+  foldRowOfAnyLength<P>(reinterpret_cast<T const* const*>(taps), nbTaps, at<T>(out), count, ahead);
 }
 
 template <Polarities P, class T>
 void foldTaps(char const* const* taps, long const* strides, long nbTaps, char* out, long outStride, long nbRows,
-              long count) {
+              long count, RowKernels::Prefetch const& ahead) {
   switch (nbTaps) {
     case 1:
-      return foldFew<P, T, 1>(taps, strides, out, outStride, nbRows, count);
+      return foldFew<P, T, 1>(taps, strides, out, outStride, nbRows, count, ahead);
     case 2:
-      return foldFew<P, T, 2>(taps, strides, out, outStride, nbRows, count);
+      return foldFew<P, T, 2>(taps, strides, out, outStride, nbRows, count, ahead);
     case 3:
-      return foldFew<P, T, 3>(taps, strides, out, outStride, nbRows, count);
+      return foldFew<P, T, 3>(taps, strides, out, outStride, nbRows, count, ahead);
     case 4:
-      return foldFew<P, T, 4>(taps, strides, out, outStride, nbRows, count);
+      return foldFew<P, T, 4>(taps, strides, out, outStride, nbRows, count, ahead);
     case 5:
-      return foldFew<P, T, 5>(taps, strides, out, outStride, nbRows, count);
+      return foldFew<P, T, 5>(taps, strides, out, outStride, nbRows, count, ahead);
     case 6:
-      return foldFew<P, T, 6>(taps, strides, out, outStride, nbRows, count);
+      return foldFew<P, T, 6>(taps, strides, out, outStride, nbRows, count, ahead);
     case 7:
-      return foldFew<P, T, 7>(taps, strides, out, outStride, nbRows, count);
+      return foldFew<P, T, 7>(taps, strides, out, outStride, nbRows, count, ahead);
     default:  // the caller gives one row at a time
-      return foldMany<P, T>(taps, nbTaps, out, count);
+      return foldMany<P, T>(taps, nbTaps, out, count, ahead);
   }
 }
 

@@ -22,12 +22,19 @@ enum class Polarities { cDilation, cErosion };
 struct RowKernels {
   using Row = char const*;
 
+  /** Rows that are asked of the memory while others are folded: 1 of every 2^shift bytes that are folded. */
+  struct Prefetch {
+    Row row = nullptr;  ///< for the first row; null: none
+    long stride = 0;    ///< to that for the next one
+    int shift = 0;
+  };
+
   /**
    * For each of nbRows rows: out = fold of the rows at `rows`, in their order. Between one row and the next lie
    * rowStrides[i] bytes, and outStride bytes in the result. The result isn't one of the rows.
    */
   void (*fold)(Row const* rows, long const* rowStrides, long nbTaps, char* out, long outStride, long nbRows,
-               long count);
+               long count, Prefetch const& ahead);
   /**
    * nbResults (4 or 8) windows of `length` rows each, result i from row i on: out[i] = fold of rows[i ..
    * i + length - 1]; length is at least nbResults and count at least minRowsAtOnce.

@@ -11,6 +11,7 @@ using Kinds = FoldNode::Kinds;
 constexpr long cForever = std::numeric_limits<long>::max();
 constexpr long cNbRowsAtOnce = 8;
 constexpr long cMaxNarrowBytes = 2048;
+constexpr long cMaxNbPrefetchParts = 4;
 // Voxels that are folded before the host is asked again whether the run goes on: about a millisecond. A slab of a
 // volume and a large element takes hundreds, and so may the preparation of rings.
 constexpr long cMaxNbUnwatched = 1 << 21;
@@ -64,11 +65,14 @@ class TileRun {
     TapPlace own;  ///< where the values go
     long after;    ///< slabs that it is ahead of the result
     long nbCols;
+    long part = -1;  ///< of the rows to come that it prefetches
     long blockBegin;
     bool hasBlock = false;
   };
 
   void prepare();
+  /** Which nodes prefetch which part of the rows to come: as many bytes as they fold, or less. */
+  void sharePrefetch();
   TapPlace makePlace(int node, long dx, long firstCol) const;
   bool isSpecialUpTo(long endSlab);
   /** Asks the host from time to time whether the run goes on. */
@@ -80,6 +84,8 @@ class TileRun {
   void writeResult(long firstSlab, long endSlab) const;
   /** Rows of a slab of a volume, or rows of a plane. */
   void foldRows(Node& node, long slab, long firstRow, long endRow);
+  /** A part of the rows of the image that the next step reads first. */
+  RowKernels::Prefetch makePrefetch(Node const& node, long row) const;
   void foldRowsAtOnce(Node& node, long firstSlab, long nbResults);
   void foldRowByBlocks(Node& node, long slab);
   char const* locate(TapPlace const& place, long slab, long row, long& stride, long& nbRows) const;
@@ -100,6 +106,7 @@ class TileRun {
   std::vector<char const*> m_rows;
   std::vector<long> m_strides;
   long m_nextCopied = 0;
+  int m_prefetchShift = 0;
   long m_nbUnwatched = 0;  ///< since the host was last asked
   long m_nextSeen = 0;
 };
@@ -147,10 +154,20 @@ void TileRun::prepare() {
         noteWork(cPageFault);
       }
   }
+  if (m_plan.isPastCaches && !m_plan.isVolume) sharePrefetch();
   m_rows.resize(nbRows);
   m_strides.resize(nbRows);
   SlabBox const& read = m_layout.rings.front().computed;
   m_nextCopied = m_nextSeen = read.firstSlab;
+}
+
+void TileRun::sharePrefetch() {
+  long nbParts = 0;
+  for (Node& node : m_nodes)
+    if (node.node->kind == Kinds::cFold && !node.taps.empty() && nbParts < cMaxNbPrefetchParts) node.part = nbParts++;
+  while (nbParts >= 2L << m_prefetchShift) ++m_prefetchShift;
+  for (Node& node : m_nodes)
+    if (node.part >= 1L << m_prefetchShift) node.part = -1;
 }
 
 TapPlace TileRun::makePlace(int index, long dx, long firstCol) const {
@@ -275,10 +292,22 @@ void TileRun::foldRows(Node& node, long slab, long firstRow, long endRow) {
       m_rows[at] = find(node.taps[at], row, m_strides[at], nbTapRows);
       nbRows = std::min(nbRows, nbTapRows);
     }
-    m_kernels.fold(m_rows.data(), m_strides.data(), nbTaps, own, ownStride, nbRows, node.nbCols);
+    m_kernels.fold(m_rows.data(), m_strides.data(), nbTaps, own, ownStride, nbRows, node.nbCols,
+                   makePrefetch(node, row));
     row += nbRows;
     noteWork(nbTaps * nbRows * node.nbCols);
   }
+}
+
+RowKernels::Prefetch TileRun::makePrefetch(Node const& node, long row) const {
+  if (node.part < 0) return {};
+  Node const& image = m_nodes.front();
+  long const next = row - node.after + image.after + m_nbAtOnce;
+  SlabBox const& read = image.ring->computed;
+  if (next < read.firstSlab || next >= read.endSlab) return {};
+  long const nbBytes = read.getNbCols() * m_kernels.voxelSize;
+  return {getSourceRow(next, 0) + (nbBytes >> m_prefetchShift) * node.part, m_plan.source.slabStride,
+          m_prefetchShift};
 }
 
 void TileRun::foldRowsAtOnce(Node& node, long firstSlab, long nbResults) {
@@ -310,7 +339,7 @@ void TileRun::foldRowByBlocks(Node& node, long slab) {
     long const strides[2] = {0, 0};
     for (long i = length; i-- > 0;) {
       char const* rows[2] = {locateRow(node.taps[static_cast<std::size_t>(i)], slab), suffixOf(i + 1)};
-      m_kernels.fold(rows, strides, i + 1 == length ? 1 : 2, suffixOf(i), 0, 1, node.nbCols);
+      m_kernels.fold(rows, strides, i + 1 == length ? 1 : 2, suffixOf(i), 0, 1, node.nbCols, {});
     }
   }
   char* const out = getOwnRow(node, slab, 0);
