@@ -26,6 +26,10 @@ int FoldProgram::addRows(FoldNode::Kinds kind, int node, long length, long dy, l
   return added;
 }
 
+int FoldProgram::addColumns(int node, long length) {
+  return addRows(FoldNode::Kinds::cColumnsAtOnce, node, length, 0, 1);
+}
+
 void FoldProgram::addNeutralTap() {
   if (m_nodes.back().kind != FoldNode::Kinds::cFold) add({{static_cast<int>(m_nodes.size()) - 1, 0, 0, 0}});
   m_nodes.back().taps.push_back({cNeutralNode, 0, 0, 0});

@@ -35,15 +35,16 @@ struct Reach {
 struct FoldNode {
   /** How the value is made. */
   enum class Kinds {
-    cFold,         ///< of the taps in their order: (((a, b), c), d)
-    cRowsAtOnce,   ///< of `length` rows from the tap on, each `step` columns further; several results at once
-    cRowsByBlocks  ///< the same with step 0, by suffixes and prefixes of blocks: three operations for any length
+    cFold,           ///< of the taps in their order: (((a, b), c), d)
+    cRowsAtOnce,     ///< of `length` rows from the tap on, each `step` columns further; several results at once
+    cColumnsAtOnce,  ///< of `length` columns from the tap on
+    cRowsByBlocks    ///< the same with step 0, by suffixes and prefixes of blocks: three operations for any length
   };
 
   Kinds kind = Kinds::cFold;
   std::vector<Tap> taps;  ///< of windows of rows: the first one
   long length = 1;
-  long step = 0;
+  long step = 0;           ///< columns; 1 in windows of columns
   bool isClipped = false;  ///< a pass of its own: neutral beyond the image, whatever its taps find there
   Reach needed;            ///< around a tile, of this node's values, for those of the result
   Reach beyond;            ///< how far beyond the image the values aren't neutral
@@ -51,8 +52,8 @@ struct FoldNode {
 
 class FoldProgram {
  public:
-  /** With node 0. */
-  FoldProgram() : m_nodes(1) {}
+  /** With node 0. @param maxColumnsAtOnce how long windows of columns may be that are one node */
+  explicit FoldProgram(long maxColumnsAtOnce = 0) : m_nodes(1), m_maxColumnsAtOnce(maxColumnsAtOnce) {}
 
   /** Adds a node and returns its index. A tap of node 0 has no dx: the image has no margins in memory. */
   int add(std::vector<Tap> taps, bool isClipped = false);
@@ -60,6 +61,8 @@ class FoldProgram {
   int addCopy() { return add({{0, 0, 0, 0}}); }
   /** A window of `length` rows of `node`, the first of which is at dy, each `step` columns right of the one above. */
   int addRows(FoldNode::Kinds kind, int node, long length, long dy, long step);
+  /** A window of `length` columns of `node`, up to getMaxColumnsAtOnce(). */
+  int addColumns(int node, long length);
   /** Has the value beyond the edge take part in the result. */
   void addNeutralTap();
   /** Moves what a node reads. */
@@ -68,6 +71,7 @@ class FoldProgram {
   void finish();
 
   std::vector<FoldNode> const& getNodes() const { return m_nodes; }
+  long getMaxColumnsAtOnce() const { return m_maxColumnsAtOnce; }
   std::size_t getNbNodes() const { return m_nodes.size(); }
   FoldNode const& getNode(int node) const { return m_nodes[static_cast<std::size_t>(node)]; }
   /** What is read around a tile. */
@@ -78,9 +82,10 @@ class FoldProgram {
 
  private:
   std::vector<FoldNode> m_nodes;
+  long m_maxColumnsAtOnce;
 };
 
-/** Calls visit(tap) for what bounds the reach of a node: the taps, or the first and last row of a window. */
+/** Calls visit(tap) for what bounds the reach of a node: the taps, or the first and the last one of a window. */
 template <class Visit>
 void visitExtremeTaps(FoldNode const& node, Visit const& visit) {
   for (Tap const& tap : node.taps)
@@ -88,7 +93,7 @@ void visitExtremeTaps(FoldNode const& node, Visit const& visit) {
   if (node.kind == FoldNode::Kinds::cFold) return;
   Tap last = node.taps.front();
   last.dx += (node.length - 1) * node.step;
-  last.dy += node.length - 1;
+  if (node.kind != FoldNode::Kinds::cColumnsAtOnce) last.dy += node.length - 1;
   visit(last);
 }
 

@@ -22,7 +22,7 @@ bool leadsBeyond(kernel::Offset3D const& offset, PlanImage const& image) {
 }
 
 ElementVoxels getVoxels(Offsets const& offsets, PlanImage const& image, bool isVolume) {
-  ElementVoxels element{{}, isVolume, false};
+  ElementVoxels element{{}, isVolume, false, image.maxColumnsAtOnce};
   for (kernel::Offset3D const& offset : offsets)
     if (leadsBeyond(offset, image))
       element.isBeyond = true;
@@ -81,6 +81,8 @@ double estimateCost(FoldProgram const& program) {
       cost += 0.9;
     } else if (node.kind == Kinds::cRowsAtOnce) {
       cost += 0.1 + 0.2 * static_cast<double>(node.length + 7) / 8;
+    } else if (node.kind == Kinds::cColumnsAtOnce) {
+      cost += 0.6;
     } else {
       cost += 0.1;
       for (Tap const& tap : node.taps) cost += tap.dx == 0 ? 0.155 : 0.28;
@@ -91,7 +93,7 @@ double estimateCost(FoldProgram const& program) {
 
 ElementPrograms makeListPrograms(PlanImage const& image, bool isVolume, Offsets offsets) {
   ElementVoxels const element = getVoxels(offsets, image, isVolume);
-  ElementPrograms programs{isVolume, {}, {}};
+  ElementPrograms programs{isVolume, FoldProgram(), FoldProgram()};
   if (element.voxels.size() <= cMinNbVoxels) {
     programs.fast = makeOrdered(offsets, image);
     programs.fast.finish();

@@ -10,7 +10,8 @@ ProgramImages describeImages(ImageModel const& input, ImageModel const& output) 
 
 PlanImage getPlanImage(ProgramImages const& images) {
   long const* const sizes = images.source.sizes;
-  return {{sizes[cColumns], sizes[cRows], sizes[cPlans]}, images.type};
+  RowKernels const& kernels = *getRowKernels(chooseTarget().target, images.type, Polarities::cDilation);
+  return {{sizes[cColumns], sizes[cRows], sizes[cPlans]}, images.type, kernels.maxColumnsAtOnce};
 }
 
 String explainStages(BaseAlgorithm const& algorithm, Stages const& stages, Polarities polarity,

@@ -273,10 +273,20 @@ inline void copyPastCaches(char const* row, char* out, long nbBytes) {
   __builtin_memcpy(out + c, row + c, static_cast<unsigned long>(nbBytes - c));
 }
 
+}  // namespace pxl::wide::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#include "wide/ColumnWindows-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace pxl::wide::HWY_NAMESPACE {
+
 template <Polarities P, class T>
 constexpr RowKernels makeRowKernels() {
-  return {foldTaps<P, T>, foldRowsAtOnce<P, T>, foldBlockRow<P, T>,           hasSpecialReals<T>, fillNeutral<P, T>,
-          copyPastCaches, hwy::FlushStream,     static_cast<long>(sizeof(T)), lanesOf<T>()};
+  return {
+      foldTaps<P, T>,      foldRowsAtOnce<P, T>, foldBlockRow<P, T>, foldColumnsAtOnce<P, T>,      hasSpecialReals<T>,
+      fillNeutral<P, T>,   copyPastCaches,       hwy::FlushStream,   static_cast<long>(sizeof(T)), lanesOf<T>(),
+      cMaxColumnsAtOnce<T>};
 }
 
 /** By polarity. */

@@ -14,6 +14,8 @@ constexpr int cNbTargets = 3;
 /** Whether the largest or the smallest voxel is taken. */
 enum class Polarities { cDilation, cErosion };
 
+constexpr long cRowSlack = 1024;
+
 /**
  * Functions on rows of adjacent voxels, which may stand at any address that is a multiple of their size. Of two
  * voxels a and b, a being the earlier one, a fold takes a where a > b (erosion: a < b) and else b, as the other
@@ -42,6 +44,11 @@ struct RowKernels {
   void (*foldRowsAtOnce)(Row const* rows, long length, char* const* out, long nbResults, long count);
   /** prefix = isFirst ? row : fold(prefix, row); out = fold(suffix, prefix). */
   void (*foldBlockRow)(Row suffix, Row row, char* prefix, bool isFirst, char* out, long count);
+  /**
+   * out[i] = fold of row[i .. i + length - 1], in some order; length is at most maxColumnsAtOnce. Null where that is
+   * 0. A cache line before the row and cRowSlack bytes behind its last window may be read.
+   */
+  void (*foldColumnsAtOnce)(Row row, long length, char* out, long count, Prefetch const& ahead);
   /** Whether order matters in a row: there is a NaN, or a zero with a sign. Never of integers. */
   bool (*hasSpecialReals)(Row row, long count);
   /** Fills a row with the neutral value. */
@@ -52,6 +59,7 @@ struct RowKernels {
 
   long voxelSize;      ///< bytes
   long minRowsAtOnce;  ///< voxels
+  long maxColumnsAtOnce;
 };
 
 /** Of one set of instructions, which the processor must have. Null for a type without kernels. */

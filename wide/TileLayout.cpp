@@ -2,10 +2,12 @@
 
 #include <algorithm>
 
+#include "wide/RowKernels.h"
+#include "wide/Scratch.h"
+
 namespace pxl::wide {
 namespace {
 
-constexpr long cCacheLine = 64;
 // Windows of slanted rows run over the end of their rows by this many voxels on either side.
 constexpr long cSlantSlack = 8;
 
@@ -80,6 +82,7 @@ TileLayout::TileLayout(FoldProgram const& program, bool isVolume, SlabBox const&
     ring.offset = nbBytes;
     if (ring.hasMemory) nbBytes += ring.nbSlabs * ring.slabStride + cCacheLine;
   }
+  nbBytes += cCacheLine + cRowSlack;  // before and behind all rows
 }
 
 }  // namespace pxl::wide

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <limits>
 
+#include "wide/Scratch.h"
+
 namespace pxl::wide {
 namespace {
 
@@ -52,7 +54,7 @@ class TileRun {
         m_nbAtOnce(getNbSlabsAtOnce(plan, program, tile)),
         m_layout(program, plan.isVolume, tile, plan.image, plan.kernels->voxelSize, m_nbAtOnce, plan.isCopied,
                  plan.isPastCaches),
-        m_scratch(scratch),
+        m_scratch(scratch + cCacheLine),
         m_host(host) {}
 
   bool run(bool isWatchful);
@@ -86,6 +88,7 @@ class TileRun {
   void foldRows(Node& node, long slab, long firstRow, long endRow);
   /** A part of the rows of the image that the next step reads first. */
   RowKernels::Prefetch makePrefetch(Node const& node, long row) const;
+  void foldColumnsAtOnce(Node& node, long slab);
   void foldRowsAtOnce(Node& node, long firstSlab, long nbResults);
   void foldRowByBlocks(Node& node, long slab);
   char const* locate(TapPlace const& place, long slab, long row, long& stride, long& nbRows) const;
@@ -131,7 +134,8 @@ void TileRun::prepare() {
     node.nbCols = computed.getNbCols();
     node.own = makePlace(static_cast<int>(i), 0, computed.firstCol);
     bool const isFold = node.node->kind == Kinds::cFold;
-    long const nbTaps = isFold ? static_cast<long>(node.node->taps.size()) : node.node->length;
+    bool const isOneTap = node.node->kind == Kinds::cColumnsAtOnce;
+    long const nbTaps = isFold ? static_cast<long>(node.node->taps.size()) : isOneTap ? 1 : node.node->length;
     for (long j = 0; j < nbTaps; ++j) {
       Tap const tap = isFold ? node.node->taps[static_cast<std::size_t>(j)] : makeTap(*node.node, j);
       TapPlace place{};
@@ -164,7 +168,9 @@ void TileRun::prepare() {
 void TileRun::sharePrefetch() {
   long nbParts = 0;
   for (Node& node : m_nodes)
-    if (node.node->kind == Kinds::cFold && !node.taps.empty() && nbParts < cMaxNbPrefetchParts) node.part = nbParts++;
+    if (node.node->kind != Kinds::cRowsAtOnce && node.node->kind != Kinds::cRowsByBlocks && !node.taps.empty() &&
+        nbParts < cMaxNbPrefetchParts)
+      node.part = nbParts++;
   while (nbParts >= 2L << m_prefetchShift) ++m_prefetchShift;
   for (Node& node : m_nodes)
     if (node.part >= 1L << m_prefetchShift) node.part = -1;
@@ -326,6 +332,17 @@ void TileRun::foldRowsAtOnce(Node& node, long firstSlab, long nbResults) {
   m_kernels.foldRowsAtOnce(m_rows.data(), length, outs, nbResults, node.nbCols + (slant < 0 ? -slant : slant));
 }
 
+void TileRun::foldColumnsAtOnce(Node& node, long slab) {
+  SlabBox const& computed = node.ring->computed;
+  for (long row = computed.firstRow; row < computed.endRow; ++row) {
+    long stride, nbRows;
+    char const* const from = locate(node.taps.front(), slab, row, stride, nbRows);
+    m_kernels.foldColumnsAtOnce(from, node.node->length, getOwnRow(node, slab, row), node.nbCols,
+                                makePrefetch(node, slab));
+    noteWork(node.nbCols);
+  }
+}
+
 void TileRun::foldRowByBlocks(Node& node, long slab) {
   long const length = node.node->length, rowStride = node.ring->rowStride;
   char* const suffixes = m_scratch + node.ring->blocksOffset;
@@ -362,6 +379,8 @@ void TileRun::computeSlabs(Node& node, long firstSlab, long endSlab) {
       long const nbResults = nbLeft >= 8 && node.node->length >= 8 ? 8 : 4;
       foldRowsAtOnce(node, slab, nbResults);
       slab += nbResults;
+    } else if (node.node->kind == Kinds::cColumnsAtOnce) {
+      foldColumnsAtOnce(node, slab++);
     } else if (m_plan.isVolume) {
       foldRows(node, slab++, node.ring->computed.firstRow, node.ring->computed.endRow);
     } else {
