@@ -20,16 +20,19 @@ struct WindowLevels {
   int shifts[cMaxNbLevels + 1];  ///< 32-bit units; 0 from nbLevels on
 };
 
+/** Voxels that a shift moves by at least. */
+template <class T>
+constexpr long cUnit = sizeof(T) < 4 ? 4 / static_cast<long>(sizeof(T)) : 1;
+
 template <class T>
 HWY_INLINE WindowLevels makeLevels(long length) {
   constexpr long cSize = static_cast<long>(sizeof(T));
-  // Voxels that a shift moves by at least, and at most.
-  constexpr long cUnit = cSize < 4 ? 4 / cSize : 1, cVector = HWY_MAX_BYTES / cSize;
-  WindowLevels levels{length, 0, {}};
-  if (length <= cUnit) return levels;
-  levels.nbLoads = cUnit + length % cUnit;
+  constexpr long cVector = HWY_MAX_BYTES / cSize;
+  WindowLevels levels{0, 0, {}};
+
+  levels.nbLoads = cUnit<T> + length % cUnit<T>;
   for (long reached = levels.nbLoads; reached < length;) {
-    long shift = reached / cUnit * cUnit;
+    long shift = reached / cUnit<T> * cUnit<T>;
     if (shift > length - reached) shift = length - reached;
     if (shift > cVector) shift = cVector;
     levels.shifts[levels.nbLevels++] = static_cast<int>(shift * cSize / 4);
@@ -79,7 +82,7 @@ class Levels<P, T, 0> {
 
 template <Polarities P, class T, int nbLevels>
 HWY_NOINLINE void foldLevels(WindowLevels const& levels, T const* row, T* out, long count,
-                             RowKernels::Prefetch const& ahead) {
+                             RowKernels::Traffic const& traffic) {
   Wide<T> const d;
   using V = hn::Vec<Wide<T>>;
   constexpr long L = lanesOf<T>();
@@ -88,13 +91,18 @@ HWY_NOINLINE void foldLevels(WindowLevels const& levels, T const* row, T* out, l
   // From the last multiple of the vector's size before the row.
   long const unaligned = countUnaligned(d, out), first = unaligned > 0 ? unaligned - L : 0;
   for (long c = first; c < count + lag; c += L) {
-    if (ahead.row) prefetch<T>(ahead, c, L);
+    if (traffic.row) prefetch<T>(traffic, c, L);
     V v = hn::LoadU(d, row + c);
-    for (long i = 1; i < nbLoads; ++i) v = fold<P>(v, hn::LoadU(d, row + c + i));
+#pragma GCC unroll 4
+    for (long i = 1; i < cUnit<T>; ++i) v = fold<P>(v, hn::LoadU(d, row + c + i));
+    for (long i = cUnit<T>; i < nbLoads; ++i) v = fold<P>(v, hn::LoadU(d, row + c + i));
     v = steps.step(v);
     long const at = c - lag;
     if (at >= 0 && at + L <= count) {
-      hn::StoreU(v, d, out + at);
+      if (traffic.isPastCaches)
+        store<true>(v, d, out + at);
+      else
+        store<false>(v, d, out + at);
     } else if (at >= first) {
       // Highway's FirstN takes an instruction that AVX-512 doesn't imply.
       unsigned long const after = at + L <= count ? 0 : static_cast<unsigned long>(at + L - count);
@@ -106,16 +114,16 @@ HWY_NOINLINE void foldLevels(WindowLevels const& levels, T const* row, T* out, l
 }
 
 template <Polarities P, class T>
-void foldColumnsAtOnce(char const* row, long length, char* out, long count, RowKernels::Prefetch const& ahead) {
+void foldColumnsAtOnce(char const* row, long length, char* out, long count, RowKernels::Traffic const& traffic) {
   WindowLevels const levels = makeLevels<T>(length);
   if (levels.nbLevels <= 1)
-    foldLevels<P, T, 1>(levels, at<T>(row), at<T>(out), count, ahead);
+    foldLevels<P, T, 1>(levels, at<T>(row), at<T>(out), count, traffic);
   else if (levels.nbLevels <= 3)
-    foldLevels<P, T, 3>(levels, at<T>(row), at<T>(out), count, ahead);
+    foldLevels<P, T, 3>(levels, at<T>(row), at<T>(out), count, traffic);
   else if (levels.nbLevels <= 5)
-    foldLevels<P, T, 5>(levels, at<T>(row), at<T>(out), count, ahead);
+    foldLevels<P, T, 5>(levels, at<T>(row), at<T>(out), count, traffic);
   else
-    foldLevels<P, T, cMaxNbLevels>(levels, at<T>(row), at<T>(out), count, ahead);
+    foldLevels<P, T, cMaxNbLevels>(levels, at<T>(row), at<T>(out), count, traffic);
 }
 
 /** Four or five levels reach a vector, and each other one a vector more. */

@@ -56,14 +56,22 @@ HWY_INLINE T* at(char* row) {
 
 /** Vectors of a row at c, c + L, ...: the fold of all taps. */
 template <class T>
-HWY_INLINE void prefetch(RowKernels::Prefetch const& ahead, long c, long count) {
+HWY_INLINE void prefetch(RowKernels::Traffic const& traffic, long c, long count) {
   constexpr long cLine = 64;
   constexpr long cSize = static_cast<long>(sizeof(T));
-  char const* const from = ahead.row + (c * cSize >> ahead.shift);
-  for (long i = 0; i < count * cSize >> ahead.shift; i += cLine) __builtin_prefetch(from + i, 0, 2);
+  char const* const from = traffic.row + (c * cSize >> traffic.shift);
+  for (long i = 0; i < count * cSize >> traffic.shift; i += cLine) __builtin_prefetch(from + i, 0, 2);
 }
 
-template <Polarities P, int nbVectors, class D, class T>
+template <bool isPastCaches, class D, class T>
+HWY_INLINE void store(hn::Vec<D> v, D d, T* out) {
+  if (isPastCaches)
+    hn::Stream(v, d, out);
+  else
+    hn::StoreU(v, d, out);
+}
+
+template <Polarities P, int nbVectors, bool isPastCaches = false, class D, class T>
 HWY_INLINE void foldColumns(D d, T const* const* rows, long nbTaps, T* out, long c) {
   constexpr long L = static_cast<long>(hn::MaxLanes(D()));
   hn::Vec<D> v0 = hn::LoadU(d, rows[0] + c), v1 = v0, v2 = v0, v3 = v0;
@@ -81,11 +89,11 @@ HWY_INLINE void foldColumns(D d, T const* const* rows, long nbTaps, T* out, long
       v3 = fold<P>(v3, hn::LoadU(d, row + 3 * L));
     }
   }
-  hn::StoreU(v0, d, out + c);
+  store<isPastCaches>(v0, d, out + c);
   if (nbVectors > 1) {
-    hn::StoreU(v1, d, out + c + L);
-    hn::StoreU(v2, d, out + c + 2 * L);
-    hn::StoreU(v3, d, out + c + 3 * L);
+    store<isPastCaches>(v1, d, out + c + L);
+    store<isPastCaches>(v2, d, out + c + 2 * L);
+    store<isPastCaches>(v3, d, out + c + 3 * L);
   }
 }
 
@@ -99,13 +107,16 @@ HWY_INLINE long countUnaligned(D, T const* row) {
 /** One row; its first and last vectors overlap the ones next to them. */
 template <Polarities P, class D, class T>
 HWY_INLINE void foldRow(D d, T const* const* rows, long nbTaps, T* out, long count,
-                        RowKernels::Prefetch const& ahead) {
+                        RowKernels::Traffic const& traffic) {
   constexpr long L = static_cast<long>(hn::MaxLanes(D()));
   long c = countUnaligned(d, out);
   if (c > 0) foldColumns<P, 1>(d, rows, nbTaps, out, 0);
   for (; c + 4 * L <= count; c += 4 * L) {
-    if (ahead.row) prefetch<T>(ahead, c, 4 * L);
-    foldColumns<P, 4>(d, rows, nbTaps, out, c);
+    if (traffic.row) prefetch<T>(traffic, c, 4 * L);
+    if (traffic.isPastCaches)
+      foldColumns<P, 4, true>(d, rows, nbTaps, out, c);
+    else
+      foldColumns<P, 4>(d, rows, nbTaps, out, c);
   }
   for (; c + L <= count; c += L) foldColumns<P, 1>(d, rows, nbTaps, out, c);
   if (c < count) foldColumns<P, 1>(d, rows, nbTaps, out, count - L);
@@ -113,9 +124,9 @@ HWY_INLINE void foldRow(D d, T const* const* rows, long nbTaps, T* out, long cou
 
 template <Polarities P, class T>
 HWY_INLINE void foldRowOfAnyLength(T const* const* rows, long nbTaps, T* out, long count,
-                                   RowKernels::Prefetch const& ahead) {
-  if (count >= lanesOf<T>()) return foldRow<P>(Wide<T>(), rows, nbTaps, out, count, ahead);
-  if (count >= static_cast<long>(16 / sizeof(T))) return foldRow<P>(Narrow<T>(), rows, nbTaps, out, count, ahead);
+                                   RowKernels::Traffic const& traffic) {
+  if (count >= lanesOf<T>()) return foldRow<P>(Wide<T>(), rows, nbTaps, out, count, traffic);
+  if (count >= static_cast<long>(16 / sizeof(T))) return foldRow<P>(Narrow<T>(), rows, nbTaps, out, count, traffic);
   for (long c = 0; c < count; ++c) {
     T value = rows[0][c];
     for (long i = 1; i < nbTaps; ++i) value = foldOne<P>(value, rows[i][c]);
@@ -126,44 +137,44 @@ HWY_INLINE void foldRowOfAnyLength(T const* const* rows, long nbTaps, T* out, lo
 /** A number of taps that is known to the compiler, whose pointers stay in registers. */
 template <Polarities P, class T, unsigned nbTaps>
 HWY_NOINLINE void foldFew(char const* const* taps, long const* strides, char* out, long outStride, long nbRows,
-                          long count, RowKernels::Prefetch ahead) {
+                          long count, RowKernels::Traffic traffic) {
   T const* rows[nbTaps];
   for (unsigned i = 0; i < nbTaps; ++i) rows[i] = at<T>(taps[i]);
   for (long row = 0;;) {
-    foldRowOfAnyLength<P>(rows, nbTaps, at<T>(out), count, ahead);
+    foldRowOfAnyLength<P>(rows, nbTaps, at<T>(out), count, traffic);
     if (++row == nbRows) return;
     for (unsigned i = 0; i < nbTaps; ++i) rows[i] = at<T>(reinterpret_cast<char const*>(rows[i]) + strides[i]);
     out += outStride;
-    if (ahead.row) ahead.row += ahead.stride;
+    if (traffic.row) traffic.row += traffic.stride;
   }
 }
 
 template <Polarities P, class T>
 HWY_NOINLINE void foldMany(char const* const* taps, long nbTaps, char* out, long count,
-                           RowKernels::Prefetch const& ahead) {
-  foldRowOfAnyLength<P>(reinterpret_cast<T const* const*>(taps), nbTaps, at<T>(out), count, ahead);
+                           RowKernels::Traffic const& traffic) {
+  foldRowOfAnyLength<P>(reinterpret_cast<T const* const*>(taps), nbTaps, at<T>(out), count, traffic);
 }
 
 template <Polarities P, class T>
 void foldTaps(char const* const* taps, long const* strides, long nbTaps, char* out, long outStride, long nbRows,
-              long count, RowKernels::Prefetch const& ahead) {
+              long count, RowKernels::Traffic const& traffic) {
   switch (nbTaps) {
     case 1:
-      return foldFew<P, T, 1>(taps, strides, out, outStride, nbRows, count, ahead);
+      return foldFew<P, T, 1>(taps, strides, out, outStride, nbRows, count, traffic);
     case 2:
-      return foldFew<P, T, 2>(taps, strides, out, outStride, nbRows, count, ahead);
+      return foldFew<P, T, 2>(taps, strides, out, outStride, nbRows, count, traffic);
     case 3:
-      return foldFew<P, T, 3>(taps, strides, out, outStride, nbRows, count, ahead);
+      return foldFew<P, T, 3>(taps, strides, out, outStride, nbRows, count, traffic);
     case 4:
-      return foldFew<P, T, 4>(taps, strides, out, outStride, nbRows, count, ahead);
+      return foldFew<P, T, 4>(taps, strides, out, outStride, nbRows, count, traffic);
     case 5:
-      return foldFew<P, T, 5>(taps, strides, out, outStride, nbRows, count, ahead);
+      return foldFew<P, T, 5>(taps, strides, out, outStride, nbRows, count, traffic);
     case 6:
-      return foldFew<P, T, 6>(taps, strides, out, outStride, nbRows, count, ahead);
+      return foldFew<P, T, 6>(taps, strides, out, outStride, nbRows, count, traffic);
     case 7:
-      return foldFew<P, T, 7>(taps, strides, out, outStride, nbRows, count, ahead);
+      return foldFew<P, T, 7>(taps, strides, out, outStride, nbRows, count, traffic);
     default:  // the caller gives one row at a time
-      return foldMany<P, T>(taps, nbTaps, out, count, ahead);
+      return foldMany<P, T>(taps, nbTaps, out, count, traffic);
   }
 }
 
@@ -262,17 +273,6 @@ void fillNeutral(char* row, long count) {
   for (long c = 0; c < count; ++c) at<T>(row)[c] = cNeutral<P, T>;
 }
 
-inline void copyPastCaches(char const* row, char* out, long nbBytes) {
-  using Byte = unsigned char;
-  Wide<Byte> const d;
-  constexpr long L = lanesOf<Byte>();
-  long const nbBefore = (L - static_cast<long>(reinterpret_cast<unsigned long>(out) % L)) % L;
-  long c = nbBefore < nbBytes ? nbBefore : nbBytes;
-  __builtin_memcpy(out, row, static_cast<unsigned long>(c));
-  for (; c + L <= nbBytes; c += L) hn::Stream(hn::LoadU(d, at<Byte>(row + c)), d, at<Byte>(out + c));
-  __builtin_memcpy(out + c, row + c, static_cast<unsigned long>(nbBytes - c));
-}
-
 }  // namespace pxl::wide::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -283,10 +283,9 @@ namespace pxl::wide::HWY_NAMESPACE {
 
 template <Polarities P, class T>
 constexpr RowKernels makeRowKernels() {
-  return {
-      foldTaps<P, T>,      foldRowsAtOnce<P, T>, foldBlockRow<P, T>, foldColumnsAtOnce<P, T>,      hasSpecialReals<T>,
-      fillNeutral<P, T>,   copyPastCaches,       hwy::FlushStream,   static_cast<long>(sizeof(T)), lanesOf<T>(),
-      cMaxColumnsAtOnce<T>};
+  return {foldTaps<P, T>,     foldRowsAtOnce<P, T>, foldBlockRow<P, T>, foldColumnsAtOnce<P, T>,
+          hasSpecialReals<T>, fillNeutral<P, T>,    hwy::FlushStream,   static_cast<long>(sizeof(T)),
+          lanesOf<T>(),       cMaxColumnsAtOnce<T>};
 }
 
 /** By polarity. */

@@ -24,11 +24,12 @@ constexpr long cRowSlack = 1024;
 struct RowKernels {
   using Row = char const*;
 
-  /** Rows that are asked of the memory while others are folded: 1 of every 2^shift bytes that are folded. */
-  struct Prefetch {
-    Row row = nullptr;  ///< for the first row; null: none
-    long stride = 0;    ///< to that for the next one
+  /** What a fold asks of the memory. Rows may be prefetched: 1 of every 2^shift bytes that are folded. */
+  struct Traffic {
+    Row row = nullptr;  ///< to prefetch with the first row of a fold; null: none
+    long stride = 0;    ///< to that of the next one
     int shift = 0;
+    bool isPastCaches = false;  ///< the result is written without reading what is there; flush() is to be called
   };
 
   /**
@@ -36,7 +37,7 @@ struct RowKernels {
    * rowStrides[i] bytes, and outStride bytes in the result. The result isn't one of the rows.
    */
   void (*fold)(Row const* rows, long const* rowStrides, long nbTaps, char* out, long outStride, long nbRows,
-               long count, Prefetch const& ahead);
+               long count, Traffic const& traffic);
   /**
    * nbResults (4 or 8) windows of `length` rows each, result i from row i on: out[i] = fold of rows[i ..
    * i + length - 1]; length is at least nbResults and count at least minRowsAtOnce.
@@ -45,16 +46,15 @@ struct RowKernels {
   /** prefix = isFirst ? row : fold(prefix, row); out = fold(suffix, prefix). */
   void (*foldBlockRow)(Row suffix, Row row, char* prefix, bool isFirst, char* out, long count);
   /**
-   * out[i] = fold of row[i .. i + length - 1], in some order; length is at most maxColumnsAtOnce. Null where that is
-   * 0. A cache line before the row and cRowSlack bytes behind its last window may be read.
+   * out[i] = fold of row[i .. i + length - 1], in some order; length is from 4 to maxColumnsAtOnce. Null where that
+   * is 0. A cache line before the row and cRowSlack bytes behind its last window may be read.
    */
-  void (*foldColumnsAtOnce)(Row row, long length, char* out, long count, Prefetch const& ahead);
+  void (*foldColumnsAtOnce)(Row row, long length, char* out, long count, Traffic const& traffic);
   /** Whether order matters in a row: there is a NaN, or a zero with a sign. Never of integers. */
   bool (*hasSpecialReals)(Row row, long count);
   /** Fills a row with the neutral value. */
   void (*fillNeutral)(char* row, long count);
-  /** Copies bytes to memory without reading what is there. To be followed by flush() before others read them. */
-  void (*copyPastCaches)(Row row, char* out, long nbBytes);
+  /** To be called by a thread that has written past the caches, before others read that. */
   void (*flush)();
 
   long voxelSize;      ///< bytes

@@ -37,7 +37,7 @@ SlabBox getComputed(FoldNode const& node, bool isVolume, SlabBox const& box, Sla
 }  // namespace
 
 TileLayout::TileLayout(FoldProgram const& program, bool isVolume, SlabBox const& box, SlabBox const& image,
-                       long voxelSize, long nbAtOnce, bool isCopied, bool isKept)
+                       long voxelSize, long nbAtOnce, bool isCopied)
     : rings(program.getNbNodes()), nbNeutralVoxels(0), nbBytes(0), lead(0) {
   auto const& nodes = program.getNodes();
   // What is read of each node lags behind what is computed of it.
@@ -63,7 +63,7 @@ TileLayout::TileLayout(FoldProgram const& program, bool isVolume, SlabBox const&
     SlabReach const needed(nodes[i].needed, isVolume);
     ring = {};
     ring.computed = getComputed(nodes[i], isVolume, box, image);
-    ring.hasMemory = i == 0 ? isCopied : isKept || i + 1 < nodes.size();
+    ring.hasMemory = i == 0 ? isCopied : i + 1 < nodes.size();
     // Slots of short rings are found by a mask.
     ring.nbSlabs = nbSlabs[i];
     if (!isVolume && ring.nbSlabs <= cMaxMaskedSlabs) ring.nbSlabs = toPower(ring.nbSlabs);

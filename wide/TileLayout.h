@@ -30,10 +30,9 @@ class TileLayout {
    * @param image       the image, from 0
    * @param nbAtOnce    slabs of each node that one step computes
    * @param isCopied    whether the image is copied into a ring first
-   * @param isKept      whether the result has a ring, from which it is copied
    */
   TileLayout(FoldProgram const& program, bool isVolume, SlabBox const& box, SlabBox const& image, long voxelSize,
-             long nbAtOnce, bool isCopied, bool isKept);
+             long nbAtOnce, bool isCopied);
 
   std::vector<NodeRing> rings;  ///< of each node
   long nbNeutralVoxels;         ///< of the row of neutral values at the start of the scratch memory

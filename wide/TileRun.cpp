@@ -52,8 +52,7 @@ class TileRun {
         m_kernels(*plan.kernels),
         m_tile(tile),
         m_nbAtOnce(getNbSlabsAtOnce(plan, program, tile)),
-        m_layout(program, plan.isVolume, tile, plan.image, plan.kernels->voxelSize, m_nbAtOnce, plan.isCopied,
-                 plan.isPastCaches),
+        m_layout(program, plan.isVolume, tile, plan.image, plan.kernels->voxelSize, m_nbAtOnce, plan.isCopied),
         m_scratch(scratch + cCacheLine),
         m_host(host) {}
 
@@ -82,12 +81,10 @@ class TileRun {
   void copyUpTo(long endSlab);
   char const* getSourceRow(long slab, long row) const;
   void computeSlabs(Node& node, long firstSlab, long endSlab);
-  /** Copies what a step has computed of the result. */
-  void writeResult(long firstSlab, long endSlab) const;
   /** Rows of a slab of a volume, or rows of a plane. */
   void foldRows(Node& node, long slab, long firstRow, long endRow);
-  /** A part of the rows of the image that the next step reads first. */
-  RowKernels::Prefetch makePrefetch(Node const& node, long row) const;
+  /** How a node uses the memory: it may prefetch a part of the rows that the next step reads first. */
+  RowKernels::Traffic makeTraffic(Node const& node, long row) const;
   void foldColumnsAtOnce(Node& node, long slab);
   void foldRowsAtOnce(Node& node, long firstSlab, long nbResults);
   void foldRowByBlocks(Node& node, long slab);
@@ -299,21 +296,24 @@ void TileRun::foldRows(Node& node, long slab, long firstRow, long endRow) {
       nbRows = std::min(nbRows, nbTapRows);
     }
     m_kernels.fold(m_rows.data(), m_strides.data(), nbTaps, own, ownStride, nbRows, node.nbCols,
-                   makePrefetch(node, row));
+                   makeTraffic(node, row));
     row += nbRows;
     noteWork(nbTaps * nbRows * node.nbCols);
   }
 }
 
-RowKernels::Prefetch TileRun::makePrefetch(Node const& node, long row) const {
-  if (node.part < 0) return {};
+RowKernels::Traffic TileRun::makeTraffic(Node const& node, long row) const {
+  RowKernels::Traffic traffic;
+  traffic.isPastCaches = m_plan.isPastCaches && &node == &m_nodes.back();
+  if (node.part < 0) return traffic;
   Node const& image = m_nodes.front();
-  long const next = row - node.after + image.after + m_nbAtOnce;
   SlabBox const& read = image.ring->computed;
-  if (next < read.firstSlab || next >= read.endSlab) return {};
-  long const nbBytes = read.getNbCols() * m_kernels.voxelSize;
-  return {getSourceRow(next, 0) + (nbBytes >> m_prefetchShift) * node.part, m_plan.source.slabStride,
-          m_prefetchShift};
+  long const next = row - node.after + image.after + m_nbAtOnce;
+  if (next < read.firstSlab || next >= read.endSlab) return traffic;
+  traffic.shift = m_prefetchShift;
+  traffic.stride = m_plan.source.slabStride;
+  traffic.row = getSourceRow(next, 0) + (read.getNbCols() * m_kernels.voxelSize >> m_prefetchShift) * node.part;
+  return traffic;
 }
 
 void TileRun::foldRowsAtOnce(Node& node, long firstSlab, long nbResults) {
@@ -338,7 +338,7 @@ void TileRun::foldColumnsAtOnce(Node& node, long slab) {
     long stride, nbRows;
     char const* const from = locate(node.taps.front(), slab, row, stride, nbRows);
     m_kernels.foldColumnsAtOnce(from, node.node->length, getOwnRow(node, slab, row), node.nbCols,
-                                makePrefetch(node, slab));
+                                makeTraffic(node, slab));
     noteWork(node.nbCols);
   }
 }
@@ -390,15 +390,6 @@ void TileRun::computeSlabs(Node& node, long firstSlab, long endSlab) {
   }
 }
 
-void TileRun::writeResult(long firstSlab, long endSlab) const {
-  Node const& result = m_nodes.back();
-  for (long slab = firstSlab; slab < endSlab; ++slab)
-    for (long row = m_tile.firstRow; row < m_tile.endRow; ++row)
-      m_kernels.copyPastCaches(getOwnRow(result, slab, row),
-                               m_plan.target.getRow(slab, row) + m_tile.firstCol * m_kernels.voxelSize,
-                               m_tile.getNbCols() * m_kernels.voxelSize);
-}
-
 bool TileRun::run(bool isWatchful) {
   prepare();
   if (m_plan.isCopied && isWatchful && isSpecialUpTo(cForever)) return false;
@@ -422,8 +413,6 @@ bool TileRun::run(bool isWatchful) {
       computeSlabs(node, std::max(slab + node.after, computed.firstSlab),
                    std::min(slab + node.after + m_nbAtOnce, computed.endSlab));
     }
-    if (m_plan.isPastCaches)
-      writeResult(std::max(slab, m_tile.firstSlab), std::min(slab + m_nbAtOnce, m_tile.endSlab));
   }
   if (m_plan.isPastCaches) m_kernels.flush();
   return true;
@@ -433,7 +422,7 @@ bool TileRun::run(bool isWatchful) {
 
 long countScratchBytes(TilePlan const& plan, FoldProgram const& program, SlabBox const& tile) {
   return TileLayout(program, plan.isVolume, tile, plan.image, plan.kernels->voxelSize,
-                    getNbSlabsAtOnce(plan, program, tile), plan.isCopied, plan.isPastCaches)
+                    getNbSlabsAtOnce(plan, program, tile), plan.isCopied)
       .nbBytes;
 }
 
