@@ -28,9 +28,7 @@ template <class T>
 HWY_INLINE WindowLevels makeLevels(long length) {
   constexpr long cSize = static_cast<long>(sizeof(T));
   constexpr long cVector = HWY_MAX_BYTES / cSize;
-  WindowLevels levels{0, 0, {}};
-
-  levels.nbLoads = cUnit<T> + length % cUnit<T>;
+  WindowLevels levels{cUnit<T> + length % cUnit<T>, 0, {}};
   for (long reached = levels.nbLoads; reached < length;) {
     long shift = reached / cUnit<T> * cUnit<T>;
     if (shift > length - reached) shift = length - reached;
@@ -89,7 +87,7 @@ HWY_NOINLINE void foldLevels(WindowLevels const& levels, T const* row, T* out, l
   Levels<P, T, nbLevels> steps(levels.shifts);
   long const nbLoads = levels.nbLoads, lag = nbLevels * L;
   // From the last multiple of the vector's size before the row.
-  long const unaligned = countUnaligned(d, out), first = unaligned > 0 ? unaligned - L : 0;
+  long const unaligned = countUnaligned(out, HWY_MAX_BYTES), first = unaligned > 0 ? unaligned - L : 0;
   for (long c = first; c < count + lag; c += L) {
     if (traffic.row) prefetch<T>(traffic, c, L);
     V v = hn::LoadU(d, row + c);

@@ -54,13 +54,11 @@ HWY_INLINE T* at(char* row) {
   return reinterpret_cast<T*>(row);
 }
 
-/** Vectors of a row at c, c + L, ...: the fold of all taps. */
 template <class T>
 HWY_INLINE void prefetch(RowKernels::Traffic const& traffic, long c, long count) {
-  constexpr long cLine = 64;
   constexpr long cSize = static_cast<long>(sizeof(T));
   char const* const from = traffic.row + (c * cSize >> traffic.shift);
-  for (long i = 0; i < count * cSize >> traffic.shift; i += cLine) __builtin_prefetch(from + i, 0, 2);
+  for (long i = 0; i < count * cSize >> traffic.shift; i += cCacheLine) __builtin_prefetch(from + i, 0, 2);
 }
 
 template <bool isPastCaches, class D, class T>
@@ -71,6 +69,7 @@ HWY_INLINE void store(hn::Vec<D> v, D d, T* out) {
     hn::StoreU(v, d, out);
 }
 
+/** Vectors of a row at c, c + L, ...: the fold of all taps. */
 template <Polarities P, int nbVectors, bool isPastCaches = false, class D, class T>
 HWY_INLINE void foldColumns(D d, T const* const* rows, long nbTaps, T* out, long c) {
   constexpr long L = static_cast<long>(hn::MaxLanes(D()));
@@ -97,11 +96,10 @@ HWY_INLINE void foldColumns(D d, T const* const* rows, long nbTaps, T* out, long
   }
 }
 
-/** Voxels before the first of a row at a multiple of the vector's size. Stores that straddle two lines are slow. */
-template <class D, class T>
-HWY_INLINE long countUnaligned(D, T const* row) {
-  constexpr unsigned long cSize = hn::MaxLanes(D()) * sizeof(T);
-  return static_cast<long>((cSize - reinterpret_cast<unsigned long>(row) % cSize) % cSize / sizeof(T));
+/** Voxels before the first of a row at a multiple of nbBytes. Stores that straddle two cache lines are slow. */
+template <class T>
+HWY_INLINE long countUnaligned(T const* row, unsigned long nbBytes) {
+  return static_cast<long>((nbBytes - reinterpret_cast<unsigned long>(row) % nbBytes) % nbBytes / sizeof(T));
 }
 
 /** One row; its first and last vectors overlap the ones next to them. */
@@ -109,8 +107,12 @@ template <Polarities P, class D, class T>
 HWY_INLINE void foldRow(D d, T const* const* rows, long nbTaps, T* out, long count,
                         RowKernels::Traffic const& traffic) {
   constexpr long L = static_cast<long>(hn::MaxLanes(D()));
-  long c = countUnaligned(d, out);
+  long c = countUnaligned(out, L * sizeof(T));
   if (c > 0) foldColumns<P, 1>(d, rows, nbTaps, out, 0);
+  // Past the caches whole lines are written.
+  if (traffic.isPastCaches)
+    for (; c + L <= count && countUnaligned(out + c, cCacheLine) > 0; c += L)
+      foldColumns<P, 1>(d, rows, nbTaps, out, c);
   for (; c + 4 * L <= count; c += 4 * L) {
     if (traffic.row) prefetch<T>(traffic, c, 4 * L);
     if (traffic.isPastCaches)

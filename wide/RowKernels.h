@@ -14,7 +14,8 @@ constexpr int cNbTargets = 3;
 /** Whether the largest or the smallest voxel is taken. */
 enum class Polarities { cDilation, cErosion };
 
-constexpr long cRowSlack = 1024;
+constexpr long cCacheLine = 64;
+constexpr long cRowSlack = 1024;  ///< bytes behind a row that may be read
 
 /**
  * Functions on rows of adjacent voxels, which may stand at any address that is a multiple of their size. Of two

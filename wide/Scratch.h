@@ -5,9 +5,9 @@
 #include <memory>
 #include <new>
 
-namespace pxl::wide {
+#include "wide/RowKernels.h"
 
-constexpr long cCacheLine = 64;
+namespace pxl::wide {
 
 /** The scratch memory of a thread, made on first use. */
 class Scratch {

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "wide/RowKernels.h"
-#include "wide/Scratch.h"
 
 namespace pxl::wide {
 namespace {

@@ -4,21 +4,21 @@
 #include <cstring>
 #include <limits>
 
-#include "wide/Scratch.h"
-
 namespace pxl::wide {
 namespace {
 
 using Kinds = FoldNode::Kinds;
 constexpr long cForever = std::numeric_limits<long>::max();
 constexpr long cNbRowsAtOnce = 8;
+// Rows of up to so many bytes are folded cNbRowsAtOnce at once.
 constexpr long cMaxNarrowBytes = 2048;
 constexpr long cMaxNbPrefetchParts = 4;
 // Voxels that are folded before the host is asked again whether the run goes on: about a millisecond. A slab of a
 // volume and a large element takes hundreds, and so may the preparation of rings.
 constexpr long cMaxNbUnwatched = 1 << 21;
-constexpr long cMinNbAnnounced = 1 << 14;
 constexpr long cPageFault = 1 << 12;  ///< voxels in the same time
+// Voxels of the result whose progress is announced at once.
+constexpr long cMinNbAnnounced = 1 << 14;
 
 // Rows of one node as a tap of another one sees them.
 struct TapPlace {
