@@ -3,6 +3,7 @@
 #include "Benchmarks.h"
 #include "IdealFir.h"
 #include "Images.h"
+#include "VolumePeers.h"
 #include "pxl/filtering/linear/FiniteImpulseResponseFilter.h"
 #ifdef PXLWORKS_HAVE_OPENCV
 #include <opencv2/imgproc.hpp>
@@ -85,17 +86,31 @@ void addCase(std::string const& type, std::string const& size, pxl::ImageSizes c
   std::string const prefix = std::string("FiniteImpulseResponseFilter") + (taps.planReach > 0 ? "3D/" : "2D/") +
                              type + "/" + size + "/" + shape + "/relative_to_";
   for (int nbThreads : {1, 2}) {
-    auto const add = [&](char const* peer, Side (*makeTheirs)(Case const&)) {
-      addPair(prefix + peer, nbThreads, [=] {
-        Case const one{makeImage<T>(sizes), pxl::Image::New(cType<T>, sizes), taps};
-        return Pair{makeOurs(one), makeTheirs(one)};
-      });
+    auto const add = [&](char const* peer, Side (*makeTheirs)(Case const&), int nbPairs = cNbPairs) {
+      addPair(
+          prefix + peer, nbThreads,
+          [=] {
+            Case const one{makeImage<T>(sizes), pxl::Image::New(cType<T>, sizes), taps};
+            return Pair{makeOurs(one), makeTheirs(one)};
+          },
+          nbPairs);
     };
     add("sse41", [](Case const& one) { return makeOurs(one, "sse41"); });
     add("copy_ceiling", makeCeiling<T>);
 #ifdef PXLWORKS_HAVE_OPENCV
     if (taps.planReach == 0) add("opencv_filter2D", makeOpenCv<T>);
 #endif
+    if constexpr (std::is_same_v<T, unsigned char> || std::is_same_v<T, float>) {
+      if (taps.planReach != 1) continue;
+#ifdef PXLWORKS_HAVE_CIMG
+      auto const makeCImg = [](Case const& one) { return makeCImgCorrelation<T>(one.input, one.taps); };
+      add("cimg_correlate", makeCImg, cNbSlowPairs);
+#endif
+#ifdef PXLWORKS_HAVE_ITK
+      auto const makeItk = [](Case const& one) { return makeItkCorrelation<T>(one.input, one.taps); };
+      add("itk_neighborhood_operator", makeItk, cNbSlowPairs);
+#endif
+    }
   }
 }
 

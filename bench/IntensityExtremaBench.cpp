@@ -9,6 +9,7 @@
 #include "Benchmarks.h"
 #include "Core/private/Access/simd/SimdVec.h"
 #include "Images.h"
+#include "PlainLoops.h"
 #include "pxl/analysis/IntensityExtrema.h"
 #ifdef PXLWORKS_HAVE_OPENCV
 #include <opencv2/core.hpp>
@@ -92,6 +93,12 @@ class IdealScan {
   mutable volatile bool m_sink = false;
 };
 
+template <class T>
+Side makePlain(ImagePointer image) {
+  auto const result = std::make_shared<PlainExtrema<T>>();
+  return [image, result] { *result = findExtremaPlainly(getVoxels<T>(image), countCols(image) * countRows(image)); };
+}
+
 #ifdef PXLWORKS_HAVE_OPENCV
 template <class T>
 Side makeOpenCv(ImagePointer image) {
@@ -117,6 +124,7 @@ void addType(char const* type, char const* size, ImageSizes const& sizes) {
     add("sse41", [](ImagePointer image) { return makeOurs(image, "sse41"); });
     add("copy_ceiling", [](ImagePointer image) { return Side(IdealScan<T, true>(image)); });
     add("scan_without_copy", [](ImagePointer image) { return Side(IdealScan<T, false>(image)); });
+    if (hasPlainLoops()) add("plain_loop", makePlain<T>);
     add("memcpy", makeCopy<T>);
 #ifdef PXLWORKS_HAVE_OPENCV
     add("opencv_minMaxLoc", makeOpenCv<T>);

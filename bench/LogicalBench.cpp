@@ -8,6 +8,7 @@
 #include "Core/private/Access/simd/AlignedAllocator.h"
 #include "Core/private/Access/simd/SimdVec.h"
 #include "Images.h"
+#include "PlainLoops.h"
 #include "RowCopies.h"
 #include "pxl/point_operations/LogicalOperation.h"
 #ifdef PXLWORKS_HAVE_OPENCV
@@ -124,6 +125,16 @@ class IdealXor {
   ContractRows<T> m_output;
 };
 
+template <class T>
+Side makePlain(Case const& one) {
+  auto const bytesOf = [](ImagePointer const& image) { return image ? getVoxels<unsigned char>(image) : nullptr; };
+  long const nbBytes = countCols(one.first) * countRows(one.first) * static_cast<long>(sizeof(T));
+  return [one, nbBytes, bytesOf] {
+    auto* const out = static_cast<unsigned char*>(one.output->getVoxels());
+    xorPlainly(bytesOf(one.first), bytesOf(one.second), cValue, out, nbBytes);
+  };
+}
+
 #ifdef PXLWORKS_HAVE_OPENCV
 template <class T>
 Side makeOpenCv(Case const& one) {
@@ -160,6 +171,7 @@ void addCase(std::string const& type, std::string const& size, ImageSizes const&
     add("copy_ceiling", [](Case const& one) { return Side(IdealXor<T, Rows::cCopied>(one)); });
     add("contract_ceiling", [](Case const& one) { return Side(IdealXor<T, Rows::cByContract>(one)); });
     add("loop_without_copies", [](Case const& one) { return Side(IdealXor<T, Rows::cDirect>(one)); });
+    if (hasPlainLoops()) add("plain_loop", makePlain<T>);
     add("memcpy", [](Case const& one) { return makeCopy<T>(one.first); });
 #ifdef PXLWORKS_HAVE_OPENCV
     add("opencv_bitwise_xor", makeOpenCv<T>);

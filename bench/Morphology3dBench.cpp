@@ -3,6 +3,7 @@
 #include "Benchmarks.h"
 #include "IdealDilation3d.h"
 #include "Images.h"
+#include "VolumePeers.h"
 #include "pxl/morphology/Morphology.h"
 #ifdef PXLWORKS_HAVE_OPENCV
 #include <opencv2/imgproc.hpp>
@@ -11,11 +12,6 @@
 #include <filesystem>
 
 #include "qorn/io/ImageFile.h"
-#endif
-#ifdef PXLWORKS_HAVE_CIMG
-#define cimg_display 0
-#define cimg_OS 1
-#include <CImg.h>
 #endif
 
 namespace bench {
@@ -53,25 +49,8 @@ Side makeCeiling(Case const& one) {
                                  : makeCeilingOf<T, 2, cIsByContract>(one);
 }
 
-#ifdef PXLWORKS_HAVE_CIMG
-// With one thread: the library is compiled without OpenMP.
-template <class T>
-Side makeCImg(Case const& one) {
-  auto const size = [&one](pxl::Components c) { return static_cast<unsigned int>(one.input->getNumOf(c)); };
-  using Image = cimg_library::CImg<T>;
-  auto const image = std::make_shared<Image>(getVoxels<T>(one.input), size(pxl::cColumns), size(pxl::cRows),
-                                             size(pxl::cPlans), 1, true);
-  auto const element = std::make_shared<Image>(3, 3, 3, 1, T(0));
-  cimg_forXYZ(*element, x, y, z) (*element)(x, y, z) =
-      static_cast<T>((x != 1) + (y != 1) + (z != 1) <= one.neighborhood + 1);
-  unsigned int const nbIterations = one.nbIterations;
-  bool const isCube = one.neighborhood == 2;
-  return [one, image, element, nbIterations, isCube] {
-    Image result(*image, false);
-    for (unsigned int i = 0; i < nbIterations; ++i) isCube ? result.dilate(3, 3, 3) : result.dilate(*element);
-  };
-}
-#endif
+// As CImg and ITK take them.
+Element getElement(Case const& one) { return makeNeighbours(one.neighborhood + 1, one.nbIterations); }
 
 #ifdef PXLWORKS_HAVE_OPENCV
 // The cube as squares in the slices, then the largest of three slices.
@@ -107,18 +86,27 @@ void addCase(std::string const& volume, std::function<ImagePointer()> const& mak
   std::string const prefix = "Dilation3d/" + volume + "/" + names[neighborhood] + "/iterations_" +
                              std::to_string(nbIterations) + "/relative_to_";
   for (int nbThreads : {1, 2}) {
-    auto const add = [&](char const* peer, Side (*makeTheirs)(Case const&)) {
-      addPair(prefix + peer, nbThreads, [=] {
-        ImagePointer const input = makeInput();
-        Case const one{input, pxl::Image::New(cType<T>, input->getSizes()), neighborhood, nbIterations};
-        return Pair{makeOurs(one), makeTheirs(one)};
-      });
+    auto const add = [&](char const* peer, Side (*makeTheirs)(Case const&), int nbPairs = cNbPairs) {
+      addPair(
+          prefix + peer, nbThreads,
+          [=] {
+            ImagePointer const input = makeInput();
+            Case const one{input, pxl::Image::New(cType<T>, input->getSizes()), neighborhood, nbIterations};
+            return Pair{makeOurs(one), makeTheirs(one)};
+          },
+          nbPairs);
     };
     add("copy_ceiling", makeCeiling<T, false>);
     if (nbIterations == 1) add("contract_ceiling", makeCeiling<T, true>);
     if (nbIterations == 1) add("memcpy", [](Case const& one) { return makeCopy<T>(one.input); });
+    bool const isForLibraries = nbIterations == 1 || (nbIterations == 10 && neighborhood == 2);
 #ifdef PXLWORKS_HAVE_CIMG
-    if (nbIterations == 1 || neighborhood == 2) add("cimg_dilate", makeCImg<T>);
+    auto const makeCImg = [](Case const& one) { return makeCImgDilation<T>(one.input, getElement(one)); };
+    if (isForLibraries) add("cimg_dilate", makeCImg, cNbSlowPairs);
+#endif
+#ifdef PXLWORKS_HAVE_ITK
+    auto const makeItk = [](Case const& one) { return makeItkDilation<T>(one.input, getElement(one)); };
+    if (isForLibraries) add("itk_dilate", makeItk, cNbSlowPairs);
 #endif
 #ifdef PXLWORKS_HAVE_OPENCV
     if (nbIterations == 1 && neighborhood == 2) add("opencv_slices", makeOpenCvSlices<T>);

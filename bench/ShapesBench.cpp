@@ -4,15 +4,11 @@
 #include "IdealDilation2d.h"
 #include "IdealList.h"
 #include "Images.h"
+#include "VolumePeers.h"
 #include "pxl/kernel/StructuringElements.h"
 #include "pxl/morphology/Morphology.h"
 #ifdef PXLWORKS_HAVE_OPENCV
 #include <opencv2/imgproc.hpp>
-#endif
-#ifdef PXLWORKS_HAVE_CIMG
-#define cimg_display 0
-#define cimg_OS 1
-#include <CImg.h>
 #endif
 
 namespace bench {
@@ -123,49 +119,20 @@ Side makePassesCeiling(Case const& one) {
   return [ideal] { (*ideal)(); };
 }
 
-/** The element as a box of bytes, centred on the voxel itself. */
-struct Box {
-  explicit Box(std::vector<Offset3D> const& voxels) {
-    for (Offset3D const& o : voxels) reach = std::max({reach, std::abs(o.col), std::abs(o.row), std::abs(o.plan)});
-  }
-  int size() const { return static_cast<int>(2 * reach + 1); }
-  long reach = 0;
-};
-
 #ifdef PXLWORKS_HAVE_OPENCV
 template <class T>
 Side makeOpenCv(Case const& one) {
   int const rows = static_cast<int>(countRows(one.input)), cols = static_cast<int>(countCols(one.input));
   cv::Mat const input(rows, cols, cv::traits::Type<T>::value, one.input->getVoxels());
   cv::Mat const output(rows, cols, cv::traits::Type<T>::value, one.output->getVoxels());
-  Box const box(one.shape.voxels);
-  cv::Mat element = cv::Mat::zeros(box.size(), box.size(), CV_8U);
+  long const reach = Element{one.shape.voxels}.getReach();
+  cv::Mat element = cv::Mat::zeros(static_cast<int>(2 * reach + 1), static_cast<int>(2 * reach + 1), CV_8U);
   for (Offset3D const& o : one.shape.voxels)
-    element.at<unsigned char>(static_cast<int>(o.row + box.reach), static_cast<int>(o.col + box.reach)) = 1;
+    element.at<unsigned char>(static_cast<int>(o.row + reach), static_cast<int>(o.col + reach)) = 1;
   return [one, input, output, element]() mutable { cv::dilate(input, output, element); };
 }
 #endif
 
-#ifdef PXLWORKS_HAVE_CIMG
-// With one thread: the library is compiled without OpenMP.
-template <class T>
-Side makeCImg(Case const& one) {
-  using Image = cimg_library::CImg<T>;
-  auto const size = [&one](pxl::Components c) { return static_cast<unsigned int>(one.input->getNumOf(c)); };
-  auto const image = std::make_shared<Image>(getVoxels<T>(one.input), size(pxl::cColumns), size(pxl::cRows),
-                                             size(pxl::cPlans), 1, true);
-  Box const box(one.shape.voxels);
-  unsigned int const boxSize = static_cast<unsigned int>(box.size());
-  auto const element = std::make_shared<Image>(boxSize, boxSize, boxSize, 1, T(0));
-  for (Offset3D const& o : one.shape.voxels)
-    (*element)(static_cast<unsigned int>(o.col + box.reach), static_cast<unsigned int>(o.row + box.reach),
-               static_cast<unsigned int>(o.plan + box.reach)) = T(1);
-  return [one, image, element] { Image const result = image->get_dilate(*element); };
-}
-#endif
-
-// The other library takes many seconds.
-constexpr int cNbSlowPairs = 3;
 using MakeSide = Side (*)(Case const&);
 
 template <class T>
@@ -207,8 +174,18 @@ void addVolume(std::string const& type) {
   std::string const name = "Shapes/" + type + "/256x256x256";
   for (Shape const& shape : {makeBall(3), makeBall(5), makeOrientedDisk(5), makeVolumeLine()}) {
     addPairs<T>(name, sizes, shape, "copy_ceiling", makeCeiling<T>);
+    // A call may take half a minute.
+    [[maybe_unused]] constexpr bool cIsCommon = std::is_same_v<T, unsigned char> || std::is_same_v<T, float>;
 #ifdef PXLWORKS_HAVE_CIMG
-    if (shape.voxels.size() < 200) addPairs<T>(name, sizes, shape, "cimg_dilate", makeCImg<T>, cNbSlowPairs);
+    auto const makeCImg = [](Case const& one) { return makeCImgDilation<T>(one.input, {one.shape.voxels}); };
+    if (cIsCommon || shape.voxels.size() < 200)
+      addPairs<T>(name, sizes, shape, "cimg_dilate", makeCImg, cNbSlowPairs);
+#endif
+#ifdef PXLWORKS_HAVE_ITK
+    if constexpr (cIsCommon) {
+      auto const makeItk = [](Case const& one) { return makeItkDilation<T>(one.input, {one.shape.voxels}); };
+      addPairs<T>(name, sizes, shape, "itk_dilate", makeItk, cNbSlowPairs);
+    }
 #endif
   }
   for (unsigned int radius : {5U, 20U}) {

@@ -1,8 +1,7 @@
 # The installed tree, and the package that find_package(pxlworks) finds in it.
 include(CMakePackageConfigHelpers)
 
-set(plugins pxlworks_pxl_qorn pxlworks_pxl_elements pxlworks_pxl_wide)
-set(installed_libraries pxlworks_object_model pxlworks_pxl ${plugins})
+set(installed_libraries pxlworks_object_model pxlworks_pxl ${PXLWORKS_PLUGINS})
 # The libraries find each other in their own folder, installed or not. Otherwise CMake would reserve space for other
 # paths with empty ones in the build folder, and an empty path is the working directory. A TBB outside the system's
 # folders is found by its path; CMake doesn't add that of the thread sanitizer, which is within the project.
@@ -17,7 +16,7 @@ set_target_properties(${installed_libraries} PROPERTIES
 install(TARGETS pxlworks_object_model pxlworks_pxl EXPORT pxlworksTargets
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 # Loaded while running and never linked: no part of the package's targets.
-install(TARGETS ${plugins} LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+install(TARGETS ${PXLWORKS_PLUGINS} LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 if(TARGET qorn)
   file(RELATIVE_PATH to_libraries "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
   set(library_paths "$ORIGIN/${to_libraries}" "$ORIGIN/../lib")  # as installed, and in the build folder

@@ -61,8 +61,11 @@ class ExtremaFilter final : public BaseTbbAlgorithm {
   ExtremaFilter(IntensityExtrema* algorithm, ExtremaKernel const& kernel)
       : BaseTbbAlgorithm(algorithm), m_algorithm(*algorithm), m_kernel(kernel) {}
 
-  /** @return false if the order of the voxels matters, so that nothing is stored */
-  bool compute(Cells const& cells, long voxelSize, RunViews const& views) {
+  /**
+   * @param leavesOrder  whether nothing is stored if the order of the voxels matters
+   * @return false if nothing was stored
+   */
+  bool compute(Cells const& cells, long voxelSize, RunViews const& views, bool leavesOrder) {
     PieceCut const cut(&cells.part, 1, voxelSize);
     long const nbPieces = cut.getNbPieces(), nbCells = cells.getCount();
     unsigned long nbVoxels = static_cast<unsigned long>(nbCells);
@@ -75,7 +78,8 @@ class ExtremaFilter final : public BaseTbbAlgorithm {
       Piece const piece = cut.getPiece(index % nbPieces);
       long const nbCols = piece.nbBytes / voxelSize;
       auto& endsOfCell = ends[static_cast<std::size_t>(index / nbPieces)];
-      if (hasNaN.load(std::memory_order_relaxed) || endsOfCell.load(std::memory_order_relaxed) == cBothEnds)
+      if ((leavesOrder && hasNaN.load(std::memory_order_relaxed)) ||
+          endsOfCell.load(std::memory_order_relaxed) == cBothEnds)
         return nbCols * piece.nbRows;
       Extrema& extrema = parts[static_cast<std::size_t>(index)];
       extrema =
@@ -87,7 +91,7 @@ class ExtremaFilter final : public BaseTbbAlgorithm {
     for (long cell = 0; cell < nbCells; ++cell) {
       auto const first = static_cast<std::size_t>(cell * nbPieces);
       for (long i = 1; i < nbPieces; ++i) merge(parts[first], parts[first + static_cast<std::size_t>(i)]);
-      if (isOrderSeen(parts[first])) return false;
+      if (leavesOrder && isOrderSeen(parts[first])) return false;
     }
     store(cells, parts, static_cast<std::size_t>(nbPieces));
     return true;
@@ -126,7 +130,7 @@ class ExtremaFilter final : public BaseTbbAlgorithm {
   ExtremaKernel const& m_kernel;
 };
 
-// The runner that is taken where there is none for wide vectors; null if it isn't loaded.
+// The runner that is taken where there is none for wide vectors; null if it isn't loaded, or this processor has none.
 Runnable const* findOther(BaseAlgorithm& algorithm) {
   for (Runnable* runner : algorithm.getAlgoInfo()->getRunners())
     if (runner->getOptimType() < cNarrowestSet.optimType && runner->isRunnable(&algorithm)) return runner;
@@ -136,8 +140,9 @@ Runnable const* findOther(BaseAlgorithm& algorithm) {
 class WideExtremaRunner final : public Runnable {
  public:
   void run(BaseAlgorithm* algorithm) const override {
-    IntensityExtrema* const concrete = helper::safe_cast<IntensityExtrema*>(algorithm);
-    if (!computeUnlessOrderMatters(*concrete)) findOther(*algorithm)->run(algorithm);
+    // Where order matters it is that of the other runner. Without one, NaN is skipped and a zero has either sign.
+    Runnable const* const other = findOther(*algorithm);
+    if (!compute(*helper::safe_cast<IntensityExtrema*>(algorithm), other != nullptr)) other->run(algorithm);
   }
 
   bool isRunnable(BaseAlgorithm* algorithm) const override { return explainRefusal(algorithm).empty(); }
@@ -148,20 +153,19 @@ class WideExtremaRunner final : public Runnable {
     if (!refusal.empty()) return refusal;
     for (int i = 0; i < cNbComponents; ++i)
       if (image.getNumOf(static_cast<Components>(i)) == 0) return "an image has no voxels";
-    // Where order matters there must be the one of the other runner.
-    return findOther(*algorithm) ? String() : String("the runner wide needs another one");
+    return String();
   }
 
   PXL_RUNS_ON(cNarrowestSet)
 
  private:
-  static bool computeUnlessOrderMatters(IntensityExtrema& algorithm) {
+  static bool compute(IntensityExtrema& algorithm, bool leavesOrder) {
     ImageModel const* const image = algorithm.inputImage;
     VoxelTypes const type = image->getVoxelType();
     RunViews const views({image}, nullptr);
     return ExtremaFilter(&algorithm, *getExtremaKernel(chooseTarget().target, type))
         .compute(Cells(getMemoryImage(*image), algorithm.analysisDimensions),
-                 static_cast<long>(helper::getSizeOf(type)), views);
+                 static_cast<long>(helper::getSizeOf(type)), views, leavesOrder);
   }
 };
 

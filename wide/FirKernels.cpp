@@ -148,8 +148,8 @@ struct BoxSums {
   }
 };
 
-// As many sums as there are registers for: 32, 16 or 16.
-constexpr int cNbBoxVectors = HWY_TARGET == HWY_AVX3 ? 4 : 2;
+// As many sums as there are registers for: 32, or 16 for SSE4.1 and AVX2.
+constexpr int cNbBoxVectors = HWY_TARGET == HWY_AVX3 || HWY_ARCH_ARM_A64 ? 4 : 2;
 
 template <class Number, int nbResults>
 HWY_NOINLINE void sumBoxOf(FirBox const& box, char const* const* rows, char* const* outs, long begin, long end,

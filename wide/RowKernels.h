@@ -7,9 +7,8 @@
 /** What is done with rows of voxels, for one voxel type, polarity and set of instructions. */
 namespace pxl::wide {
 
-/** The sets of instructions that the vectors are compiled for, narrowest first. */
-enum class Targets { cSse4, cAvx2, cAvx512 };
-constexpr int cNbTargets = 3;
+/** The sets of instructions that the vectors are compiled for; those of one processor narrowest first. */
+enum class Targets { cSse4, cAvx2, cAvx512, cNeon };
 
 /** Whether the largest or the smallest voxel is taken. */
 enum class Polarities { cDilation, cErosion };

@@ -2,23 +2,19 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include "pxl/devices/Cpu.h"
+#include "wide/TargetTable.h"
 
 namespace pxl::wide {
 namespace {
 
-constexpr char const* cNames[cNbTargets] = {"sse4", "avx2", "avx512"};
-
-// By the host's scale.
-constexpr int cLevels[cNbTargets] = {96, 128, 144};
-
 TargetChoice choose(char const* wanted) {
   int const level = devices::Cpu::getDevice()->getSSELevel();
-  for (int i = cNbTargets; i-- > 0;)
-    if (level >= cLevels[i] && (!wanted || std::strcmp(wanted, cNames[i]) == 0))
-      return {true, static_cast<Targets>(i), String()};
-  return {false, Targets::cSse4,
+  for (auto set = std::crbegin(cTargets); set != std::crend(cTargets); ++set)
+    if (level >= set->level && (!wanted || std::strcmp(wanted, set->name) == 0)) return {true, set->target, String()};
+  return {false, cTargets->target,
           wanted ? String("PXLWORKS_WIDE_TARGET is no target of this processor") : cNarrowestSet.explainProcessor()};
 }
 

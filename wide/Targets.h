@@ -7,7 +7,7 @@
 /** Which set of instructions is used. */
 namespace pxl::wide {
 
-/** What the narrowest target needs. Its runners are taken before those of vectors of 128 bits alone. */
+/** What the narrowest target of x86 needs. Its runners are taken before those of vectors of 128 bits alone. */
 inline constexpr helper::InstructionSet cNarrowestSet{80, 2, "wide", "SSE4.2"};
 
 /** What was chosen, or why nothing was. */
@@ -19,7 +19,7 @@ struct TargetChoice {
 
 /**
  * The widest target of the processor, or the one that the environment variable PXLWORKS_WIDE_TARGET names: "sse4",
- * "avx2" or "avx512". It is asked for with each run.
+ * "avx2" or "avx512", and on ARM "neon". It is asked for with each run.
  */
 TargetChoice chooseTarget();
 

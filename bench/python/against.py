@@ -67,7 +67,7 @@ def make_rows(size: int, volume_size: int) -> list[tuple[str, Callable[[int], Ca
         kind = np.dtype(dtype).name
         square, disk, ball = np.ones((3, 3), np.uint8), qorn.disk(10), qorn.ball(5)
         disk_mask, ball_mask = disk.mask().astype(np.uint8), ball.mask().astype(np.uint8)
-        weights, cube = rng.random((5, 5)), rng.random((3, 3, 3))
+        weights, cube, large_cube = rng.random((5, 5)), rng.random((3, 3, 3)), rng.random((5, 5, 5))
         add(
             f"dilation, square 3x3, {kind}", lambda n, f=plane: qorn.dilation(f, qorn.connectivity(8), threads=n),
             scipy=lambda f=plane: ndimage.maximum_filter(f, size=3),
@@ -103,6 +103,10 @@ def make_rows(size: int, volume_size: int) -> list[tuple[str, Callable[[int], Ca
         add(
             f"correlate 3x3x3, {kind}", lambda n, f=volume: qorn.correlate(f, cube, threads=n),
             scipy=lambda f=volume: ndimage.correlate(f, cube, mode="mirror"),
+        )  # fmt: skip
+        add(
+            f"correlate 5x5x5, {kind}", lambda n, f=volume: qorn.correlate(f, large_cube, threads=n),
+            scipy=lambda f=volume: ndimage.correlate(f, large_cube, mode="mirror"),
         )  # fmt: skip
     return rows
 

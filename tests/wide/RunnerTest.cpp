@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <cstdlib>
+#include <limits>
 
 #include "Compared.h"
 #include "pxl/RunInBackground.h"
@@ -118,6 +120,24 @@ TEST_F(WideRunners, LeaveWhatNeedsTooMuchMemory) {
   setIfAny(*algorithm, "numberOfIterations", 40U);
   algorithm->setMaximumExtraMemoryUsageInBytes(1024 * 1024);
   expectRefusal("extra memory");
+}
+
+// Then order doesn't count, and the voxels after a NaN do.
+TEST_F(WideRunners, FindExtremaWithoutAnotherRunner) {
+  pxl::plugins::unload(shipped::cPlugin);
+  auto const image = pxl::Image::New(pxl::cFloat, {50, 4000, 1, 1, 1});
+  float* const voxels = static_cast<float*>(image->getVoxels());
+  std::fill(voxels, voxels + 50L * 4000, 2.F);
+  voxels[0] = voxels[777] = std::numeric_limits<float>::quiet_NaN();
+  voxels[1] = -3;
+  voxels[50L * 4000 - 1] = 5;
+  pxl::analysis::IntensityExtrema extrema;
+  pxl::analysis::IntensityExtremaMsr measure;
+  extrema.inputImage = image.get();
+  extrema.outputMeasure = &measure;
+  extrema.execute();
+  EXPECT_EQ(measure.minimum.getValue(0, 0, 0), -3);
+  EXPECT_EQ(measure.maximum.getValue(0, 0, 0), 5);
 }
 
 TEST_F(WideRunners, RefuseTargetsThatAreUnknown) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#ifdef __x86_64__
+
 #include <smmintrin.h>
 
 #include <type_traits>
@@ -60,3 +62,19 @@ struct RoundFloats {
 };
 
 }  // namespace pxl::access
+
+#else
+
+namespace pxl::access {
+
+/** Other processors have only the conversion of all reals. */
+template <class To>
+struct RoundFloats {
+  static constexpr long cNbVoxels = 1;
+  static bool isAvailable() { return false; }
+  static long roundVectors(float const*, To*, long) { return 0; }
+};
+
+}  // namespace pxl::access
+
+#endif

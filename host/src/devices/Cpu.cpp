@@ -7,6 +7,7 @@ namespace {
 
 // The compiler's test also checks that the operating system saves the wide registers.
 int detectLevel() {
+#ifdef __x86_64__
   __builtin_cpu_init();
   if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq") &&
       __builtin_cpu_supports("avx512bw"))
@@ -19,6 +20,7 @@ int detectLevel() {
   if (__builtin_cpu_supports("sse3")) return 48;
   if (__builtin_cpu_supports("sse2")) return 32;
   if (__builtin_cpu_supports("sse")) return 16;
+#endif
   return 0;
 }
 

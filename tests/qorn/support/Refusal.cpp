@@ -42,7 +42,9 @@ bool refuse(unsigned int refusals) {
   }
   if (refusals & cHardLinks) addCall(filter, SYS_linkat, EPERM);
   if (refusals & cExclusiveRename) addCall(filter, SYS_renameat2, EINVAL);
+#ifdef SYS_access  // not on ARM
   if (refusals & cAccess) addCall(filter, SYS_access, ENOENT);
+#endif
   filter.push_back(makeReturn(SECCOMP_RET_ALLOW));
   sock_fprog const program{static_cast<unsigned short>(filter.size()), filter.data()};
   return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
