@@ -24,13 +24,14 @@ struct Case {
   unsigned int nbIterations;
 };
 
-Side makeOurs(Case const& one) {
-  return [one] {
+Side makeOurs(Case const& one, char const* runner = "") {
+  return [one, runner] {
     pxl::morphology::Dilation3d dilation;
     dilation.inputImage = one.input.get();
     dilation.outputImage = one.output.get();
     dilation.neighborhood = one.neighborhood;
     dilation.numberOfIterations = one.nbIterations;
+    dilation.setRunner(runner);
     dilation.execute();
   };
 }
@@ -96,6 +97,7 @@ void addCase(std::string const& volume, std::function<ImagePointer()> const& mak
           },
           nbPairs);
     };
+    add("sse41", [](Case const& one) { return makeOurs(one, "sse41"); });
     add("copy_ceiling", makeCeiling<T, false>);
     if (nbIterations == 1) add("contract_ceiling", makeCeiling<T, true>);
     if (nbIterations == 1) add("memcpy", [](Case const& one) { return makeCopy<T>(one.input); });

@@ -101,8 +101,9 @@ struct Case {
   Shape shape;
 };
 
-Side makeOurs(Case const& one) {
+Side makeOurs(Case const& one, char const* runner = "") {
   std::shared_ptr<pxl::BaseAlgorithm> const algorithm = one.shape.make(*one.input, *one.output);
+  algorithm->setRunner(runner);
   return [one, algorithm] { algorithm->execute(); };
 }
 
@@ -133,6 +134,8 @@ Side makeOpenCv(Case const& one) {
 }
 #endif
 
+Side makeSse41(Case const& one) { return makeOurs(one, "sse41"); }
+
 using MakeSide = Side (*)(Case const&);
 
 template <class T>
@@ -152,6 +155,7 @@ template <class T>
 void addPlane(std::string const& type, std::string const& size, ImageSizes const& sizes) {
   std::string const name = "Shapes/" + type + "/" + size;
   for (Shape const& shape : {makeDisk(3), makeDisk(10), makeDisk(25), makeLine(0), makeLine(30), makeLine(90)}) {
+    addPairs<T>(name, sizes, shape, "sse41", makeSse41);
     addPairs<T>(name, sizes, shape, "copy_ceiling", makeCeiling<T>);
 #ifdef PXLWORKS_HAVE_OPENCV
     addPairs<T>(name, sizes, shape, "opencv_dilate", makeOpenCv<T>);
@@ -161,6 +165,7 @@ void addPlane(std::string const& type, std::string const& size, ImageSizes const
     // The other libraries compute the exact disk: none has the fast one.
     Shape const fast{"fast_disk_r" + std::to_string(radius), makeRound<pxl::morphology::DilationDisk2d>(radius, 0),
                      inPlan(pxl::kernel::generateDiskOffset2DCollection(radius)), radius};
+    addPairs<T>(name, sizes, fast, "sse41", makeSse41);
     addPairs<T>(name, sizes, fast, "squares_ceiling", makePassesCeiling<T>);
 #ifdef PXLWORKS_HAVE_OPENCV
     if (radius <= 10) addPairs<T>(name, sizes, fast, "opencv_exact_disk", makeOpenCv<T>);
@@ -173,6 +178,7 @@ void addVolume(std::string const& type) {
   ImageSizes const sizes{256, 256, 256, 1, 1};
   std::string const name = "Shapes/" + type + "/256x256x256";
   for (Shape const& shape : {makeBall(3), makeBall(5), makeOrientedDisk(5), makeVolumeLine()}) {
+    addPairs<T>(name, sizes, shape, "sse41", makeSse41);
     addPairs<T>(name, sizes, shape, "copy_ceiling", makeCeiling<T>);
     // A call may take half a minute.
     [[maybe_unused]] constexpr bool cIsCommon = std::is_same_v<T, unsigned char> || std::is_same_v<T, float>;
@@ -191,6 +197,7 @@ void addVolume(std::string const& type) {
   for (unsigned int radius : {5U, 20U}) {
     Shape const fast{
         "fast_ball_r" + std::to_string(radius), makeRound<pxl::morphology::DilationBall3d>(radius, 0), {}};
+    addPairs<T>(name, sizes, fast, "sse41", makeSse41);
     addPairs<T>(name, sizes, fast, "memcpy", [](Case const& one) { return makeCopy<T>(one.input); });
   }
 }
