@@ -84,7 +84,7 @@ class TileRun {
   /** Rows of a slab of a volume, or rows of a plane. */
   void foldRows(Node& node, long slab, long firstRow, long endRow);
   /** How a node uses the memory: it may prefetch a part of the rows that the next step reads first. */
-  RowKernels::Traffic makeTraffic(Node const& node, long row) const;
+  RowKernels::Traffic makeTraffic(Node const& node, long slab, long row) const;
   void foldColumnsAtOnce(Node& node, long slab);
   void foldRowsAtOnce(Node& node, long firstSlab, long nbResults);
   void foldRowByBlocks(Node& node, long slab);
@@ -155,7 +155,7 @@ void TileRun::prepare() {
         noteWork(cPageFault);
       }
   }
-  if (m_plan.isPastCaches && !m_plan.isVolume) sharePrefetch();
+  if (m_plan.isPastCaches) sharePrefetch();
   m_rows.resize(nbRows);
   m_strides.resize(nbRows);
   SlabBox const& read = m_layout.rings.front().computed;
@@ -296,23 +296,23 @@ void TileRun::foldRows(Node& node, long slab, long firstRow, long endRow) {
       nbRows = std::min(nbRows, nbTapRows);
     }
     m_kernels.fold(m_rows.data(), m_strides.data(), nbTaps, own, ownStride, nbRows, node.nbCols,
-                   makeTraffic(node, row));
+                   m_plan.isVolume ? makeTraffic(node, slab, row) : makeTraffic(node, row, 0));
     row += nbRows;
     noteWork(nbTaps * nbRows * node.nbCols);
   }
 }
 
-RowKernels::Traffic TileRun::makeTraffic(Node const& node, long row) const {
+RowKernels::Traffic TileRun::makeTraffic(Node const& node, long slab, long row) const {
   RowKernels::Traffic traffic;
   traffic.isPastCaches = m_plan.isPastCaches && &node == &m_nodes.back();
   if (node.part < 0) return traffic;
   Node const& image = m_nodes.front();
   SlabBox const& read = image.ring->computed;
-  long const next = row - node.after + image.after + m_nbAtOnce;
-  if (next < read.firstSlab || next >= read.endSlab) return traffic;
+  long const next = slab - node.after + image.after + m_nbAtOnce;
+  if (next < read.firstSlab || next >= read.endSlab || row < read.firstRow || row >= read.endRow) return traffic;
   traffic.shift = m_prefetchShift;
-  traffic.stride = m_plan.source.slabStride;
-  traffic.row = getSourceRow(next, 0) + (read.getNbCols() * m_kernels.voxelSize >> m_prefetchShift) * node.part;
+  traffic.stride = m_plan.isVolume ? m_plan.source.rowStride : m_plan.source.slabStride;
+  traffic.row = getSourceRow(next, row) + (read.getNbCols() * m_kernels.voxelSize >> m_prefetchShift) * node.part;
   return traffic;
 }
 
@@ -338,7 +338,7 @@ void TileRun::foldColumnsAtOnce(Node& node, long slab) {
     long stride, nbRows;
     char const* const from = locate(node.taps.front(), slab, row, stride, nbRows);
     m_kernels.foldColumnsAtOnce(from, node.node->length, getOwnRow(node, slab, row), node.nbCols,
-                                makeTraffic(node, slab));
+                                makeTraffic(node, slab, row));
     noteWork(node.nbCols);
   }
 }
