@@ -152,14 +152,20 @@ HWY_NOINLINE void foldFew(char const* const* taps, long const* strides, char* ou
 }
 
 template <Polarities P, class T>
-HWY_NOINLINE void foldMany(char const* const* taps, long nbTaps, char* out, long count,
-                           RowKernels::Traffic const& traffic) {
-  foldRowOfAnyLength<P>(reinterpret_cast<T const* const*>(taps), nbTaps, at<T>(out), count, traffic);
+HWY_NOINLINE void foldMany(char const** taps, long const* strides, long nbTaps, char* out, long outStride,
+                           long nbRows, long count, RowKernels::Traffic traffic) {
+  for (long row = 0;;) {
+    foldRowOfAnyLength<P>(reinterpret_cast<T const* const*>(taps), nbTaps, at<T>(out), count, traffic);
+    if (++row == nbRows) return;
+    for (long i = 0; i < nbTaps; ++i) taps[i] += strides[i];
+    out += outStride;
+    if (traffic.row) traffic.row += traffic.stride;
+  }
 }
 
 template <Polarities P, class T>
-void foldTaps(char const* const* taps, long const* strides, long nbTaps, char* out, long outStride, long nbRows,
-              long count, RowKernels::Traffic const& traffic) {
+void foldTaps(char const** taps, long const* strides, long nbTaps, char* out, long outStride, long nbRows, long count,
+              RowKernels::Traffic const& traffic) {
   switch (nbTaps) {
     case 1:
       return foldFew<P, T, 1>(taps, strides, out, outStride, nbRows, count, traffic);
@@ -175,8 +181,8 @@ void foldTaps(char const* const* taps, long const* strides, long nbTaps, char* o
       return foldFew<P, T, 6>(taps, strides, out, outStride, nbRows, count, traffic);
     case 7:
       return foldFew<P, T, 7>(taps, strides, out, outStride, nbRows, count, traffic);
-    default:  // the caller gives one row at a time
-      return foldMany<P, T>(taps, nbTaps, out, count, traffic);
+    default:
+      return foldMany<P, T>(taps, strides, nbTaps, out, outStride, nbRows, count, traffic);
   }
 }
 

@@ -34,10 +34,10 @@ struct RowKernels {
 
   /**
    * For each of nbRows rows: out = fold of the rows at `rows`, in their order. Between one row and the next lie
-   * rowStrides[i] bytes, and outStride bytes in the result. The result isn't one of the rows.
+   * rowStrides[i] bytes, and outStride bytes in the result. The result isn't one of the rows. `rows` is overwritten.
    */
-  void (*fold)(Row const* rows, long const* rowStrides, long nbTaps, char* out, long outStride, long nbRows,
-               long count, Traffic const& traffic);
+  void (*fold)(Row* rows, long const* rowStrides, long nbTaps, char* out, long outStride, long nbRows, long count,
+               Traffic const& traffic);
   /**
    * nbResults (4 or 8) windows of `length` rows each, result i from row i on: out[i] = fold of rows[i ..
    * i + length - 1]; length is at least nbResults and count at least minRowsAtOnce.

@@ -288,7 +288,7 @@ void TileRun::foldRows(Node& node, long slab, long firstRow, long endRow) {
   for (long row = firstRow; row < endRow;) {
     long ownStride, nbRows;
     char* const own = const_cast<char*>(find(node.own, row, ownStride, nbRows));
-    nbRows = nbTaps > 7 ? 1 : std::min(nbRows, endRow - row);
+    nbRows = std::clamp(cMaxNbUnwatched / (nbTaps * node.nbCols), 1L, std::min(nbRows, endRow - row));
     for (long i = 0; i < nbTaps; ++i) {
       auto const at = static_cast<std::size_t>(i);
       long nbTapRows;
