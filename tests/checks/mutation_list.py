@@ -80,7 +80,7 @@ def programs(root):
     """The test programs that CMake knows."""
     names = set()
     for path in glob.glob(os.path.join(root, "tests", "*", "CMakeLists.txt")):
-        names.update(re.findall(r"pxlworks_add_test\((\w+)", tree.read(root, os.path.relpath(path, root))))
+        names.update(re.findall(r"pxlworks_add(?:_wide)?_test\((test_\w+)", tree.read(root, os.path.relpath(path, root))))
     return names
 
 
