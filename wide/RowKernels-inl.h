@@ -128,7 +128,12 @@ template <Polarities P, class T>
 HWY_INLINE void foldRowOfAnyLength(T const* const* rows, long nbTaps, T* out, long count,
                                    RowKernels::Traffic const& traffic) {
   if (count >= lanesOf<T>()) return foldRow<P>(Wide<T>(), rows, nbTaps, out, count, traffic);
-  if (count >= static_cast<long>(16 / sizeof(T))) return foldRow<P>(Narrow<T>(), rows, nbTaps, out, count, traffic);
+  constexpr long cNarrow = static_cast<long>(16 / sizeof(T));
+  if (count >= cNarrow) {
+    for (long c = 0; c + cNarrow <= count; c += cNarrow) foldColumns<P, 1>(Narrow<T>(), rows, nbTaps, out, c);
+    if (count % cNarrow > 0) foldColumns<P, 1>(Narrow<T>(), rows, nbTaps, out, count - cNarrow);
+    return;
+  }
   for (long c = 0; c < count; ++c) {
     T value = rows[0][c];
     for (long i = 1; i < nbTaps; ++i) value = foldOne<P>(value, rows[i][c]);
@@ -177,8 +182,6 @@ void foldTaps(char const** taps, long const* strides, long nbTaps, char* out, lo
       return foldFew<P, T, 4>(taps, strides, out, outStride, nbRows, count, traffic);
     case 5:
       return foldFew<P, T, 5>(taps, strides, out, outStride, nbRows, count, traffic);
-    case 6:
-      return foldFew<P, T, 6>(taps, strides, out, outStride, nbRows, count, traffic);
     case 7:
       return foldFew<P, T, 7>(taps, strides, out, outStride, nbRows, count, traffic);
     default:

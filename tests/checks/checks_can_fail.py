@@ -36,6 +36,7 @@ IN_SOURCES = [
     ("layers", "elsewhere/New.h", "int i;", "no layer"),
     ("sources", PLUGIN, "void f() { _mm_setzero_ps(); }", "intrinsics belong"),
     ("sources", "host/src/Image.cpp", "__m128i a;", "intrinsics belong"),
+    ("sources", "wide/RowKernels-inl.h", "void f() { _mm512_permutex2var_ps(a, b, c); }", "intrinsics belong"),
     ("sources", "Core/private/Access/simd/New.h", "void f() { _mm_load_ps(p); }", "only unaligned"),
     ("sources", "Core/private/Access/simd/New.h", "void f() { _mm_stream_si128(p, a); }", "only unaligned"),
     ("sources", "host/src/access/RoundFloats.h", "void f() { _mm_load_ps(p); }", "only unaligned"),

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "RandomCase.h"
+#include "host/support/PluginLoading.h"
 #include "instrument/ShippedPaths.h"
 #include "pxl/Exception.h"
 #include "pxl/Plugins.h"
@@ -21,6 +22,7 @@ namespace wide_test {
 constexpr char const* cTargets[] = {"sse4", "avx2", "avx512"};
 
 inline void loadPlugins() {
+  host_test::RunnersMayStay const mayStay;  // a test unloads a plug-in
   for (char const* path : {shipped::cPlugin, shipped::cElements, shipped::cWide}) pxl::plugins::load(path);
 }
 
