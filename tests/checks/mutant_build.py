@@ -24,9 +24,10 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 # Where the targets that a unit may belong to are built; of the two hosts the tests use the instrumented one.
 LIBRARIES = {"pxlworks_pxl_qorn": "lib/libpxlworks_pxl_qorn.so",
              "pxlworks_pxl_elements": "lib/libpxlworks_pxl_elements.so",
+             "pxlworks_pxl_wide": "lib/libpxlworks_pxl_wide.so",
              "pxlworks_pxl_instrumented": "instrumented/libpxlworks_pxl.so",
              "pxlworks_object_model": "lib/libpxlworks_object_model.so"}
-PLUGINS = ("pxlworks_pxl_qorn", "pxlworks_pxl_elements")
+PLUGINS = ("pxlworks_pxl_qorn", "pxlworks_pxl_elements", "pxlworks_pxl_wide")
 # Object libraries that every test program is linked with, and the plug-ins that are, too.
 SHARED = {"pxlworks_plugin_bodies": PLUGINS, "pxlworks_qorn_passes": PLUGINS[:1]}
 MAX_BYTES = 8 << 30
