@@ -124,7 +124,7 @@ void foldColumnsAtOnce(char const* row, long length, char* out, long count, RowK
     foldLevels<P, T, cMaxNbLevels>(levels, at<T>(row), at<T>(out), count, traffic);
 }
 
-/** Four or five levels reach a vector, and each other one a vector more. */
+/** Four levels, three of 64 bits, reach a vector, and each other one a vector more. */
 template <class T>
 constexpr long cMaxColumnsAtOnce = (sizeof(T) == 8 ? 6 : 5) * lanesOf<T>();
 

@@ -108,8 +108,7 @@ unsigned long countExtraBytes(FirTaps const& taps, FirKernels const& kernels, Fi
 }
 
 void FirFilter::run() {
-  unsigned long nbVoxels = 1;
-  for (long size : m_images.source.sizes) nbVoxels *= static_cast<unsigned long>(size);
+  unsigned long const nbVoxels = countVoxels(m_images.source);
   setMaxProgress(nbVoxels);
   if (nbVoxels == 0) return;
   bool const isVolume = m_images.isVolume;

@@ -16,17 +16,16 @@
 namespace pxl::wide {
 namespace {
 
-TilePlan makePlan(bool isVolume, RowKernels const& kernels, ProgramImages const& images, long slice) {
+TilePlan makePlan(bool isVolume, RowKernels const& kernels, ProgramImages const& images, long slice,
+                  bool isPastCaches = false) {
   SlabBox const image = getSliceBox(isVolume, images.source);
-  unsigned long nbBytes = static_cast<unsigned long>(kernels.voxelSize);
-  for (long size : images.source.sizes) nbBytes *= static_cast<unsigned long>(size);
   return {isVolume,
           image,
           getSlice(isVolume, images.source, slice),
           getSlice(isVolume, images.target, slice),
           &kernels,
           images.isInPlace,
-          !images.isInPlace && isLargerThanCaches(nbBytes)};
+          isPastCaches};
 }
 
 TileCut makeCut(ElementPrograms const& programs, RowKernels const& kernels, ProgramImages const& images) {
@@ -77,6 +76,9 @@ class ProgramFilter::Tiles {
         m_programs(programs),
         m_images(images),
         m_cut(cut),
+        m_isPastCaches(
+            !images.isInPlace &&
+            isLargerThanCaches(countVoxels(images.source) * static_cast<unsigned long>(filter.m_kernels.voxelSize))),
         m_nbScratchBytes(
             cut.countScratchBytes(programs, makePlan(programs.isVolume, filter.m_kernels, images, 0), images.type)) {}
 
@@ -121,7 +123,7 @@ class ProgramFilter::Tiles {
   };
 
   void runOne(long slice, SlabBox const& tile) const {
-    TilePlan const plan = makePlan(m_programs.isVolume, m_filter.m_kernels, m_images, slice);
+    TilePlan const plan = makePlan(m_programs.isVolume, m_filter.m_kernels, m_images, slice, m_isPastCaches);
     char* const scratch = m_scratch.local().get(m_nbScratchBytes);
     Host host(m_filter, m_kept, tile.getNbCols() * tile.getNbRows());
     if (runTile(plan, m_programs.fast, tile, m_programs.needsOrdered(m_images.type), scratch, host)) return;
@@ -133,6 +135,7 @@ class ProgramFilter::Tiles {
   ElementPrograms const& m_programs;
   ProgramImages const& m_images;
   TileCut const& m_cut;
+  bool const m_isPastCaches;
   long const m_nbScratchBytes;
   KeptRows const* m_kept = nullptr;
   long m_firstSlice = 0;
@@ -152,8 +155,8 @@ void ProgramFilter::runStage(ElementPrograms const& programs, ProgramImages cons
 }
 
 void ProgramFilter::run() {
-  unsigned long nbVoxels = 1, nbRuns = 0;
-  for (long size : m_images.source.sizes) nbVoxels *= static_cast<unsigned long>(size);
+  unsigned long const nbVoxels = countVoxels(m_images.source);
+  unsigned long nbRuns = 0;
   for (Stage const& stage : m_stages) nbRuns += stage.nbRuns;
   setMaxProgress(nbVoxels * nbRuns);
   if (nbVoxels == 0) return;

@@ -28,6 +28,12 @@ inline SlabBox getSliceBox(bool isVolume, MemoryImage const& image) {
   return {0, sizes[cColumns], 0, isVolume ? sizes[cRows] : 1, 0, isVolume ? sizes[cPlans] : sizes[cRows]};
 }
 
+inline unsigned long countVoxels(MemoryImage const& image) {
+  unsigned long nbVoxels = 1;
+  for (long size : image.sizes) nbVoxels *= static_cast<unsigned long>(size);
+  return nbVoxels;
+}
+
 inline bool isEmpty(MemoryImage const& image) {
   return std::any_of(image.sizes, image.sizes + cNbComponents, [](long size) { return size == 0; });
 }

@@ -72,7 +72,7 @@ class TileRun {
   };
 
   void prepare();
-  /** Which nodes prefetch which part of the rows to come: as many bytes as they fold, or less. */
+  /** Which node prefetches which part of the rows to come: all, a half or a quarter of each. */
   void sharePrefetch();
   TapPlace makePlace(int node, long dx, long firstCol) const;
   bool isSpecialUpTo(long endSlab);
@@ -164,10 +164,10 @@ void TileRun::prepare() {
 
 void TileRun::sharePrefetch() {
   long nbParts = 0;
-  for (Node& node : m_nodes)
-    if (node.node->kind != Kinds::cRowsAtOnce && node.node->kind != Kinds::cRowsByBlocks && !node.taps.empty() &&
-        nbParts < cMaxNbPrefetchParts)
-      node.part = nbParts++;
+  for (std::size_t i = 1; i < m_nodes.size() && nbParts < cMaxNbPrefetchParts; ++i) {
+    Kinds const kind = m_nodes[i].node->kind;
+    if (kind == Kinds::cFold || kind == Kinds::cColumnsAtOnce) m_nodes[i].part = nbParts++;
+  }
   while (nbParts >= 2L << m_prefetchShift) ++m_prefetchShift;
   for (Node& node : m_nodes)
     if (node.part >= 1L << m_prefetchShift) node.part = -1;
