@@ -5,8 +5,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 cmake/install-packages.sh g++ cmake ninja-build libtbb-dev dpkg-dev
-# The source of the version that the other builds use.
-source=$(dpkg-query -W -f '${source:Package}=${source:Version}' libtbb-dev)
+# The source of the version that the other builds use; the package may be installed for cross-compilation, too.
+source=$(dpkg-query -W -f '${source:Package}=${source:Version}' "libtbb-dev:$(dpkg --print-architecture)")
 prefix=$PWD/build/tsan-tbb
 stamp="$source, $(g++ -dumpfullversion)"
 [[ -f $prefix/version && $(<"$prefix/version") == "$stamp" ]] && exit 0

@@ -224,19 +224,25 @@ void foldRowsAtOnce(char const* const* rows, long length, char* const* outs, lon
 
 template <Polarities P, class T>
 HWY_NOINLINE void foldBlockRow(char const* suffixRow, char const* newRow, char* prefixRow, bool isFirst, char* outRow,
-                               long count) {
+                               long count, RowKernels::Traffic const& traffic) {
   Wide<T> const d;
   constexpr long L = lanesOf<T>();
   T const* const suffix = at<T>(suffixRow);
   T const* const row = at<T>(newRow);
   T* const prefix = at<T>(prefixRow);
   T* const out = at<T>(outRow);
+  bool const isPastCaches = traffic.isPastCaches && countUnaligned(out, HWY_MAX_BYTES) == 0;
   long c = 0;
   for (; c + L <= count; c += L) {
+    if (traffic.row) prefetch<T>(traffic, c, L);
     auto value = hn::LoadU(d, row + c);
     if (!isFirst) value = fold<P>(hn::LoadU(d, prefix + c), value);
     hn::StoreU(value, d, prefix + c);
-    hn::StoreU(fold<P>(hn::LoadU(d, suffix + c), value), d, out + c);
+    auto const result = fold<P>(hn::LoadU(d, suffix + c), value);
+    if (isPastCaches)
+      store<true>(result, d, out + c);
+    else
+      store<false>(result, d, out + c);
   }
   for (; c < count; ++c) {  // nothing may be folded twice into the prefix, so that no vectors overlap
     T value = row[c];

@@ -44,7 +44,8 @@ struct RowKernels {
    */
   void (*foldRowsAtOnce)(Row const* rows, long length, char* const* out, long nbResults, long count);
   /** prefix = isFirst ? row : fold(prefix, row); out = fold(suffix, prefix). */
-  void (*foldBlockRow)(Row suffix, Row row, char* prefix, bool isFirst, char* out, long count);
+  void (*foldBlockRow)(Row suffix, Row row, char* prefix, bool isFirst, char* out, long count,
+                       Traffic const& traffic);
   /**
    * out[i] = fold of row[i .. i + length - 1], in some order; length is from 4 to maxColumnsAtOnce. Null where that
    * is 0. A cache line before the row and cRowSlack bytes behind its last window may be read.

@@ -166,7 +166,7 @@ void TileRun::sharePrefetch() {
   long nbParts = 0;
   for (std::size_t i = 1; i < m_nodes.size() && nbParts < cMaxNbPrefetchParts; ++i) {
     Kinds const kind = m_nodes[i].node->kind;
-    if (kind == Kinds::cFold || kind == Kinds::cColumnsAtOnce) m_nodes[i].part = nbParts++;
+    if (kind != Kinds::cRowsAtOnce) m_nodes[i].part = nbParts++;
   }
   while (nbParts >= 2L << m_prefetchShift) ++m_prefetchShift;
   for (Node& node : m_nodes)
@@ -364,8 +364,8 @@ void TileRun::foldRowByBlocks(Node& node, long slab) {
     std::memcpy(out, suffixOf(0), static_cast<std::size_t>(node.nbCols * m_kernels.voxelSize));
     return;
   }
-  m_kernels.foldBlockRow(suffixOf(inBlock), locateRow(node.taps.back(), slab), prefix, inBlock == 1, out,
-                         node.nbCols);
+  m_kernels.foldBlockRow(suffixOf(inBlock), locateRow(node.taps.back(), slab), prefix, inBlock == 1, out, node.nbCols,
+                         makeTraffic(node, slab, 0));
 }
 
 void TileRun::computeSlabs(Node& node, long firstSlab, long endSlab) {
