@@ -80,34 +80,39 @@ class Levels<P, T, 0> {
 
 template <Polarities P, class T, int nbLevels>
 HWY_NOINLINE void foldLevels(WindowLevels const& levels, T const* row, T* out, long count,
-                             RowKernels::Traffic const& traffic) {
+                             RowKernels::Traffic traffic) {
   Wide<T> const d;
   using V = hn::Vec<Wide<T>>;
   constexpr long L = lanesOf<T>();
   Levels<P, T, nbLevels> steps(levels.shifts);
   long const nbLoads = levels.nbLoads, lag = nbLevels * L;
+  auto const next = [&](T const* from) HWY_ATTR {
+    V v = hn::LoadU(d, from);
+#pragma GCC unroll 4
+    for (long i = 1; i < cUnit<T>; ++i) v = fold<P>(v, hn::LoadU(d, from + i));
+    for (long i = cUnit<T>; i < nbLoads; ++i) v = fold<P>(v, hn::LoadU(d, from + i));
+    return steps.step(v);
+  };
+  // Of the results of a vector those within the row.
+  auto const storePart = [&](V v, long at) HWY_ATTR {
+    // Highway's FirstN takes an instruction that AVX-512 doesn't imply.
+    unsigned long const after = at + L <= count ? 0 : static_cast<unsigned long>(at + L - count);
+    unsigned long const bits = (~0UL >> (64 - L) >> after) & (~0UL << (at < 0 ? -at : 0));
+    hn::BlendedStore(v, hn::LoadMaskBits(d, reinterpret_cast<unsigned char const*>(&bits)), d, out + at);
+  };
   // From the last multiple of the vector's size before the row.
   long const unaligned = countUnaligned(out, HWY_MAX_BYTES), first = unaligned > 0 ? unaligned - L : 0;
-  for (long c = first; c < count + lag; c += L) {
-    if (traffic.row) prefetch<T>(traffic, c, L);
-    V v = hn::LoadU(d, row + c);
-#pragma GCC unroll 4
-    for (long i = 1; i < cUnit<T>; ++i) v = fold<P>(v, hn::LoadU(d, row + c + i));
-    for (long i = cUnit<T>; i < nbLoads; ++i) v = fold<P>(v, hn::LoadU(d, row + c + i));
-    v = steps.step(v);
-    long const at = c - lag;
-    if (at >= 0 && at + L <= count) {
-      if (traffic.isPastCaches)
-        store<true>(v, d, out + at);
-      else
-        store<false>(v, d, out + at);
-    } else if (at >= first) {
-      // Highway's FirstN takes an instruction that AVX-512 doesn't imply.
-      unsigned long const after = at + L <= count ? 0 : static_cast<unsigned long>(at + L - count);
-      unsigned long const bits = (~0UL >> (64 - L) >> after) & (~0UL << (at < 0 ? -at : 0));
-      auto const mask = hn::LoadMaskBits(d, reinterpret_cast<unsigned char const*>(&bits));
-      hn::BlendedStore(v, mask, d, out + at);
-    }
+  long c = first;
+  for (; c < first + lag; c += L) next(row + c);
+  for (long at = first; at < count; at += L, c += L) {
+    if (traffic.row) prefetch<T>(traffic, at < 0 ? 0 : at, L);
+    V const v = next(row + c);
+    if (at < 0 || at + L > count)
+      storePart(v, at);
+    else if (traffic.isPastCaches)
+      store<true>(v, d, out + at);
+    else
+      store<false>(v, d, out + at);
   }
 }
 
@@ -126,7 +131,7 @@ void foldColumnsAtOnce(char const* row, long length, char* out, long count, RowK
 
 /** Four levels, three of 64 bits, reach a vector, and each other one a vector more. */
 template <class T>
-constexpr long cMaxColumnsAtOnce = (sizeof(T) == 8 ? 6 : 5) * lanesOf<T>();
+constexpr WindowLimits cLimits{(sizeof(T) == 8 ? 6 : 5) * lanesOf<T>(), 24};
 
 #else
 
@@ -134,7 +139,7 @@ constexpr long cMaxColumnsAtOnce = (sizeof(T) == 8 ? 6 : 5) * lanesOf<T>();
 template <Polarities, class T>
 constexpr decltype(RowKernels::foldColumnsAtOnce) foldColumnsAtOnce = nullptr;
 template <class T>
-constexpr long cMaxColumnsAtOnce = 0;
+constexpr WindowLimits cLimits{};
 
 #endif
 

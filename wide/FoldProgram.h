@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <vector>
 
+#include "wide/RowKernels.h"
+
 /**
  * Structuring elements as programs of folds. A program is a list of nodes; each node's value at a voxel is the
  * largest (or the smallest, in an erosion) of values of earlier nodes at shifted voxels. Node 0 is the image, the
@@ -52,8 +54,8 @@ struct FoldNode {
 
 class FoldProgram {
  public:
-  /** With node 0. @param maxColumnsAtOnce how long windows of columns may be that are one node */
-  explicit FoldProgram(long maxColumnsAtOnce = 0) : m_nodes(1), m_maxColumnsAtOnce(maxColumnsAtOnce) {}
+  /** With node 0. */
+  explicit FoldProgram(WindowLimits const& limits = {}) : m_nodes(1), m_limits(limits) {}
 
   /** Adds a node and returns its index. A tap of node 0 has no dx: the image has no margins in memory. */
   int add(std::vector<Tap> taps, bool isClipped = false);
@@ -61,7 +63,7 @@ class FoldProgram {
   int addCopy() { return add({{0, 0, 0, 0}}); }
   /** A window of `length` rows of `node`, the first of which is at dy, each `step` columns right of the one above. */
   int addRows(FoldNode::Kinds kind, int node, long length, long dy, long step);
-  /** A window of `length` columns of `node`, up to getMaxColumnsAtOnce(). */
+  /** A window of `length` columns of `node`, up to that limit. */
   int addColumns(int node, long length);
   /** Has the value beyond the edge take part in the result. */
   void addNeutralTap();
@@ -71,7 +73,7 @@ class FoldProgram {
   void finish();
 
   std::vector<FoldNode> const& getNodes() const { return m_nodes; }
-  long getMaxColumnsAtOnce() const { return m_maxColumnsAtOnce; }
+  WindowLimits const& getLimits() const { return m_limits; }
   std::size_t getNbNodes() const { return m_nodes.size(); }
   FoldNode const& getNode(int node) const { return m_nodes[static_cast<std::size_t>(node)]; }
   /** What is read around a tile. */
@@ -82,7 +84,7 @@ class FoldProgram {
 
  private:
   std::vector<FoldNode> m_nodes;
-  long m_maxColumnsAtOnce;
+  WindowLimits m_limits;
 };
 
 /** Calls visit(tap) for what bounds the reach of a node: the taps, or the first and the last one of a window. */

@@ -22,7 +22,7 @@ bool leadsBeyond(kernel::Offset3D const& offset, PlanImage const& image) {
 }
 
 ElementVoxels getVoxels(Offsets const& offsets, PlanImage const& image, bool isVolume) {
-  ElementVoxels element{{}, isVolume, false, image.maxColumnsAtOnce};
+  ElementVoxels element{{}, isVolume, false, image.limits};
   for (kernel::Offset3D const& offset : offsets)
     if (leadsBeyond(offset, image))
       element.isBeyond = true;

@@ -16,7 +16,7 @@ struct ElementVoxels {
   std::vector<kernel::Offset3D> voxels;
   bool isVolume;
   bool isBeyond;
-  long maxColumnsAtOnce;  ///< of programs
+  WindowLimits limits;  ///< of programs
 };
 
 /** An estimate of the time of a program for a voxel, to choose by. */

@@ -11,7 +11,7 @@ ProgramImages describeImages(ImageModel const& input, ImageModel const& output) 
 PlanImage getPlanImage(ProgramImages const& images) {
   long const* const sizes = images.source.sizes;
   RowKernels const& kernels = *getRowKernels(chooseTarget().target, images.type, Polarities::cDilation);
-  return {{sizes[cColumns], sizes[cRows], sizes[cPlans]}, images.type, kernels.maxColumnsAtOnce};
+  return {{sizes[cColumns], sizes[cRows], sizes[cPlans]}, images.type, kernels.limits};
 }
 
 String explainStages(BaseAlgorithm const& algorithm, Stages const& stages, Polarities polarity,

@@ -90,7 +90,7 @@ class WideRunner final : public Runnable {
   std::shared_ptr<Stages const> getStages(Algo const* algorithm, ProgramImages const& images) const {
     PlanImage const image = getPlanImage(images);
     PlanCache::Key key = Element::getKey(algorithm);
-    key.insert(key.end(), {image.sizes[0], image.sizes[1], image.sizes[2], image.isReal(), image.maxColumnsAtOnce});
+    key.insert(key.end(), {image.sizes[0], image.sizes[1], image.sizes[2], image.isReal(), image.limits.nbColumns});
     return m_cache.get(std::move(key), [algorithm, &image] { return Element::makeStages(algorithm, image); });
   }
 

@@ -40,7 +40,7 @@ FoldProgram makePasses(unsigned int nbSquares, unsigned int nbCrosses) {
 }
 
 ElementPrograms makePrograms(PlanImage const& image, unsigned int nbSquares, unsigned int nbCrosses) {
-  ElementPrograms programs{false, FoldProgram(image.maxColumnsAtOnce), FoldProgram()};
+  ElementPrograms programs{false, FoldProgram(image.limits), FoldProgram()};
   if (image.isReal()) programs.ordered = makePasses(nbSquares, nbCrosses);
   // From everywhere more steps reach what these reach. One step at least reaches beyond the edge.
   long const nbCols = image.sizes[0], nbRows = image.sizes[1];

@@ -9,7 +9,7 @@ namespace pxl::wide {
 struct PlanImage {
   long sizes[3];  ///< columns, rows, plans
   VoxelTypes type;
-  long maxColumnsAtOnce;  ///< of the kernels
+  WindowLimits limits;  ///< of the kernels
 
   bool isReal() const { return type == cFloat || type == cDouble; }
 };

@@ -60,7 +60,7 @@ void addBox(FoldProgram& program, int node, long reach) {
 
 ElementPrograms makePrograms(PlanImage const& image, unsigned int nbFaces, unsigned int nbEdges, unsigned int nbCubes,
                              long box) {
-  ElementPrograms programs{true, FoldProgram(image.maxColumnsAtOnce), FoldProgram()};
+  ElementPrograms programs{true, FoldProgram(image.limits), FoldProgram()};
   FoldProgram& fast = programs.fast;
   int node = nbFaces + nbEdges > 0 ? fast.addCopy() : 0;
   for (unsigned int i = 0; i < nbFaces; ++i) node = addFaces(fast, node);

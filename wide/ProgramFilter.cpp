@@ -16,8 +16,12 @@
 namespace pxl::wide {
 namespace {
 
+// Smaller images are found in the second-level cache. Measured: prefetching makes squares and crosses of 1024 x 1024
+// 5 to 10 % faster, and those of 512 x 512 bytes 5 % slower.
+constexpr unsigned long cMinPrefetchedBytes = 1 << 20;
+
 TilePlan makePlan(bool isVolume, RowKernels const& kernels, ProgramImages const& images, long slice,
-                  bool isPastCaches = false) {
+                  bool isPrefetched = false, bool isPastCaches = false) {
   SlabBox const image = getSliceBox(isVolume, images.source);
   return {isVolume,
           image,
@@ -25,6 +29,7 @@ TilePlan makePlan(bool isVolume, RowKernels const& kernels, ProgramImages const&
           getSlice(isVolume, images.target, slice),
           &kernels,
           images.isInPlace,
+          isPrefetched,
           isPastCaches};
 }
 
@@ -76,9 +81,9 @@ class ProgramFilter::Tiles {
         m_programs(programs),
         m_images(images),
         m_cut(cut),
-        m_isPastCaches(
-            !images.isInPlace &&
-            isLargerThanCaches(countVoxels(images.source) * static_cast<unsigned long>(filter.m_kernels.voxelSize))),
+        m_nbBytes(countVoxels(images.source) * static_cast<unsigned long>(filter.m_kernels.voxelSize)),
+        m_isPrefetched(!images.isInPlace && m_nbBytes >= cMinPrefetchedBytes),
+        m_isPastCaches(!images.isInPlace && isLargerThanCaches(m_nbBytes)),
         m_nbScratchBytes(
             cut.countScratchBytes(programs, makePlan(programs.isVolume, filter.m_kernels, images, 0), images.type)) {}
 
@@ -123,7 +128,8 @@ class ProgramFilter::Tiles {
   };
 
   void runOne(long slice, SlabBox const& tile) const {
-    TilePlan const plan = makePlan(m_programs.isVolume, m_filter.m_kernels, m_images, slice, m_isPastCaches);
+    TilePlan const plan =
+        makePlan(m_programs.isVolume, m_filter.m_kernels, m_images, slice, m_isPrefetched, m_isPastCaches);
     char* const scratch = m_scratch.local().get(m_nbScratchBytes);
     Host host(m_filter, m_kept, tile.getNbCols() * tile.getNbRows());
     if (runTile(plan, m_programs.fast, tile, m_programs.needsOrdered(m_images.type), scratch, host)) return;
@@ -135,6 +141,8 @@ class ProgramFilter::Tiles {
   ElementPrograms const& m_programs;
   ProgramImages const& m_images;
   TileCut const& m_cut;
+  unsigned long const m_nbBytes;
+  bool const m_isPrefetched;
   bool const m_isPastCaches;
   long const m_nbScratchBytes;
   KeptRows const* m_kept = nullptr;

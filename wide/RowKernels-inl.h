@@ -191,35 +191,52 @@ void foldTaps(char const** taps, long const* strides, long nbTaps, char* out, lo
 
 /** nbResults windows at once: what they share is folded once, then a suffix above it and a prefix below. */
 template <Polarities P, class T, int nbResults>
-HWY_NOINLINE void foldWindows(char const* const* taps, long length, char* const* outs, long count) {
+HWY_NOINLINE void foldWindows(char const* const* taps, long length, char* const* outs, long count,
+                              RowKernels::Traffic const& traffic) {
   Wide<T> const d;
   using V = hn::Vec<Wide<T>>;
   constexpr long L = lanesOf<T>();
+  // Eight rows of half lines displace each other before their other halves come.
+  bool isPastCaches = traffic.isPastCaches && HWY_MAX_BYTES == cCacheLine;
+  for (int i = 0; i < nbResults; ++i)
+    isPastCaches = isPastCaches && countUnaligned(at<T>(outs[i]), HWY_MAX_BYTES) == 0;
   for (long start = 0; start < count; start += L) {
-    long const c = start + L <= count ? start : count - L;
+    bool const isWhole = start + L <= count;
+    long const c = isWhole ? start : count - L;
+    auto const put = [&](int i, V v) HWY_ATTR {
+      if (isPastCaches && isWhole)
+        store<true>(v, d, at<T>(outs[i]) + c);
+      else
+        store<false>(v, d, at<T>(outs[i]) + c);
+    };
+    if (traffic.row && isWhole) {
+      RowKernels::Traffic part = traffic;
+      for (int i = 0; i < nbResults; ++i, part.row += part.stride) prefetch<T>(part, c, L);
+    }
     V suffix = hn::LoadU(d, at<T>(taps[nbResults - 1]) + c);
     for (long i = nbResults; i < length; ++i) suffix = fold<P>(suffix, hn::LoadU(d, at<T>(taps[i]) + c));
     V suffixes[static_cast<unsigned>(nbResults)];
     suffixes[nbResults - 1] = suffix;
 #pragma GCC unroll 8
     for (int i = nbResults - 2; i >= 0; --i) suffixes[i] = fold<P>(suffixes[i + 1], hn::LoadU(d, at<T>(taps[i]) + c));
-    hn::StoreU(suffixes[0], d, at<T>(outs[0]) + c);
+    put(0, suffixes[0]);
     V prefix = hn::LoadU(d, at<T>(taps[length]) + c);
-    hn::StoreU(fold<P>(suffixes[1], prefix), d, at<T>(outs[1]) + c);
+    put(1, fold<P>(suffixes[1], prefix));
 #pragma GCC unroll 8
     for (int i = 2; i < nbResults; ++i) {
       prefix = fold<P>(prefix, hn::LoadU(d, at<T>(taps[length + i - 1]) + c));
-      hn::StoreU(fold<P>(suffixes[i], prefix), d, at<T>(outs[i]) + c);
+      put(i, fold<P>(suffixes[i], prefix));
     }
   }
 }
 
 template <Polarities P, class T>
-void foldRowsAtOnce(char const* const* rows, long length, char* const* outs, long nbResults, long count) {
+void foldRowsAtOnce(char const* const* rows, long length, char* const* outs, long nbResults, long count,
+                    RowKernels::Traffic const& traffic) {
   if (nbResults == 8)
-    foldWindows<P, T, 8>(rows, length, outs, count);
+    foldWindows<P, T, 8>(rows, length, outs, count, traffic);
   else
-    foldWindows<P, T, 4>(rows, length, outs, count);
+    foldWindows<P, T, 4>(rows, length, outs, count, traffic);
 }
 
 template <Polarities P, class T>
@@ -300,9 +317,11 @@ namespace pxl::wide::HWY_NAMESPACE {
 
 template <Polarities P, class T>
 constexpr RowKernels makeRowKernels() {
-  return {foldTaps<P, T>,     foldRowsAtOnce<P, T>, foldBlockRow<P, T>, foldColumnsAtOnce<P, T>,
-          hasSpecialReals<T>, fillNeutral<P, T>,    hwy::FlushStream,   static_cast<long>(sizeof(T)),
-          lanesOf<T>(),       cMaxColumnsAtOnce<T>};
+  return {foldTaps<P, T>,     foldRowsAtOnce<P, T>,
+          foldBlockRow<P, T>, foldColumnsAtOnce<P, T>,
+          hasSpecialReals<T>, fillNeutral<P, T>,
+          hwy::FlushStream,   static_cast<long>(sizeof(T)),
+          lanesOf<T>(),       cLimits<T>};
 }
 
 /** By polarity. */

@@ -16,6 +16,12 @@ enum class Polarities { cDilation, cErosion };
 constexpr long cCacheLine = 64;
 constexpr long cRowSlack = 1024;  ///< bytes behind a row that may be read
 
+/** How long the windows may be that one node of a program computes. */
+struct WindowLimits {
+  long nbColumns = 0;    ///< 0: none at all
+  long nbImageRows = 8;  ///< of several windows at once straight from the image; longer ones go by blocks
+};
+
 /**
  * Functions on rows of adjacent voxels, which may stand at any address that is a multiple of their size. Of two
  * voxels a and b, a being the earlier one, a fold takes a where a > b (erosion: a < b) and else b, as the other
@@ -42,12 +48,13 @@ struct RowKernels {
    * nbResults (4 or 8) windows of `length` rows each, result i from row i on: out[i] = fold of rows[i ..
    * i + length - 1]; length is at least nbResults and count at least minRowsAtOnce.
    */
-  void (*foldRowsAtOnce)(Row const* rows, long length, char* const* out, long nbResults, long count);
+  void (*foldRowsAtOnce)(Row const* rows, long length, char* const* out, long nbResults, long count,
+                         Traffic const& traffic);
   /** prefix = isFirst ? row : fold(prefix, row); out = fold(suffix, prefix). */
   void (*foldBlockRow)(Row suffix, Row row, char* prefix, bool isFirst, char* out, long count,
                        Traffic const& traffic);
   /**
-   * out[i] = fold of row[i .. i + length - 1], in some order; length is from 4 to maxColumnsAtOnce. Null where that
+   * out[i] = fold of row[i .. i + length - 1], in some order; length is from 4 to limits.nbColumns. Null where that
    * is 0. A cache line before the row and cRowSlack bytes behind its last window may be read.
    */
   void (*foldColumnsAtOnce)(Row row, long length, char* out, long count, Traffic const& traffic);
@@ -60,7 +67,7 @@ struct RowKernels {
 
   long voxelSize;      ///< bytes
   long minRowsAtOnce;  ///< voxels
-  long maxColumnsAtOnce;
+  WindowLimits limits;
 };
 
 /** Of one set of instructions, which the processor must have. Null for a type without kernels. */

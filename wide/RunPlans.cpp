@@ -99,7 +99,7 @@ FoldProgram makeRunsProgram(ElementVoxels const& element, bool isEachRunMade) {
 }
 
 FoldProgram makeNestedProgram(ElementVoxels const& element) {
-  FoldProgram program(element.maxColumnsAtOnce);
+  FoldProgram program(element.limits);
   std::map<long, std::vector<Run>> byReach;
   for (Run const& run : findRuns(element.voxels)) {
     if (run.first != -run.last) return program;
@@ -156,7 +156,7 @@ FoldProgram makeColumnsProgram(ElementVoxels const& element) {
 
 FoldProgram makeBoxProgram(ElementVoxels const& element) {
   kernel::Offset3D const first = element.voxels.front(), last = element.voxels.back();
-  FoldProgram program(element.maxColumnsAtOnce);
+  FoldProgram program(element.limits);
   long const nbCols = last.col - first.col + 1, nbRows = last.row - first.row + 1;
   long const nbPlans = last.plan - first.plan + 1;
   auto const isWithin = [&](kernel::Offset3D const& voxel) {

@@ -155,7 +155,7 @@ void TileRun::prepare() {
         noteWork(cPageFault);
       }
   }
-  if (m_plan.isPastCaches) sharePrefetch();
+  if (m_plan.isPrefetched) sharePrefetch();
   m_rows.resize(nbRows);
   m_strides.resize(nbRows);
   SlabBox const& read = m_layout.rings.front().computed;
@@ -164,10 +164,7 @@ void TileRun::prepare() {
 
 void TileRun::sharePrefetch() {
   long nbParts = 0;
-  for (std::size_t i = 1; i < m_nodes.size() && nbParts < cMaxNbPrefetchParts; ++i) {
-    Kinds const kind = m_nodes[i].node->kind;
-    if (kind != Kinds::cRowsAtOnce) m_nodes[i].part = nbParts++;
-  }
+  for (std::size_t i = 1; i < m_nodes.size() && nbParts < cMaxNbPrefetchParts; ++i) m_nodes[i].part = nbParts++;
   while (nbParts >= 2L << m_prefetchShift) ++m_prefetchShift;
   for (Node& node : m_nodes)
     if (node.part >= 1L << m_prefetchShift) node.part = -1;
@@ -329,7 +326,8 @@ void TileRun::foldRowsAtOnce(Node& node, long firstSlab, long nbResults) {
   }
   char* outs[cNbRowsAtOnce];
   for (long i = 0; i < nbResults; ++i) outs[i] = getOwnRow(node, firstSlab + i, 0) + (i * step + left) * size;
-  m_kernels.foldRowsAtOnce(m_rows.data(), length, outs, nbResults, node.nbCols + (slant < 0 ? -slant : slant));
+  m_kernels.foldRowsAtOnce(m_rows.data(), length, outs, nbResults, node.nbCols + (slant < 0 ? -slant : slant),
+                           makeTraffic(node, firstSlab, 0));
 }
 
 void TileRun::foldColumnsAtOnce(Node& node, long slab) {

@@ -28,6 +28,7 @@ struct TilePlan {
   SlabImage target;
   RowKernels const* kernels;
   bool isCopied;      ///< rows of the source are copied before they are folded: source and target are the same voxels
+  bool isPrefetched;  ///< the nodes prefetch the rows of the source that the next step reads
   bool isPastCaches;  ///< the result is written to memory without reading what is there
 };
 

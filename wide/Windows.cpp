@@ -48,7 +48,7 @@ int addWindow(FoldProgram& program, int node, long length, Direction u, Dimensio
     return addWindow(program, program.addRows(Kinds::cRowsAtOnce, node, part, 0, u.dx), length, u, dimensions, part);
   }
   bool const isAlongRows = u.dx == 1 && u.dy == 0 && u.dz == 0;
-  long const atOnce = std::min(length, program.getMaxColumnsAtOnce());
+  long const atOnce = std::min(length, program.getLimits().nbColumns);
   if (isAlongRows && known == 1 && atOnce >= cMinColumnsAtOnce)
     return addWindow(program, program.addColumns(node, atOnce), length, u, dimensions, atOnce);
   std::vector<long> radices;
@@ -72,7 +72,7 @@ int addWindow(FoldProgram& program, int node, long length, Direction u, Dimensio
 }
 
 int addImageRows(FoldProgram& program, long length, long dy) {
-  if (length >= 9) return program.addRows(Kinds::cRowsByBlocks, 0, length, dy, 0);
+  if (length > program.getLimits().nbImageRows) return program.addRows(Kinds::cRowsByBlocks, 0, length, dy, 0);
   if (length >= cMinRowsAtOnce) return program.addRows(Kinds::cRowsAtOnce, 0, length, dy, 0);
   if (length == 1 && dy == 0) return 0;
   std::vector<Tap> taps;
