@@ -8,6 +8,7 @@
 
 #include "analysis/support/Canceller.h"
 #include "analysis/support/Extrema.h"
+#include "instrument/Sanitized.h"
 #include "pxl/Exception.h"
 
 namespace analysis_test {
@@ -15,11 +16,7 @@ namespace {
 
 using pxl::instrument::Event;
 
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-constexpr int cNbRandomCancels = 1000;
-#else
-constexpr int cNbRandomCancels = 10000;
-#endif
+int const cNbRandomCancels = host_test::isSanitized() ? 1000 : 10000;
 
 class ExtremaCancel : public ExtremaTest {
  protected:

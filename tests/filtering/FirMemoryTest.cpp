@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "instrument/Sanitized.h"
 #include "support/Runs.h"
 
 namespace filtering_test {
@@ -47,9 +48,7 @@ class FirMemory : public PluginTest {
 
 // In a process that has not run anything yet: children of one that has must not run.
 TEST_F(FirMemory, ApartTakesNoCopyAndInPlaceOneOfTheImagesType) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "the sanitizer has memory of its own";
-#endif
+  if (host_test::isSanitized()) GTEST_SKIP() << "the sanitizer has memory of its own";
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   auto const expectPeaks = [] {
     constexpr long cMegabyte = 1024;

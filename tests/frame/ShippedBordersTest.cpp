@@ -77,8 +77,8 @@ class BorderProbe : public pxl::instrument::Recorder {
 /** Runs each operator on small images of 16 bits. */
 class ShippedBorders : public testing::Test {
  protected:
-  ShippedBorders() { host_test::loadPlugin(shipped::cPlugin); }
-  ~ShippedBorders() override { pxl::plugins::unload(shipped::cPlugin); }
+  ShippedBorders() { host_test::loadPlugin(shipped::getPlugin()); }
+  ~ShippedBorders() override { pxl::plugins::unload(shipped::getPlugin()); }
 
   void make(std::string const& name) {
     using pxl::ImageModel;

@@ -103,7 +103,7 @@ class ShippedPlugin : public testing::Test {
       EXPECT_EQ(trace[i + 1].name, "removeRunner");
       EXPECT_EQ(trace[i + 1].object, m_runners.at(trace[i].text));
     }
-    EXPECT_FALSE(isInMemory(shipped::cPlugin));
+    EXPECT_FALSE(isInMemory(shipped::getPlugin()));
     EXPECT_TRUE(getRegistered().empty());
   }
 
@@ -113,9 +113,9 @@ class ShippedPlugin : public testing::Test {
 
 TEST_F(ShippedPlugin, ComesAndGoesThroughTheHost) {
   for (int life = 0; life < 3; ++life) {
-    host_test::loadPlugin(shipped::cPlugin);
+    host_test::loadPlugin(shipped::getPlugin());
     expectLoaded(takeTrace());
-    pxl::plugins::unload(shipped::cPlugin);
+    pxl::plugins::unload(shipped::getPlugin());
     expectUnloaded(takeTrace());
   }
 }
@@ -123,7 +123,7 @@ TEST_F(ShippedPlugin, ComesAndGoesThroughTheHost) {
 TEST_F(ShippedPlugin, ComesAndGoesThroughTheLoader) {
   for (int life = 0; life < 3; ++life) {
     host_test::RunnersMayStay const stay;
-    void* const handle = ::dlopen(shipped::cPlugin, RTLD_NOW | RTLD_LOCAL);
+    void* const handle = ::dlopen(shipped::getPlugin().c_str(), RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(handle, nullptr) << ::dlerror();
     expectLoaded(takeTrace());
     ASSERT_EQ(::dlclose(handle), 0);
@@ -133,16 +133,16 @@ TEST_F(ShippedPlugin, ComesAndGoesThroughTheLoader) {
 
 TEST_F(ShippedPlugin, LoadsWithoutARecord) {
   m_probe.classInfo = [](std::string const&, pxl::AlgoInfo*) -> pxl::AlgoInfo* { return nullptr; };
-  host_test::loadPlugin(shipped::cPlugin);
+  host_test::loadPlugin(shipped::getPlugin());
   EXPECT_EQ(takeTrace().size(), cShipped.size());
   m_probe.classInfo = nullptr;
-  pxl::plugins::unload(shipped::cPlugin);
+  pxl::plugins::unload(shipped::getPlugin());
   EXPECT_TRUE(takeTrace().empty());
-  EXPECT_FALSE(isInMemory(shipped::cPlugin));
+  EXPECT_FALSE(isInMemory(shipped::getPlugin()));
 }
 
 TEST_F(ShippedPlugin, RefusesAndFailsByTheSameRules) {
-  host_test::loadPlugin(shipped::cPlugin);
+  host_test::loadPlugin(shipped::getPlugin());
   expectLoaded(takeTrace());
   ASSERT_EQ(m_runners.count("IntensityExtrema"), 1U);
   pxl::Runnable* const runner = m_runners.at("IntensityExtrema");
@@ -161,7 +161,7 @@ TEST_F(ShippedPlugin, RefusesAndFailsByTheSameRules) {
   EXPECT_THROW(runner->run(nullptr), pxl::UnexpectedError);
   pxl::morphology::Dilation2d foreign;
   EXPECT_THROW(runner->run(&foreign), pxl::UnexpectedError);
-  pxl::plugins::unload(shipped::cPlugin);
+  pxl::plugins::unload(shipped::getPlugin());
 }
 
 }  // namespace

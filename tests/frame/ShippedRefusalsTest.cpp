@@ -63,10 +63,10 @@ std::map<std::string, Row> const cRows{
 class ShippedRefusals : public testing::Test {
  protected:
   ShippedRefusals() {
-    host_test::loadPlugin(shipped::cPlugin);
+    host_test::loadPlugin(shipped::getPlugin());
     m_runners = getRegistered();
   }
-  ~ShippedRefusals() override { pxl::plugins::unload(shipped::cPlugin); }
+  ~ShippedRefusals() override { pxl::plugins::unload(shipped::getPlugin()); }
 
   // Calls check(row) with everything set up so that the operator is accepted.
   template <class Check>
@@ -220,7 +220,7 @@ TEST_F(ShippedRefusals, OfARunAreErrors) {
 }
 
 /** The names of a library's own objects of 8 bytes, from its table of symbols. */
-std::set<std::string> readNamesOfPointers(char const* path) {
+std::set<std::string> readNamesOfPointers(std::string const& path) {
   std::ifstream file(path, std::ios::binary);
   std::vector<char> const bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
   auto const read = [&bytes](auto& record, unsigned long at) {
@@ -247,7 +247,7 @@ TEST_F(ShippedRefusals, HaveRegistrationObjectsNamedAfterTheirRunners) {
   std::map<std::string, std::string> const namespaces{
       {"Int", "pxl::analysis::"}, {"Fin", "pxl::filtering::linear::"}, {"Log", "pxl::point_operations::"}};
   std::set<std::string> registrations;
-  for (std::string const& symbol : readNamesOfPointers(shipped::cPlugin)) {
+  for (std::string const& symbol : readNamesOfPointers(shipped::getPlugin())) {
     std::string const name = demangle(symbol.c_str());
     if (name.find("g_autoRegisterRunnable") != std::string::npos) registrations.insert(name);
   }

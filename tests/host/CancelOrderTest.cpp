@@ -6,6 +6,7 @@
 #include <new>
 
 #include "gtest/gtest.h"
+#include "instrument/Sanitized.h"
 #include "pxl/BaseTbbAlgorithm.h"
 
 namespace {
@@ -58,9 +59,7 @@ class NotingPages {
 
 // A worker that the group stops tests the flag, which must be set by then.
 TEST(CancelOrder, IsTheFlagAndThenTheGroup) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "the sanitizer looks at the memory, too";
-#endif
+  if (host_test::isSanitized()) GTEST_SKIP() << "the sanitizer looks at the memory, too";
   NotingPages pages;
   auto* const run = new (pages.get()) pxl::BaseTbbAlgorithm(nullptr);
   pages.lock();

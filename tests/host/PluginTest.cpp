@@ -20,7 +20,7 @@ namespace {
 using namespace host_test;
 using pxl::analysis::IntensityExtrema;
 
-std::string const cPlugin = shipped::cPlugin;
+std::string const cPlugin = shipped::getPlugin();
 
 bool isLoaded(std::string const& path) {
   auto const loaded = pxl::plugins::getLoaded();

@@ -1,9 +1,19 @@
 #include "instrument/ShippedPaths.h"
 
-namespace shipped {
+#include <cstdlib>
 
-char const* const cPlugin = PXLWORKS_PLUGIN_PATH;
-char const* const cElements = PXLWORKS_ELEMENTS_PATH;
-char const* const cWide = PXLWORKS_WIDE_PATH;
+namespace shipped {
+namespace {
+
+std::string find(std::string const& path) {
+  char const* const folder = std::getenv("PXLWORKS_TEST_PLUGINS");
+  return folder ? folder + path.substr(path.rfind('/')) : path;
+}
+
+}  // namespace
+
+std::string getPlugin() { return find(PXLWORKS_PLUGIN_PATH); }
+std::string getElements() { return find(PXLWORKS_ELEMENTS_PATH); }
+std::string getWide() { return find(PXLWORKS_WIDE_PATH); }
 
 }  // namespace shipped

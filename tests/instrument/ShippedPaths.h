@@ -1,10 +1,15 @@
 #pragma once
 
-/** The files of the plug-ins as they are shipped. */
+#include <string>
+
+/**
+ * The files of the plug-ins as they are shipped. The environment variable PXLWORKS_TEST_PLUGINS names another folder,
+ * of a build with a sanitizer.
+ */
 namespace shipped {
 
-extern char const* const cPlugin;
-extern char const* const cElements;
-extern char const* const cWide;
+std::string getPlugin();
+std::string getElements();
+std::string getWide();
 
 }  // namespace shipped

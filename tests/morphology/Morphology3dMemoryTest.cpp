@@ -3,6 +3,7 @@
 
 #include <atomic>
 
+#include "instrument/Sanitized.h"
 #include "support/Runs.h"
 
 namespace morphology_test {
@@ -45,9 +46,7 @@ long getPeakOfResidentKilobytes() {
 }
 
 TEST_F(Morphology3dMemory, ApartDoesNotGrowWithTheDepth) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "the sanitizer has memory of its own";
-#endif
+  if (host_test::isSanitized()) GTEST_SKIP() << "the sanitizer has memory of its own";
   // The thin image first: a peak that was reached before would hide what the deep one takes.
   auto const peakOf = [](unsigned long nbPlans) {
     auto const input = pxl::Image::New(pxl::cUnsignedInteger16, {256, 256, nbPlans, 1, 1});

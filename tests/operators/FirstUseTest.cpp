@@ -22,7 +22,7 @@ namespace {
   // Four threads whatever the machine has.
   tbb::global_control const limit(tbb::global_control::max_allowed_parallelism, 4);
   tbb::task_arena arena(4);
-  pxl::plugins::load(shipped::cPlugin);
+  pxl::plugins::load(shipped::getPlugin());
   std::atomic<bool> isBegun{false};
   std::atomic<int> nbRuns{0};
   // A worker runs first. The last lines of its tasks take long, so that another thread takes over half of the first

@@ -101,7 +101,7 @@ TEST_P(RegionToProcess, IsHonouredOrRefused) {
 
 // What the loops of the runners honour isn't refused.
 TEST(RegionUse, IsAsWideAsTheOperatorAllows) {
-  pxl::plugins::load(shipped::cPlugin);
+  pxl::plugins::load(shipped::getPlugin());
   auto const isTaken = [](char const* name, Region const& region) {
     auto const run = makeRun(*pxl::AlgoInfo::find(name), {9, 8, 4, 3, 2});
     run.algorithm->setProcessingRegion(region);

@@ -29,11 +29,11 @@ TEST(Unload, RightAfterARunIsSafe) {
   recorder.grains = pxl::AbstractPartitionerPolicy::PartitionerGrainSizes{64, 2, 1};
   char const* const names[] = {"LogicalOperationWithValue", "IntensityExtrema", "Dilation2d", "Dilation3d"};
   for (int cycle = 0; cycle < getNbCycles(); ++cycle) {
-    host_test::loadPlugin(shipped::cPlugin);
+    host_test::loadPlugin(shipped::getPlugin());
     auto const run = makeRun(*pxl::AlgoInfo::find(names[cycle % 4]), {64, 16, 4, 1, 1});
     run.algorithm->execute();
-    pxl::plugins::unload(shipped::cPlugin);
-    ASSERT_EQ(::dlopen(shipped::cPlugin, RTLD_NOW | RTLD_NOLOAD), nullptr) << "it is still in memory";
+    pxl::plugins::unload(shipped::getPlugin());
+    ASSERT_EQ(::dlopen(shipped::getPlugin().c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr) << "it is still in memory";
   }
   EXPECT_GT(nbLateWorkers, getNbCycles() / 4);
 }

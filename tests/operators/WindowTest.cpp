@@ -297,7 +297,7 @@ TEST(WindowOfOthers, HoldsAllThatAnOperatorMayNeed) {
 }
 
 TEST(WindowMemory, FollowsTheRulesOfTemporaries) {
-  pxl::plugins::load(shipped::cPlugin);
+  pxl::plugins::load(shipped::getPlugin());
   auto const run = makeRun(*pxl::AlgoInfo::find("ErosionLine2d"), {20, 30, 1, 1, 1}, pxl::cUnsignedInteger8);
   Region const window(0, 30, 5, 10, 0, 1, 0, 1, 0, 1);
   auto const getLocation = [&] {
@@ -327,7 +327,7 @@ TEST(WindowMemory, FollowsTheRulesOfTemporaries) {
 
 // With NaN on the way to integers the result of several passes depends on whether they have a temporary image.
 TEST(WindowMemory, LetsPassesDecideAsThoseOfTheWhole) {
-  pxl::plugins::load(shipped::cPlugin);
+  pxl::plugins::load(shipped::getPlugin());
   constexpr pxl::ImageSizes cSizes{20, 12, 1, 1, 1};
   Box const box{{5, 0, 0, 0, 0}, {9, 12, 1, 1, 1}};
   Bytes results[2];

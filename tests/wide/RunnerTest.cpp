@@ -124,7 +124,7 @@ TEST_F(WideRunners, LeaveWhatNeedsTooMuchMemory) {
 
 // Then order doesn't count, and the voxels after a NaN do.
 TEST_F(WideRunners, FindExtremaWithoutAnotherRunner) {
-  pxl::plugins::unload(shipped::cPlugin);
+  pxl::plugins::unload(shipped::getPlugin());
   auto const image = pxl::Image::New(pxl::cFloat, {50, 4000, 1, 1, 1});
   float* const voxels = static_cast<float*>(image->getVoxels());
   std::fill(voxels, voxels + 50L * 4000, 2.F);

@@ -31,7 +31,7 @@ class WideValues : public ::testing::Test {
  protected:
   using Image = oracle::Image<T>;
 
-  WideValues() { pxl::plugins::load(shipped::cWide); }
+  WideValues() { pxl::plugins::load(shipped::getWide()); }
 
   /** With NaN, infinities and zeros of both signs where T is real. */
   Image makeImage(Five const& sizes) {

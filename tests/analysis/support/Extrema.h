@@ -20,7 +20,7 @@ using Grains = pxl::AbstractPartitionerPolicy::PartitionerGrainSizes;
 
 /** The runner of the shipped plug-in. */
 inline pxl::Runnable& getShippedRunner() {
-  pxl::plugins::load(shipped::cPlugin);
+  pxl::plugins::load(shipped::getPlugin());
   return *pxl::AlgoInfo::find("IntensityExtrema")->getRunners().at(0);
 }
 

@@ -31,8 +31,8 @@ using pxl::morphology::ElementMorphology;
 class ElementTest : public testing::Test {
  protected:
   static void SetUpTestSuite() {
-    pxl::plugins::load(shipped::cPlugin);
-    pxl::plugins::load(shipped::cElements);
+    pxl::plugins::load(shipped::getPlugin());
+    pxl::plugins::load(shipped::getElements());
   }
 };
 

@@ -34,8 +34,8 @@ Runners getRegistered() {
   return result;
 }
 
-bool isInMemory(char const* path) {
-  void* const handle = ::dlopen(path, RTLD_NOW | RTLD_NOLOAD);
+bool isInMemory(std::string const& path) {
+  void* const handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
   if (handle) ::dlclose(handle);
   return handle != nullptr;
 }

@@ -16,7 +16,7 @@ using Runners = std::map<std::string, pxl::Runnable*>;
 /** The registered runners; expects at most one for each operator. */
 Runners getRegistered();
 
-bool isInMemory(char const* path);
+bool isInMemory(std::string const& path);
 
 std::string demangle(char const* name);
 

@@ -3,11 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "instrument/Sanitized.h"
 #include "pxl/Plugins.h"
-
-#ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/lsan_interface.h>
-#endif
 
 namespace host_test {
 
@@ -17,14 +14,15 @@ namespace host_test {
  */
 class RunnersMayStay {
  public:
-#ifdef __SANITIZE_ADDRESS__
-  RunnersMayStay() { __lsan_disable(); }
-  ~RunnersMayStay() { __lsan_enable(); }
-#else
-  RunnersMayStay() {}
-#endif
+  RunnersMayStay() { call("__lsan_disable"); }
+  ~RunnersMayStay() { call("__lsan_enable"); }
   RunnersMayStay(RunnersMayStay const&) = delete;
   RunnersMayStay& operator=(RunnersMayStay const&) = delete;
+
+ private:
+  static void call(char const* function) {
+    if (isAddressSanitized()) reinterpret_cast<void (*)()>(::dlsym(RTLD_DEFAULT, function))();
+  }
 };
 
 inline void loadPlugin(std::string const& path) {

@@ -78,8 +78,8 @@ inline ReadyRun makeRun(pxl::AlgoInfo const& record, pxl::ImageSizes const& size
 class EveryOperator : public testing::TestWithParam<std::string> {
  protected:
   static void SetUpTestSuite() {
-    pxl::plugins::load(shipped::cPlugin);
-    pxl::plugins::load(shipped::cElements);
+    pxl::plugins::load(shipped::getPlugin());
+    pxl::plugins::load(shipped::getElements());
   }
   static ReadyRun makeRun(pxl::ImageSizes const& sizes, pxl::VoxelTypes type = pxl::cUnsignedInteger16) {
     return operators_test::makeRun(*pxl::AlgoInfo::find(GetParam().c_str()), sizes, type);

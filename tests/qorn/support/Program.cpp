@@ -12,6 +12,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "instrument/Sanitized.h"
+
 namespace test {
 namespace {
 
@@ -142,12 +144,6 @@ Outcome Program::wait() {
   return m_outcome;
 }
 
-bool hasPlainMemory() {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  return false;
-#else
-  return true;
-#endif
-}
+bool hasPlainMemory() { return !host_test::isSanitized(); }
 
 }  // namespace test
