@@ -17,17 +17,9 @@
 namespace pxl::wide {
 namespace {
 
-constexpr long cNbTilesPerThread = 4;
-// Work that is worth a task of its own.
-constexpr long cMinNbVoxels = 32 * 1024;
 // What should stay in the second-level cache of a thread.
 constexpr long cMaxRingBytes = 1024 * 1024;
-constexpr long cNbRowsOfVolumeTile = 64;
-constexpr long cMinNbRowsOfVolumeTile = 16;
 constexpr long cMinNbColsOfStrip = 1024;
-constexpr long cMinNbPlans = 16;
-
-long divideUp(long value, long by) { return (value + by - 1) / by; }
 
 class FirCut : public TileCut {
  public:
@@ -45,7 +37,7 @@ class FirCut : public TileCut {
       setBands(std::max(std::min(cNbRowsOfVolumeTile, divideUp(nbRows, nbWanted)), cMinNbRowsOfVolumeTile));
       while (bandSize > cMinNbRowsOfVolumeTile && countScratchBytes() > cMaxRingBytes) setBands(bandSize / 2);
     } else {
-      setBands(std::max(divideUp(nbRows, nbWanted), divideUp(cMinNbVoxels, std::max(nbCols, 1L))));
+      setBands(std::max(divideUp(nbRows, nbWanted), divideUp(cMinNbVoxelsOfTile, std::max(nbCols, 1L))));
     }
     if (asked.band > 0) setBands(asked.band);
     if (images.isInPlace()) return;

@@ -32,14 +32,13 @@ struct RingLayout {
     nbSlabs = std::min(image.getNbSlabs(), nbResultSlabs + 2 * slabReach);
     long const nbRows = std::min(image.getNbRows(), tile.getNbRows() + 2 * rowReach);
     // A cache line more: rows at addresses that are the same in their last bits displace each other.
-    rowStride = roundUp((left + tile.getNbCols() + right + kernels.nbLanes) * kernels.numberSize) + cCacheLine;
+    rowStride =
+        roundUp((left + tile.getNbCols() + right + kernels.nbLanes) * kernels.numberSize, cCacheLine) + cCacheLine;
     slabStride = nbRows * rowStride;
     outsOffset = nbSlabs * slabStride;
-    outStride = roundUp((tile.getNbCols() + kernels.nbLanes) * kernels.numberSize) + cCacheLine;
+    outStride = roundUp((tile.getNbCols() + kernels.nbLanes) * kernels.numberSize, cCacheLine) + cCacheLine;
     nbBytes = outsOffset + cMaxNbOuts * outStride;
   }
-
-  static long roundUp(long nbBytes) { return (nbBytes + cCacheLine - 1) / cCacheLine * cCacheLine; }
 
   // What is read of the image.
   long firstSlab;

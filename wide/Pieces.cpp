@@ -2,13 +2,13 @@
 
 #include <algorithm>
 
+#include "wide/Slabs.h"
+
 namespace pxl::wide {
 namespace {
 
 // Some microseconds of work: threads share them out, and a cancel waits for one.
 constexpr long cNbPieceBytes = 64 * 1024;
-
-long divideUp(long value, long by) { return (value + by - 1) / by; }
 
 }  // namespace
 

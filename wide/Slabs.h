@@ -8,6 +8,11 @@
  */
 namespace pxl::wide {
 
+/** value / by, upwards. */
+constexpr long divideUp(long value, long by) { return (value + by - 1) / by; }
+/** The next multiple of `to`. */
+constexpr long roundUp(long value, long to) { return divideUp(value, to) * to; }
+
 /** Voxels in memory. Strides are bytes; those of columns are the voxel's size. */
 struct SlabImage {
   char* voxels;

@@ -8,20 +8,12 @@ namespace {
 
 // Halos of bands are computed twice: bands are at least this many times as high.
 constexpr long cBandsPerHalo = 4;
-// Work that is worth a task of its own.
-constexpr long cMinNbVoxels = 32 * 1024;
 constexpr long cMaxNbRows = 1024;
 // One NaN sends a whole tile the long way.
 constexpr long cMaxNbRowsOfReals = 128;
-constexpr long cNbTilesPerThread = 4;
 // What should stay in the second-level cache of a thread.
 constexpr long cMaxScratchBytes = 1024 * 1024;
 constexpr long cMinNbColsOfStrip = 4096;
-constexpr long cNbRowsOfVolumeTile = 64;
-constexpr long cMinNbRowsOfVolumeTile = 16;
-constexpr long cMinNbPlans = 16;
-
-long divideUp(long value, long by) { return (value + by - 1) / by; }
 
 }  // namespace
 
@@ -45,7 +37,7 @@ TileCut::TileCut(ElementPrograms const& programs, TilePlan const& plan, VoxelTyp
   long const nbWanted = divideUp(nbThreads * cNbTilesPerThread, nbSlices);
   long const halo = reach.up + reach.down;
   long const perRow = nbCols * (isVolume ? nbPlans : 1);
-  long const minRows = std::max(divideUp(cMinNbVoxels, std::max(perRow, 1L)), cBandsPerHalo * halo);
+  long const minRows = std::max(divideUp(cMinNbVoxelsOfTile, std::max(perRow, 1L)), cBandsPerHalo * halo);
   partSize = isVolume ? nbPlans : nbCols;
   if (isVolume) {
     bandSize = std::max(std::min(cNbRowsOfVolumeTile, divideUp(nbRows, nbWanted)), cMinNbRowsOfVolumeTile);
@@ -58,7 +50,7 @@ TileCut::TileCut(ElementPrograms const& programs, TilePlan const& plan, VoxelTyp
   }
   // All threads have something to do, even if it is more in all.
   long const forAll = divideUp(nbRows, divideUp(nbThreads, nbSlices));
-  if (forAll >= halo && perRow * nbRows > 2 * cMinNbVoxels) bandSize = std::min(bandSize, std::max(forAll, 1L));
+  if (forAll >= halo && perRow * nbRows > 2 * cMinNbVoxelsOfTile) bandSize = std::min(bandSize, std::max(forAll, 1L));
   bandSize = std::clamp(bandSize, 1L, std::max(nbRows, 1L));
   nbBands = divideUp(nbRows, bandSize);
   if (isVolume && !plan.isCopied) {

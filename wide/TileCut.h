@@ -22,6 +22,13 @@ struct Stage {
 };
 using Stages = std::vector<Stage>;
 
+// What runs are cut into, whatever they compute.
+constexpr long cNbTilesPerThread = 4;
+constexpr long cMinNbVoxelsOfTile = 32 * 1024;  ///< work that is worth a task of its own
+constexpr long cNbRowsOfVolumeTile = 64;
+constexpr long cMinNbRowsOfVolumeTile = 16;
+constexpr long cMinNbPlans = 16;  ///< of a tile
+
 /** How a slice, a plane or a volume, is cut into bands of rows. */
 struct BandCut {
   bool isVolume;

@@ -18,8 +18,6 @@ long toPower(long value) {
   return power;
 }
 
-long roundUp(long value, long to) { return (value + to - 1) / to * to; }
-
 // Rows that lie a multiple of this apart compete for the same lines of the first-level cache.
 long stagger(long stride) { return stride % 2048 == 0 ? stride + cCacheLine : stride; }
 
