@@ -1,0 +1,30 @@
+#include "Core/private/Morphology/Neighborhood2dToValueSimd.h"
+#include "access/support/WidthPasses.h"
+#include "morphology/Neighborhood8ColumnsReductionSimd.h"
+
+namespace access_test {
+namespace {
+
+template <class T>
+class WidthOfPlanes : public WidthOf<T> {};
+TYPED_TEST_SUITE(WidthOfPlanes, oracle::VoxelTypes, oracle::VoxelTypeNames);
+
+TYPED_TEST(WidthOfPlanes, DoesNotShowInCrosses) {
+  this->expectSame([](auto arch, auto const& image, bool isInPlace) {
+    return TestFixture::getOutput(image, isInPlace, [&](auto const* input, auto* output) {
+      runPasses<pxl::Filter2dTag, TypeParam>(arch, pxl::morphology::CrossKernel<Functor>(), input, output);
+    });
+  });
+}
+
+TYPED_TEST(WidthOfPlanes, DoesNotShowInSquares) {
+  this->expectSame([](auto arch, auto const& image, bool isInPlace) {
+    using Square = pxl::morphology::Neighborhood8ColumnsReductionSimd<Functor, TypeParam, decltype(arch)>;
+    return TestFixture::getOutput(image, isInPlace, [&](auto const* input, auto* output) {
+      runPasses<pxl::Filter2dTag, TypeParam>(arch, Square(), input, output);
+    });
+  });
+}
+
+}  // namespace
+}  // namespace access_test
