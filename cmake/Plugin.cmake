@@ -23,7 +23,8 @@ if(PXLWORKS_X86)
   # What several operators share, compiled once; the tests of kernels are linked with it too.
   add_library(pxlworks_qorn_passes OBJECT
     morphology/Passes2d.cpp
-    morphology/Passes3d.cpp
+    morphology/DilationPasses3d.cpp
+    morphology/ErosionPasses3d.cpp
     morphology/ReducedRows.cpp
     morphology/RunOnOffsets.cpp)
   pxlworks_compile_as_plugin(pxlworks_qorn_passes ${PXLWORKS_SSE41_OPTIONS})

@@ -7,6 +7,7 @@ import contextlib
 import multiprocessing
 import os
 import queue
+import signal
 import tempfile
 import time
 import uuid
@@ -91,14 +92,24 @@ def _close(cluster: Any) -> None:
         cluster.close(timeout=_CLOSE_SECONDS)
 
 
+async def _give_up(cluster: Any) -> None:
+    """Kills workers that can't start. They would be started one after the other, and closing would wait for each."""
+    from distributed.core import Status
+
+    for nanny in list(getattr(cluster, "_created", ())):
+        nanny.status = Status.failed
+        if nanny.pid:
+            with contextlib.suppress(ProcessLookupError):
+                os.kill(nanny.pid, signal.SIGKILL)
+
+
 def _wait_for_workers(client: Any, cluster: Any, workers: int, folder: str) -> None:
     """Until all workers are there or, on a computer that is very busy, some."""
     start = next_scale = time.monotonic()
     while len(client.nthreads()) < workers:
         now = time.monotonic()
         if os.path.exists(os.path.join(folder, "refused")):
-            for nanny in list(getattr(cluster, "_created", ())):  # it would start one process after the other
-                nanny.auto_restart = False
+            cluster.sync(_give_up, cluster)
             raise _core.Error(_GUARD)
         if now - start > _START_SECONDS:
             if client.nthreads():
