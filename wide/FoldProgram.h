@@ -63,7 +63,7 @@ class FoldProgram {
   int addCopy() { return add({{0, 0, 0, 0}}); }
   /** A window of `length` rows of `node`, the first of which is at dy, each `step` columns right of the one above. */
   int addRows(FoldNode::Kinds kind, int node, long length, long dy, long step);
-  /** A window of `length` columns of `node`, up to that limit. */
+  /** A window of `length` columns of `node`, up to getLimits().nbColumns. */
   int addColumns(int node, long length);
   /** Has the value beyond the edge take part in the result. */
   void addNeutralTap();
