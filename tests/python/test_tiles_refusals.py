@@ -301,7 +301,9 @@ def test_scripts_without_a_guard(source: str, tmp_path: pathlib.Path) -> None:
     call = f"tiles.run('opening', {source!r}, {str(tmp_path / 'out.zarr')!r}, qorn.disk(2), workers=1)"
     script.write_text(f"import qorn\nfrom qorn import tiles\n{call}\n")
     result = subprocess.run([sys.executable, "-B", str(script)], capture_output=True, text=True, timeout=120)
-    assert result.returncode == 1 and "__main__" in result.stderr.strip().splitlines()[-1] + result.stderr
+    assert result.returncode == 1 and "__main__" in result.stderr.strip().splitlines()[-1]
+    # Its own error and that of a worker, which isn't started again and again.
+    assert result.stderr.count("Traceback") < 4, result.stderr
 
 
 COMMANDS = {
