@@ -45,7 +45,8 @@ class Neighborhood26PlansReductionSimd : public ReducedRows<T, Arch> {
       fetch(after, plan + 1);
       auto const* const output = outputPlans->getPlanInBlock(0, nbCols, nbRows, block, 0, 0, plan, 0, 0);
       auto const sourceRows = [&](unsigned long k) {
-        return SourceRows{starts[before][k], starts[current][k], starts[after][k]};
+        auto const at = [&](unsigned long slot) { return static_cast<T const*>(starts[slot][k]); };
+        return SourceRows{at(before), at(current), at(after)};
       };
       reduce(sourceRows(0), older, width);
       reduce(sourceRows(1), newer, width);
@@ -108,7 +109,7 @@ class Neighborhood26PlansReductionSimd : public ReducedRows<T, Arch> {
     }
   }
 
-  PlanStarts<T> m_starts;
+  PlanStarts m_starts;
 };
 
 }  // namespace pxl::morphology

@@ -31,10 +31,9 @@ struct ReducedRows {
   std::shared_ptr<Memos> secondMemos;
 };
 
-/** Thread-local starts of the rows of three plans, by their slots; kept like the memos. */
-template <class T>
+/** Thread-local starts of the rows of three plans, by their slots, for all voxel types; kept like the memos. */
 struct PlanStarts {
-  using Starts = std::array<std::vector<T const*>, 3>;
+  using Starts = std::array<std::vector<void const*>, 3>;
   using OfThreads = tbb::enumerable_thread_specific<Starts, tbb::cache_aligned_allocator<Starts>, tbb::ets_no_key>;
 
   PlanStarts();
@@ -45,9 +44,7 @@ struct PlanStarts {
   std::shared_ptr<OfThreads> starts;
 };
 
-#define PXL_COMPILED_ONCE(T)                                    \
-  extern template struct ReducedRows<T, SimdVec::arch_128_tag>; \
-  extern template struct PlanStarts<T>;
+#define PXL_COMPILED_ONCE(T) extern template struct ReducedRows<T, SimdVec::arch_128_tag>;
 PXL_FOR_EACH_VOXEL_TYPE(PXL_COMPILED_ONCE)
 #undef PXL_COMPILED_ONCE
 

@@ -4,9 +4,12 @@
 namespace access_test {
 namespace {
 
+// See Width2dTest.cpp.
+using Types = testing::Types<unsigned char, short, float, double>;
+
 template <class T>
 class WidthOfVolumes : public WidthOf<T> {};
-TYPED_TEST_SUITE(WidthOfVolumes, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TYPED_TEST_SUITE(WidthOfVolumes, Types, oracle::VoxelTypeNames);
 
 TYPED_TEST(WidthOfVolumes, DoesNotShowInListsOfVolumes) {
   this->expectSame([](auto arch, auto const& image, bool isInPlace) {

@@ -56,13 +56,17 @@ TYPED_TEST(WidthOfOthers, DoesNotShowInWeightedSums) {
   if constexpr (std::is_floating_point_v<T>)
     this->expectSame([](auto arch, auto const& image, bool isInPlace) {
       using Kernel = pxl::filtering::linear::FIR2dToValueSimd<T>;
-      return TestFixture::getOutput(image, isInPlace, [&](auto const* input, auto* output) {
+      auto result = TestFixture::getOutput(image, isInPlace, [&](auto const* input, auto* output) {
         Kernel kernel{{{-1, 0}, {2, 1}, {0, -1}}, {T(0.1), T(-3), T(0.7)}};
         pxl::ImageToImageFilter2d<T, T, decltype(arch), Kernel> filter(nullptr, &kernel);
         filter.setInput(input, pxl::access::MirrorBorderCondition<T>::New());
         filter.setOutput(output, pxl::access::FixedBorderCondition<T>::New(0));
         filter.run();
       });
+      // Which NaN of two a sum in plain C++ keeps is left to the compiler.
+      for (T& voxel : result)
+        if (voxel != voxel) voxel = std::numeric_limits<T>::quiet_NaN();
+      return result;
     });
 }
 

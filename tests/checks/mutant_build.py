@@ -182,6 +182,8 @@ class MutantBuild:
             made = words[words.index("-o") + 1]
             # The bodies are named after their compile options, too.
             target = re.search(r"CMakeFiles/(pxlworks_plugin_bodies|[^/]+)\w*\.dir/", made).group(1)
+            if target == "pxlworks_host_bodies":  # a part of both hosts
+                target = "pxlworks_pxl_instrumented"
             if target in LIBRARIES or target in SHARED or target.startswith("test_"):
                 self.units[made] = target, os.path.realpath(entry["file"]), words
 

@@ -35,7 +35,8 @@ class RowCacheRead : private Noncopyable {
                        long rowOffset, long planOffset, long sequenceOffset, long spectralOffset) const;
 
   /** The addresses of the first voxels of all rows in use, in one array: the rows are scattered in memory. */
-  void listRowStarts(std::vector<typename V::VoxelType const*>& starts) const;
+  template <class Pointer>
+  void listRowStarts(std::vector<Pointer>& starts) const;
 
   std::vector<std::shared_ptr<Row>> rows;
   unsigned long nbRowsInUse;

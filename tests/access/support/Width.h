@@ -30,11 +30,14 @@ class WidthOf : public testing::Test {
     return std::vector<T>(voxels, voxels + image.voxels.size());
   }
 
-  /** Calls compute(arch, image, isInPlace) for vectors of 16 bytes and of others, in rows of many lengths. */
+  /**
+   * Calls compute(arch, image, isInPlace) for vectors of 16 bytes and of another width, in rows of many lengths. Each
+   * takes a second to compile, so that voxels of each size have both of them, and not each type.
+   */
   template <class Compute>
   void expectSame(Compute&& compute) {
-    expectSameAs<PlainArch<32>>(compute);
-    expectSameAs<PlainArch<64>>(compute);
+    if constexpr (std::is_unsigned_v<T> || sizeof(T) == 8) expectSameAs<PlainArch<32>>(compute);
+    if constexpr (std::is_signed_v<T>) expectSameAs<PlainArch<64>>(compute);
   }
 
  private:
