@@ -85,9 +85,6 @@ CASES = {
     "logical": Case(qorn.logical, (), {"op": "nor"}, True),
 }
 
-# Other ways to the same operators.
-SIMILAR = {"correlate", "logical", "outer gradient", "dilation", "erosion"}
-
 
 def make_image(dtype: Any, shape: tuple[int, ...] = SHAPE, seed: int = 1) -> np.ndarray:
     """Voxels of the whole range, and among reals those that aren't ordinary."""
