@@ -27,25 +27,29 @@ class Morphology : public ::testing::Test {
     EXPECT_EQ(outcome.err, "");
   }
 
-  /** The output .npy of both operators with both neighbourhoods is that of plain loops, header included. */
+  using Options = std::vector<std::string>;
+
+  /** The output .npy of both operators with both neighbourhoods is that of plain loops, with each of the options. */
   template <class T>
   void expectPlainLoops(std::string const& descr, std::string const& shape, long plans, long rows, long cols,
-                        int nbIterations = 1, std::vector<std::string> const& options = {}) const {
+                        int nbIterations = 1, std::vector<Options> const& ways = {{}}) const {
     auto const values = makeValues<T>(static_cast<unsigned long>(plans * rows * cols));
     std::string const bytes = makeNpy(descr, shape, values);
     writeFile(input, bytes);
     for (bool const isErosion : {false, true}) {
       for (int const neighborhood : {0, 1, 7}) {
-        SCOPED_TRACE(descr + shape + ::testing::PrintToString(options) + cOperators[isErosion] +
-                     std::to_string(neighborhood) + "x" + std::to_string(nbIterations));
-        std::vector<std::string> arguments{cOperators[isErosion], input, output,
-                                           "neighborhood=" + std::to_string(neighborhood),
-                                           "numberOfIterations=" + std::to_string(nbIterations)};
-        arguments.insert(arguments.end(), options.begin(), options.end());
-        run(arguments);
-        auto const expected = applySteps(values, rows, cols, {isErosion, neighborhood}, nbIterations);
-        EXPECT_TRUE(readFile(output) == makeNpy(descr, shape, expected));
-        EXPECT_TRUE(readFile(input) == bytes);
+        std::string const expected =
+            makeNpy(descr, shape, applySteps(values, rows, cols, {isErosion, neighborhood}, nbIterations));
+        for (Options const& options : ways) {
+          SCOPED_TRACE(descr + shape + ::testing::PrintToString(options) + cOperators[isErosion] +
+                       std::to_string(neighborhood) + "x" + std::to_string(nbIterations));
+          Options arguments{cOperators[isErosion], input, output, "neighborhood=" + std::to_string(neighborhood),
+                            "numberOfIterations=" + std::to_string(nbIterations)};
+          arguments.insert(arguments.end(), options.begin(), options.end());
+          run(arguments);
+          EXPECT_TRUE(readFile(output) == expected);
+          EXPECT_TRUE(readFile(input) == bytes);
+        }
       }
     }
   }
@@ -92,23 +96,21 @@ TEST_F(Morphology, Iterations) {
 }
 
 TEST_F(Morphology, OptionsChangeNothing) {
-  for (std::vector<std::string> const& options : {std::vector<std::string>{"--threads", "1"},
-                                                  {"--threads", "4"},
-                                                  {"--in-place"},
-                                                  {"--in-place", "--max-extra-memory", "0"},
-                                                  {"--in-place", "--output-type", "int16"},
-                                                  {"--on-disk"},
-                                                  {"--on-disk", "--max-extra-memory", "0", "--threads", "3"},
-                                                  {"--max-extra-memory", "0"},
-                                                  {"--max-extra-memory", "1"},
-                                                  {"--max-extra-memory", "4G"},
-                                                  {"--interpretation", "binary"},
-                                                  {"--output-type", "int16"},
-                                                  {"--quiet"}}) {
-    for (int const nbIterations : {1, 3}) {
-      expectPlainLoops<short>("<i2", "(3, 300, 210)", 3, 300, 210, nbIterations, options);
-    }
-  }
+  std::vector<Options> const ways{{"--threads", "1"},
+                                  {"--threads", "4"},
+                                  {"--in-place"},
+                                  {"--in-place", "--max-extra-memory", "0"},
+                                  {"--in-place", "--output-type", "int16"},
+                                  {"--on-disk"},
+                                  {"--on-disk", "--max-extra-memory", "0", "--threads", "3"},
+                                  {"--max-extra-memory", "0"},
+                                  {"--max-extra-memory", "1"},
+                                  {"--max-extra-memory", "4G"},
+                                  {"--interpretation", "binary"},
+                                  {"--output-type", "int16"},
+                                  {"--quiet"}};
+  for (int const nbIterations : {1, 3})
+    expectPlainLoops<short>("<i2", "(3, 300, 210)", 3, 300, 210, nbIterations, ways);
 }
 
 TEST_F(Morphology, OtherTypesOfTheOutput) {
