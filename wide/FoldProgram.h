@@ -57,7 +57,10 @@ class FoldProgram {
   /** With node 0. */
   explicit FoldProgram(WindowLimits const& limits = {}) : m_nodes(1), m_limits(limits) {}
 
-  /** Adds a node and returns its index. A tap of node 0 has no dx: the image has no margins in memory. */
+  /**
+   * Adds a node and returns its index. The image has no margins in memory: taps of node 0 with a dx cost more at the
+   * ends of rows, and windows of columns can't have node 0.
+   */
   int add(std::vector<Tap> taps, bool isClipped = false);
   /** A copy of the image with margins. */
   int addCopy() { return add({{0, 0, 0, 0}}); }

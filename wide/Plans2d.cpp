@@ -24,10 +24,10 @@ void addDiamond(FoldProgram& program, int node, long reach) {
   program.add({{both, 0, y - 1, 0}, {both, -1, y, 0}, {both, 0, y, 0}, {both, 1, y, 0}, {both, 0, y + 1, 0}});
 }
 
-// The passes of the other runner, each in its order.
+// The passes of the other runner, each in its order; for reals, which are read without a copy.
 FoldProgram makePasses(unsigned int nbSquares, unsigned int nbCrosses) {
   FoldProgram program;
-  int node = program.addCopy();
+  int node = 0;
   for (unsigned int i = 0; i < nbSquares; ++i) {
     int const row = program.add({{node, -1, 0, 0}, {node, 0, 0, 0}, {node, 1, 0, 0}}, true);
     node = program.add({{row, 0, -1, 0}, {row, 0, 0, 0}, {row, 0, 1, 0}}, true);
@@ -42,14 +42,19 @@ FoldProgram makePasses(unsigned int nbSquares, unsigned int nbCrosses) {
 ElementPrograms makePrograms(PlanImage const& image, unsigned int nbSquares, unsigned int nbCrosses) {
   ElementPrograms programs{false, FoldProgram(image.limits), FoldProgram()};
   if (image.isReal()) programs.ordered = makePasses(nbSquares, nbCrosses);
+  if (image.isReal() && nbSquares + nbCrosses == 1) {
+    // As fast, and nothing has to be looked for.
+    programs.fast = programs.ordered;
+    return programs;
+  }
   // From everywhere more steps reach what these reach. One step at least reaches beyond the edge.
   long const nbCols = image.sizes[0], nbRows = image.sizes[1];
   long const box = std::min<long>(nbSquares, std::max(std::max(nbCols, nbRows) - 1, 1L));
   long const diamond = std::min<long>(nbCrosses, std::max(nbCols + nbRows - 2, 1L));
   FoldProgram& fast = programs.fast;
-  int const node = box > 0 ? addBox(fast, box) : fast.addCopy();
+  bool const needsCopy = diamond > 1 || !image.isReadWithoutCopy();
+  int const node = box > 0 ? addBox(fast, box) : needsCopy ? fast.addCopy() : 0;
   if (diamond > 0) addDiamond(fast, node, diamond);
-  fast.isOrdered = nbSquares == 0 && nbCrosses == 1;
   fast.finish();
   return programs;
 }

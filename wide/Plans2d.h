@@ -12,6 +12,11 @@ struct PlanImage {
   WindowLimits limits;  ///< of the kernels
 
   bool isReal() const { return type == cFloat || type == cDouble; }
+  /**
+   * Whether folds with neighbours along the row read the image rather than a copy of it. Time without / with the copy:
+   * 0.7 to 0.95 for 4 and 8 bytes, 0.84 to 1.08 for 2 bytes, 1.1 to 1.8 for bytes.
+   */
+  bool isReadWithoutCopy() const { return helper::getSizeOf(type) >= 4; }
 };
 
 /** Programs of reals for the case that the order matters have nodes for each pass: up to so many. */

@@ -11,7 +11,7 @@ using Kinds = FoldNode::Kinds;
 constexpr long cForever = std::numeric_limits<long>::max();
 constexpr long cNbRowsAtOnce = 8;
 // Rows of up to so many bytes are folded cNbRowsAtOnce at once.
-constexpr long cMaxNarrowBytes = 2048;
+constexpr long cMaxNarrowBytes = 1024;
 constexpr long cMaxNbPrefetchParts = 4;
 // Voxels that are folded before the host is asked again whether the run goes on: about a millisecond. A slab of a
 // volume and a large element takes hundreds, and so may the preparation of rings.
@@ -64,6 +64,8 @@ class TileRun {
     NodeRing const* ring;
     std::vector<TapPlace> taps;
     TapPlace own;  ///< where the values go
+    long nbLeft = 0;   ///< columns at which a fold that reads the image itself may reach beyond the ends of its rows
+    long nbRight = 0;  ///< and on the right
     long after;    ///< slabs that it is ahead of the result
     long nbCols;
     long part = -1;  ///< of the rows to come that it prefetches
@@ -72,6 +74,8 @@ class TileRun {
   };
 
   void prepare();
+  /** The image has no margins: where its rows end. */
+  void findEnds(Node& node) const;
   /** Which node prefetches which part of the rows to come: all, a half or a quarter of each. */
   void sharePrefetch();
   TapPlace makePlace(int node, long dx, long firstCol) const;
@@ -83,6 +87,8 @@ class TileRun {
   void computeSlabs(Node& node, long firstSlab, long endSlab);
   /** Rows of a slab of a volume, or rows of a plane. */
   void foldRows(Node& node, long slab, long firstRow, long endRow);
+  /** A column of rows that begin in m_rows. */
+  void foldEnd(Node const& node, long col, char* own, long ownStride, long nbRows);
   /** How a node uses the memory: it may prefetch a part of the rows that the next step reads first. */
   RowKernels::Traffic makeTraffic(Node const& node, long slab, long row) const;
   void foldColumnsAtOnce(Node& node, long slab);
@@ -105,6 +111,8 @@ class TileRun {
   std::vector<Node> m_nodes;
   std::vector<char const*> m_rows;
   std::vector<long> m_strides;
+  std::vector<char const*> m_endRows;  ///< the same for a single column
+  std::vector<long> m_endStrides;
   long m_nextCopied = 0;
   int m_prefetchShift = 0;
   long m_nbUnwatched = 0;  ///< since the host was last asked
@@ -142,6 +150,7 @@ void TileRun::prepare() {
       node.taps.push_back(place);
     }
     nbRows = std::max(nbRows, static_cast<std::size_t>(nbTaps + cNbRowsAtOnce));
+    if (isFold && !m_plan.isCopied) findEnds(node);
     if (!node.ring->hasMemory || node.nbCols <= 0) continue;
     // Margins that the node doesn't compute are read as neutral.
     NodeRing const& ring = *node.ring;
@@ -158,8 +167,21 @@ void TileRun::prepare() {
   if (m_plan.isPrefetched) sharePrefetch();
   m_rows.resize(nbRows);
   m_strides.resize(nbRows);
+  m_endRows.resize(nbRows);
+  m_endStrides.resize(nbRows);
   SlabBox const& read = m_layout.rings.front().computed;
   m_nextCopied = m_nextSeen = read.firstSlab;
+}
+
+void TileRun::findEnds(Node& node) const {
+  SlabBox const& computed = node.ring->computed;
+  for (Tap const& tap : node.node->taps) {
+    if (tap.node != 0) continue;
+    node.nbLeft = std::max(node.nbLeft, m_plan.image.firstCol - computed.firstCol - tap.dx);
+    node.nbRight = std::max(node.nbRight, computed.endCol + tap.dx - m_plan.image.endCol);
+  }
+  node.nbLeft = std::min(node.nbLeft, node.nbCols);
+  node.nbRight = std::min(node.nbRight, node.nbCols - node.nbLeft);
 }
 
 void TileRun::sharePrefetch() {
@@ -292,11 +314,31 @@ void TileRun::foldRows(Node& node, long slab, long firstRow, long endRow) {
       m_rows[at] = find(node.taps[at], row, m_strides[at], nbTapRows);
       nbRows = std::min(nbRows, nbTapRows);
     }
-    m_kernels.fold(m_rows.data(), m_strides.data(), nbTaps, own, ownStride, nbRows, node.nbCols,
+    for (long col = 0; col < node.nbLeft; ++col) foldEnd(node, col, own, ownStride, nbRows);
+    for (long col = node.nbCols - node.nbRight; col < node.nbCols; ++col) foldEnd(node, col, own, ownStride, nbRows);
+    long const begin = node.nbLeft * m_kernels.voxelSize;
+    for (long i = 0; node.nbLeft > 0 && i < nbTaps; ++i) m_rows[static_cast<std::size_t>(i)] += begin;
+    m_kernels.fold(m_rows.data(), m_strides.data(), nbTaps, own + begin, ownStride, nbRows,
+                   node.nbCols - node.nbLeft - node.nbRight,
                    m_plan.isVolume ? makeTraffic(node, slab, row) : makeTraffic(node, row, 0));
     row += nbRows;
     noteWork(nbTaps * nbRows * node.nbCols);
   }
+}
+
+// A column of the rows of m_rows, where a tap may be beyond the image.
+void TileRun::foldEnd(Node const& node, long col, char* own, long ownStride, long nbRows) {
+  long const imageCol = node.ring->computed.firstCol + col, offset = col * m_kernels.voxelSize;
+  auto const nbTaps = node.taps.size();
+  for (std::size_t i = 0; i < nbTaps; ++i) {
+    Tap const& tap = node.node->taps[i];
+    bool const isBeyond =
+        tap.node == 0 && (imageCol + tap.dx < m_plan.image.firstCol || imageCol + tap.dx >= m_plan.image.endCol);
+    m_endRows[i] = isBeyond ? m_scratch : m_rows[i] + offset;
+    m_endStrides[i] = isBeyond ? 0 : m_strides[i];
+  }
+  m_kernels.fold(m_endRows.data(), m_endStrides.data(), static_cast<long>(nbTaps), own + offset, ownStride, nbRows, 1,
+                 {});
 }
 
 RowKernels::Traffic TileRun::makeTraffic(Node const& node, long slab, long row) const {
