@@ -63,10 +63,10 @@ class TileRun {
     FoldNode const* node;
     NodeRing const* ring;
     std::vector<TapPlace> taps;
-    TapPlace own;  ///< where the values go
+    TapPlace own;      ///< where the values go
     long nbLeft = 0;   ///< columns at which a fold that reads the image itself may reach beyond the ends of its rows
     long nbRight = 0;  ///< and on the right
-    long after;    ///< slabs that it is ahead of the result
+    long after;        ///< slabs that it is ahead of the result
     long nbCols;
     long part = -1;  ///< of the rows to come that it prefetches
     long blockBegin;
