@@ -13,8 +13,8 @@ struct PlanImage {
 
   bool isReal() const { return type == cFloat || type == cDouble; }
   /**
-   * Whether folds with neighbours along the row read the image rather than a copy of it. Time without / with the copy:
-   * 0.7 to 0.95 for 4 and 8 bytes, 0.84 to 1.08 for 2 bytes, 1.1 to 1.8 for bytes.
+   * Whether folds with neighbours along the row read the image rather than a copy of it. Time without / with the
+   * copy: 0.7 to 0.95 for 4 and 8 bytes, 0.84 to 1.08 for 2 bytes, 1.1 to 1.8 for bytes.
    */
   bool isReadWithoutCopy() const { return helper::getSizeOf(type) >= 4; }
 };
