@@ -5,11 +5,9 @@
 
 #include <algorithm>
 
-#include "Core/private/Access/Block.h"
-#include "Core/private/Filters/FilterCancel.h"
-#include "Core/private/Filters/RunBlocks.h"
 #include "wide/FirTile.h"
 #include "wide/PastCaches.h"
+#include "wide/RunParts.h"
 #include "wide/Scratch.h"
 #include "wide/Slices.h"
 #include "wide/TileCut.h"
@@ -111,22 +109,17 @@ void FirFilter::run() {
       !m_images.isInPlace() && isLargerThanCaches(nbVoxels * static_cast<unsigned long>(m_kernels.voxelSize));
   tbb::enumerable_thread_specific<Scratch> scratch;
   auto const runSlices = [&](KeptRows const* kept, long firstSlice, long nbOfThem) {
-    access::Block2d const tiles(0, nbOfThem * nbTiles, 1, 0, 1, 1, 0, 0, 0);
-    auto const runTiles = [&](access::Block2d const& block) {
-      for (long tile = block.rowsBegin(); tile < block.rowsEnd(); ++tile) {
-        m_views.check();
-        long const slice = firstSlice + tile / nbTiles;
-        FirPlan const plan{m_taps,
-                           m_kernels,
-                           m_images.getBox(),
-                           getSlice(isVolume, m_images.source, slice),
-                           getSlice(isVolume, m_images.target, slice),
-                           isPastCaches};
-        runFirTile(plan, cut.getTile(tile % nbTiles), kept, scratch.local().get(nbScratchBytes), m_views, m_progress);
-      }
-    };
-    details::runBlocks(tiles, runTiles, m_taskGroupContext);
-    details::throwIfCancelled(*this);
+    runParts(*this, nbOfThem * nbTiles, [&](long tile) {
+      m_views.check();
+      long const slice = firstSlice + tile / nbTiles;
+      FirPlan const plan{m_taps,
+                         m_kernels,
+                         m_images.getBox(),
+                         getSlice(isVolume, m_images.source, slice),
+                         getSlice(isVolume, m_images.target, slice),
+                         isPastCaches};
+      runFirTile(plan, cut.getTile(tile % nbTiles), kept, scratch.local().get(nbScratchBytes), m_views, m_progress);
+    });
   };
   if (!m_images.isInPlace() || cut.nbBands == 1) return runSlices(nullptr, 0, nbSlices);
   KeptRows kept(cut, m_taps.getReach(), m_kernels.voxelSize);

@@ -1,10 +1,7 @@
 #pragma once
 
-#include "Core/private/Access/Block.h"
-#include "Core/private/Filters/FilterCancel.h"
-#include "Core/private/Filters/RunBlocks.h"
-#include "pxl/BaseTbbAlgorithm.h"
 #include "wide/MemoryImage.h"
+#include "wide/RunParts.h"
 #include "wide/RunViews.h"
 
 /** Images whose voxels are looked at one by one, whatever lies around them. */
@@ -56,21 +53,10 @@ class PieceCut {
  */
 template <class Body>
 void runPieces(BaseTbbAlgorithm& filter, RunViews const& views, long count, Body const& body) {
-  auto const run = [&](long begin, long end) {
-    for (long i = begin; i < end; ++i) {
-      views.check();
-      filter.m_progress.fetch_add(static_cast<unsigned long>(body(i)));
-    }
-  };
-  if (count < 2) {
-    run(0, count);
-  } else {
-    access::Block2d const pieces(0, count, 1, 0, 1, 1, 0, 0, 0);
-    details::runBlocks(
-        pieces, [&run](access::Block2d const& block) { run(block.rowsBegin(), block.rowsEnd()); },
-        filter.m_taskGroupContext);
-  }
-  details::throwIfCancelled(filter);
+  runParts(filter, count, [&](long index) {
+    views.check();
+    filter.m_progress.fetch_add(static_cast<unsigned long>(body(index)));
+  });
 }
 
 }  // namespace pxl::wide

@@ -5,11 +5,9 @@
 
 #include <algorithm>
 
-#include "Core/private/Access/Block.h"
-#include "Core/private/Filters/FilterCancel.h"
-#include "Core/private/Filters/RunBlocks.h"
 #include "wide/KeptRows.h"
 #include "wide/PastCaches.h"
+#include "wide/RunParts.h"
 #include "wide/Scratch.h"
 #include "wide/Slices.h"
 
@@ -90,14 +88,9 @@ class ProgramFilter::Tiles {
   void run(KeptRows const* kept, long firstSlice, long nbSlices) {
     m_kept = kept;
     m_firstSlice = firstSlice;
-    access::Block2d const tiles(0, nbSlices * m_cut.getNbTiles(), 1, 0, 1, 1, 0, 0, 0);
-    details::runBlocks(tiles, *this, m_filter.m_taskGroupContext);
-    details::throwIfCancelled(m_filter);
-  }
-
-  void operator()(access::Block2d const& block) const {
-    for (long tile = block.rowsBegin(); tile < block.rowsEnd(); ++tile)
+    runParts(m_filter, nbSlices * m_cut.getNbTiles(), [this](long tile) {
       runOne(m_firstSlice + tile / m_cut.getNbTiles(), m_cut.getTile(tile % m_cut.getNbTiles()));
+    });
   }
 
  private:
