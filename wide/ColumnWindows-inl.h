@@ -80,7 +80,7 @@ class Levels<P, T, 0> {
 
 template <Polarities P, class T, int nbLevels>
 HWY_NOINLINE void foldLevels(WindowLevels const& levels, T const* row, T* out, long count,
-                             RowKernels::Traffic traffic) {
+                             RowKernels::Traffic const& traffic) {
   Wide<T> const d;
   using V = hn::Vec<Wide<T>>;
   constexpr long L = lanesOf<T>();
@@ -117,16 +117,20 @@ HWY_NOINLINE void foldLevels(WindowLevels const& levels, T const* row, T* out, l
 }
 
 template <Polarities P, class T>
-void foldColumnsAtOnce(char const* row, long length, char* out, long count, RowKernels::Traffic const& traffic) {
+void foldColumnsAtOnce(char const* row, long rowStride, long length, char* out, long outStride, long nbRows,
+                       long count, RowKernels::Traffic const& ofFirst) {
+  RowKernels::Traffic traffic = ofFirst;
   WindowLevels const levels = makeLevels<T>(length);
-  if (levels.nbLevels <= 1)
-    foldLevels<P, T, 1>(levels, at<T>(row), at<T>(out), count, traffic);
-  else if (levels.nbLevels <= 3)
-    foldLevels<P, T, 3>(levels, at<T>(row), at<T>(out), count, traffic);
-  else if (levels.nbLevels <= 5)
-    foldLevels<P, T, 5>(levels, at<T>(row), at<T>(out), count, traffic);
-  else
-    foldLevels<P, T, cMaxNbLevels>(levels, at<T>(row), at<T>(out), count, traffic);
+  auto const foldOneRow = levels.nbLevels <= 1   ? foldLevels<P, T, 1>
+                          : levels.nbLevels <= 3 ? foldLevels<P, T, 3>
+                          : levels.nbLevels <= 5 ? foldLevels<P, T, 5>
+                                                 : foldLevels<P, T, cMaxNbLevels>;
+  for (long i = 0; i < nbRows; ++i) {
+    foldOneRow(levels, at<T>(row), at<T>(out), count, traffic);
+    row += rowStride;
+    out += outStride;
+    if (traffic.row) traffic.row += traffic.stride;
+  }
 }
 
 /** Four levels, three of 64 bits, reach a vector, and each other one a vector more. */

@@ -217,12 +217,12 @@ HWY_NOINLINE void foldWindows(char const* const* taps, long length, char* const*
     for (long i = nbResults; i < length; ++i) suffix = fold<P>(suffix, hn::LoadU(d, at<T>(taps[i]) + c));
     V suffixes[static_cast<unsigned>(nbResults)];
     suffixes[nbResults - 1] = suffix;
-#pragma GCC unroll 8
+#pragma GCC unroll 16
     for (int i = nbResults - 2; i >= 0; --i) suffixes[i] = fold<P>(suffixes[i + 1], hn::LoadU(d, at<T>(taps[i]) + c));
     put(0, suffixes[0]);
     V prefix = hn::LoadU(d, at<T>(taps[length]) + c);
     put(1, fold<P>(suffixes[1], prefix));
-#pragma GCC unroll 8
+#pragma GCC unroll 16
     for (int i = 2; i < nbResults; ++i) {
       prefix = fold<P>(prefix, hn::LoadU(d, at<T>(taps[length + i - 1]) + c));
       put(i, fold<P>(suffixes[i], prefix));
@@ -233,6 +233,9 @@ HWY_NOINLINE void foldWindows(char const* const* taps, long length, char* const*
 template <Polarities P, class T>
 void foldRowsAtOnce(char const* const* rows, long length, char* const* outs, long nbResults, long count,
                     RowKernels::Traffic const& traffic) {
+#if HWY_MAX_BYTES == 64
+  if (nbResults == 16) return foldWindows<P, T, 16>(rows, length, outs, count, traffic);
+#endif
   if (nbResults == 8)
     foldWindows<P, T, 8>(rows, length, outs, count, traffic);
   else

@@ -54,10 +54,12 @@ struct RowKernels {
   void (*foldBlockRow)(Row suffix, Row row, char* prefix, bool isFirst, char* out, long count,
                        Traffic const& traffic);
   /**
-   * out[i] = fold of row[i .. i + length - 1], in some order; length is from 4 to limits.nbColumns. Null where that
-   * is 0. A cache line before the row and cRowSlack bytes behind its last window may be read.
+   * For each of nbRows rows: out[i] = fold of row[i .. i + length - 1], in some order; length is from 4 to
+   * limits.nbColumns. Null where that is 0. A cache line before a row and cRowSlack bytes behind its last window may
+   * be read.
    */
-  void (*foldColumnsAtOnce)(Row row, long length, char* out, long count, Traffic const& traffic);
+  void (*foldColumnsAtOnce)(Row row, long rowStride, long length, char* out, long outStride, long nbRows, long count,
+                            Traffic const& traffic);
   /** Whether order matters in a row: there is a NaN, or a zero with a sign. Never of integers. */
   bool (*hasSpecialReals)(Row row, long count);
   /** Fills a row with the neutral value. */

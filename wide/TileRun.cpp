@@ -10,6 +10,7 @@ namespace {
 using Kinds = FoldNode::Kinds;
 constexpr long cForever = std::numeric_limits<long>::max();
 constexpr long cNbRowsAtOnce = 8;
+constexpr long cMaxRowsAtOnce = 16;
 // Rows of up to so many bytes are folded cNbRowsAtOnce at once.
 constexpr long cMaxNarrowBytes = 1024;
 constexpr long cMaxNbPrefetchParts = 4;
@@ -34,10 +35,16 @@ struct TapPlace {
   SlabBox values;  ///< beyond them is the neutral value
 };
 
+// Windows of rows that are computed at once.
+long countResultsAtOnce(TilePlan const& plan, FoldNode const& node) {
+  bool const areMany = node.step == 0 && node.length >= cMaxRowsAtOnce;
+  return areMany && plan.kernels->limits.nbImageRows > cMaxRowsAtOnce ? cMaxRowsAtOnce : node.length >= 8 ? 8 : 4;
+}
+
 // The slabs of each node that one step computes.
 long getNbSlabsAtOnce(TilePlan const& plan, FoldProgram const& program, SlabBox const& tile) {
   for (FoldNode const& node : program.getNodes())
-    if (node.kind == Kinds::cRowsAtOnce) return cNbRowsAtOnce;
+    if (node.kind == Kinds::cRowsAtOnce) return std::max(cNbRowsAtOnce, countResultsAtOnce(plan, node));
   if (plan.isVolume) return 2;
   // Fewer calls for narrow rows, as long as those of a step stay in the first-level cache.
   long const nbBytes = tile.getNbCols() * plan.kernels->voxelSize;
@@ -87,11 +94,12 @@ class TileRun {
   void computeSlabs(Node& node, long firstSlab, long endSlab);
   /** Rows of a slab of a volume, or rows of a plane. */
   void foldRows(Node& node, long slab, long firstRow, long endRow);
-  /** A column of rows that begin in m_rows. */
+  /** The rows that begin in m_rows. */
+  void foldStretch(Node& node, char* own, long ownStride, long nbRows, RowKernels::Traffic const& traffic);
+  /** A column of them. */
   void foldEnd(Node const& node, long col, char* own, long ownStride, long nbRows);
   /** How a node uses the memory: it may prefetch a part of the rows that the next step reads first. */
   RowKernels::Traffic makeTraffic(Node const& node, long slab, long row) const;
-  void foldColumnsAtOnce(Node& node, long slab);
   void foldRowsAtOnce(Node& node, long firstSlab, long nbResults);
   void foldRowByBlocks(Node& node, long slab);
   char const* locate(TapPlace const& place, long slab, long row, long& stride, long& nbRows) const;
@@ -149,7 +157,7 @@ void TileRun::prepare() {
       place.slabShift = getSlabShift(tap, m_plan.isVolume);
       node.taps.push_back(place);
     }
-    nbRows = std::max(nbRows, static_cast<std::size_t>(nbTaps + cNbRowsAtOnce));
+    nbRows = std::max(nbRows, static_cast<std::size_t>(nbTaps + cMaxRowsAtOnce));
     if (isFold && !m_plan.isCopied) findEnds(node);
     if (!node.ring->hasMemory || node.nbCols <= 0) continue;
     // Margins that the node doesn't compute are read as neutral.
@@ -314,16 +322,24 @@ void TileRun::foldRows(Node& node, long slab, long firstRow, long endRow) {
       m_rows[at] = find(node.taps[at], row, m_strides[at], nbTapRows);
       nbRows = std::min(nbRows, nbTapRows);
     }
-    for (long col = 0; col < node.nbLeft; ++col) foldEnd(node, col, own, ownStride, nbRows);
-    for (long col = node.nbCols - node.nbRight; col < node.nbCols; ++col) foldEnd(node, col, own, ownStride, nbRows);
-    long const begin = node.nbLeft * m_kernels.voxelSize;
-    for (long i = 0; node.nbLeft > 0 && i < nbTaps; ++i) m_rows[static_cast<std::size_t>(i)] += begin;
-    m_kernels.fold(m_rows.data(), m_strides.data(), nbTaps, own + begin, ownStride, nbRows,
-                   node.nbCols - node.nbLeft - node.nbRight,
-                   m_plan.isVolume ? makeTraffic(node, slab, row) : makeTraffic(node, row, 0));
+    RowKernels::Traffic const traffic = m_plan.isVolume ? makeTraffic(node, slab, row) : makeTraffic(node, row, 0);
+    if (node.node->kind == Kinds::cColumnsAtOnce)
+      m_kernels.foldColumnsAtOnce(m_rows[0], m_strides[0], node.node->length, own, ownStride, nbRows, node.nbCols,
+                                  traffic);
+    else
+      foldStretch(node, own, ownStride, nbRows, traffic);
     row += nbRows;
     noteWork(nbTaps * nbRows * node.nbCols);
   }
+}
+
+void TileRun::foldStretch(Node& node, char* own, long ownStride, long nbRows, RowKernels::Traffic const& traffic) {
+  for (long col = 0; col < node.nbLeft; ++col) foldEnd(node, col, own, ownStride, nbRows);
+  for (long col = node.nbCols - node.nbRight; col < node.nbCols; ++col) foldEnd(node, col, own, ownStride, nbRows);
+  long const begin = node.nbLeft * m_kernels.voxelSize, nbTaps = static_cast<long>(node.taps.size());
+  for (long i = 0; begin > 0 && i < nbTaps; ++i) m_rows[static_cast<std::size_t>(i)] += begin;
+  m_kernels.fold(m_rows.data(), m_strides.data(), nbTaps, own + begin, ownStride, nbRows,
+                 node.nbCols - node.nbLeft - node.nbRight, traffic);
 }
 
 // A column of the rows of m_rows, where a tap may be beyond the image.
@@ -366,21 +382,10 @@ void TileRun::foldRowsAtOnce(Node& node, long firstSlab, long nbResults) {
     // All of the neutral row is the same.
     m_rows[static_cast<std::size_t>(i)] = row == m_scratch ? row : row + (i * step + left) * size;
   }
-  char* outs[cNbRowsAtOnce];
+  char* outs[cMaxRowsAtOnce];
   for (long i = 0; i < nbResults; ++i) outs[i] = getOwnRow(node, firstSlab + i, 0) + (i * step + left) * size;
   m_kernels.foldRowsAtOnce(m_rows.data(), length, outs, nbResults, node.nbCols + (slant < 0 ? -slant : slant),
                            makeTraffic(node, firstSlab, 0));
-}
-
-void TileRun::foldColumnsAtOnce(Node& node, long slab) {
-  SlabBox const& computed = node.ring->computed;
-  for (long row = computed.firstRow; row < computed.endRow; ++row) {
-    long stride, nbRows;
-    char const* const from = locate(node.taps.front(), slab, row, stride, nbRows);
-    m_kernels.foldColumnsAtOnce(from, node.node->length, getOwnRow(node, slab, row), node.nbCols,
-                                makeTraffic(node, slab, row));
-    noteWork(node.nbCols);
-  }
 }
 
 void TileRun::foldRowByBlocks(Node& node, long slab) {
@@ -416,11 +421,10 @@ void TileRun::computeSlabs(Node& node, long firstSlab, long endSlab) {
       foldRowByBlocks(node, slab++);
     } else if (node.node->kind == Kinds::cRowsAtOnce && nbLeft >= 4 && node.node->length >= 4 &&
                node.nbCols >= m_kernels.minRowsAtOnce) {
-      long const nbResults = nbLeft >= 8 && node.node->length >= 8 ? 8 : 4;
+      long nbResults = countResultsAtOnce(m_plan, *node.node);
+      while (nbResults > nbLeft) nbResults /= 2;
       foldRowsAtOnce(node, slab, nbResults);
       slab += nbResults;
-    } else if (node.node->kind == Kinds::cColumnsAtOnce) {
-      foldColumnsAtOnce(node, slab++);
     } else if (m_plan.isVolume) {
       foldRows(node, slab++, node.ring->computed.firstRow, node.ring->computed.endRow);
     } else {
