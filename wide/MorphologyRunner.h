@@ -90,7 +90,8 @@ class WideRunner final : public Runnable {
   std::shared_ptr<Stages const> getStages(Algo const* algorithm, ProgramImages const& images) const {
     PlanImage const image = getPlanImage(images);
     PlanCache::Key key = Element::getKey(algorithm);
-    key.insert(key.end(), {image.sizes[0], image.sizes[1], image.sizes[2], image.isReal(), image.limits.nbColumns});
+    key.insert(key.end(), {image.sizes[0], image.sizes[1], image.sizes[2], image.type, image.limits.nbColumns,
+                           image.limits.nbImageRows});
     return m_cache.get(std::move(key), [algorithm, &image] { return Element::makeStages(algorithm, image); });
   }
 
