@@ -75,6 +75,7 @@ class TileRun {
     long nbRight = 0;  ///< and on the right
     long after;        ///< slabs that it is ahead of the result
     long nbCols;
+    long maxNbRows;  ///< that are computed before the host is asked again
     long part = -1;  ///< of the rows to come that it prefetches
     long blockBegin;
     bool hasBlock = false;
@@ -157,6 +158,7 @@ void TileRun::prepare() {
       place.slabShift = getSlabShift(tap, m_plan.isVolume);
       node.taps.push_back(place);
     }
+    node.maxNbRows = std::max(cMaxNbUnwatched / (nbTaps * std::max(node.nbCols, 1L)), 1L);
     nbRows = std::max(nbRows, static_cast<std::size_t>(nbTaps + cMaxRowsAtOnce));
     if (isFold && !m_plan.isCopied) findEnds(node);
     if (!node.ring->hasMemory || node.nbCols <= 0) continue;
@@ -315,7 +317,7 @@ void TileRun::foldRows(Node& node, long slab, long firstRow, long endRow) {
   for (long row = firstRow; row < endRow;) {
     long ownStride, nbRows;
     char* const own = const_cast<char*>(find(node.own, row, ownStride, nbRows));
-    nbRows = std::clamp(cMaxNbUnwatched / (nbTaps * node.nbCols), 1L, std::min(nbRows, endRow - row));
+    nbRows = std::min({nbRows, endRow - row, node.maxNbRows});
     for (long i = 0; i < nbTaps; ++i) {
       auto const at = static_cast<std::size_t>(i);
       long nbTapRows;
