@@ -45,8 +45,8 @@ struct RowKernels {
   void (*fold)(Row* rows, long const* rowStrides, long nbTaps, char* out, long outStride, long nbRows, long count,
                Traffic const& traffic);
   /**
-   * nbResults (4 or 8) windows of `length` rows each, result i from row i on: out[i] = fold of rows[i ..
-   * i + length - 1]; length is at least nbResults and count at least minRowsAtOnce.
+   * nbResults (4, 8 or, with vectors of 64 bytes, 16) windows of `length` rows each, result i from row i on: out[i] =
+   * fold of rows[i .. i + length - 1]; length is at least nbResults and count at least minRowsAtOnce.
    */
   void (*foldRowsAtOnce)(Row const* rows, long length, char* const* out, long nbResults, long count,
                          Traffic const& traffic);
