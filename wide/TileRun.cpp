@@ -158,7 +158,7 @@ void TileRun::prepare() {
       place.slabShift = getSlabShift(tap, m_plan.isVolume);
       node.taps.push_back(place);
     }
-    node.maxNbRows = std::max(cMaxNbUnwatched / (nbTaps * std::max(node.nbCols, 1L)), 1L);
+    node.maxNbRows = std::max(cMaxNbUnwatched / std::max(nbTaps * node.nbCols, 1L), 1L);
     nbRows = std::max(nbRows, static_cast<std::size_t>(nbTaps + cMaxRowsAtOnce));
     if (isFold && !m_plan.isCopied) findEnds(node);
     if (!node.ring->hasMemory || node.nbCols <= 0) continue;
