@@ -162,6 +162,31 @@ def test_shards_one_after_the_other(tmp_path: pathlib.Path) -> None:
         tiles.run_shard(qorn.opening, source, tmp_path / "new.zarr", BALL, index=3, **where)
 
 
+def test_two_shards_publish_at_once(tmp_path: pathlib.Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    """The other one is faster by a moment, when this one has looked at everything."""
+    from qorn.tiles import _manifest, _publish
+
+    source = tiling.save(tmp_path / "in.zarr", IMAGE, (13, 16, 31))
+    target = tmp_path / "out.zarr"
+    where: Any = {"count": 2, "tile": (13, 16, 31)}
+    tiles.run_shard(qorn.opening, source, target, BALL, index=0, **where)
+    manifest = _manifest.find(str(target))
+    assert manifest is not None
+    listdir, store = os.listdir, manifest.get_store(0)
+
+    def publish_meanwhile(path: Any) -> Any:
+        names = listdir(path)
+        if path == store:
+            monkeypatch.setattr(os, "listdir", listdir)
+            _publish.publish(manifest, None)
+        return names
+
+    monkeypatch.setattr(os, "listdir", publish_meanwhile)
+    report = tiles.run_shard(qorn.opening, source, target, BALL, index=1, **where)
+    assert report.complete and not os.path.exists(store)
+    tiling.check_same(tiling.load(target), qorn.opening(IMAGE, BALL))
+
+
 STAGED = {
     "dilation": (qorn.dilation, (qorn.connectivity(26, 12),), {}),
     "opening": (qorn.opening, (qorn.connectivity(6, 10),), {}),

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import errno
 import json
 import os
 import uuid
@@ -20,27 +21,35 @@ def publish(manifest: Manifest, result: Optional[dict[str, Any]]) -> None:
         with open(new, "w", encoding="utf-8") as file:
             json.dump(result, file)
         os.replace(new, manifest.target)
-    elif os.path.exists(store) or not os.path.exists(manifest.target):
-        if os.path.lexists(manifest.target) and not replaces:
-            raise FileExistsError(f"{manifest.target}: appeared meanwhile; the result is {store}")
-        _move(manifest, store, replaces)
+    else:
+        try:
+            _move(manifest, store, replaces)
+        except FileNotFoundError:
+            # Another process was faster.
+            if os.path.exists(store) or not os.path.exists(manifest.target):
+                raise
     manifest.note_complete()
 
 
 def _move(manifest: Manifest, store: str, replaces: bool) -> None:
+    os.stat(store)
+    if os.path.lexists(manifest.target) and not replaces:
+        os.stat(store)  # gone: the target is the result
+        raise FileExistsError(f"{manifest.target}: appeared meanwhile; the result is {store}")
     if _stores.is_zarr(store):
         for name in os.listdir(store):
             if name.endswith(".partial"):  # left by a process that was killed while it wrote a chunk
                 os.remove(os.path.join(store, name))
     elif not manifest.target.lower().endswith(".npy"):
         return _stores.convert(store, manifest.target, _find_header(manifest), replaces)
-    if os.path.isdir(manifest.target):
-        os.rename(manifest.target, os.path.join(manifest.folder, f"replaced-{uuid.uuid4().hex}"))
-    try:
-        os.rename(store, manifest.target)
-    except FileNotFoundError:
-        if not os.path.exists(manifest.target):
-            raise
+    if replaces and os.path.isdir(manifest.target):
+        try:
+            # One name: a second process can't put the result of the first one there.
+            os.rename(manifest.target, os.path.join(manifest.folder, "replaced"))
+        except OSError as error:
+            if error.errno not in (errno.ENOENT, errno.ENOTEMPTY, errno.EEXIST):
+                raise
+    os.rename(store, manifest.target)
 
 
 def _find_header(manifest: Manifest) -> Optional[Any]:
