@@ -225,6 +225,19 @@ TEST_F(Overlap, OfAnOutputWithItselfIgnoresStridesThatAreNeverTaken) {
   EXPECT_FALSE(isRefused(empty, alsoEmpty));
 }
 
+TEST_F(Overlap, OfImagesThatTouchIsNone) {
+  std::vector<unsigned char> memory(64);
+  // Of different strides, so that no search is made.
+  auto const first = Image::OnMemory(memory.data(), pxl::cUnsignedInteger8, {4, 4, 1, 1, 1}, {1, 4, 16, 16, 16});
+  auto const second =
+      Image::OnMemory(memory.data() + 16, pxl::cUnsignedInteger8, {4, 4, 1, 1, 1}, {1, 8, 32, 32, 32});
+  auto const shared =
+      Image::OnMemory(memory.data() + 15, pxl::cUnsignedInteger8, {4, 4, 1, 1, 1}, {1, 8, 32, 32, 32});
+  EXPECT_FALSE(isRefused(*first, *second));
+  EXPECT_FALSE(isRefused(*second, *first));
+  EXPECT_TRUE(isRefused(*first, *shared));
+}
+
 // Telling apart layouts whose dimensions interleave takes a search; it must not take long for large ones.
 TEST_F(Overlap, OfLargeImagesIsToldAtOnce) {
   unsigned long const n = 1UL << 20;
