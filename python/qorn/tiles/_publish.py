@@ -32,9 +32,9 @@ def publish(manifest: Manifest, result: Optional[dict[str, Any]]) -> None:
 
 
 def _move(manifest: Manifest, store: str, replaces: bool) -> None:
-    os.stat(store)
+    os.stat(store)  # raises FileNotFoundError where another process has moved it
     if os.path.lexists(manifest.target) and not replaces:
-        os.stat(store)  # gone: the target is the result
+        os.stat(store)  # it may have done so since
         raise FileExistsError(f"{manifest.target}: appeared meanwhile; the result is {store}")
     if _stores.is_zarr(store):
         for name in os.listdir(store):
