@@ -42,9 +42,9 @@ void compareRows(unsigned long seed, typename Source<T>::Border border, Expected
 
 template <class T>
 class BordersOf : public testing::Test {};
-TYPED_TEST_SUITE(BordersOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(BordersOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(BordersOf, FixedGivesTheValue) {
+TEST_OF_TYPES(BordersOf, FixedGivesTheValue) {
   for (TypeParam value :
        {TypeParam(0), TypeParam(5), std::numeric_limits<TypeParam>::lowest(), std::numeric_limits<TypeParam>::max()})
     compareRows<TypeParam>(
@@ -52,13 +52,13 @@ TYPED_TEST(BordersOf, FixedGivesTheValue) {
         [value](oracle::Image<TypeParam> const& image, Five const& at) { return oracle::fixedAt(image, at, value); });
 }
 
-TYPED_TEST(BordersOf, ContinueRepeatsTheNearestVoxel) {
+TEST_OF_TYPES(BordersOf, ContinueRepeatsTheNearestVoxel) {
   compareRows<TypeParam>(
       402, pxl::access::ContinueBorderCondition<TypeParam>::New(),
       [](oracle::Image<TypeParam> const& image, Five const& at) { return oracle::continueAt(image, at); });
 }
 
-TYPED_TEST(BordersOf, ARowAboveTheImageIsAllBorder) {
+TEST_OF_TYPES(BordersOf, ARowAboveTheImageIsAllBorder) {
   oracle::Random random(403);
   Source<TypeParam> const source(random.image<TypeParam>({9, 3, 1, 1, 1}),
                                  pxl::access::FixedBorderCondition<TypeParam>::New(TypeParam(42)));
@@ -72,9 +72,9 @@ TYPED_TEST(BordersOf, ARowAboveTheImageIsAllBorder) {
 
 template <class T>
 class MirrorOf : public testing::Test {};
-TYPED_TEST_SUITE(MirrorOf, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(MirrorOf, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(MirrorOf, ReflectsAtAnyDistance) {
+TEST_OF_TYPES(MirrorOf, ReflectsAtAnyDistance) {
   compareRows<TypeParam>(
       404, pxl::access::MirrorBorderCondition<TypeParam>::New(),
       [](oracle::Image<TypeParam> const& image, Five const& at) { return oracle::mirrorAt(image, at); });
@@ -112,7 +112,7 @@ TEST(Borders, ServeSeveralThreadsAtOnce) {
   EXPECT_EQ(nbWrong, 0);
 }
 
-TYPED_TEST(BordersOf, OneImageIsOneInterfaceWhateverTheView) {
+TEST_OF_TYPES(BordersOf, OneImageIsOneInterfaceWhateverTheView) {
   oracle::Random random(406);
   auto const image = oracle::toHost(random.image<TypeParam>({8, 7, 6, 2, 2}));
   auto const twin = oracle::toHost(random.image<TypeParam>({8, 7, 6, 2, 2}));

@@ -29,10 +29,10 @@ class DeferredRowsOf : public testing::Test {
   }
   void spoilRow() { std::fill(m_row.voxels.begin(), m_row.voxels.end(), T(77)); }
 };
-TYPED_TEST_SUITE(DeferredRowsOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(DeferredRowsOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
 // The buffer serves the next row right after the call.
-TYPED_TEST(DeferredRowsOf, AreCopies) {
+TEST_OF_TYPES(DeferredRowsOf, AreCopies) {
   for (int pass = 0; pass < 2; ++pass) {
     oracle::Image<TypeParam> const before = this->m_target.expected;
     oracle::forEachPosition({1, 7, 4, 2, 2}, [&](Five const& p) {
@@ -50,7 +50,7 @@ TYPED_TEST(DeferredRowsOf, AreCopies) {
   }
 }
 
-TYPED_TEST(DeferredRowsOf, AreStoredAsFarAsTheyLieInTheImage) {
+TEST_OF_TYPES(DeferredRowsOf, AreStoredAsFarAsTheyLieInTheImage) {
   for (Five const& at :
        {Five{-5, 1, 1, 1, 1}, Five{18, 2, 1, 1, 1}, Five{-1, 3, 1, 1, 1}, Five{-40, 3, 2, 0, 0}, Five{23, 3, 2, 0, 0},
         Five{0, -1, 1, 1, 1}, Five{0, 7, 1, 1, 1}, Five{0, 1, -1, 1, 1}, Five{0, 1, 4, 1, 1}, Five{0, 1, 1, -1, 1},
@@ -64,7 +64,7 @@ TYPED_TEST(DeferredRowsOf, AreStoredAsFarAsTheyLieInTheImage) {
   this->m_target.expectStored();
 }
 
-TYPED_TEST(DeferredRowsOf, MayBeAPartOfARow) {
+TEST_OF_TYPES(DeferredRowsOf, MayBeAPartOfARow) {
   for (long offset = 0; offset < 12; ++offset)
     for (long count = 1; offset + count <= 12; ++count) {
       placeRow(this->m_row, {4, offset % 7, count % 4, 1, 0}, 12, this->m_random);
@@ -77,7 +77,7 @@ TYPED_TEST(DeferredRowsOf, MayBeAPartOfARow) {
     }
 }
 
-TYPED_TEST(DeferredRowsOf, AreStoredOnce) {
+TEST_OF_TYPES(DeferredRowsOf, AreStoredOnce) {
   pxl::instrument::Recorder probe;
   this->m_target.view->writeAllTemporizedRows();
   EXPECT_EQ(probe.count("writeRowAt"), 0U);
@@ -96,7 +96,7 @@ TYPED_TEST(DeferredRowsOf, AreStoredOnce) {
 }
 
 // The row is lost where its write fails, but not what was held back of it and of others before.
-TYPED_TEST(DeferredRowsOf, StayWithTheViewWhenAWriteFails) {
+TEST_OF_TYPES(DeferredRowsOf, StayWithTheViewWhenAWriteFails) {
   pxl::instrument::Recorder probe;
   probe.onWrite = [](pxl::instrument::Event const&) { return false; };
   placeRow(this->m_row, {0, 1, 1, 1, 1}, 23, this->m_random);
@@ -113,7 +113,7 @@ TYPED_TEST(DeferredRowsOf, StayWithTheViewWhenAWriteFails) {
   this->m_target.expectStored();
 }
 
-TYPED_TEST(DeferredRowsOf, StayUntilTheyAreStored) {
+TEST_OF_TYPES(DeferredRowsOf, StayUntilTheyAreStored) {
   pxl::instrument::Recorder probe;
   for (long r = 0; r < 3; ++r) {
     placeRow(this->m_row, {2, r, 1, 0, 1}, 9, this->m_random);

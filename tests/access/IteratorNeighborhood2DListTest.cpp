@@ -72,9 +72,9 @@ class ListIteratorOf : public NeighboursOf<T> {
             block.spectralSeries};
   }
 };
-TYPED_TEST_SUITE(ListIteratorOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(ListIteratorOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(ListIteratorOf, PointsAtEachNeighbourAtEveryStep) {
+TEST_OF_TYPES(ListIteratorOf, PointsAtEachNeighbourAtEveryStep) {
   long const nbLanes = this->L;
   for (Offsets const& offsets : this->makeLists())
     for (bool isFixed : {false, true})
@@ -94,7 +94,7 @@ TYPED_TEST(ListIteratorOf, PointsAtEachNeighbourAtEveryStep) {
         }
 }
 
-TYPED_TEST(ListIteratorOf, FetchesEachRowOfItsSpanOnce) {
+TEST_OF_TYPES(ListIteratorOf, FetchesEachRowOfItsSpanOnce) {
   for (Offsets const& offsets : this->makeLists()) {
     auto const extent = this->getExtent(offsets);
     for (Block2d const& block : this->makeBlocks(this->L + 1)) {
@@ -120,13 +120,13 @@ TYPED_TEST(ListIteratorOf, FetchesEachRowOfItsSpanOnce) {
   }
 }
 
-TYPED_TEST(ListIteratorOf, HoldsAllRowsBetweenTwoFarOnes) {
+TEST_OF_TYPES(ListIteratorOf, HoldsAllRowsBetweenTwoFarOnes) {
   pxl::instrument::Recorder recorder;
   typename TestFixture::Iterator iterator(this->m_clamped.view, Offsets{{0, 2}, {0, -2}});
   EXPECT_EQ(recorder.getTrace("createRowCacheRead").at(0).values, std::vector<long>{5});
 }
 
-TYPED_TEST(ListIteratorOf, RefillsTheOneBufferOfASingleRow) {
+TEST_OF_TYPES(ListIteratorOf, RefillsTheOneBufferOfASingleRow) {
   typename TestFixture::Iterator iterator(this->m_clamped.view, Offsets{{3, 1}, {-2, 1}});
   iterator.init(this->makeBlock(2, 1, this->L, 4));
   auto const neighbours = iterator.neighbours;
@@ -137,7 +137,7 @@ TYPED_TEST(ListIteratorOf, RefillsTheOneBufferOfASingleRow) {
   }
 }
 
-TYPED_TEST(ListIteratorOf, ReadsTheSameInAnyOrderOfTheOffsets) {
+TEST_OF_TYPES(ListIteratorOf, ReadsTheSameInAnyOrderOfTheOffsets) {
   oracle::Random random(722);
   Block2d const block = this->makeBlock(2, 3, this->L + 2, 4);
   for (Offsets const& offsets : this->makeLists()) {
@@ -158,7 +158,7 @@ TYPED_TEST(ListIteratorOf, ReadsTheSameInAnyOrderOfTheOffsets) {
   }
 }
 
-TYPED_TEST(ListIteratorOf, KeepsItsOwnCopiesOfListAndBlock) {
+TEST_OF_TYPES(ListIteratorOf, KeepsItsOwnCopiesOfListAndBlock) {
   Offsets const expected{{-1, 2}, {3, 0}, {0, -1}};
   Block2d const expectedBlock = this->makeBlock(1, 2, this->L, 3);
   Offsets offsets = expected;
@@ -171,7 +171,7 @@ TYPED_TEST(ListIteratorOf, KeepsItsOwnCopiesOfListAndBlock) {
   EXPECT_TRUE(this->isAt(iterator, expected, false, expectedBlock, 0, 1));
 }
 
-TYPED_TEST(ListIteratorOf, SkipsToTheNextRowFromAnyVectorAndHoldsStillAtTheEnd) {
+TEST_OF_TYPES(ListIteratorOf, SkipsToTheNextRowFromAnyVectorAndHoldsStillAtTheEnd) {
   Offsets const offsets{{2, 1}, {-1, -1}};
   for (long nbSkipped : {0L, 1L, 2L}) {
     Block2d const block = this->makeBlock(2, 3, 2 * this->L + 1, 4);
@@ -191,7 +191,7 @@ TYPED_TEST(ListIteratorOf, SkipsToTheNextRowFromAnyVectorAndHoldsStillAtTheEnd) 
   }
 }
 
-TYPED_TEST(ListIteratorOf, TellsHowFarItReaches) {
+TEST_OF_TYPES(ListIteratorOf, TellsHowFarItReaches) {
   struct {
     Offsets offsets;
     unsigned long extents[4];  // columns before and after, rows before and after

@@ -36,9 +36,9 @@ class CrossIteratorOf : public NeighboursOf<T> {
             block.sequence,        block.spectralSeries};
   }
 };
-TYPED_TEST_SUITE(CrossIteratorOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(CrossIteratorOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(CrossIteratorOf, PointsAtTheFiveVoxelsAtEveryStep) {
+TEST_OF_TYPES(CrossIteratorOf, PointsAtTheFiveVoxelsAtEveryStep) {
   for (bool isFixed : {false, true})
     for (long nbCols = 1; nbCols <= 3 * this->L + 1; ++nbCols)
       for (Block2d const& block : this->makeBlocks(nbCols)) {
@@ -56,7 +56,7 @@ TYPED_TEST(CrossIteratorOf, PointsAtTheFiveVoxelsAtEveryStep) {
       }
 }
 
-TYPED_TEST(CrossIteratorOf, MakesOneCacheOfThreeRowsAndReadsNothingYet) {
+TEST_OF_TYPES(CrossIteratorOf, MakesOneCacheOfThreeRowsAndReadsNothingYet) {
   pxl::instrument::Recorder recorder;
   auto const iterator = this->makeIterator();
   ASSERT_EQ(recorder.count("createRowCacheRead"), 1U);
@@ -64,7 +64,7 @@ TYPED_TEST(CrossIteratorOf, MakesOneCacheOfThreeRowsAndReadsNothingYet) {
   EXPECT_EQ(recorder.count("readRowAt"), 0U);
 }
 
-TYPED_TEST(CrossIteratorOf, FetchesEachRowOnceWithAColumnOnEachSide) {
+TEST_OF_TYPES(CrossIteratorOf, FetchesEachRowOnceWithAColumnOnEachSide) {
   for (long nbCols : {1L, this->L - 1, this->L, this->L + 1, 3 * this->L + 1})
     for (Block2d const& block : this->makeBlocks(nbCols)) {
       pxl::instrument::Recorder recorder;
@@ -86,7 +86,7 @@ TYPED_TEST(CrossIteratorOf, FetchesEachRowOnceWithAColumnOnEachSide) {
 }
 
 // The row above gives its buffer to the new row below, and no voxel is copied.
-TYPED_TEST(CrossIteratorOf, RollsThreeBuffers) {
+TEST_OF_TYPES(CrossIteratorOf, RollsThreeBuffers) {
   auto iterator = this->makeIterator();
   iterator.init(this->makeBlock(3, 1, this->L, 7));
   for (int row = 0; row < 6; ++row) {
@@ -100,7 +100,7 @@ TYPED_TEST(CrossIteratorOf, RollsThreeBuffers) {
   }
 }
 
-TYPED_TEST(CrossIteratorOf, KeepsItsRingAfterTheLastRow) {
+TEST_OF_TYPES(CrossIteratorOf, KeepsItsRingAfterTheLastRow) {
   for (long nbRows : {1L, 3L}) {
     Block2d const block = this->makeBlock(0, 2, 2, nbRows);
     auto iterator = this->makeIterator();
@@ -118,7 +118,7 @@ TYPED_TEST(CrossIteratorOf, KeepsItsRingAfterTheLastRow) {
 }
 
 // The functions with which kernels walk a row with their own pointers.
-TYPED_TEST(CrossIteratorOf, SkipsToTheNextRowFromAnyVector) {
+TEST_OF_TYPES(CrossIteratorOf, SkipsToTheNextRowFromAnyVector) {
   for (long nbCols : {1L, this->L, this->L + 1, 3 * this->L + 1})
     for (long nbSkipped = 0; nbSkipped * this->L < nbCols; ++nbSkipped) {
       Block2d const block = this->makeBlock(2, 0, nbCols, 4);
@@ -132,7 +132,7 @@ TYPED_TEST(CrossIteratorOf, SkipsToTheNextRowFromAnyVector) {
     }
 }
 
-TYPED_TEST(CrossIteratorOf, ServesOneBlockAfterTheOther) {
+TEST_OF_TYPES(CrossIteratorOf, ServesOneBlockAfterTheOther) {
   auto iterator = this->makeIterator(true);
   for (long nbCols : {3 * this->L + 1, 1L, this->L + 1})
     for (Block2d const& block : this->makeBlocks(nbCols)) {
@@ -145,7 +145,7 @@ TYPED_TEST(CrossIteratorOf, ServesOneBlockAfterTheOther) {
     }
 }
 
-TYPED_TEST(CrossIteratorOf, KeepsItsOwnCopyOfTheBlock) {
+TEST_OF_TYPES(CrossIteratorOf, KeepsItsOwnCopyOfTheBlock) {
   Block2d const expected = this->makeBlock(1, 1, this->L, 3);
   Block2d block = expected;
   auto iterator = this->makeIterator();
@@ -155,7 +155,7 @@ TYPED_TEST(CrossIteratorOf, KeepsItsOwnCopyOfTheBlock) {
   EXPECT_TRUE(this->isAt(iterator, false, expected, 0, 1));
 }
 
-TYPED_TEST(CrossIteratorOf, KeepsTheViewAlive) {
+TEST_OF_TYPES(CrossIteratorOf, KeepsTheViewAlive) {
   std::weak_ptr<pxl::access::View<TypeParam> const> watched;
   {
     Source<TypeParam> source(this->m_image);
@@ -170,7 +170,7 @@ TYPED_TEST(CrossIteratorOf, KeepsTheViewAlive) {
   EXPECT_TRUE(watched.expired());
 }
 
-TYPED_TEST(CrossIteratorOf, LetsTheExceptionOfAFetchThrough) {
+TEST_OF_TYPES(CrossIteratorOf, LetsTheExceptionOfAFetchThrough) {
   pxl::instrument::Recorder recorder;
   recorder.onRead = [](pxl::instrument::Event const& event) {
     if (event.values[2] == 4) throw std::runtime_error("row 4");

@@ -36,9 +36,9 @@ class ListIterator3dOf : public Neighbours3dOf<T> {
     return lists;
   }
 };
-TYPED_TEST_SUITE(ListIterator3dOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(ListIterator3dOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(ListIterator3dOf, PointsAtEachNeighbourAtEveryStep) {
+TEST_OF_TYPES(ListIterator3dOf, PointsAtEachNeighbourAtEveryStep) {
   long const nbLanes = this->L;
   for (Offsets3d const& offsets : this->makeLists())
     for (bool isFixed : {false, true})
@@ -49,7 +49,7 @@ TYPED_TEST(ListIterator3dOf, PointsAtEachNeighbourAtEveryStep) {
         }
 }
 
-TYPED_TEST(ListIterator3dOf, FetchesEachPlanOfItsSpanOnce) {
+TEST_OF_TYPES(ListIterator3dOf, FetchesEachPlanOfItsSpanOnce) {
   for (Offsets3d const& offsets : this->makeLists()) {
     Reach3d const reach(offsets);
     for (Block3d const& block : this->makeBlocks(this->L + 1)) {
@@ -64,13 +64,13 @@ TYPED_TEST(ListIterator3dOf, FetchesEachPlanOfItsSpanOnce) {
   }
 }
 
-TYPED_TEST(ListIterator3dOf, HoldsAllPlansBetweenTwoFarOnes) {
+TEST_OF_TYPES(ListIterator3dOf, HoldsAllPlansBetweenTwoFarOnes) {
   pxl::instrument::Recorder recorder;
   typename TestFixture::Iterator iterator(this->m_clamped.view, Offsets3d{{0, 0, 2}, {0, 0, -2}});
   EXPECT_EQ(recorder.getTrace("createPlanCacheRead").at(0).values, std::vector<long>{5});
 }
 
-TYPED_TEST(ListIterator3dOf, RefillsTheBuffersOfASinglePlan) {
+TEST_OF_TYPES(ListIterator3dOf, RefillsTheBuffersOfASinglePlan) {
   typename TestFixture::Iterator iterator(this->m_clamped.view, Offsets3d{{3, 1, 1}, {-2, 1, 1}});
   iterator.init(this->makeBlock({2, 1, 0}, {this->L, 2, 4}));
   auto const neighbours = iterator.neighbours;
@@ -83,7 +83,7 @@ TYPED_TEST(ListIterator3dOf, RefillsTheBuffersOfASinglePlan) {
   }
 }
 
-TYPED_TEST(ListIterator3dOf, ReadsTheSameInAnyOrderOfTheOffsets) {
+TEST_OF_TYPES(ListIterator3dOf, ReadsTheSameInAnyOrderOfTheOffsets) {
   oracle::Random random(742);
   Block3d const block = this->makeBlock({2, 3, 1}, {this->L + 2, 2, 3});
   for (Offsets3d const& offsets : this->makeLists()) {
@@ -101,7 +101,7 @@ TYPED_TEST(ListIterator3dOf, ReadsTheSameInAnyOrderOfTheOffsets) {
   }
 }
 
-TYPED_TEST(ListIterator3dOf, KeepsItsOwnCopiesOfListAndBlock) {
+TEST_OF_TYPES(ListIterator3dOf, KeepsItsOwnCopiesOfListAndBlock) {
   Offsets3d const expected{{-1, 2, 1}, {3, 0, 0}, {0, -1, -1}};
   Block3d const expectedBlock = this->makeBlock({1, 2, 1}, {this->L, 2, 3});
   Offsets3d offsets = expected;
@@ -115,7 +115,7 @@ TYPED_TEST(ListIterator3dOf, KeepsItsOwnCopiesOfListAndBlock) {
   EXPECT_TRUE(this->isAt(iterator, expected, false, expectedBlock, {0, 0, 1}));
 }
 
-TYPED_TEST(ListIterator3dOf, ServesOneBlockAfterTheOther) {
+TEST_OF_TYPES(ListIterator3dOf, ServesOneBlockAfterTheOther) {
   Offsets3d const offsets{{2, 1, -1}, {-1, -1, 1}};
   typename TestFixture::Iterator iterator(this->m_fixed.view, offsets);
   for (long nbCols : {2 * this->L + 1, 1L, this->L + 1})
@@ -123,7 +123,7 @@ TYPED_TEST(ListIterator3dOf, ServesOneBlockAfterTheOther) {
       ASSERT_TRUE(this->isRightThroughout(iterator, offsets, true, block));
 }
 
-TYPED_TEST(ListIterator3dOf, SkipsToTheNextRowFromAnyVectorAndHoldsStillAtTheEnd) {
+TEST_OF_TYPES(ListIterator3dOf, SkipsToTheNextRowFromAnyVectorAndHoldsStillAtTheEnd) {
   Offsets3d const offsets{{2, 1, 1}, {-1, -1, -1}};
   for (long nbSkipped : {0L, 1L, 2L}) {
     Block3d const block = this->makeBlock({2, 3, 1}, {2 * this->L + 1, 2, 3});
@@ -143,7 +143,7 @@ TYPED_TEST(ListIterator3dOf, SkipsToTheNextRowFromAnyVectorAndHoldsStillAtTheEnd
   }
 }
 
-TYPED_TEST(ListIterator3dOf, TellsHowFarItReaches) {
+TEST_OF_TYPES(ListIterator3dOf, TellsHowFarItReaches) {
   struct {
     Offsets3d offsets;
     unsigned long extents[6];  // columns before and after, rows before and after, plans before and after

@@ -28,9 +28,9 @@ class FixedNeighbourhood3dOf : public Neighbours3dOf<T> {
     return offsets.size() == 7 ? std::array<unsigned long, 3>{0, 3, 6} : std::array<unsigned long, 3>{2, 9, 16};
   }
 };
-TYPED_TEST_SUITE(FixedNeighbourhood3dOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(FixedNeighbourhood3dOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(FixedNeighbourhood3dOf, HasSevenPointersOrNineteen) {
+TEST_OF_TYPES(FixedNeighbourhood3dOf, HasSevenPointersOrNineteen) {
   std::vector<unsigned long> counts;
   this->forBoth([&](auto const& makeIterator, Offsets3d const& offsets) {
     auto const iterator = makeIterator();
@@ -40,7 +40,7 @@ TYPED_TEST(FixedNeighbourhood3dOf, HasSevenPointersOrNineteen) {
   EXPECT_EQ(counts, (std::vector<unsigned long>{7, 19}));
 }
 
-TYPED_TEST(FixedNeighbourhood3dOf, PointsAtItsVoxelsAtEveryStep) {
+TEST_OF_TYPES(FixedNeighbourhood3dOf, PointsAtItsVoxelsAtEveryStep) {
   this->forBoth([&](auto const& makeIterator, Offsets3d const& offsets) {
     for (bool isFixed : {false, true})
       for (long nbCols = 1; nbCols <= 2 * this->L + 1; ++nbCols)
@@ -51,7 +51,7 @@ TYPED_TEST(FixedNeighbourhood3dOf, PointsAtItsVoxelsAtEveryStep) {
   });
 }
 
-TYPED_TEST(FixedNeighbourhood3dOf, MakesOneCacheOfThreePlansAndReadsNothingYet) {
+TEST_OF_TYPES(FixedNeighbourhood3dOf, MakesOneCacheOfThreePlansAndReadsNothingYet) {
   this->forBoth([&](auto const& makeIterator, Offsets3d const&) {
     pxl::instrument::Recorder recorder;
     auto const iterator = makeIterator();
@@ -62,7 +62,7 @@ TYPED_TEST(FixedNeighbourhood3dOf, MakesOneCacheOfThreePlansAndReadsNothingYet) 
   });
 }
 
-TYPED_TEST(FixedNeighbourhood3dOf, FetchesEachPlanOnceWithAMarginOnAllSides) {
+TEST_OF_TYPES(FixedNeighbourhood3dOf, FetchesEachPlanOnceWithAMarginOnAllSides) {
   this->forBoth([&](auto const& makeIterator, Offsets3d const& offsets) {
     for (long nbCols : {1L, this->L, this->L + 1})
       for (Block3d const& block : this->makeBlocks(nbCols)) {
@@ -73,7 +73,7 @@ TYPED_TEST(FixedNeighbourhood3dOf, FetchesEachPlanOnceWithAMarginOnAllSides) {
   });
 }
 
-TYPED_TEST(FixedNeighbourhood3dOf, AsksForThePlanBeforeTheImage) {
+TEST_OF_TYPES(FixedNeighbourhood3dOf, AsksForThePlanBeforeTheImage) {
   this->forBoth([&](auto const& makeIterator, Offsets3d const&) {
     pxl::instrument::Recorder recorder;
     auto iterator = makeIterator(true);
@@ -88,7 +88,7 @@ TYPED_TEST(FixedNeighbourhood3dOf, AsksForThePlanBeforeTheImage) {
   });
 }
 
-TYPED_TEST(FixedNeighbourhood3dOf, ReadsNineRowsOfThreeForASingleVoxel) {
+TEST_OF_TYPES(FixedNeighbourhood3dOf, ReadsNineRowsOfThreeForASingleVoxel) {
   this->forBoth([&](auto const& makeIterator, Offsets3d const& offsets) {
     pxl::instrument::Recorder recorder;
     Block3d const block = this->makeBlock({4, 3, 2}, {1, 1, 1});
@@ -101,7 +101,7 @@ TYPED_TEST(FixedNeighbourhood3dOf, ReadsNineRowsOfThreeForASingleVoxel) {
 }
 
 // The plan before gives its buffers to the new plan after, and no voxel is copied.
-TYPED_TEST(FixedNeighbourhood3dOf, RollsThreePlans) {
+TEST_OF_TYPES(FixedNeighbourhood3dOf, RollsThreePlans) {
   this->forBoth([&](auto const& makeIterator, Offsets3d const& offsets) {
     auto const [before, centre, after] = this->getAxis(offsets);
     auto iterator = makeIterator();
@@ -118,7 +118,7 @@ TYPED_TEST(FixedNeighbourhood3dOf, RollsThreePlans) {
   });
 }
 
-TYPED_TEST(FixedNeighbourhood3dOf, KeepsItsRingAfterTheLastPlan) {
+TEST_OF_TYPES(FixedNeighbourhood3dOf, KeepsItsRingAfterTheLastPlan) {
   this->forBoth([&](auto const& makeIterator, Offsets3d const&) {
     for (long nbPlans : {1L, 3L}) {
       auto iterator = makeIterator();
@@ -135,7 +135,7 @@ TYPED_TEST(FixedNeighbourhood3dOf, KeepsItsRingAfterTheLastPlan) {
 }
 
 // The functions with which kernels walk a row with their own pointers.
-TYPED_TEST(FixedNeighbourhood3dOf, SkipsToTheNextRowFromAnyVector) {
+TEST_OF_TYPES(FixedNeighbourhood3dOf, SkipsToTheNextRowFromAnyVector) {
   this->forBoth([&](auto const& makeIterator, Offsets3d const& offsets) {
     for (long nbCols : {1L, this->L, this->L + 1, 2 * this->L + 1})
       for (long nbSkipped = 0; nbSkipped * this->L < nbCols; ++nbSkipped) {
@@ -151,7 +151,7 @@ TYPED_TEST(FixedNeighbourhood3dOf, SkipsToTheNextRowFromAnyVector) {
   });
 }
 
-TYPED_TEST(FixedNeighbourhood3dOf, ServesOneBlockAfterTheOther) {
+TEST_OF_TYPES(FixedNeighbourhood3dOf, ServesOneBlockAfterTheOther) {
   this->forBoth([&](auto const& makeIterator, Offsets3d const& offsets) {
     auto iterator = makeIterator(true);
     for (long nbCols : {2 * this->L + 1, 1L, this->L + 1})
@@ -160,7 +160,7 @@ TYPED_TEST(FixedNeighbourhood3dOf, ServesOneBlockAfterTheOther) {
   });
 }
 
-TYPED_TEST(FixedNeighbourhood3dOf, KeepsItsOwnCopyOfTheBlock) {
+TEST_OF_TYPES(FixedNeighbourhood3dOf, KeepsItsOwnCopyOfTheBlock) {
   this->forBoth([&](auto const& makeIterator, Offsets3d const& offsets) {
     Block3d const expected = this->makeBlock({1, 1, 1}, {this->L, 2, 3});
     Block3d block = expected;
@@ -173,7 +173,7 @@ TYPED_TEST(FixedNeighbourhood3dOf, KeepsItsOwnCopyOfTheBlock) {
   });
 }
 
-TYPED_TEST(FixedNeighbourhood3dOf, KeepsTheViewAlive) {
+TEST_OF_TYPES(FixedNeighbourhood3dOf, KeepsTheViewAlive) {
   std::weak_ptr<pxl::access::View<TypeParam> const> watched;
   {
     Source<TypeParam> source(this->m_image);
@@ -187,7 +187,7 @@ TYPED_TEST(FixedNeighbourhood3dOf, KeepsTheViewAlive) {
   EXPECT_TRUE(watched.expired());
 }
 
-TYPED_TEST(FixedNeighbourhood3dOf, LetsTheExceptionOfAFetchThrough) {
+TEST_OF_TYPES(FixedNeighbourhood3dOf, LetsTheExceptionOfAFetchThrough) {
   pxl::instrument::Recorder recorder;
   recorder.onRead = [](pxl::instrument::Event const& event) {
     if (event.values[3] == 4) throw std::runtime_error("plan 4");

@@ -94,16 +94,16 @@ class PairIteratorOf : public testing::Test {
     return order;
   }
 };
-TYPED_TEST_SUITE(PairIteratorOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(PairIteratorOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(PairIteratorOf, HasACacheOfOneRowForEachImage) {
+TEST_OF_TYPES(PairIteratorOf, HasACacheOfOneRowForEachImage) {
   auto iterator = this->makeIterator(false);
   EXPECT_EQ(this->m_probe.count("createRowCacheReadWrite"), 1U);
   EXPECT_EQ(this->m_probe.count("createRowCacheRead"), 2U);
   for (Event const& event : this->m_probe.getTrace()) EXPECT_EQ(event.values, std::vector<long>{1});
 }
 
-TYPED_TEST(PairIteratorOf, CombinesBlocksOfAnyWidth) {
+TEST_OF_TYPES(PairIteratorOf, CombinesBlocksOfAnyWidth) {
   for (long nbCols = 1; nbCols <= 3 * this->L + 1; ++nbCols)
     for (bool readOldValues : {false, true}) {
       auto iterator = this->makeIterator(readOldValues);
@@ -117,7 +117,7 @@ TYPED_TEST(PairIteratorOf, CombinesBlocksOfAnyWidth) {
 }
 
 // A finished row is written before anything of the next one is read: the output first, then the inputs.
-TYPED_TEST(PairIteratorOf, WritesARowBeforeItReadsTheNext) {
+TEST_OF_TYPES(PairIteratorOf, WritesARowBeforeItReadsTheNext) {
   for (bool readOldValues : {false, true})
     for (long nbCols : {1L, this->L, this->L + 1}) {
       auto iterator = this->makeIterator(readOldValues);
@@ -141,7 +141,7 @@ TYPED_TEST(PairIteratorOf, WritesARowBeforeItReadsTheNext) {
     }
 }
 
-TYPED_TEST(PairIteratorOf, StepsAllPointersTogether) {
+TEST_OF_TYPES(PairIteratorOf, StepsAllPointersTogether) {
   auto iterator = this->makeIterator(true);
   iterator.init(makeBlock(2 * this->L + 1));
   for (long r = 0; r < cNbRows; ++r)
@@ -154,14 +154,14 @@ TYPED_TEST(PairIteratorOf, StepsAllPointersTogether) {
     }
 }
 
-TYPED_TEST(PairIteratorOf, NeverEntersABlockWithoutPlans) {
+TEST_OF_TYPES(PairIteratorOf, NeverEntersABlockWithoutPlans) {
   auto iterator = this->makeIterator(false);
   iterator.init(makeBlock(this->L, 0));
   EXPECT_TRUE(iterator.atEnd());
   EXPECT_EQ(this->m_probe.count("writeRowAt"), 0U);
 }
 
-TYPED_TEST(PairIteratorOf, SkipsToTheNextRowFromAnyVector) {
+TEST_OF_TYPES(PairIteratorOf, SkipsToTheNextRowFromAnyVector) {
   for (long skipped : {0L, 1L, 2L}) {
     auto iterator = this->makeIterator(true);
     iterator.init(makeBlock(2 * this->L + 1));
@@ -176,7 +176,7 @@ TYPED_TEST(PairIteratorOf, SkipsToTheNextRowFromAnyVector) {
   EXPECT_EQ(this->m_probe.count("writeRowAt"), 3U);
 }
 
-TYPED_TEST(PairIteratorOf, WorksInPlaceOnEitherInput) {
+TEST_OF_TYPES(PairIteratorOf, WorksInPlaceOnEitherInput) {
   for (bool isFirst : {false, true})
     for (long nbCols : {1L, this->L + 1, 3 * this->L}) {
       oracle::Image<TypeParam> const before = this->m_target.expected;
@@ -194,7 +194,7 @@ TYPED_TEST(PairIteratorOf, WorksInPlaceOnEitherInput) {
 }
 
 // Both as a view that converts and as one of the image's own type. The values are exact in every type.
-TYPED_TEST(PairIteratorOf, ReadsInputsOfOtherTypes) {
+TEST_OF_TYPES(PairIteratorOf, ReadsInputsOfOtherTypes) {
   auto const image1 = this->m_random.template imageWithin<float>(this->m_sizes, 0, 100);
   auto const image2 = this->m_random.template imageWithin<unsigned char>(this->m_sizes, 0, 100);
   auto const host1 = oracle::toHost(image1);
@@ -218,7 +218,7 @@ TYPED_TEST(PairIteratorOf, ReadsInputsOfOtherTypes) {
   }
 }
 
-TYPED_TEST(PairIteratorOf, HoldsBackAnOverlap) {
+TEST_OF_TYPES(PairIteratorOf, HoldsBackAnOverlap) {
   OverlapBorder const overlap(pxl::AlgoBorderInfluence(1, 1, 0, 0, 0));
   Block3d const block = makeBlock(2 * this->L);
   auto iterator = this->makeIterator(false, overlap);
@@ -236,7 +236,7 @@ TYPED_TEST(PairIteratorOf, HoldsBackAnOverlap) {
   this->m_target.expectStored();
 }
 
-TYPED_TEST(PairIteratorOf, LetsExceptionsThrough) {
+TEST_OF_TYPES(PairIteratorOf, LetsExceptionsThrough) {
   auto iterator = this->makeIterator(false);
   iterator.init(makeBlock(this->L));
   this->m_probe.onRead = [this](Event const& event) {

@@ -62,9 +62,9 @@ class InputIteratorOf : public testing::Test {
     EXPECT_TRUE(iterator.atEnd());
   }
 };
-TYPED_TEST_SUITE(InputIteratorOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(InputIteratorOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(InputIteratorOf, WalksVolumesOfAnyWidth) {
+TEST_OF_TYPES(InputIteratorOf, WalksVolumesOfAnyWidth) {
   for (long nbCols = 1; nbCols <= 3 * this->L + 1; ++nbCols)
     for (bool isRounded : {false, true}) {
       typename TestFixture::Iterator iterator(this->m_source.view, OverlapBorder());
@@ -73,7 +73,7 @@ TYPED_TEST(InputIteratorOf, WalksVolumesOfAnyWidth) {
     }
 }
 
-TYPED_TEST(InputIteratorOf, WalksPlansOfAnyWidth) {
+TEST_OF_TYPES(InputIteratorOf, WalksPlansOfAnyWidth) {
   for (long nbCols = 1; nbCols <= 3 * this->L + 1; ++nbCols)
     for (bool isRounded : {false, true}) {
       typename TestFixture::Iterator iterator(this->m_source.view, OverlapBorder());
@@ -83,7 +83,7 @@ TYPED_TEST(InputIteratorOf, WalksPlansOfAnyWidth) {
 }
 
 // One cache of one row; each row is fetched when it is reached, all with the same length.
-TYPED_TEST(InputIteratorOf, FetchesEachRowOnce) {
+TEST_OF_TYPES(InputIteratorOf, FetchesEachRowOnce) {
   for (long nbCols : {1L, this->L - 1, this->L, this->L + 1, 2 * this->L, 2 * this->L + 1})
     for (bool isRounded : {false, true}) {
       pxl::instrument::Recorder probe;
@@ -103,7 +103,7 @@ TYPED_TEST(InputIteratorOf, FetchesEachRowOnce) {
     }
 }
 
-TYPED_TEST(InputIteratorOf, RoundsByLessThanAVector) {
+TEST_OF_TYPES(InputIteratorOf, RoundsByLessThanAVector) {
   for (long nbCols = 1; nbCols <= 2 * this->L + 1; ++nbCols) {
     pxl::instrument::Recorder probe;
     typename TestFixture::Iterator iterator(this->m_source.view, OverlapBorder());
@@ -116,7 +116,7 @@ TYPED_TEST(InputIteratorOf, RoundsByLessThanAVector) {
   }
 }
 
-TYPED_TEST(InputIteratorOf, HoldsStillAtTheEnd) {
+TEST_OF_TYPES(InputIteratorOf, HoldsStillAtTheEnd) {
   pxl::instrument::Recorder probe;
   typename TestFixture::Iterator iterator(this->m_source.view, OverlapBorder());
   iterator.init(this->makeBlock3d(this->L + 1), false);
@@ -132,14 +132,14 @@ TYPED_TEST(InputIteratorOf, HoldsStillAtTheEnd) {
   EXPECT_EQ(probe.count("readRowAt"), 0U);
 }
 
-TYPED_TEST(InputIteratorOf, TakesNoNoticeOfTheOverlap) {
+TEST_OF_TYPES(InputIteratorOf, TakesNoNoticeOfTheOverlap) {
   OverlapBorder const overlap(pxl::AlgoBorderInfluence(1, 2, 3, 4, 5, 6, 0, 0, 0, 0));
   typename TestFixture::Iterator iterator(this->m_source.view, overlap);
   iterator.init(this->makeBlock3d(this->L + 2), true);
   this->expectWalk(iterator, this->makeBlock3d(this->L + 2), true);
 }
 
-TYPED_TEST(InputIteratorOf, KeepsItsOwnCopyOfTheBlock) {
+TEST_OF_TYPES(InputIteratorOf, KeepsItsOwnCopyOfTheBlock) {
   typename TestFixture::Iterator iterator(this->m_source.view, OverlapBorder());
   {
     Block3d block = this->makeBlock3d(this->L + 2);
@@ -149,7 +149,7 @@ TYPED_TEST(InputIteratorOf, KeepsItsOwnCopyOfTheBlock) {
   this->expectWalk(iterator, this->makeBlock3d(this->L + 2), false);
 }
 
-TYPED_TEST(InputIteratorOf, KeepsTheViewAlive) {
+TEST_OF_TYPES(InputIteratorOf, KeepsTheViewAlive) {
   std::weak_ptr<pxl::access::View<TypeParam> const> watched;
   {
     Source<TypeParam> source(this->m_source.expected);
@@ -164,7 +164,7 @@ TYPED_TEST(InputIteratorOf, KeepsTheViewAlive) {
 }
 
 // The functions with which kernels walk a row with their own pointers.
-TYPED_TEST(InputIteratorOf, SkipsToTheNextRowFromAnyVector) {
+TEST_OF_TYPES(InputIteratorOf, SkipsToTheNextRowFromAnyVector) {
   for (long nbCols = 1; nbCols <= 3 * this->L + 1; ++nbCols)
     for (long skipped = 0; skipped * this->L < nbCols; ++skipped) {
       typename TestFixture::Iterator iterator(this->m_source.view, OverlapBorder());
@@ -180,7 +180,7 @@ TYPED_TEST(InputIteratorOf, SkipsToTheNextRowFromAnyVector) {
     }
 }
 
-TYPED_TEST(InputIteratorOf, LetsTheExceptionOfAFetchThrough) {
+TEST_OF_TYPES(InputIteratorOf, LetsTheExceptionOfAFetchThrough) {
   pxl::instrument::Recorder probe;
   int nbLeft = 3;
   probe.onRead = [&nbLeft](Event const&) {

@@ -90,23 +90,23 @@ class OutputIteratorOf : public testing::Test {
     }
   }
 };
-TYPED_TEST_SUITE(OutputIteratorOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(OutputIteratorOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(OutputIteratorOf, WritesVolumesOfAnyWidth) {
+TEST_OF_TYPES(OutputIteratorOf, WritesVolumesOfAnyWidth) {
   for (long nbCols = 1; nbCols <= 3 * this->L + 1; ++nbCols) this->expectWalk(this->makeBlock3d(nbCols));
 }
 
-TYPED_TEST(OutputIteratorOf, WritesPlansOfAnyWidth) {
+TEST_OF_TYPES(OutputIteratorOf, WritesPlansOfAnyWidth) {
   for (long nbCols = 1; nbCols <= 3 * this->L + 1; ++nbCols) this->expectWalk(this->makeBlock2d(nbCols));
 }
 
-TYPED_TEST(OutputIteratorOf, HasACacheOfOneRow) {
+TEST_OF_TYPES(OutputIteratorOf, HasACacheOfOneRow) {
   typename TestFixture::Iterator iterator(this->m_target.view, true, OverlapBorder());
   EXPECT_EQ(getCalls(this->m_probe), (Calls{{"createRowCacheReadWrite", {1}}}));
 }
 
 // The image's present voxels, beyond the edge as the border condition says.
-TYPED_TEST(OutputIteratorOf, StartsRowsWithTheOldValues) {
+TEST_OF_TYPES(OutputIteratorOf, StartsRowsWithTheOldValues) {
   Five const sizes = this->m_target.expected.sizes;
   for (long col : {-2L, 3L, sizes[0] - this->L - 3}) {
     Block3d const block(2, 6, 1, 4, 10, 1, col, col + this->L + 5, 1, 1, 2);
@@ -123,7 +123,7 @@ TYPED_TEST(OutputIteratorOf, StartsRowsWithTheOldValues) {
   }
 }
 
-TYPED_TEST(OutputIteratorOf, NeverEntersABlockWithoutPlans) {
+TEST_OF_TYPES(OutputIteratorOf, NeverEntersABlockWithoutPlans) {
   for (bool readOldValues : {false, true}) {
     typename TestFixture::Iterator iterator(this->m_target.view, readOldValues, OverlapBorder());
     iterator.init(this->makeBlock3d(this->L, this->cNbRows, 0));
@@ -132,7 +132,7 @@ TYPED_TEST(OutputIteratorOf, NeverEntersABlockWithoutPlans) {
   EXPECT_EQ(this->m_probe.count("writeRowAt"), 0U);
 }
 
-TYPED_TEST(OutputIteratorOf, WritesTheLastRowWithTheLastStep) {
+TEST_OF_TYPES(OutputIteratorOf, WritesTheLastRowWithTheLastStep) {
   typename TestFixture::Iterator iterator(this->m_target.view, true, OverlapBorder());
   iterator.init(this->makeBlock3d(this->L + 1));
   for (long i = 0; i < 2 * this->cNbRows * this->cNbPlans - 1; ++i) iterator.advance();
@@ -147,7 +147,7 @@ TYPED_TEST(OutputIteratorOf, WritesTheLastRowWithTheLastStep) {
 }
 
 // The functions with which kernels fill a row with their own pointers.
-TYPED_TEST(OutputIteratorOf, SkipsToTheNextRowFromAnyVector) {
+TEST_OF_TYPES(OutputIteratorOf, SkipsToTheNextRowFromAnyVector) {
   for (long nbCols = 1; nbCols <= 3 * this->L + 1; ++nbCols)
     for (long skipped = 0; skipped * this->L < nbCols; ++skipped) {
       Block3d const block = this->makeBlock3d(nbCols, 2, 2);
@@ -171,7 +171,7 @@ TYPED_TEST(OutputIteratorOf, SkipsToTheNextRowFromAnyVector) {
     }
 }
 
-TYPED_TEST(OutputIteratorOf, HoldsBackTheOverlap) {
+TEST_OF_TYPES(OutputIteratorOf, HoldsBackTheOverlap) {
   OverlapBorder const overlap(pxl::AlgoBorderInfluence(2, 1, 1, 2, 1, 1, 0, 0, 0, 0));
   oracle::Image<TypeParam> const before = this->m_target.expected;
   auto const made = this->m_random.template image<TypeParam>(before.sizes);
@@ -194,7 +194,7 @@ TYPED_TEST(OutputIteratorOf, HoldsBackTheOverlap) {
   }
 }
 
-TYPED_TEST(OutputIteratorOf, KeepsItsOwnCopyOfTheBlock) {
+TEST_OF_TYPES(OutputIteratorOf, KeepsItsOwnCopyOfTheBlock) {
   auto const made = this->m_random.template image<TypeParam>(this->m_target.expected.sizes);
   typename TestFixture::Iterator iterator(this->m_target.view, false, OverlapBorder());
   {
@@ -207,7 +207,7 @@ TYPED_TEST(OutputIteratorOf, KeepsItsOwnCopyOfTheBlock) {
   this->m_target.expectStored();
 }
 
-TYPED_TEST(OutputIteratorOf, KeepsTheViewAlive) {
+TEST_OF_TYPES(OutputIteratorOf, KeepsTheViewAlive) {
   std::weak_ptr<pxl::access::View<TypeParam>> watched;
   {
     auto view = Target<TypeParam>::View::New(static_cast<pxl::ImageModel*>(this->m_target.host.get()),
@@ -224,7 +224,7 @@ TYPED_TEST(OutputIteratorOf, KeepsTheViewAlive) {
   this->m_target.expectStored();
 }
 
-TYPED_TEST(OutputIteratorOf, LetsTheExceptionOfAWriteThrough) {
+TEST_OF_TYPES(OutputIteratorOf, LetsTheExceptionOfAWriteThrough) {
   int nbLeft = 2;
   this->m_probe.onWrite = [&nbLeft](Event const&) { return nbLeft-- > 0; };
   typename TestFixture::Iterator iterator(this->m_target.view, false, OverlapBorder());
@@ -234,7 +234,7 @@ TYPED_TEST(OutputIteratorOf, LetsTheExceptionOfAWriteThrough) {
   EXPECT_THROW(iterator.advance(), pxl::UnexpectedError);
 }
 
-TYPED_TEST(OutputIteratorOf, LetsTheExceptionOfAFetchThrough) {
+TEST_OF_TYPES(OutputIteratorOf, LetsTheExceptionOfAFetchThrough) {
   int nbLeft = 2;
   this->m_probe.onRead = [&nbLeft](Event const&) {
     if (nbLeft-- == 0) throw std::runtime_error("the row is gone");

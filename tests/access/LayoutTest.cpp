@@ -30,9 +30,9 @@ class LayoutOf : public testing::Test {
   oracle::Random m_random{841};
   Target<T> m_target{m_random.image<T>({3, 2, 1, 1, 1})};
 };
-TYPED_TEST_SUITE(LayoutOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(LayoutOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(LayoutOf, OfRowsIsSlotAndBufferThenPlaceAndView) {
+TEST_OF_TYPES(LayoutOf, OfRowsIsSlotAndBufferThenPlaceAndView) {
   auto const read = this->m_target.view->createRowCacheRead(1);
   auto const& in = *read->rows[0];
   EXPECT_EQ((Offsets{offsetOf(in, in.index), offsetOf(in, in.voxels)}), (Offsets{8, 16}));
@@ -44,7 +44,7 @@ TYPED_TEST(LayoutOf, OfRowsIsSlotAndBufferThenPlaceAndView) {
             (Offsets{8, 16, 40, 48, 56, 64, 72, 80}));
 }
 
-TYPED_TEST(LayoutOf, OfCachesIsSlotsFirst) {
+TEST_OF_TYPES(LayoutOf, OfCachesIsSlotsFirst) {
   auto const& view = this->m_target.view;
   Offsets const ofRows{0, 24, 32, 40, 48}, ofPlans{0, 24};
   EXPECT_EQ(this->readRowCache(*view->createRowCacheRead(1)), ofRows);
@@ -54,7 +54,7 @@ TYPED_TEST(LayoutOf, OfCachesIsSlotsFirst) {
 }
 
 // Before the destructors.
-TYPED_TEST(LayoutOf, OfBordersBeginsWithTheReadOfARow) {
+TEST_OF_TYPES(LayoutOf, OfBordersBeginsWithTheReadOfARow) {
   using T = TypeParam;
   using Border = pxl::access::BorderCondition<T>;
   using ReadRow = bool(Border const*, pxl::access::ViewInterface<T> const*, T*, T*, long, long, long, long, long);

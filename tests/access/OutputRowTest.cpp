@@ -69,9 +69,9 @@ Calls callsOf(Row const& row, std::string const& fates, Limits const& l) {
 
 template <class T>
 class OutputRowOf : public testing::Test {};
-TYPED_TEST_SUITE(OutputRowOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(OutputRowOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(OutputRowOf, GoesWhereEachOfItsVoxelsBelongs) {
+TEST_OF_TYPES(OutputRowOf, GoesWhereEachOfItsVoxelsBelongs) {
   oracle::Random random(801);
   Target<TypeParam> target(random.image<TypeParam>({20, 6, 5, 3, 2}));
   Five const sizes = target.expected.sizes;

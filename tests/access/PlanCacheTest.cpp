@@ -13,9 +13,9 @@ class PlanCacheOf : public testing::Test {
   oracle::Random m_random{601};
   Source<T> m_source{m_random.image<T>({11, 9, 7, 2, 2})};
 };
-TYPED_TEST_SUITE(PlanCacheOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(PlanCacheOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(PlanCacheOf, StartsWithPlansInItsSlots) {
+TEST_OF_TYPES(PlanCacheOf, StartsWithPlansInItsSlots) {
   for (unsigned long count : {0UL, 1UL, 3UL}) {
     pxl::instrument::Recorder probe;
     auto const cache = this->m_source.view->createPlanCacheRead(count);
@@ -31,7 +31,7 @@ TYPED_TEST(PlanCacheOf, StartsWithPlansInItsSlots) {
   }
 }
 
-TYPED_TEST(PlanCacheOf, FetchesPlansFromAnywhere) {
+TEST_OF_TYPES(PlanCacheOf, FetchesPlansFromAnywhere) {
   auto const cache = this->m_source.view->createPlanCacheRead(2);
   for (int i = 0; i < 60; ++i) {
     Five begin, offset;
@@ -62,7 +62,7 @@ TYPED_TEST(PlanCacheOf, FetchesPlansFromAnywhere) {
   }
 }
 
-TYPED_TEST(PlanCacheOf, ReadsOneRowAfterTheOther) {
+TEST_OF_TYPES(PlanCacheOf, ReadsOneRowAfterTheOther) {
   pxl::instrument::Recorder probe;
   auto const cache = this->m_source.view->createPlanCacheRead(1);
   probe.clear();
@@ -73,7 +73,7 @@ TYPED_TEST(PlanCacheOf, ReadsOneRowAfterTheOther) {
     EXPECT_EQ(trace[static_cast<unsigned long>(i)].values, (std::vector<long>{5, 11, 18 + i, 33, 36, 55}));
 }
 
-TYPED_TEST(PlanCacheOf, KeepsSurplusRowsInPlace) {
+TEST_OF_TYPES(PlanCacheOf, KeepsSurplusRowsInPlace) {
   pxl::instrument::Recorder probe;
   auto const cache = this->m_source.view->createPlanCacheRead(1);
   TracingBlock const block({0, 0, 0, 0, 0});
@@ -97,7 +97,7 @@ TYPED_TEST(PlanCacheOf, KeepsSurplusRowsInPlace) {
   }
 }
 
-TYPED_TEST(PlanCacheOf, OfNoRowsAsksForNothing) {
+TEST_OF_TYPES(PlanCacheOf, OfNoRowsAsksForNothing) {
   pxl::instrument::Recorder probe;
   auto const cache = this->m_source.view->createPlanCacheRead(1);
   TracingBlock const block({0, 0, 0, 0, 0});
@@ -112,7 +112,7 @@ TYPED_TEST(PlanCacheOf, OfNoRowsAsksForNothing) {
 }
 
 // Plans roll as rows do: a step reads the rows of the one new plan.
-TYPED_TEST(PlanCacheOf, RollsAsARing) {
+TEST_OF_TYPES(PlanCacheOf, RollsAsARing) {
   pxl::instrument::Recorder probe;
   auto const cache = this->m_source.view->createPlanCacheRead(3);
   TracingBlock const block({0, 0, 1, 0, 0});

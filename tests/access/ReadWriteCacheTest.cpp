@@ -36,9 +36,9 @@ class ReadWriteCacheOf : public testing::Test {
     return {row.col, row.row, row.plan, row.sequence, row.spectralSeries};
   }
 };
-TYPED_TEST_SUITE(ReadWriteCacheOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(ReadWriteCacheOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(ReadWriteCacheOf, StartsWithEmptyRowsInItsSlots) {
+TEST_OF_TYPES(ReadWriteCacheOf, StartsWithEmptyRowsInItsSlots) {
   using Row = typename Target<TypeParam>::Row;
   using View = pxl::access::View<TypeParam>;
   static_assert(std::is_base_of_v<pxl::access::BaseRow<View, typename View::Allocator>, Row>);
@@ -59,7 +59,7 @@ TYPED_TEST(ReadWriteCacheOf, StartsWithEmptyRowsInItsSlots) {
   EXPECT_EQ(this->m_probe.count("readRowAt"), 0U);
 }
 
-TYPED_TEST(ReadWriteCacheOf, PlacesRowsAnywhere) {
+TEST_OF_TYPES(ReadWriteCacheOf, PlacesRowsAnywhere) {
   auto const cache = this->m_target.view->createRowCacheReadWrite(3);
   for (int i = 0; i < 100; ++i) {
     auto const place = this->makePlace();
@@ -80,7 +80,7 @@ TYPED_TEST(ReadWriteCacheOf, PlacesRowsAnywhere) {
 }
 
 // Existing voxels are kept; new ones are zero.
-TYPED_TEST(ReadWriteCacheOf, LeavesTheVoxelsOfAPlacedRow) {
+TEST_OF_TYPES(ReadWriteCacheOf, LeavesTheVoxelsOfAPlacedRow) {
   auto const cache = this->m_target.view->createRowCacheReadWrite(2);
   TracingBlock const block({1, 2, 3, 1, 1});
   auto* const row = cache->getRowInBlock(1, 12, block, 0, 0, 0, 0, 0);
@@ -100,7 +100,7 @@ TYPED_TEST(ReadWriteCacheOf, LeavesTheVoxelsOfAPlacedRow) {
   EXPECT_TRUE(cache->rows[0]->voxels.empty());
 }
 
-TYPED_TEST(ReadWriteCacheOf, FetchesThePresentVoxelsThroughTheBorder) {
+TEST_OF_TYPES(ReadWriteCacheOf, FetchesThePresentVoxelsThroughTheBorder) {
   auto const cache = this->m_target.view->createRowCacheReadWrite(3);
   for (int i = 0; i < 200; ++i) {
     auto const place = this->makePlace();
@@ -124,7 +124,7 @@ TYPED_TEST(ReadWriteCacheOf, FetchesThePresentVoxelsThroughTheBorder) {
 }
 
 // But not those that another row provides later.
-TYPED_TEST(ReadWriteCacheOf, FetchesWhatIsInTheImageByNow) {
+TEST_OF_TYPES(ReadWriteCacheOf, FetchesWhatIsInTheImageByNow) {
   auto const cache = this->m_target.view->createRowCacheReadWrite(2);
   TracingBlock const block({0, 4, 3, 1, 1});
   auto* const row = cache->fetchRowInBlock(0, 17, block, 0, 0, 0, 0, 0);
@@ -139,7 +139,7 @@ TYPED_TEST(ReadWriteCacheOf, FetchesWhatIsInTheImageByNow) {
     EXPECT_EQ(second->voxels[static_cast<unsigned long>(c)], this->m_target.expected.at({c, 4, 3, 1, 1}));
 }
 
-TYPED_TEST(ReadWriteCacheOf, LetsTheExceptionOfAReadThrough) {
+TEST_OF_TYPES(ReadWriteCacheOf, LetsTheExceptionOfAReadThrough) {
   this->m_probe.onRead = [](pxl::instrument::Event const&) { throw std::runtime_error("the row is gone"); };
   auto const cache = this->m_target.view->createRowCacheReadWrite(1);
   TracingBlock const block({0, 0, 0, 0, 0});
@@ -147,7 +147,7 @@ TYPED_TEST(ReadWriteCacheOf, LetsTheExceptionOfAReadThrough) {
   EXPECT_THROW(cache->fetchRowInBlock(0, 5, block, 0, 0, 0, 0, 0), std::runtime_error);
 }
 
-TYPED_TEST(ReadWriteCacheOf, StartsWithPlansInItsSlots) {
+TEST_OF_TYPES(ReadWriteCacheOf, StartsWithPlansInItsSlots) {
   for (unsigned long count : {0UL, 1UL, 4UL}) {
     auto const cache = this->m_target.view->createPlanCacheReadWrite(count);
     EXPECT_EQ(this->m_probe.getTrace().back().name, "createPlanCacheReadWrite");
@@ -161,7 +161,7 @@ TYPED_TEST(ReadWriteCacheOf, StartsWithPlansInItsSlots) {
   }
 }
 
-TYPED_TEST(ReadWriteCacheOf, PlacesPlansAnywhere) {
+TEST_OF_TYPES(ReadWriteCacheOf, PlacesPlansAnywhere) {
   auto const cache = this->m_target.view->createPlanCacheReadWrite(2);
   this->m_probe.clear();
   for (int i = 0; i < 60; ++i) {
@@ -188,7 +188,7 @@ TYPED_TEST(ReadWriteCacheOf, PlacesPlansAnywhere) {
 }
 
 // The surplus keeps its rows, with their places and voxels, until more are asked for.
-TYPED_TEST(ReadWriteCacheOf, KeepsSurplusRowsInPlace) {
+TEST_OF_TYPES(ReadWriteCacheOf, KeepsSurplusRowsInPlace) {
   auto const cache = this->m_target.view->createPlanCacheReadWrite(1);
   TracingBlock const block({2, 1, 3, 1, 0});
   auto* const plan = cache->getPlanInBlock(0, 5, 6, block, 0, 0, 0, 0, 0);
@@ -212,7 +212,7 @@ TYPED_TEST(ReadWriteCacheOf, KeepsSurplusRowsInPlace) {
 }
 
 // How reduction kernels write the results of a plan.
-TYPED_TEST(ReadWriteCacheOf, RowsOfAPlanAreWrittenOneByOne) {
+TEST_OF_TYPES(ReadWriteCacheOf, RowsOfAPlanAreWrittenOneByOne) {
   auto const cache = this->m_target.view->createPlanCacheReadWrite(1);
   pxl::access::Block3d const block(2, 5, 1, 1, 6, 1, 3, 12, 1, 1, 0);
   for (long p = 0; p < 3; ++p) {

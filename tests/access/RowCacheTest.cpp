@@ -21,9 +21,9 @@ using BaseRow = pxl::access::BaseRow<pxl::access::View<T>, Allocator<T>>;
 
 template <class T>
 class RowCacheOf : public testing::Test {};
-TYPED_TEST_SUITE(RowCacheOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(RowCacheOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(RowCacheOf, RowsAreABufferBehindTheirSlotNumber) {
+TEST_OF_TYPES(RowCacheOf, RowsAreABufferBehindTheirSlotNumber) {
   static_assert(std::is_base_of_v<BaseRow<TypeParam>, Row<TypeParam>>);
   static_assert(sizeof(Row<TypeParam>) == sizeof(BaseRow<TypeParam>));
   static_assert(std::has_virtual_destructor_v<BaseRow<TypeParam>>);
@@ -35,7 +35,7 @@ TYPED_TEST(RowCacheOf, RowsAreABufferBehindTheirSlotNumber) {
   EXPECT_EQ(reinterpret_cast<char const*>(&row.voxels) - reinterpret_cast<char const*>(&row), 16);
 }
 
-TYPED_TEST(RowCacheOf, StartsWithEmptyRowsInItsSlots) {
+TEST_OF_TYPES(RowCacheOf, StartsWithEmptyRowsInItsSlots) {
   oracle::Random random(501);
   Source<TypeParam> const source(random.image<TypeParam>({5, 4, 1, 1, 1}));
   for (unsigned long count : {0UL, 1UL, 3UL, 17UL}) {
@@ -56,7 +56,7 @@ TYPED_TEST(RowCacheOf, StartsWithEmptyRowsInItsSlots) {
   }
 }
 
-TYPED_TEST(RowCacheOf, FetchesRowsFromAnywhere) {
+TEST_OF_TYPES(RowCacheOf, FetchesRowsFromAnywhere) {
   oracle::Random random(502);
   for (int i = 0; i < 30; ++i) {
     Five sizes;
@@ -104,7 +104,7 @@ class BufferProbe : public pxl::instrument::Recorder {
   }
 };
 
-TYPED_TEST(RowCacheOf, AsksForAbsolutePositionsAsTheyStand) {
+TEST_OF_TYPES(RowCacheOf, AsksForAbsolutePositionsAsTheyStand) {
   oracle::Random random(503);
   Source<TypeParam> const source(random.image<TypeParam>({5, 4, 3, 2, 2}));
   BufferProbe probe;
@@ -121,7 +121,7 @@ TYPED_TEST(RowCacheOf, AsksForAbsolutePositionsAsTheyStand) {
 }
 
 // The begins in their order, the border condition held while they are asked and while the row is read.
-TYPED_TEST(RowCacheOf, HoldsTheBorderConditionThroughAFetch) {
+TEST_OF_TYPES(RowCacheOf, HoldsTheBorderConditionThroughAFetch) {
   oracle::Random random(504);
   Source<TypeParam> const source(random.image<TypeParam>({5, 4, 1, 1, 1}));
   pxl::instrument::Recorder probe;
@@ -147,7 +147,7 @@ TYPED_TEST(RowCacheOf, HoldsTheBorderConditionThroughAFetch) {
   EXPECT_EQ(view.getBorderCondition().use_count(), before);
 }
 
-TYPED_TEST(RowCacheOf, GrowsWithZerosAndShrinksInPlace) {
+TEST_OF_TYPES(RowCacheOf, GrowsWithZerosAndShrinksInPlace) {
   oracle::Image<TypeParam> image({9, 1, 1, 1, 1});
   for (TypeParam& voxel : image.voxels) voxel = TypeParam(7);
   Source<TypeParam> const source(image);
@@ -175,7 +175,7 @@ TYPED_TEST(RowCacheOf, GrowsWithZerosAndShrinksInPlace) {
   EXPECT_EQ(row->voxels.data(), data);
 }
 
-TYPED_TEST(RowCacheOf, AlwaysReadsAgain) {
+TEST_OF_TYPES(RowCacheOf, AlwaysReadsAgain) {
   oracle::Random random(505);
   Source<TypeParam> const source(random.image<TypeParam>({5, 4, 1, 1, 1}));
   pxl::instrument::Recorder probe;
@@ -186,7 +186,7 @@ TYPED_TEST(RowCacheOf, AlwaysReadsAgain) {
   EXPECT_TRUE(cache->rows[0]->voxels.empty());
 }
 
-TYPED_TEST(RowCacheOf, LetsTheExceptionOfAReadThrough) {
+TEST_OF_TYPES(RowCacheOf, LetsTheExceptionOfAReadThrough) {
   oracle::Random random(506);
   Source<TypeParam> const source(random.image<TypeParam>({5, 4, 1, 1, 1}));
   pxl::instrument::Recorder probe;
@@ -198,7 +198,7 @@ TYPED_TEST(RowCacheOf, LetsTheExceptionOfAReadThrough) {
 }
 
 // The smallest block with four neighbours: three rows of three voxels, most of them border.
-TYPED_TEST(RowCacheOf, ServesABlockOfOneVoxel) {
+TEST_OF_TYPES(RowCacheOf, ServesABlockOfOneVoxel) {
   oracle::Random random(507);
   Source<TypeParam> const source(random.image<TypeParam>({1, 1, 1, 1, 1}),
                                  pxl::access::FixedBorderCondition<TypeParam>::New(TypeParam(9)));
@@ -212,7 +212,7 @@ TYPED_TEST(RowCacheOf, ServesABlockOfOneVoxel) {
 }
 
 // The protocol of all neighbourhoods: the slot of the oldest row gets the new one, and the others are kept.
-TYPED_TEST(RowCacheOf, RollsAsARingWithoutMovingRows) {
+TEST_OF_TYPES(RowCacheOf, RollsAsARingWithoutMovingRows) {
   oracle::Random random(508);
   Source<TypeParam> const source(random.image<TypeParam>({21, 12, 1, 1, 1}));
   BufferProbe probe;

@@ -38,24 +38,24 @@ Lanes<T> takeMax(Lanes<T> const& a, Lanes<T> const& b) {
 
 template <class T>
 class SimdOf : public testing::Test {};
-TYPED_TEST_SUITE(SimdOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(SimdOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
 template <class T>
 class SimdOfReal : public testing::Test {};
-TYPED_TEST_SUITE(SimdOfReal, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(SimdOfReal, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
 
 template <class T>
 class SimdOfBytes : public testing::Test {};
 using ByteVoxelTypes = testing::Types<unsigned char, signed char>;
-TYPED_TEST_SUITE(SimdOfBytes, ByteVoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(SimdOfBytes, ByteVoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(SimdOf, HasSixteenBytesOfLanes) {
+TEST_OF_TYPES(SimdOf, HasSixteenBytesOfLanes) {
   static_assert(sizeof(typename Simd<TypeParam>::Vector) == 16);
   EXPECT_EQ(Simd<TypeParam>::cNbLanes, 16 / static_cast<long>(sizeof(TypeParam)));
   static_assert(std::is_empty_v<pxl::SimdVec::arch_128_tag>);
 }
 
-TYPED_TEST(SimdOf, LoadsAndStoresAtAnyVoxel) {
+TEST_OF_TYPES(SimdOf, LoadsAndStoresAtAnyVoxel) {
   oracle::Random random(301);
   alignas(16) TypeParam source[48], target[48];
   long const L = oracle::cLanes<TypeParam>;
@@ -73,7 +73,7 @@ TYPED_TEST(SimdOf, LoadsAndStoresAtAnyVoxel) {
     }
 }
 
-TYPED_TEST(SimdOf, BroadcastsToEveryLane) {
+TEST_OF_TYPES(SimdOf, BroadcastsToEveryLane) {
   oracle::Random random(302);
   using Limits = std::numeric_limits<TypeParam>;
   std::vector<TypeParam> values{Limits::lowest(), Limits::max(), TypeParam(0), TypeParam(1), TypeParam(-1)};
@@ -85,7 +85,7 @@ TYPED_TEST(SimdOf, BroadcastsToEveryLane) {
   }
 }
 
-TYPED_TEST(SimdOf, TakesOutLanesInTheirOrder) {
+TEST_OF_TYPES(SimdOf, TakesOutLanesInTheirOrder) {
   oracle::Random random(303);
   for (int i = 0; i < 100; ++i) {
     Lanes<TypeParam> a, b;
@@ -102,7 +102,7 @@ TYPED_TEST(SimdOf, TakesOutLanesInTheirOrder) {
   }
 }
 
-TYPED_TEST(SimdOf, HasTheSmallerAndTheLargerInEachLane) {
+TEST_OF_TYPES(SimdOf, HasTheSmallerAndTheLargerInEachLane) {
   oracle::Random random(304);
   using Limits = std::numeric_limits<TypeParam>;
   TypeParam const ends[] = {Limits::lowest(), TypeParam(Limits::lowest() + 1), TypeParam(-1), TypeParam(0),
@@ -121,7 +121,7 @@ TYPED_TEST(SimdOf, HasTheSmallerAndTheLargerInEachLane) {
   }
 }
 
-TYPED_TEST(SimdOfBytes, IsRightForEveryPair) {
+TEST_OF_TYPES(SimdOfBytes, IsRightForEveryPair) {
   using Limits = std::numeric_limits<TypeParam>;
   for (int x = Limits::lowest(); x <= Limits::max(); ++x)
     for (int y = Limits::lowest(); y <= Limits::max(); ++y) {
@@ -151,7 +151,7 @@ T fromBits(oracle::Bits<T> bits) {
 }
 
 // Where either is NaN or both are zero, the result is the second operand, bit for bit.
-TYPED_TEST(SimdOfReal, GivesTheSecondOperandForNaNAndZeros) {
+TEST_OF_TYPES(SimdOfReal, GivesTheSecondOperandForNaNAndZeros) {
   using T = TypeParam;
   using B = oracle::Bits<T>;
   T const quiet = std::numeric_limits<T>::quiet_NaN();
@@ -184,7 +184,7 @@ TYPED_TEST(SimdOfReal, GivesTheSecondOperandForNaNAndZeros) {
   }
 }
 
-TYPED_TEST(SimdOfReal, TakesInfinitiesAsNumbers) {
+TEST_OF_TYPES(SimdOfReal, TakesInfinitiesAsNumbers) {
   using T = TypeParam;
   T const infinity = std::numeric_limits<T>::infinity(), largest = std::numeric_limits<T>::max();
   EXPECT_EQ(takeMin(fill(infinity), fill(largest)).values[0], largest);

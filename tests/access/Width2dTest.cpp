@@ -10,9 +10,9 @@ using Types = testing::Types<signed char, unsigned short, unsigned int, int, flo
 
 template <class T>
 class WidthOfPlanes : public WidthOf<T> {};
-TYPED_TEST_SUITE(WidthOfPlanes, Types, oracle::VoxelTypeNames);
+TEST_TYPES(WidthOfPlanes, Types, oracle::VoxelTypeNames);
 
-TYPED_TEST(WidthOfPlanes, DoesNotShowInCrosses) {
+TEST_OF_TYPES(WidthOfPlanes, DoesNotShowInCrosses) {
   this->expectSame([](auto arch, auto const& image, bool isInPlace) {
     return TestFixture::getOutput(image, isInPlace, [&](auto const* input, auto* output) {
       runPasses<pxl::Filter2dTag, TypeParam>(arch, pxl::morphology::CrossKernel<Functor>(), input, output);
@@ -20,7 +20,7 @@ TYPED_TEST(WidthOfPlanes, DoesNotShowInCrosses) {
   });
 }
 
-TYPED_TEST(WidthOfPlanes, DoesNotShowInSquares) {
+TEST_OF_TYPES(WidthOfPlanes, DoesNotShowInSquares) {
   this->expectSame([](auto arch, auto const& image, bool isInPlace) {
     using Square = pxl::morphology::Neighborhood8ColumnsReductionSimd<Functor, TypeParam, decltype(arch)>;
     return TestFixture::getOutput(image, isInPlace, [&](auto const* input, auto* output) {

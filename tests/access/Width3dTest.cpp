@@ -9,9 +9,9 @@ using Types = testing::Types<unsigned char, short, float, double>;
 
 template <class T>
 class WidthOfVolumes : public WidthOf<T> {};
-TYPED_TEST_SUITE(WidthOfVolumes, Types, oracle::VoxelTypeNames);
+TEST_TYPES(WidthOfVolumes, Types, oracle::VoxelTypeNames);
 
-TYPED_TEST(WidthOfVolumes, DoesNotShowInListsOfVolumes) {
+TEST_OF_TYPES(WidthOfVolumes, DoesNotShowInListsOfVolumes) {
   this->expectSame([](auto arch, auto const& image, bool isInPlace) {
     pxl::morphology::ListKernel3d<Functor> const list({{-2, 0, -1}, {3, 1, 0}, {0, -1, 1}, {1, 0, 0}});
     return TestFixture::getOutput(image, isInPlace, [&](auto const* input, auto* output) {

@@ -10,9 +10,9 @@ namespace {
 
 template <class T>
 class WidthOfOthers : public WidthOf<T> {};
-TYPED_TEST_SUITE(WidthOfOthers, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(WidthOfOthers, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(WidthOfOthers, DoesNotShowInExtrema) {
+TEST_OF_TYPES(WidthOfOthers, DoesNotShowInExtrema) {
   this->expectSame([](auto arch, auto const& image, bool) {
     using T = TypeParam;
     using Kernel = pxl::analysis::IntensityExtremaSIMDGeneric<T>;
@@ -31,7 +31,7 @@ TYPED_TEST(WidthOfOthers, DoesNotShowInExtrema) {
   });
 }
 
-TYPED_TEST(WidthOfOthers, DoesNotShowInLogicalOperations) {
+TEST_OF_TYPES(WidthOfOthers, DoesNotShowInLogicalOperations) {
   using T = TypeParam;
   if constexpr (std::is_integral_v<T>)
     this->expectSame([](auto arch, auto const& image, bool isInPlace) {
@@ -51,7 +51,7 @@ TYPED_TEST(WidthOfOthers, DoesNotShowInLogicalOperations) {
     });
 }
 
-TYPED_TEST(WidthOfOthers, DoesNotShowInWeightedSums) {
+TEST_OF_TYPES(WidthOfOthers, DoesNotShowInWeightedSums) {
   using T = TypeParam;
   if constexpr (std::is_floating_point_v<T>)
     this->expectSame([](auto arch, auto const& image, bool isInPlace) {

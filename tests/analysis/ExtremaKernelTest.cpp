@@ -11,7 +11,7 @@ namespace {
 
 template <class T>
 class ExtremaKernelOf : public testing::Test {};
-TYPED_TEST_SUITE(ExtremaKernelOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(ExtremaKernelOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
 struct InitialValues {
   double low, high;
@@ -30,7 +30,7 @@ InitialValues getInitialValues() {
   return {-0x1.fffffffffffffp1023, 0x1.fffffffffffffp1023};
 }
 
-TYPED_TEST(ExtremaKernelOf, IsARecordOfFourVoxelsThatStartsInverted) {
+TEST_OF_TYPES(ExtremaKernelOf, IsARecordOfFourVoxelsThatStartsInverted) {
   using E = Extrema<TypeParam>;
   static_assert(sizeof(E) == 4 * sizeof(TypeParam) && std::is_standard_layout_v<E>);
   static_assert(offsetof(E, minimum) == 0 && offsetof(E, maximum) == sizeof(TypeParam));
@@ -44,7 +44,7 @@ TYPED_TEST(ExtremaKernelOf, IsARecordOfFourVoxelsThatStartsInverted) {
   delete made;
 }
 
-TYPED_TEST(ExtremaKernelOf, DependsNeitherOnTheCutNorOnTheOrder) {
+TEST_OF_TYPES(ExtremaKernelOf, DependsNeitherOnTheCutNorOnTheOrder) {
   oracle::Random random(1101);
   long const L = oracle::cLanes<TypeParam>;
   for (long nbCols : {1L, 2L, L - 1, L, L + 1, 2 * L, 3 * L + 1, 4 * L, 5 * L, 8 * L + 3, 13 * L - 1}) {
@@ -68,7 +68,7 @@ TYPED_TEST(ExtremaKernelOf, DependsNeitherOnTheCutNorOnTheOrder) {
 }
 
 // Each row once, as long as whole vectors; the last column's surplus is the border's.
-TYPED_TEST(ExtremaKernelOf, ReadsEachRowOnceUpToWholeVectors) {
+TEST_OF_TYPES(ExtremaKernelOf, ReadsEachRowOnceUpToWholeVectors) {
   oracle::Random random(1102);
   long const L = oracle::cLanes<TypeParam>;
   Source<TypeParam> const source(makeImage<TypeParam>(random, {2 * L + 1, 4, 3, 1, 1}));
@@ -83,7 +83,7 @@ TYPED_TEST(ExtremaKernelOf, ReadsEachRowOnceUpToWholeVectors) {
 }
 
 // Leaves are independent: the reads of one are those of another, shifted.
-TYPED_TEST(ExtremaKernelOf, ReadsAlikeInTheMiddleAndAtTheEdge) {
+TEST_OF_TYPES(ExtremaKernelOf, ReadsAlikeInTheMiddleAndAtTheEdge) {
   oracle::Random random(1103);
   long const L = oracle::cLanes<TypeParam>;
   Source<TypeParam> const source(makeImage<TypeParam>(random, {3 * L, 9, 6, 1, 1}));
@@ -102,7 +102,7 @@ TYPED_TEST(ExtremaKernelOf, ReadsAlikeInTheMiddleAndAtTheEdge) {
   EXPECT_EQ(readsOf(2 * L + 1, 6, 4), inside);
 }
 
-TYPED_TEST(ExtremaKernelOf, ReadsNoMoreOnceItsRangeIsFull) {
+TEST_OF_TYPES(ExtremaKernelOf, ReadsNoMoreOnceItsRangeIsFull) {
   long const L = oracle::cLanes<TypeParam>;
   oracle::Image<TypeParam> image({L, 4, 1, 1, 1});
   image.at({0, 1, 0, 0, 0}) = std::numeric_limits<TypeParam>::lowest();

@@ -13,7 +13,7 @@ namespace {
 
 template <class T>
 class ExtremaKernelOfReal : public testing::Test {};
-TYPED_TEST_SUITE(ExtremaKernelOfReal, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(ExtremaKernelOfReal, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
 
 // What one block gives, lane by lane: a new voxel comes second in each comparison, and wins unless the first is
 // strictly better.
@@ -49,7 +49,7 @@ void expectSameBits(Extrema<T> const& extrema, Extrema<T> const& expected, std::
 }
 
 // Rare and frequent NaN, in rows of any length.
-TYPED_TEST(ExtremaKernelOfReal, ForgetsALanesVoxelsAtANaN) {
+TEST_OF_TYPES(ExtremaKernelOfReal, ForgetsALanesVoxelsAtANaN) {
   using T = TypeParam;
   oracle::Random random(1104);
   long nbForgotten = 0;
@@ -73,7 +73,7 @@ TYPED_TEST(ExtremaKernelOfReal, ForgetsALanesVoxelsAtANaN) {
 }
 
 // Zeros of both signs, infinities, NaN and numbers whose sums overflow, in every mixture and many lengths of rows.
-TYPED_TEST(ExtremaKernelOfReal, GivesEachBitOfTheOrderedComparisons) {
+TEST_OF_TYPES(ExtremaKernelOfReal, GivesEachBitOfTheOrderedComparisons) {
   using T = TypeParam;
   using Limits = std::numeric_limits<T>;
   oracle::Random random(1105);
@@ -101,7 +101,7 @@ TYPED_TEST(ExtremaKernelOfReal, GivesEachBitOfTheOrderedComparisons) {
   }
 }
 
-TYPED_TEST(ExtremaKernelOfReal, KeepsTheStartingRangeOnNothingButNaN) {
+TEST_OF_TYPES(ExtremaKernelOfReal, KeepsTheStartingRangeOnNothingButNaN) {
   using T = TypeParam;
   oracle::Image<T> image({9, 4, 2, 1, 1});
   std::fill(image.voxels.begin(), image.voxels.end(), std::numeric_limits<T>::quiet_NaN());
@@ -111,7 +111,7 @@ TYPED_TEST(ExtremaKernelOfReal, KeepsTheStartingRangeOnNothingButNaN) {
   EXPECT_EQ(extrema.maximum, std::numeric_limits<T>::lowest());
 }
 
-TYPED_TEST(ExtremaKernelOfReal, TakesInfinitiesAsTheComparisonsGive) {
+TEST_OF_TYPES(ExtremaKernelOfReal, TakesInfinitiesAsTheComparisonsGive) {
   using T = TypeParam;
   T const infinity = std::numeric_limits<T>::infinity(), largest = std::numeric_limits<T>::max();
   struct Case {
@@ -142,7 +142,7 @@ TYPED_TEST(ExtremaKernelOfReal, TakesInfinitiesAsTheComparisonsGive) {
 }
 
 // Two zeros of opposite signs, anywhere in a lane of a row: the one that comes later is the result, in every bit.
-TYPED_TEST(ExtremaKernelOfReal, TakesTheLaterOfEqualZerosWithinABlock) {
+TEST_OF_TYPES(ExtremaKernelOfReal, TakesTheLaterOfEqualZerosWithinABlock) {
   using T = TypeParam;
   long const L = oracle::cLanes<T>;
   for (long nbVectors = 2; nbVectors <= 13; ++nbVectors)
@@ -163,7 +163,7 @@ TYPED_TEST(ExtremaKernelOfReal, TakesTheLaterOfEqualZerosWithinABlock) {
         }
 }
 
-TYPED_TEST(ExtremaKernelOfReal, KeepsTheFirstOfEqualZeros) {
+TEST_OF_TYPES(ExtremaKernelOfReal, KeepsTheFirstOfEqualZeros) {
   using T = TypeParam;
   for (T first : {T(0), T(-0.0)}) {
     oracle::Image<T> image({1, 2, 1, 1, 1});

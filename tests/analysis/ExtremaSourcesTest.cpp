@@ -48,9 +48,9 @@ class ExtremaSourcesOf : public ExtremaTest {
       }
   }
 };
-TYPED_TEST_SUITE(ExtremaSourcesOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(ExtremaSourcesOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(ExtremaSourcesOf, AnImageOnDiskIsMeasured) {
+TEST_OF_TYPES(ExtremaSourcesOf, AnImageOnDiskIsMeasured) {
   for (unsigned long offset : {0UL, 13UL}) {
     VoxelFile const file(this->m_image, offset);
     auto const image = pxl::Image::OnDisk(file.path, pxl::FileModes::cReadOnly, oracle::cHostType<TypeParam>,
@@ -59,7 +59,7 @@ TYPED_TEST(ExtremaSourcesOf, AnImageOnDiskIsMeasured) {
   }
 }
 
-TYPED_TEST(ExtremaSourcesOf, AMappedFileIsMeasured) {
+TEST_OF_TYPES(ExtremaSourcesOf, AMappedFileIsMeasured) {
   for (unsigned long offset : {0UL, 13UL}) {
     VoxelFile const file(this->m_image, offset);
     auto const image = pxl::Image::OnMappedFile(file.path, oracle::cHostType<TypeParam>,
@@ -69,7 +69,7 @@ TYPED_TEST(ExtremaSourcesOf, AMappedFileIsMeasured) {
 }
 
 // Rows with odd strides, upside down, with the extremes of the type between them: these are ignored.
-TYPED_TEST(ExtremaSourcesOf, ForeignMemoryIsMeasuredByItsStrides) {
+TEST_OF_TYPES(ExtremaSourcesOf, ForeignMemoryIsMeasuredByItsStrides) {
   Five const& sizes = this->m_image.sizes;
   long const size = static_cast<long>(sizeof(TypeParam));
   long const rowStride = (sizes[0] + 5) * size + 1, planStride = sizes[1] * rowStride + 7;
@@ -90,7 +90,7 @@ TYPED_TEST(ExtremaSourcesOf, ForeignMemoryIsMeasuredByItsStrides) {
 }
 
 // A window in an image of extreme voxels: voxels outside are ignored, also in the excess lanes of a last vector.
-TYPED_TEST(ExtremaSourcesOf, AWindowIsMeasuredAsAnImageOfItsOwn) {
+TEST_OF_TYPES(ExtremaSourcesOf, AWindowIsMeasuredAsAnImageOfItsOwn) {
   Five const begin{3, 2, 1, 1, 1};
   Five around;
   for (unsigned long d = 0; d < 5; ++d) around[d] = this->m_image.sizes[d] + 2 * begin[d];
@@ -120,12 +120,12 @@ TYPED_TEST(ExtremaSourcesOf, AWindowIsMeasuredAsAnImageOfItsOwn) {
   this->expectAllMasks(inner, expected);
 }
 
-TYPED_TEST(ExtremaSourcesOf, TheInterpretationPlaysNoPart) {
+TEST_OF_TYPES(ExtremaSourcesOf, TheInterpretationPlaysNoPart) {
   this->expectAllMasks(*oracle::toHost(this->m_image, pxl::cBinary), this->m_image);
 }
 
 // Filters have no algorithm of their own and cover their window whole. So execute() takes the whole image alone.
-TYPED_TEST(ExtremaSourcesOf, TheRegionOfTheAlgorithmPlaysNoPart) {
+TEST_OF_TYPES(ExtremaSourcesOf, TheRegionOfTheAlgorithmPlaysNoPart) {
   auto const image = oracle::toHost(this->m_image);
   this->algorithm.inputImage = image.get();
   this->algorithm.setProcessingRegion(pxl::access::Region(1, 2, 1, 2, 1, 2, 1, 2, 1, 2));
@@ -151,7 +151,7 @@ class PaddedArray : public pxl::analysis::MeasureArray {
   int nbResizes = 0;
 };
 
-TYPED_TEST(ExtremaSourcesOf, ResultsGoWhereTheStridesOfTheArraysSay) {
+TEST_OF_TYPES(ExtremaSourcesOf, ResultsGoWhereTheStridesOfTheArraysSay) {
   auto const host = oracle::toHost(this->m_image);
   for (int mask = 0; mask < 8; ++mask) {
     PaddedArray minimum, maximum;

@@ -35,13 +35,13 @@ class ExtremaValuesOf : public ExtremaTest {
     expectNothingAlive();
   }
 };
-TYPED_TEST_SUITE(ExtremaValuesOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(ExtremaValuesOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(ExtremaValuesOf, AreTheOraclesOnOneThread) { this->compareOnThreads(1); }
-TYPED_TEST(ExtremaValuesOf, AreTheOraclesOnTwoThreads) { this->compareOnThreads(2); }
-TYPED_TEST(ExtremaValuesOf, AreTheOraclesOnSixteenThreads) { this->compareOnThreads(16); }
+TEST_OF_TYPES(ExtremaValuesOf, AreTheOraclesOnOneThread) { this->compareOnThreads(1); }
+TEST_OF_TYPES(ExtremaValuesOf, AreTheOraclesOnTwoThreads) { this->compareOnThreads(2); }
+TEST_OF_TYPES(ExtremaValuesOf, AreTheOraclesOnSixteenThreads) { this->compareOnThreads(16); }
 
-TYPED_TEST(ExtremaValuesOf, AreTheOraclesOnRandomImages) {
+TEST_OF_TYPES(ExtremaValuesOf, AreTheOraclesOnRandomImages) {
   oracle::Random random(1230);
   for (int i = 0; i < 150; ++i) {
     oracle::Five sizes{random.number(1, 70), random.number(1, 20), random.number(1, 6), random.number(1, 4),
@@ -58,7 +58,7 @@ TYPED_TEST(ExtremaValuesOf, AreTheOraclesOnRandomImages) {
 }
 
 // One large volume as the host cuts it.
-TYPED_TEST(ExtremaValuesOf, AreTheOraclesOnALargeImage) {
+TEST_OF_TYPES(ExtremaValuesOf, AreTheOraclesOnALargeImage) {
   oracle::Random random(1240);
   auto const image = makeImage<TypeParam>(random, {517, 301, 5, 1, 1});
   auto const host = oracle::toHost(image);
@@ -68,7 +68,7 @@ TYPED_TEST(ExtremaValuesOf, AreTheOraclesOnALargeImage) {
   }
 }
 
-TYPED_TEST(ExtremaValuesOf, ConvertExactly) {
+TEST_OF_TYPES(ExtremaValuesOf, ConvertExactly) {
   using Limits = std::numeric_limits<TypeParam>;
   std::vector<TypeParam> values{Limits::lowest(), TypeParam(Limits::lowest() / 2), TypeParam(0),
                                 TypeParam(1),     TypeParam(Limits::max() / 2),    TypeParam(Limits::max() / 2 + 1),
@@ -84,7 +84,7 @@ TYPED_TEST(ExtremaValuesOf, ConvertExactly) {
 }
 
 // Five plans, one of them the only one with a certain voxel: a row of results, each of one plan.
-TYPED_TEST(ExtremaValuesOf, AreApartForEachPlan) {
+TEST_OF_TYPES(ExtremaValuesOf, AreApartForEachPlan) {
   oracle::Image<TypeParam> image({3, 2, 5, 1, 1});
   for (long p = 0; p < 5; ++p)
     for (long r = 0; r < 2; ++r)
@@ -98,7 +98,7 @@ TYPED_TEST(ExtremaValuesOf, AreApartForEachPlan) {
 }
 
 // Each row has both ends of the range: the block that comes first is read, and no other.
-TYPED_TEST(ExtremaValuesOf, NeedOneBlockOfASaturatedImage) {
+TEST_OF_TYPES(ExtremaValuesOf, NeedOneBlockOfASaturatedImage) {
   oracle::Image<TypeParam> image({20, 6, 3, 1, 1});
   for (long p = 0; p < 3; ++p)
     for (long r = 0; r < 6; ++r) {
@@ -117,7 +117,7 @@ TYPED_TEST(ExtremaValuesOf, NeedOneBlockOfASaturatedImage) {
   }
 }
 
-TYPED_TEST(ExtremaValuesOf, OfAnEmptyImageAreTheStartingRange) {
+TEST_OF_TYPES(ExtremaValuesOf, OfAnEmptyImageAreTheStartingRange) {
   using Limits = std::numeric_limits<TypeParam>;
   for (unsigned long d = 0; d < 5; ++d) {
     pxl::ImageSizes sizes{4, 3, 2, 2, 2};

@@ -176,12 +176,12 @@ TEST_F(FilterReduction, PassesExceptionsOfFunctorsOnAndFreesEverything) {
 
 template <class T>
 class ExtremaJoinOf : public testing::Test {};
-TYPED_TEST_SUITE(ExtremaJoinOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(ExtremaJoinOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
 template <class T>
 using Extrema = pxl::analysis::IntensityExtremaSIMDGeneric<T>;
 
-TYPED_TEST(ExtremaJoinOf, TakesTheSmallerMinimumAndTheLargerMaximum) {
+TEST_OF_TYPES(ExtremaJoinOf, TakesTheSmallerMinimumAndTheLargerMaximum) {
   TypeParam const values[] = {TypeParam(1), TypeParam(2), TypeParam(3), TypeParam(4)};
   for (TypeParam low : values)
     for (TypeParam high : values)

@@ -172,7 +172,7 @@ class MutantBuild:
             return re.findall(r"^CMAKE_CXX_COMPILER_LAUNCHER:\w+=(.+)$", file.read(), re.MULTILINE)
 
     def read_units(self):
-        """{object: (target, source, words of its command)} of all objects that a mutation may be compiled into."""
+        """{object: (target, sources, words of its command)} of all objects that a mutation may be compiled into."""
         with open(os.path.join(self.build, "compile_commands.json"), encoding="utf-8") as file:
             entries = json.load(file)
         for entry in entries:
@@ -185,12 +185,19 @@ class MutantBuild:
             if target == "pxlworks_host_bodies":  # a part of both hosts
                 target = "pxlworks_pxl_instrumented"
             if target in LIBRARIES or target in SHARED or target.startswith("test_"):
-                self.units[made] = target, os.path.realpath(entry["file"]), words
+                self.units[made] = target, self.sources_of(os.path.realpath(entry["file"])), words
+
+    def sources_of(self, unit):
+        """Several where the unit is a file of CMake's that includes them."""
+        if not unit.startswith(self.build):
+            return [unit]
+        with open(unit, encoding="utf-8") as file:
+            return re.findall(r'^#include "(.+)"$', file.read(), re.MULTILINE)
 
     def read_shared(self):
         """{object: files it is made of, as ninja knows them} of what is shared, and of its copies in the host."""
-        sources = {source for target, source, _ in self.units.values() if target in SHARED}
-        objects = [made for made, (_, source, _) in self.units.items() if source in sources]
+        shared = {source for target, sources, _ in self.units.values() if target in SHARED for source in sources}
+        objects = [made for made, (_, sources, _) in self.units.items() if shared.intersection(sources)]
         for record in self.ninja("deps", *objects).strip().split("\n\n"):
             made, *files = record.split("\n")
             made = made.split(":")[0]
@@ -212,10 +219,10 @@ class MutantBuild:
         holders = [*LIBRARIES, *SHARED, *(program for program, _ in mutation.tests)]
         for unit in mutation.units:
             path = os.path.join(self.root, unit)
-            made = [made for made, (target, source, _) in self.units.items() if source == path and target in holders]
+            made = [made for made, (target, sources, _) in self.units.items() if path in sources and target in holders]
             if not made:
                 raise DoesNotBuild(f"{unit} belongs to no library or test program of {self.build}")
-            objects += made
+            objects += [one for one in made if one not in objects]
         mutated = os.path.join(self.root, mutation.file)
         shared = [made for made, files in self.shared.items() if mutated in files and made not in objects]
         return objects, shared
@@ -229,17 +236,19 @@ class MutantBuild:
 
     def compile(self, replaced):
         """Compiles an object's unit; gives the object made in its place."""
-        _, source, words = self.units[replaced]
+        _, sources, words = self.units[replaced]
         made = os.path.join(self.work, "objects", replaced)
         os.makedirs(os.path.dirname(made), exist_ok=True)
+        unit = made + ".cpp"
+        with open(unit, "w", encoding="utf-8") as file:
+            file.writelines(f'#include "{source.replace(self.root, self.copy)}"\n' for source in sources)
         first = next(i for i, word in enumerate(words) if word.startswith("-"))
         options = [word.replace(self.root, self.copy) if word.startswith("-I") else word
                    for word in words[first:words.index("-o")]]
         # Precompiled headers are of the folder's compiler. Units include what they use.
         options = [word for i, word in enumerate(options)
                    if not re.match(r"-O|-W|-fno-gnu-unique$", word) and "cmake_pch" not in "".join(options[i:i + 2])]
-        self.call([*self.launcher, self.compiler, *options, "-O0", "-w", "-o", made, "-c",
-                   source.replace(self.root, self.copy)])
+        self.call([*self.launcher, self.compiler, *options, "-O0", "-w", "-o", made, "-c", unit])
         return made
 
     def link(self, target, objects, folder):

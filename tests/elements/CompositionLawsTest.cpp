@@ -32,9 +32,9 @@ std::vector<StructuringElement> collectElements(oracle::Random& random) {
 
 template <class T>
 class CompositionLaws : public ElementTest {};
-TYPED_TEST_SUITE(CompositionLaws, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(CompositionLaws, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(CompositionLaws, HoldForAnyElement) {
+TEST_OF_TYPES(CompositionLaws, HoldForAnyElement) {
   using T = TypeParam;
   oracle::Random random(51);
   for (StructuringElement const& element : collectElements(random)) {
@@ -53,7 +53,7 @@ TYPED_TEST(CompositionLaws, HoldForAnyElement) {
 }
 
 // The images above tell an opening from one that forgets to mirror.
-TYPED_TEST(CompositionLaws, FailWithoutTheMirror) {
+TEST_OF_TYPES(CompositionLaws, FailWithoutTheMirror) {
   using T = TypeParam;
   oracle::Random random(52);
   auto const element = StructuringElement::line(4, 0);
@@ -65,7 +65,7 @@ TYPED_TEST(CompositionLaws, FailWithoutTheMirror) {
   EXPECT_FALSE(isBelow(image, closedOnce));
 }
 
-TYPED_TEST(CompositionLaws, DifferencesAddUp) {
+TEST_OF_TYPES(CompositionLaws, DifferencesAddUp) {
   using T = TypeParam;
   oracle::Random random(53);
   // Reals whose differences are exact.

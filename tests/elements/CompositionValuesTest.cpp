@@ -31,9 +31,9 @@ constexpr char const* cElements[] = {"connectivity(4)",
 
 template <class T>
 class CompositionOfType : public ElementTest {};
-TYPED_TEST_SUITE(CompositionOfType, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(CompositionOfType, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(CompositionOfType, GivesWhatPlainLoopsGive) {
+TEST_OF_TYPES(CompositionOfType, GivesWhatPlainLoopsGive) {
   oracle::Random random(41);
   auto const image = random.image<TypeParam>({17, 5, 3, 2, 1});
   for (char const* text : cElements)
@@ -41,7 +41,7 @@ TYPED_TEST(CompositionOfType, GivesWhatPlainLoopsGive) {
 }
 
 // The largest differences there are.
-TYPED_TEST(CompositionOfType, HasRoomForTheWholeRange) {
+TEST_OF_TYPES(CompositionOfType, HasRoomForTheWholeRange) {
   using T = TypeParam;
   oracle::Random random(42);
   auto image = random.image<T>({40, 9, 2, 1, 1});
@@ -52,7 +52,7 @@ TYPED_TEST(CompositionOfType, HasRoomForTheWholeRange) {
     for (Way const& way : cWays) EXPECT_TRUE(isRight(way, StructuringElement::parse(text), image));
 }
 
-TYPED_TEST(CompositionOfType, TakesAnyFootprint) {
+TEST_OF_TYPES(CompositionOfType, TakesAnyFootprint) {
   oracle::Random random(43);
   for (int i = 0; i < 12; ++i) {
     auto const image =

@@ -25,10 +25,10 @@ testing::AssertionResult isPassRight(Way const& way, StructuringElement const& e
 
 template <class T>
 class ElementRunnerOfType : public ElementTest {};
-TYPED_TEST_SUITE(ElementRunnerOfType, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(ElementRunnerOfType, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
 // 504 over all types; half of them with an origin anywhere.
-TYPED_TEST(ElementRunnerOfType, TakesAnyFootprint) {
+TEST_OF_TYPES(ElementRunnerOfType, TakesAnyFootprint) {
   using T = TypeParam;
   oracle::Random random(31 + sizeof(T));
   for (int i = 0; i < 63; ++i) {

@@ -19,9 +19,9 @@ class FirEdges : public PluginTest {
     return std::vector<T>(voxels, voxels + row.size());
   }
 };
-TYPED_TEST_SUITE(FirEdges, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(FirEdges, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(FirEdges, MirrorWithoutRepeatingTheEdgeAtAnyDistance) {
+TEST_OF_TYPES(FirEdges, MirrorWithoutRepeatingTheEdgeAtAnyDistance) {
   using T = TypeParam;
   std::vector<T> const row{1, 2, 3, 4};
   EXPECT_EQ(this->runOnRow(row, {{2, 0, 0, 1.}}), (std::vector<T>{3, 4, 3, 2}));
@@ -34,7 +34,7 @@ TYPED_TEST(FirEdges, MirrorWithoutRepeatingTheEdgeAtAnyDistance) {
 }
 
 // A sum that began with 0 would lose the sign.
-TYPED_TEST(FirEdges, BeginWithTheFirstProduct) {
+TEST_OF_TYPES(FirEdges, BeginWithTheFirstProduct) {
   using T = TypeParam;
   for (int dimension : {2, 3}) {
     auto const result = this->runOnRow({T(1), T(-0.), T(0)}, {{0, 0, 0, -0.}}, dimension);
@@ -45,7 +45,7 @@ TYPED_TEST(FirEdges, BeginWithTheFirstProduct) {
   }
 }
 
-TYPED_TEST(FirEdges, MultiplyByZeroTooWhichMakesNaNOfInfinity) {
+TEST_OF_TYPES(FirEdges, MultiplyByZeroTooWhichMakesNaNOfInfinity) {
   using T = TypeParam;
   T const inf = std::numeric_limits<T>::infinity(), nan = std::numeric_limits<T>::quiet_NaN();
   for (int dimension : {2, 3}) {
@@ -63,7 +63,7 @@ TYPED_TEST(FirEdges, MultiplyByZeroTooWhichMakesNaNOfInfinity) {
 }
 
 // Sums depend on the order: a tiny addend after a large one is lost.
-TYPED_TEST(FirEdges, AddInTheOrderOfTheListInTheirOwnPrecision) {
+TEST_OF_TYPES(FirEdges, AddInTheOrderOfTheListInTheirOwnPrecision) {
   using T = TypeParam;
   double const large = 4. / static_cast<double>(std::numeric_limits<T>::epsilon());
   EXPECT_EQ(this->runOnRow({1}, {{0, 0, 0, large}, {0, 0, 0, 1.}, {0, 0, 0, -large}}), std::vector<T>{0});

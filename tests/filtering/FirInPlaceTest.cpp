@@ -15,7 +15,7 @@ class FirInPlace : public PluginTest {
   pxl::instrument::Recorder recorder;
   oracle::Random random{711};
 };
-TYPED_TEST_SUITE(FirInPlace, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(FirInPlace, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
 /** The full box of each reach, and boxes on one side of the voxel or away from it. */
 std::vector<Taps> makeReaches(oracle::Random& random, int dimension) {
@@ -39,7 +39,7 @@ std::vector<Taps> makeReaches(oracle::Random& random, int dimension) {
   return lists;
 }
 
-TYPED_TEST(FirInPlace, EqualsApartForEveryReach) {
+TEST_OF_TYPES(FirInPlace, EqualsApartForEveryReach) {
   using T = TypeParam;
   for (int dimension : {2, 3})
     for (Taps const& taps : makeReaches(this->random, dimension)) {
@@ -55,7 +55,7 @@ TYPED_TEST(FirInPlace, EqualsApartForEveryReach) {
     }
 }
 
-TYPED_TEST(FirInPlace, TakesTwoImagesOfOneMemory) {
+TEST_OF_TYPES(FirInPlace, TakesTwoImagesOfOneMemory) {
   using T = TypeParam;
   for (int dimension : {2, 3}) {
     auto const taps = makeTaps(this->random, dimension, 9, 2);
@@ -69,7 +69,7 @@ TYPED_TEST(FirInPlace, TakesTwoImagesOfOneMemory) {
   }
 }
 
-TYPED_TEST(FirInPlace, GivesTheSameWithoutExtraMemory) {
+TEST_OF_TYPES(FirInPlace, GivesTheSameWithoutExtraMemory) {
   using T = TypeParam;
   auto const taps = makeTaps(this->random, 3, 9, 2);
   auto const image = this->random.template image<T>({40, 21, 6, 1, 1});
@@ -88,7 +88,7 @@ TYPED_TEST(FirInPlace, GivesTheSameWithoutExtraMemory) {
   }
 }
 
-TYPED_TEST(FirInPlace, LeavesTheImageWholeWhenItDoesNotFinish) {
+TEST_OF_TYPES(FirInPlace, LeavesTheImageWholeWhenItDoesNotFinish) {
   using T = TypeParam;
   auto const taps = makeTaps(this->random, 3, 9, 2);
   auto const image = this->random.template image<T>({30, 21, 6, 2, 1});

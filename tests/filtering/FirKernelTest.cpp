@@ -42,9 +42,9 @@ class GuardedMemory {
 
 template <class T>
 class FirKernel : public testing::Test {};
-TYPED_TEST_SUITE(FirKernel, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(FirKernel, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(FirKernel, ComputesRowsOfAnyLengthAndTouchesNothingBeyond) {
+TEST_OF_TYPES(FirKernel, ComputesRowsOfAnyLengthAndTouchesNothingBeyond) {
   using T = TypeParam;
   constexpr long L = oracle::cLanes<T>;
   oracle::Random random(731);
@@ -89,7 +89,7 @@ std::vector<T> apply(Kernel kernel, oracle::Image<T> const& image) {
 }
 
 // Of a longer list of coefficients the rest is left alone.
-TYPED_TEST(FirKernel, ReadsAsManyCoefficientsAsThereAreOffsets) {
+TEST_OF_TYPES(FirKernel, ReadsAsManyCoefficientsAsThereAreOffsets) {
   using T = TypeParam;
   oracle::Random random(732);
   auto const image = random.image<T>({19, 6, 3, 1, 1});

@@ -20,9 +20,9 @@ class FirValues : public PluginTest {
   pxl::instrument::Recorder recorder;
   oracle::Random random{701};
 };
-TYPED_TEST_SUITE(FirValues, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(FirValues, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(FirValues, AreThoseOfPlainLoopsForEveryInput) {
+TEST_OF_TYPES(FirValues, AreThoseOfPlainLoopsForEveryInput) {
   using Out = TypeParam;
   for (int dimension : {2, 3}) {
     auto const lists = makeTapLists(this->random, dimension);
@@ -43,7 +43,7 @@ TYPED_TEST(FirValues, AreThoseOfPlainLoopsForEveryInput) {
   }
 }
 
-TYPED_TEST(FirValues, DoNotDependOnCutsAndThreads) {
+TEST_OF_TYPES(FirValues, DoNotDependOnCutsAndThreads) {
   using Out = TypeParam;
   for (int dimension : {2, 3}) {
     auto const taps = makeTaps(this->random, dimension, 11, 3);
@@ -61,7 +61,7 @@ TYPED_TEST(FirValues, DoNotDependOnCutsAndThreads) {
   }
 }
 
-TYPED_TEST(FirValues, OfAWindowStayWithinIt) {
+TEST_OF_TYPES(FirValues, OfAWindowStayWithinIt) {
   using Out = TypeParam;
   auto const taps = makeTaps(this->random, 3, 9, 2);
   auto const image = this->random.template image<unsigned char>({12, 9, 6, 3, 2});
@@ -84,7 +84,7 @@ TYPED_TEST(FirValues, OfAWindowStayWithinIt) {
 
 // Rows, columns and plans run from begin to end, sequence and spectral series from begin to count. execute() refuses
 // the odd ones of these regions.
-TYPED_TEST(FirValues, OfARegionStayWithinIt) {
+TEST_OF_TYPES(FirValues, OfARegionStayWithinIt) {
   using Out = TypeParam;
   for (int dimension : {2, 3}) {
     auto const taps = makeTaps(this->random, dimension, 9, 2);

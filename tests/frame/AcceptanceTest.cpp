@@ -8,15 +8,15 @@ namespace {
 
 template <class Op>
 class EveryRunner : public RunnerTest<Op> {};
-TYPED_TEST_SUITE(EveryRunner, AllOperators, OperatorNames);
+TEST_TYPES(EveryRunner, AllOperators, OperatorNames);
 
-TYPED_TEST(EveryRunner, IsOneBarePointerOfOptimisationTypeOne) {
+TEST_OF_TYPES(EveryRunner, IsOneBarePointerOfOptimisationTypeOne) {
   static_assert(sizeof(typename TypeParam::Runner) == sizeof(void*));
   EXPECT_EQ(this->runner.getOptimType(), 1);
 }
 
 // Behind the two destructors: run, isRunnable, getOptimType. Called as the host's compiled code does.
-TYPED_TEST(EveryRunner, HasItsOperationsInTheOrderOfTheContract) {
+TEST_OF_TYPES(EveryRunner, HasItsOperationsInTheOrderOfTheContract) {
   using RunSlot = void (*)(pxl::Runnable const*, pxl::BaseAlgorithm*);
   using IsRunnableSlot = bool (*)(pxl::Runnable const*, pxl::BaseAlgorithm*);
   using OptimTypeSlot = int (*)(pxl::Runnable const*);
@@ -32,7 +32,7 @@ TYPED_TEST(EveryRunner, HasItsOperationsInTheOrderOfTheContract) {
   EXPECT_EQ(takeReports().size(), 1U);
 }
 
-TYPED_TEST(EveryRunner, NeedsALevelAbove64) {
+TEST_OF_TYPES(EveryRunner, NeedsALevelAbove64) {
   for (int level : {-1, 0, 63, 64}) {
     this->probe.sseLevel = level;
     EXPECT_FALSE(this->isAccepted()) << level;
@@ -43,12 +43,12 @@ TYPED_TEST(EveryRunner, NeedsALevelAbove64) {
   }
 }
 
-TYPED_TEST(EveryRunner, NeedsSSEWhateverTheLevel) {
+TEST_OF_TYPES(EveryRunner, NeedsSSEWhateverTheLevel) {
   this->probe.hasSSE = false;
   EXPECT_FALSE(this->isAccepted());
 }
 
-TYPED_TEST(EveryRunner, AsksTheDeviceAnewEachTime) {
+TEST_OF_TYPES(EveryRunner, AsksTheDeviceAnewEachTime) {
   for (int i = 0; i < 3; ++i) {
     this->probe.sseLevel = 64;
     EXPECT_FALSE(this->isAccepted());
@@ -61,7 +61,7 @@ TYPED_TEST(EveryRunner, AsksTheDeviceAnewEachTime) {
   }
 }
 
-TYPED_TEST(EveryRunner, AcceptsExactlyItsVoxelTypes) {
+TEST_OF_TYPES(EveryRunner, AcceptsExactlyItsVoxelTypes) {
   std::set<int> const& types = TypeParam::cRule == Rule::cLogical ? cSixTypes : cEightTypes;
   for (int type : getTypeValues()) {
     this->setTypes(type, type);
@@ -70,14 +70,14 @@ TYPED_TEST(EveryRunner, AcceptsExactlyItsVoxelTypes) {
   }
 }
 
-TYPED_TEST(EveryRunner, ReadsPropertiesAndWritesNone) {
+TEST_OF_TYPES(EveryRunner, ReadsPropertiesAndWritesNone) {
   this->probe.clear();
   this->isAccepted();
   this->runner.run(&this->algorithm);
   EXPECT_EQ(this->probe.count("propertyWrite"), 0U);
 }
 
-TYPED_TEST(EveryRunner, AnswersFromManyThreadsAtOnce) {
+TEST_OF_TYPES(EveryRunner, AnswersFromManyThreadsAtOnce) {
   std::atomic<int> nbWrong{0};
   auto const ask = [this, &nbWrong](int type) {
     FakeImage image(type), target(type);
@@ -102,11 +102,11 @@ TYPED_TEST(EveryRunner, AnswersFromManyThreadsAtOnce) {
 
 template <class Op>
 class ShapedRunner : public RunnerTest<Op> {};
-TYPED_TEST_SUITE(ShapedRunner, ShapedOperators, OperatorNames);
+TEST_TYPES(ShapedRunner, ShapedOperators, OperatorNames);
 
 template <class Op>
 class LogicalRunner : public RunnerTest<Op> {};
-TYPED_TEST_SUITE(LogicalRunner, LogicalOperators, OperatorNames);
+TEST_TYPES(LogicalRunner, LogicalOperators, OperatorNames);
 
 // Asks isAccepted(inputType, outputType) for every pair.
 template <class IsAccepted>
@@ -116,14 +116,14 @@ void expectEqualTypesOnly(std::set<int> const& types, IsAccepted&& isAccepted) {
       EXPECT_EQ(isAccepted(input, output), input == output) << input << " to " << output;
 }
 
-TYPED_TEST(ShapedRunner, NeedsAnOutputOfTheInputsType) {
+TEST_OF_TYPES(ShapedRunner, NeedsAnOutputOfTheInputsType) {
   expectEqualTypesOnly(cEightTypes, [this](int inputType, int outputType) {
     this->setTypes(inputType, outputType);
     return this->isAccepted();
   });
 }
 
-TYPED_TEST(LogicalRunner, NeedsAnOutputOfTheInputsType) {
+TEST_OF_TYPES(LogicalRunner, NeedsAnOutputOfTheInputsType) {
   expectEqualTypesOnly(cSixTypes, [this](int inputType, int outputType) {
     this->setTypes(inputType, outputType);
     return this->isAccepted();
@@ -145,9 +145,9 @@ TEST_F(LogicalWithImageRunner, NeverLooksAtTheSecondImage) {
 
 template <class Op>
 class FirRunner : public RunnerTest<Op> {};
-TYPED_TEST_SUITE(FirRunner, FirOperators, OperatorNames);
+TEST_TYPES(FirRunner, FirOperators, OperatorNames);
 
-TYPED_TEST(FirRunner, AcceptsWithoutLookingAtTheAlgorithm) {
+TEST_OF_TYPES(FirRunner, AcceptsWithoutLookingAtTheAlgorithm) {
   EXPECT_TRUE(this->runner.isRunnable(nullptr));
   pxl::morphology::Erosion2d foreign;
   EXPECT_TRUE(this->runner.isRunnable(&foreign));
@@ -160,9 +160,9 @@ TYPED_TEST(FirRunner, AcceptsWithoutLookingAtTheAlgorithm) {
 
 template <class Op>
 class IteratedRunner : public RunnerTest<Op> {};
-TYPED_TEST_SUITE(IteratedRunner, IteratedOperators, OperatorNames);
+TEST_TYPES(IteratedRunner, IteratedOperators, OperatorNames);
 
-TYPED_TEST(IteratedRunner, NeverLooksAtTheOutput) {
+TEST_OF_TYPES(IteratedRunner, NeverLooksAtTheOutput) {
   for (int type : getTypeValues()) {
     this->setTypes(pxl::cUnsignedInteger8, type);
     EXPECT_TRUE(this->isAccepted()) << type;

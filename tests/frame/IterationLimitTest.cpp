@@ -41,22 +41,22 @@ class BinaryIterations : public RunnerTest<Op> {
     };
   }
 };
-TYPED_TEST_SUITE(BinaryIterations, IteratedOperators, OperatorNames);
+TEST_TYPES(BinaryIterations, IteratedOperators, OperatorNames);
 
-TYPED_TEST(BinaryIterations, AreAcceptedUpToTheLimitOfTheNeighborhood) {
+TEST_OF_TYPES(BinaryIterations, AreAcceptedUpToTheLimitOfTheNeighborhood) {
   for (Limit const& limit : getLimits<typename TypeParam::Algorithm>())
     for (unsigned int n :
          {0U, 1U, limit.largest - 1, limit.largest, limit.largest + 1, limit.largest + 2, 4294967295U})
       EXPECT_EQ(this->isAcceptedWith(limit.neighborhood, n), n <= limit.largest) << limit.neighborhood << ", " << n;
 }
 
-TYPED_TEST(BinaryIterations, HaveNoLimitWithAnUnknownNeighborhood) {
+TEST_OF_TYPES(BinaryIterations, HaveNoLimitWithAnUnknownNeighborhood) {
   int const nbRows = static_cast<int>(getLimits<typename TypeParam::Algorithm>().size());
   for (int neighborhood : {nbRows, nbRows + 1, 99, -1, INT_MIN, INT_MAX})
     EXPECT_TRUE(this->isAcceptedWith(neighborhood, 4294967295U)) << neighborhood;
 }
 
-TYPED_TEST(BinaryIterations, HaveNoLimitOnOtherInterpretations) {
+TEST_OF_TYPES(BinaryIterations, HaveNoLimitOnOtherInterpretations) {
   for (int interpretation : {1, 2, -1, 255, 256, INT_MIN, INT_MAX}) {
     this->input.interpretation = interpretation;
     for (Limit const& limit : getLimits<typename TypeParam::Algorithm>())
@@ -64,7 +64,7 @@ TYPED_TEST(BinaryIterations, HaveNoLimitOnOtherInterpretations) {
   }
 }
 
-TYPED_TEST(BinaryIterations, AreLimitedForEveryVoxelType) {
+TEST_OF_TYPES(BinaryIterations, AreLimitedForEveryVoxelType) {
   Limit const limit = getLimits<typename TypeParam::Algorithm>()[0];
   for (int type : cEightTypes) {
     this->setTypes(type, type);
@@ -74,7 +74,7 @@ TYPED_TEST(BinaryIterations, AreLimitedForEveryVoxelType) {
 }
 
 // One read for each row of the table until a row refuses; a value read once would be taken for all rows.
-TYPED_TEST(BinaryIterations, ReadTheNeighborhoodAfreshForEachRow) {
+TEST_OF_TYPES(BinaryIterations, ReadTheNeighborhoodAfreshForEachRow) {
   auto const limits = getLimits<typename TypeParam::Algorithm>();
   for (std::size_t row = 0; row < limits.size(); ++row) {
     std::vector<int> answers(row, 77);
@@ -92,7 +92,7 @@ TYPED_TEST(BinaryIterations, ReadTheNeighborhoodAfreshForEachRow) {
   }
 }
 
-TYPED_TEST(BinaryIterations, CompareTheRowsInTheirOrder) {
+TEST_OF_TYPES(BinaryIterations, CompareTheRowsInTheirOrder) {
   // Each value stands in another row than the one it is compared with.
   auto const limits = getLimits<typename TypeParam::Algorithm>();
   std::vector<int> answers;

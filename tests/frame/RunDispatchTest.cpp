@@ -57,16 +57,16 @@ class RunOf : public RunnerTest<Op> {
   // The deciding image is the output in linear filters, else the input.
   static constexpr bool cDecidesByOutput = Op::cRule == Rule::cFir;
 };
-TYPED_TEST_SUITE(RunOf, AllOperators, OperatorNames);
+TEST_TYPES(RunOf, AllOperators, OperatorNames);
 
-TYPED_TEST(RunOf, AllTypeValuesReachTheRightInstance) {
+TEST_OF_TYPES(RunOf, AllTypeValuesReachTheRightInstance) {
   for (int type : getTypeValues()) {
     this->setTypes(type, type);
     EXPECT_EQ(this->runAndReport(), this->getExpected(type)) << type;
   }
 }
 
-TYPED_TEST(RunOf, MixedTypesFollowTheDecidingImage) {
+TEST_OF_TYPES(RunOf, MixedTypesFollowTheDecidingImage) {
   for (int type : getTypeValues())
     for (int other : {0, 2, 3, 8, 9, 12}) {
       if (this->cDecidesByOutput)
@@ -77,7 +77,7 @@ TYPED_TEST(RunOf, MixedTypesFollowTheDecidingImage) {
     }
 }
 
-TYPED_TEST(RunOf, LooksAtTheDecidingImageOnly) {
+TEST_OF_TYPES(RunOf, LooksAtTheDecidingImageOnly) {
   this->probe.log.clear();
   this->runner.run(&this->algorithm);
   std::string const other = this->cDecidesByOutput ? "input." : "output.";
@@ -88,7 +88,7 @@ TYPED_TEST(RunOf, LooksAtTheDecidingImageOnly) {
 }
 
 // No vector instruction is needed to find out where to go: whether the processor is fit is isRunnable()'s matter.
-TYPED_TEST(RunOf, DoesNotAskTheDevice) {
+TEST_OF_TYPES(RunOf, DoesNotAskTheDevice) {
   this->probe.hasSSE = false;
   this->probe.sseLevel = 0;
   this->probe.log.clear();
@@ -123,16 +123,16 @@ void expectBadCast(typename Op::Runner const& runner, pxl::BaseAlgorithm* algori
   EXPECT_TRUE(takeReports().empty());
 }
 
-TYPED_TEST(RunOf, NullIsABadCast) { expectBadCast<TypeParam>(this->runner, nullptr); }
+TEST_OF_TYPES(RunOf, NullIsABadCast) { expectBadCast<TypeParam>(this->runner, nullptr); }
 
-TYPED_TEST(RunOf, AForeignAlgorithmIsABadCast) {
+TEST_OF_TYPES(RunOf, AForeignAlgorithmIsABadCast) {
   using Foreign = std::conditional_t<std::is_same_v<typename TypeParam::Algorithm, pxl::morphology::Dilation2d>,
                                      pxl::morphology::Erosion2d, pxl::morphology::Dilation2d>;
   Foreign foreign;
   expectBadCast<TypeParam>(this->runner, &foreign);
 }
 
-TYPED_TEST(RunOf, ADerivedAlgorithmPasses) {
+TEST_OF_TYPES(RunOf, ADerivedAlgorithmPasses) {
   class Derived : public TypeParam::Algorithm {};
   Derived derived;
   typename TypeParam::Algorithm& asOperator = derived;
@@ -144,7 +144,7 @@ TYPED_TEST(RunOf, ADerivedAlgorithmPasses) {
   EXPECT_EQ(reports[0].algorithm, &derived);
 }
 
-TYPED_TEST(RunOf, TheDispatchersExceptionComesThroughUnchanged) {
+TEST_OF_TYPES(RunOf, TheDispatchersExceptionComesThroughUnchanged) {
   failDispatchers("as the dispatcher says");
   try {
     this->runner.run(&this->algorithm);
@@ -156,7 +156,7 @@ TYPED_TEST(RunOf, TheDispatchersExceptionComesThroughUnchanged) {
   }
 }
 
-TYPED_TEST(RunOf, AbsurdValuesAreNoMatterOfTheRunner) {
+TEST_OF_TYPES(RunOf, AbsurdValuesAreNoMatterOfTheRunner) {
   if constexpr (TypeParam::cRule == Rule::cIterated) {
     this->algorithm.neighborhood = 99;
     this->algorithm.numberOfIterations = 0;

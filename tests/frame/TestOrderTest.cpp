@@ -10,11 +10,11 @@ using Calls = std::vector<std::string>;
 
 template <class Op>
 class ShapedOrder : public RunnerTest<Op> {};
-TYPED_TEST_SUITE(ShapedOrder, ShapedOperators, OperatorNames);
+TEST_TYPES(ShapedOrder, ShapedOperators, OperatorNames);
 
 template <class Op>
 class LogicalOrder : public RunnerTest<Op> {};
-TYPED_TEST_SUITE(LogicalOrder, LogicalOperators, OperatorNames);
+TEST_TYPES(LogicalOrder, LogicalOperators, OperatorNames);
 
 // Shaped and logical runners: types equal, SSE, type supported, level.
 template <class Test>
@@ -36,7 +36,7 @@ void expectTypesBeforeDevice(LoggingProbe& probe, Calls const& beforeDevice, Tes
   EXPECT_EQ(probe.log, withoutLevel);
 }
 
-TYPED_TEST(ShapedOrder, IsTypesThenSSEThenTypeThenLevel) {
+TEST_OF_TYPES(ShapedOrder, IsTypesThenSSEThenTypeThenLevel) {
   expectTypesBeforeDevice(this->probe, {"inputImage", "input.type", "outputImage", "output.type"},
                           [this](int inputType, int outputType) {
                             this->setTypes(inputType, outputType);
@@ -44,7 +44,7 @@ TYPED_TEST(ShapedOrder, IsTypesThenSSEThenTypeThenLevel) {
                           });
 }
 
-TYPED_TEST(LogicalOrder, IsTypesThenSSEThenTypeThenLevel) {
+TEST_OF_TYPES(LogicalOrder, IsTypesThenSSEThenTypeThenLevel) {
   std::string const leading = getLeading(this->algorithm).getName();
   expectTypesBeforeDevice(this->probe, {leading, "input.type", "outputImage", "output.type"},
                           [this](int inputType, int outputType) {
@@ -55,9 +55,9 @@ TYPED_TEST(LogicalOrder, IsTypesThenSSEThenTypeThenLevel) {
 
 template <class Op>
 class IteratedOrder : public RunnerTest<Op> {};
-TYPED_TEST_SUITE(IteratedOrder, IteratedOperators, OperatorNames);
+TEST_TYPES(IteratedOrder, IteratedOperators, OperatorNames);
 
-TYPED_TEST(IteratedOrder, OfAGreyImageIsImageThenSSEThenTypeThenLevel) {
+TEST_OF_TYPES(IteratedOrder, OfAGreyImageIsImageThenSSEThenTypeThenLevel) {
   Calls const image{"inputImage", "input.type", "input.interpretation"};
   Calls withSSE = image;
   withSSE.push_back("hasSSE");
@@ -74,7 +74,7 @@ TYPED_TEST(IteratedOrder, OfAGreyImageIsImageThenSSEThenTypeThenLevel) {
   EXPECT_EQ(this->probe.log, withSSE);
 }
 
-TYPED_TEST(IteratedOrder, OfABinaryImageHasTheLimitBeforeTheDevice) {
+TEST_OF_TYPES(IteratedOrder, OfABinaryImageHasTheLimitBeforeTheDevice) {
   this->input.interpretation = pxl::cBinary;
   this->algorithm.neighborhood = 0;
   this->algorithm.numberOfIterations = 1000;
@@ -83,7 +83,7 @@ TYPED_TEST(IteratedOrder, OfABinaryImageHasTheLimitBeforeTheDevice) {
             (Calls{"inputImage", "input.type", "input.interpretation", "neighborhood", "numberOfIterations"}));
 }
 
-TYPED_TEST(IteratedOrder, ReadsNoLimitPropertyOfAGreyImage) {
+TEST_OF_TYPES(IteratedOrder, ReadsNoLimitPropertyOfAGreyImage) {
   this->algorithm.numberOfIterations = 4294967295U;
   EXPECT_TRUE(this->isAccepted());
   for (std::string const& call : this->probe.log) {

@@ -79,9 +79,9 @@ class Border : public ::testing::Test {
  protected:
   Random random;
 };
-TYPED_TEST_SUITE(Border, VoxelTypeList);
+TEST_TYPES(Border, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(Border, FixedGivesItsValueEverywhereOutside) {
+TEST_OF_TYPES(Border, FixedGivesItsValueEverywhereOutside) {
   TypeParam const value(119);
   expectRows<TypeParam>(*FixedBorderCondition<TypeParam>::New(value), this->random,
                         [&](Sample<TypeParam> const& sample, Position const& at) {
@@ -89,18 +89,17 @@ TYPED_TEST(Border, FixedGivesItsValueEverywhereOutside) {
                         });
 }
 
-TYPED_TEST(Border, ContinueGivesTheNearestVoxelOfEachDimension) {
+TEST_OF_TYPES(Border, ContinueGivesTheNearestVoxelOfEachDimension) {
   expectRows<TypeParam>(
       *ContinueBorderCondition<TypeParam>::New(), this->random,
       [](Sample<TypeParam> const& sample, Position const& at) { return sample.at(at, clampByWalking); });
 }
 
-using MirrorTypes = ::testing::Types<float, double>;
 template <class T>
 class MirrorBorder : public Border<T> {};
-TYPED_TEST_SUITE(MirrorBorder, MirrorTypes);
+TEST_TYPES(MirrorBorder, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(MirrorBorder, ReflectsAtAnyDistanceWithoutRepeatingTheEdge) {
+TEST_OF_TYPES(MirrorBorder, ReflectsAtAnyDistanceWithoutRepeatingTheEdge) {
   expectRows<TypeParam>(
       *MirrorBorderCondition<TypeParam>::New(), this->random,
       [](Sample<TypeParam> const& sample, Position const& at) { return sample.at(at, mirrorByWalking); });
@@ -136,7 +135,7 @@ TEST(Border, RowsFarBeyond32BitsAreServed) {
   }
 }
 
-TYPED_TEST(Border, OfAWindowIsTheWindowsOwn) {
+TEST_OF_TYPES(Border, OfAWindowIsTheWindowsOwn) {
   Sample<TypeParam> const sample({6, 6, 3, 2, 2});
   pxl::ImageModelSizeProxy const window(static_cast<pxl::ImageModel const*>(sample.image.get()), 2, 2, 3, 2, 1, 1, 0,
                                         1, 1, 1);
@@ -154,7 +153,7 @@ TYPED_TEST(Border, OfAWindowIsTheWindowsOwn) {
             (std::vector<TypeParam>{at(0, 1), at(0, 1), at(1, 1), at(1, 1), at(1, 1)}));
 }
 
-TYPED_TEST(Border, OfAnImageWithoutVoxelsNeverReadsIt) {
+TEST_OF_TYPES(Border, OfAnImageWithoutVoxelsNeverReadsIt) {
   for (std::size_t empty = 0; empty < 5; ++empty) {
     pxl::ImageSizes sizes{3, 3, 3, 3, 3};
     sizes[empty] = 0;
@@ -170,7 +169,7 @@ TYPED_TEST(Border, OfAnImageWithoutVoxelsNeverReadsIt) {
   }
 }
 
-TYPED_TEST(Border, ServesManyThreadsAtOnce) {
+TEST_OF_TYPES(Border, ServesManyThreadsAtOnce) {
   Sample<TypeParam> const sample({64, 16, 2, 1, 1});
   auto const view = View<TypeParam>::New(static_cast<pxl::ImageModel const*>(sample.image.get()),
                                          ContinueBorderCondition<TypeParam>::New());

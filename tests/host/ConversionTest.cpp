@@ -116,9 +116,9 @@ class Conversion : public ::testing::Test {
 #undef PXL_CHECK
   }
 };
-TYPED_TEST_SUITE(Conversion, VoxelTypeList);
+TEST_TYPES(Conversion, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(Conversion, RoundsHalfToEvenSaturatesAndTurnsNaNInto0) {
+TEST_OF_TYPES(Conversion, RoundsHalfToEvenSaturatesAndTurnsNaNInto0) {
   Random random;
   this->forEachType([&](auto from) {
     SCOPED_TRACE(pxl::helper::getNameOf(cTypeOf<decltype(from)>));
@@ -126,7 +126,7 @@ TYPED_TEST(Conversion, RoundsHalfToEvenSaturatesAndTurnsNaNInto0) {
   });
 }
 
-TYPED_TEST(Conversion, GoesRowByRowThroughBuffersOfAnyLength) {
+TEST_OF_TYPES(Conversion, GoesRowByRowThroughBuffersOfAnyLength) {
   Random random;
   Folder const folder;
   this->forEachType([&](auto from) {
@@ -189,7 +189,7 @@ TEST(Conversion, NeedsNoMemoryForTheImage) {
   EXPECT_EQ(readVoxel(*view, {4095, (1 << 20) - 1, 255, 0, 0}), 5.0);
 }
 
-TYPED_TEST(Conversion, ViewAnswersItsOwnType) {
+TEST_OF_TYPES(Conversion, ViewAnswersItsOwnType) {
   auto const image = Image::New(pxl::cInteger16, {1, 1, 1, 1, 1});
   EXPECT_EQ(makeConstView<TypeParam>(image.get())->getVoxelType(), cTypeOf<TypeParam>);
 }

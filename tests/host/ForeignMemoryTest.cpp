@@ -15,7 +15,7 @@ using pxl::ImageStrides;
 
 template <class T>
 class ForeignMemory : public ::testing::Test {};
-TYPED_TEST_SUITE(ForeignMemory, VoxelTypeList);
+TEST_TYPES(ForeignMemory, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
 // A layout of a caller: outer dimensions in any order, with gaps, backwards, repeated, at any address.
 struct Layout {
@@ -51,7 +51,7 @@ Layout makeLayout(Random& random, long voxelSize, bool mayRepeat) {
   return layout;
 }
 
-TYPED_TEST(ForeignMemory, IsReadThroughAnyOuterStrides) {
+TEST_OF_TYPES(ForeignMemory, IsReadThroughAnyOuterStrides) {
   Random random;
   for (int round = 0; round < 300; ++round) {
     Layout const layout = makeLayout(random, sizeof(TypeParam), true);
@@ -70,7 +70,7 @@ TYPED_TEST(ForeignMemory, IsReadThroughAnyOuterStrides) {
   }
 }
 
-TYPED_TEST(ForeignMemory, IsWrittenThroughAnyOuterStridesAndNowhereElse) {
+TEST_OF_TYPES(ForeignMemory, IsWrittenThroughAnyOuterStridesAndNowhereElse) {
   Random random;
   for (int round = 0; round < 300; ++round) {
     Layout const layout = makeLayout(random, sizeof(TypeParam), false);
@@ -94,7 +94,7 @@ TYPED_TEST(ForeignMemory, IsWrittenThroughAnyOuterStridesAndNowhereElse) {
   }
 }
 
-TYPED_TEST(ForeignMemory, IsNeverCopied) {
+TEST_OF_TYPES(ForeignMemory, IsNeverCopied) {
   std::vector<TypeParam> memory(6);
   auto const image = Image::OnMemory(memory.data(), cTypeOf<TypeParam>, {6, 1, 1, 1, 1}, {sizeof(TypeParam)});
   auto const view = makeConstView<TypeParam>(image.get());
@@ -103,7 +103,7 @@ TYPED_TEST(ForeignMemory, IsNeverCopied) {
   EXPECT_EQ(readVoxel(*view, {3, 0, 0, 0, 0}), TypeParam(9));
 }
 
-TYPED_TEST(ForeignMemory, MustHaveItsRowsWhole) {
+TEST_OF_TYPES(ForeignMemory, MustHaveItsRowsWhole) {
   std::vector<TypeParam> memory(16);
   long const size = sizeof(TypeParam);
   for (long const stride : {0L, -size, 2 * size, size + 1}) {

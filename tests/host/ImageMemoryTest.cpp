@@ -13,9 +13,9 @@ using pxl::ImageSizes;
 
 template <class T>
 class ImageInMemory : public ::testing::Test {};
-TYPED_TEST_SUITE(ImageInMemory, VoxelTypeList);
+TEST_TYPES(ImageInMemory, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(ImageInMemory, IsZeroFilledAnd64ByteAligned) {
+TEST_OF_TYPES(ImageInMemory, IsZeroFilledAnd64ByteAligned) {
   // Below and above the size from which whole pages are taken.
   for (ImageSizes const& sizes : {ImageSizes{1, 1, 1, 1, 1}, ImageSizes{3, 5, 2, 3, 2}, ImageSizes{63, 1, 1, 1, 1},
                                   ImageSizes{1025, 1024, 1, 1, 2}}) {
@@ -34,7 +34,7 @@ TYPED_TEST(ImageInMemory, IsZeroFilledAnd64ByteAligned) {
   }
 }
 
-TYPED_TEST(ImageInMemory, TellsItsCharacteristicsAndIsPackedInCOrder) {
+TEST_OF_TYPES(ImageInMemory, TellsItsCharacteristicsAndIsPackedInCOrder) {
   auto const image = Image::New(cTypeOf<TypeParam>, {2, 3, 5, 7, 11}, pxl::cBinary);
   long expected = sizeof(TypeParam);
   for (unsigned long i = 0; i < 5; ++i) {
@@ -146,7 +146,7 @@ TEST(ImageLimits, HoldForAStorageOfAnyKind) {
   EXPECT_TRUE(contains(refusalOf([&] { Image::OnStorage(nullptr); }), "needs a storage"));
 }
 
-TYPED_TEST(ImageInMemory, TakesOnTheCharacteristicsOfAnother) {
+TEST_OF_TYPES(ImageInMemory, TakesOnTheCharacteristicsOfAnother) {
   auto const image = Image::New(cTypeOf<TypeParam>, {2, 2, 1, 1, 1});
   auto const model = Image::New(pxl::cInteger16, {4, 3, 2, 1, 5}, pxl::cBinary);
   fillImage<TypeParam>(*image, [](Position const&) { return TypeParam(1); });

@@ -32,9 +32,9 @@ class ImageInFile : public ::testing::Test {
   Folder folder;
   std::string path = folder / "image.raw";
 };
-TYPED_TEST_SUITE(ImageInFile, VoxelTypeList);
+TEST_TYPES(ImageInFile, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(ImageInFile, IsReadFromAnyOffset) {
+TEST_OF_TYPES(ImageInFile, IsReadFromAnyOffset) {
   ImageSizes const sizes{7, 3, 2, 2, 3};
   for (unsigned long const offset : {0UL, 1UL, 128UL, 4096UL, 10007UL}) {
     auto const voxels = this->makeFile(offset, sizes);
@@ -47,7 +47,7 @@ TYPED_TEST(ImageInFile, IsReadFromAnyOffset) {
   }
 }
 
-TYPED_TEST(ImageInFile, IsWrittenInPlaceAndNowhereElse) {
+TEST_OF_TYPES(ImageInFile, IsWrittenInPlaceAndNowhereElse) {
   ImageSizes const sizes{5, 4, 3, 2, 2};
   auto const voxels = this->makeFile(13, sizes);
   std::string expected = readFile(this->path);
@@ -63,7 +63,7 @@ TYPED_TEST(ImageInFile, IsWrittenInPlaceAndNowhereElse) {
   EXPECT_EQ(readFile(this->path), expected);
 }
 
-TYPED_TEST(ImageInFile, IsMadeWithItsSpaceReservedAndZero) {
+TEST_OF_TYPES(ImageInFile, IsMadeWithItsSpaceReservedAndZero) {
   ImageSizes const sizes{100, 300, 2, 1, 1};
   unsigned long const nbBytes = countVoxels(sizes) * sizeof(TypeParam);
   auto const image = Image::OnDisk(this->path, FileModes::cCreate, cTypeOf<TypeParam>, sizes, 64);
@@ -78,7 +78,7 @@ TYPED_TEST(ImageInFile, IsMadeWithItsSpaceReservedAndZero) {
   EXPECT_EQ(readVoxel(*view, {99, 299, 1, 0, 0}), TypeParam(5));
 }
 
-TYPED_TEST(ImageInFile, OpenedReadOnlyGivesNoWritableView) {
+TEST_OF_TYPES(ImageInFile, OpenedReadOnlyGivesNoWritableView) {
   ImageSizes const sizes{2, 1, 1, 1, 1};
   this->makeFile(0, sizes);
   auto const onDisk = Image::OnDisk(this->path, FileModes::cReadOnly, cTypeOf<TypeParam>, sizes);

@@ -66,9 +66,9 @@ class SizeProxy : public ::testing::Test {
 
   Random random;
 };
-TYPED_TEST_SUITE(SizeProxy, VoxelTypeList);
+TEST_TYPES(SizeProxy, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(SizeProxy, ReadsTheSubImage) {
+TEST_OF_TYPES(SizeProxy, ReadsTheSubImage) {
   auto const image = this->makeImage();
   Window const whole{{0, 0, 0, 0, 0}, image->getSizes()};
   this->expectWindow(*makeProxy<ImageModel const>(image.get(), whole), whole);
@@ -78,7 +78,7 @@ TYPED_TEST(SizeProxy, ReadsTheSubImage) {
   }
 }
 
-TYPED_TEST(SizeProxy, NestsToAnyDepth) {
+TEST_OF_TYPES(SizeProxy, NestsToAnyDepth) {
   auto const image = this->makeImage();
   for (int round = 0; round < 60; ++round) {
     Window const outer = chooseWindow(this->random, image->getSizes());
@@ -93,7 +93,7 @@ TYPED_TEST(SizeProxy, NestsToAnyDepth) {
   }
 }
 
-TYPED_TEST(SizeProxy, IsWindowOfAFileToo) {
+TEST_OF_TYPES(SizeProxy, IsWindowOfAFileToo) {
   auto const image = this->makeImage();
   Folder const folder;
   std::string const path = folder / "image.raw";
@@ -106,7 +106,7 @@ TYPED_TEST(SizeProxy, IsWindowOfAFileToo) {
   }
 }
 
-TYPED_TEST(SizeProxy, WritesOnlyItsWindow) {
+TEST_OF_TYPES(SizeProxy, WritesOnlyItsWindow) {
   auto const image = this->makeImage();
   Window const window{{1, 2, 1, 0, 2}, {4, 2, 2, 2, 1}};
   auto const proxy = makeProxy<ImageModel>(image.get(), window);

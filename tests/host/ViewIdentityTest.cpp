@@ -21,9 +21,9 @@ class ViewIdentity : public ::testing::Test {
  protected:
   std::shared_ptr<Image> image = Image::New(cTypeOf<T>, {8, 6, 4, 2, 2});
 };
-TYPED_TEST_SUITE(ViewIdentity, VoxelTypeList);
+TEST_TYPES(ViewIdentity, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(ViewIdentity, IsOneForAllViewsOfAnImage) {
+TEST_OF_TYPES(ViewIdentity, IsOneForAllViewsOfAnImage) {
   auto const a = makeConstView<TypeParam>(this->image.get());
   auto const b = makeConstView<TypeParam>(this->image.get());
   auto const c = makeView<TypeParam>(this->image.get());
@@ -35,13 +35,13 @@ TYPED_TEST(ViewIdentity, IsOneForAllViewsOfAnImage) {
   EXPECT_EQ(a->getInterface(), fixed->getInterface());
 }
 
-TYPED_TEST(ViewIdentity, DiffersForEqualImages) {
+TEST_OF_TYPES(ViewIdentity, DiffersForEqualImages) {
   auto const other = Image::New(cTypeOf<TypeParam>, this->image->getSizes());
   EXPECT_NE(makeConstView<TypeParam>(this->image.get())->getInterface(),
             makeConstView<TypeParam>(other.get())->getInterface());
 }
 
-TYPED_TEST(ViewIdentity, IsThatOfTheWindow) {
+TEST_OF_TYPES(ViewIdentity, IsThatOfTheWindow) {
   ImageModel* const model = this->image.get();
   ImageModel const* const constModel = model;
   ImageModelSizeProxy const whole(constModel, 0, 8, 0, 6, 0, 4, 0, 2, 0, 2);
@@ -61,7 +61,7 @@ TYPED_TEST(ViewIdentity, IsThatOfTheWindow) {
   EXPECT_NE(makeConstView<TypeParam>(&shorter)->getInterface(), viewA->getInterface());
 }
 
-TYPED_TEST(ViewIdentity, OfTwoImagesOverTheSameMemoryIsOne) {
+TEST_OF_TYPES(ViewIdentity, OfTwoImagesOverTheSameMemoryIsOne) {
   std::vector<TypeParam> memory(64);
   constexpr long cSize = sizeof(TypeParam);
   pxl::ImageStrides const strides{cSize, 8 * cSize, 0, 0, 0};
@@ -98,7 +98,7 @@ TYPED_TEST(ViewIdentity, OfTwoImagesOverTheSameMemoryIsOne) {
   }
 }
 
-TYPED_TEST(ViewIdentity, IsOneForViewsThatConvert) {
+TEST_OF_TYPES(ViewIdentity, IsOneForViewsThatConvert) {
   auto const foreign = Image::New(std::is_same_v<TypeParam, double> ? pxl::cFloat : pxl::cDouble, {4, 1, 1, 1, 1});
   auto const a = makeConstView<TypeParam>(foreign.get());
   auto const b = makeView<TypeParam>(foreign.get());
@@ -140,7 +140,7 @@ TEST(ViewIdentity, SharedWithAReadOnlyImageStillWrites) {
   EXPECT_EQ(memory[2], 42);
 }
 
-TYPED_TEST(ViewIdentity, OutlivesImageAndProxy) {
+TEST_OF_TYPES(ViewIdentity, OutlivesImageAndProxy) {
   fillImage<TypeParam>(*this->image, [](Position const& at) { return static_cast<TypeParam>(at[0] + 8 * at[1]); });
   auto proxy = std::make_unique<ImageModelSizeProxy>(static_cast<ImageModel const*>(this->image.get()), 1, 2, 1, 2, 0,
                                                      1, 0, 1, 0, 1);
@@ -152,7 +152,7 @@ TYPED_TEST(ViewIdentity, OutlivesImageAndProxy) {
   EXPECT_EQ(readAll(*converting), (std::vector<double>{9, 10, 17, 18}));
 }
 
-TYPED_TEST(ViewIdentity, StaysWithTheOldVoxelsWhenTheImageGetsNewOnes) {
+TEST_OF_TYPES(ViewIdentity, StaysWithTheOldVoxelsWhenTheImageGetsNewOnes) {
   fillImage<TypeParam>(*this->image, [](Position const&) { return TypeParam(3); });
   auto const old = makeConstView<TypeParam>(this->image.get());
   auto const model = Image::New(cTypeOf<TypeParam>, {2, 2, 1, 1, 1});
@@ -165,7 +165,7 @@ TYPED_TEST(ViewIdentity, StaysWithTheOldVoxelsWhenTheImageGetsNewOnes) {
 }
 
 // A leak would keep every image that was ever viewed.
-TYPED_TEST(ViewIdentity, KeepsNothingAliveAfterItsViews) {
+TEST_OF_TYPES(ViewIdentity, KeepsNothingAliveAfterItsViews) {
   std::set<std::weak_ptr<int>, std::owner_less<std::weak_ptr<int>>> owners;
   TypeParam voxel{};
   for (int round = 0; round < 100; ++round) {

@@ -46,15 +46,15 @@ static_assert(!hasMirror<signed char> && !hasMirror<short> && !hasMirror<int>);
 
 template <class T>
 class ViewOf : public ::testing::Test {};
-TYPED_TEST_SUITE(ViewOf, VoxelTypeList);
+TEST_TYPES(ViewOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(ViewOf, HasTheFormOfTheContract) {
+TEST_OF_TYPES(ViewOf, HasTheFormOfTheContract) {
   static_assert(hasViewForm<TypeParam>());
   static_assert(std::is_same_v<decltype(FixedBorderCondition<TypeParam>::New(TypeParam())), Border<TypeParam>>);
   static_assert(std::is_same_v<decltype(ContinueBorderCondition<TypeParam>::New()), Border<TypeParam>>);
 }
 
-TYPED_TEST(ViewOf, CoversTheWholeImage) {
+TEST_OF_TYPES(ViewOf, CoversTheWholeImage) {
   auto const image = Image::New(cTypeOf<TypeParam>, {2, 3, 4, 5, 6});
   auto const view = makeConstView<TypeParam>(image.get());
   Region const region = view->getLargestPossibleRegion();
@@ -76,7 +76,7 @@ TYPED_TEST(ViewOf, CoversTheWholeImage) {
   EXPECT_EQ(view->getVoxelType(), cTypeOf<TypeParam>);
 }
 
-TYPED_TEST(ViewOf, GivesTheBorderConditionItWasMadeWith) {
+TEST_OF_TYPES(ViewOf, GivesTheBorderConditionItWasMadeWith) {
   auto const image = Image::New(cTypeOf<TypeParam>, {2, 2, 1, 1, 1});
   auto border = FixedBorderCondition<TypeParam>::New(TypeParam(3));
   auto const* const address = border.get();
@@ -96,7 +96,7 @@ TYPED_TEST(ViewOf, GivesTheBorderConditionItWasMadeWith) {
   EXPECT_TRUE(watch.expired());
 }
 
-TYPED_TEST(ViewOf, CountsEachUseOfTheBorderCondition) {
+TEST_OF_TYPES(ViewOf, CountsEachUseOfTheBorderCondition) {
   auto const image = Image::New(cTypeOf<TypeParam>, {2, 2, 1, 1, 1});
   auto const view = makeConstView<TypeParam>(image.get());
   auto const first = view->getBorderCondition();
@@ -110,7 +110,7 @@ TYPED_TEST(ViewOf, CountsEachUseOfTheBorderCondition) {
   EXPECT_EQ(first.use_count(), count);
 }
 
-TYPED_TEST(ViewOf, MakesCachesWithEmptySlots) {
+TEST_OF_TYPES(ViewOf, MakesCachesWithEmptySlots) {
   auto const image = Image::New(cTypeOf<TypeParam>, {2, 2, 1, 1, 1});
   auto const view = makeConstView<TypeParam>(image.get());
   auto const rows = view->createRowCacheRead(3);

@@ -46,13 +46,13 @@ class ConvertedOutput : public testing::Test {
   oracle::Image<T> const m_image = m_random.image<T>({2 * oracle::cLanes<T> + 3, 5, 3, 1, 1});
   std::shared_ptr<pxl::Image> const m_input = oracle::toHost(m_image);
 };
-TYPED_TEST_SUITE(ConvertedOutput, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(ConvertedOutput, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(ConvertedOutput, OfDilationsIsThatOfTheConvertedVoxels) {
+TEST_OF_TYPES(ConvertedOutput, OfDilationsIsThatOfTheConvertedVoxels) {
   this->template expectRightForOutputs<DilationFunctor>();
 }
 
-TYPED_TEST(ConvertedOutput, OfErosionsIsThatOfTheConvertedVoxels) {
+TEST_OF_TYPES(ConvertedOutput, OfErosionsIsThatOfTheConvertedVoxels) {
   this->template expectRightForOutputs<ErosionFunctor>();
 }
 

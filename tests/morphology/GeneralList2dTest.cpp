@@ -10,9 +10,9 @@ class GeneralList2d : public testing::Test {
   GeneralList2d() { recorder.isTracing = false; }
   pxl::instrument::Recorder recorder;
 };
-TYPED_TEST_SUITE(GeneralList2d, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(GeneralList2d, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(GeneralList2d, EqualsPlainLoopsForEveryWidth) {
+TEST_OF_TYPES(GeneralList2d, EqualsPlainLoopsForEveryWidth) {
   using T = TypeParam;
   constexpr long L = oracle::cLanes<T>;
   oracle::Random random(261);
@@ -35,7 +35,7 @@ TYPED_TEST(GeneralList2d, EqualsPlainLoopsForEveryWidth) {
   }
 }
 
-TYPED_TEST(GeneralList2d, DoesNotDependOnCutsThreadsAndMemory) {
+TEST_OF_TYPES(GeneralList2d, DoesNotDependOnCutsThreadsAndMemory) {
   using T = TypeParam;
   oracle::Random random(262);
   auto const image = random.image<T>({21, 9, 2, 1, 1});
@@ -61,7 +61,7 @@ TYPED_TEST(GeneralList2d, DoesNotDependOnCutsThreadsAndMemory) {
 }
 
 // All offsets above or on one side, between two images.
-TYPED_TEST(GeneralList2d, TakesListsThatLieFarOff) {
+TEST_OF_TYPES(GeneralList2d, TakesListsThatLieFarOff) {
   using T = TypeParam;
   oracle::Random random(263);
   auto const image = random.image<T>({23, 11, 1, 2, 1});
@@ -76,7 +76,7 @@ TYPED_TEST(GeneralList2d, TakesListsThatLieFarOff) {
 }
 
 // A block of one voxel has less of an image than its list reaches over.
-TYPED_TEST(GeneralList2d, WorksInPlaceWithOneSidedListsWiderThanItsBlocks) {
+TEST_OF_TYPES(GeneralList2d, WorksInPlaceWithOneSidedListsWiderThanItsBlocks) {
   using T = TypeParam;
   oracle::Random random(264);
   auto const image = random.image<T>({25, 9, 1, 1, 1});
@@ -94,7 +94,7 @@ TYPED_TEST(GeneralList2d, WorksInPlaceWithOneSidedListsWiderThanItsBlocks) {
 }
 
 // The limit that the iterator states: in one block the rows that such a list reads have been written before.
-TYPED_TEST(GeneralList2d, IsExactInPlaceFromTheRowBeforeOnly) {
+TEST_OF_TYPES(GeneralList2d, IsExactInPlaceFromTheRowBeforeOnly) {
   using T = TypeParam;
   oracle::Random random(268);
   auto const image = random.image<T>({25, 9, 1, 1, 1});
@@ -111,7 +111,7 @@ TYPED_TEST(GeneralList2d, IsExactInPlaceFromTheRowBeforeOnly) {
   }
 }
 
-TYPED_TEST(GeneralList2d, MovesTheImageByASingleOffset) {
+TEST_OF_TYPES(GeneralList2d, MovesTheImageByASingleOffset) {
   using T = TypeParam;
   oracle::Random random(265);
   auto const image = random.image<T>({19, 8, 2, 1, 1});
@@ -125,7 +125,7 @@ TYPED_TEST(GeneralList2d, MovesTheImageByASingleOffset) {
   }
 }
 
-TYPED_TEST(GeneralList2d, GivesTheSameForAnyOrderAndForDuplicates) {
+TEST_OF_TYPES(GeneralList2d, GivesTheSameForAnyOrderAndForDuplicates) {
   using T = TypeParam;
   oracle::Random random(266);
   auto const image = random.image<T>({21, 9, 1, 1, 1});
@@ -136,9 +136,9 @@ TYPED_TEST(GeneralList2d, GivesTheSameForAnyOrderAndForDuplicates) {
 
 template <class T>
 class GeneralList2dReals : public testing::Test {};
-TYPED_TEST_SUITE(GeneralList2dReals, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(GeneralList2dReals, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(GeneralList2dReals, FoldsNansInfinitiesAndZerosInTheOrderOfTheList) {
+TEST_OF_TYPES(GeneralList2dReals, FoldsNansInfinitiesAndZerosInTheOrderOfTheList) {
   using T = TypeParam;
   using Limits = std::numeric_limits<T>;
   T const special[] = {
@@ -162,7 +162,7 @@ TYPED_TEST(GeneralList2dReals, FoldsNansInfinitiesAndZerosInTheOrderOfTheList) {
 }
 
 // Of two zeros, and of a NaN and a number, the later one in the list stays.
-TYPED_TEST(GeneralList2dReals, LetTheLaterOfTwoEqualsStay) {
+TEST_OF_TYPES(GeneralList2dReals, LetTheLaterOfTwoEqualsStay) {
   using T = TypeParam;
   T const nan = std::numeric_limits<T>::quiet_NaN();
   for (auto const& [first, second] : {std::pair<T, T>{T(0), -T(0)}, {-T(0), T(0)}, {nan, T(5)}, {T(5), nan}}) {

@@ -15,9 +15,9 @@ class GeneralList3d : public testing::Test {
   GeneralList3d() { recorder.isTracing = false; }
   pxl::instrument::Recorder recorder;
 };
-TYPED_TEST_SUITE(GeneralList3d, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(GeneralList3d, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(GeneralList3d, EqualsPlainLoopsForEveryWidth) {
+TEST_OF_TYPES(GeneralList3d, EqualsPlainLoopsForEveryWidth) {
   using T = TypeParam;
   constexpr long L = oracle::cLanes<T>;
   oracle::Random random(331);
@@ -40,7 +40,7 @@ TYPED_TEST(GeneralList3d, EqualsPlainLoopsForEveryWidth) {
   }
 }
 
-TYPED_TEST(GeneralList3d, DoesNotDependOnCutsThreadsAndMemory) {
+TEST_OF_TYPES(GeneralList3d, DoesNotDependOnCutsThreadsAndMemory) {
   using T = TypeParam;
   oracle::Random random(332);
   auto const image = random.image<T>({13, 5, 5, 1, 1});
@@ -66,7 +66,7 @@ TYPED_TEST(GeneralList3d, DoesNotDependOnCutsThreadsAndMemory) {
 }
 
 // The limit that the iterator states: in one block the plans that such a list reads have been written before.
-TYPED_TEST(GeneralList3d, IsExactInPlaceFromItsPlanOnly) {
+TEST_OF_TYPES(GeneralList3d, IsExactInPlaceFromItsPlanOnly) {
   using T = TypeParam;
   oracle::Random random(334);
   auto const image = random.image<T>({13, 5, 7, 1, 1});
@@ -85,7 +85,7 @@ TYPED_TEST(GeneralList3d, IsExactInPlaceFromItsPlanOnly) {
 }
 
 // All offsets before, above or on one side, between two images.
-TYPED_TEST(GeneralList3d, TakesListsThatLieFarOff) {
+TEST_OF_TYPES(GeneralList3d, TakesListsThatLieFarOff) {
   using T = TypeParam;
   oracle::Random random(333);
   auto const image = random.image<T>({17, 5, 6, 1, 2});
@@ -103,7 +103,7 @@ TYPED_TEST(GeneralList3d, TakesListsThatLieFarOff) {
 }
 
 // A block of one voxel has less of an image than its list reaches over.
-TYPED_TEST(GeneralList3d, WorksInPlaceWithOneSidedListsWiderThanItsBlocks) {
+TEST_OF_TYPES(GeneralList3d, WorksInPlaceWithOneSidedListsWiderThanItsBlocks) {
   using T = TypeParam;
   oracle::Random random(334);
   auto const image = random.image<T>({13, 5, 6, 1, 1});
@@ -126,7 +126,7 @@ TYPED_TEST(GeneralList3d, WorksInPlaceWithOneSidedListsWiderThanItsBlocks) {
       }
 }
 
-TYPED_TEST(GeneralList3d, MovesTheImageByASingleOffset) {
+TEST_OF_TYPES(GeneralList3d, MovesTheImageByASingleOffset) {
   using T = TypeParam;
   oracle::Random random(335);
   auto const image = random.image<T>({19, 6, 5, 2, 1});
@@ -140,7 +140,7 @@ TYPED_TEST(GeneralList3d, MovesTheImageByASingleOffset) {
   }
 }
 
-TYPED_TEST(GeneralList3d, GivesTheSameForAnyOrderAndForDuplicates) {
+TEST_OF_TYPES(GeneralList3d, GivesTheSameForAnyOrderAndForDuplicates) {
   using T = TypeParam;
   oracle::Random random(336);
   auto const image = random.image<T>({21, 5, 4, 1, 1});
@@ -153,9 +153,9 @@ TYPED_TEST(GeneralList3d, GivesTheSameForAnyOrderAndForDuplicates) {
 
 template <class T>
 class GeneralList3dReals : public testing::Test {};
-TYPED_TEST_SUITE(GeneralList3dReals, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(GeneralList3dReals, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(GeneralList3dReals, FoldsNansInfinitiesAndZerosInTheOrderOfTheList) {
+TEST_OF_TYPES(GeneralList3dReals, FoldsNansInfinitiesAndZerosInTheOrderOfTheList) {
   using T = TypeParam;
   using Limits = std::numeric_limits<T>;
   T const special[] = {

@@ -60,14 +60,14 @@ class LeafOrder2d : public testing::Test {
       expectRightInAnyOrder<Functor>(General<Functor>(offsets), applyListTimes(m_image, cOperation, offsets, 1));
   }
 };
-TYPED_TEST_SUITE(LeafOrder2d, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(LeafOrder2d, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(LeafOrder2d, DoesNotMatterForDilations) { this->template expectAllKernelsRight<DilationFunctor>(); }
+TEST_OF_TYPES(LeafOrder2d, DoesNotMatterForDilations) { this->template expectAllKernelsRight<DilationFunctor>(); }
 
-TYPED_TEST(LeafOrder2d, DoesNotMatterForErosions) { this->template expectAllKernelsRight<ErosionFunctor>(); }
+TEST_OF_TYPES(LeafOrder2d, DoesNotMatterForErosions) { this->template expectAllKernelsRight<ErosionFunctor>(); }
 
 // Lists that lie two rows above or more: in blocks of a single row nothing of the block itself is read.
-TYPED_TEST(LeafOrder2d, OfSingleRowsDoesNotMatterForListsFarAbove) {
+TEST_OF_TYPES(LeafOrder2d, OfSingleRowsDoesNotMatterForListsFarAbove) {
   for (Offsets const& offsets : {Offsets{{0, -2}}, {{-4, -5}, {3, -3}}, {{6, -7}}})
     for (bool isReversed : {false, true}) {
       auto blocks = cutPlan(this->m_image.sizes, 4, 1);
@@ -83,7 +83,7 @@ TYPED_TEST(LeafOrder2d, OfSingleRowsDoesNotMatterForListsFarAbove) {
 }
 
 // One voxel on each side that has a neighbour, and nothing else.
-TYPED_TEST(LeafOrder2d, OfCrossAndSquareHoldsBackOneVoxelTowardsEachNeighbour) {
+TEST_OF_TYPES(LeafOrder2d, OfCrossAndSquareHoldsBackOneVoxelTowardsEachNeighbour) {
   Five const sizes{30, 24, 1, 1, 1};
   Block2d const inner(8, 16, 1, 10, 20, 1, 0, 0, 0), corner(0, 8, 1, 0, 10, 1, 0, 0, 0);
   for (auto const& [block, nbExpected] : {std::pair{inner, 8 * 6}, {corner, 9 * 7}})
@@ -99,7 +99,7 @@ TYPED_TEST(LeafOrder2d, OfCrossAndSquareHoldsBackOneVoxelTowardsEachNeighbour) {
 }
 
 // How many voxels of a block lie where a neighbouring block reads.
-TYPED_TEST(LeafOrder2d, HoldsBackNoMoreThanNeighboursRead) {
+TEST_OF_TYPES(LeafOrder2d, HoldsBackNoMoreThanNeighboursRead) {
   Five const sizes{30, 24, 1, 1, 1};
   Block2d const inner(8, 16, 1, 10, 20, 1, 0, 0, 0), corner(0, 8, 1, 0, 10, 1, 0, 0, 0);
   struct {

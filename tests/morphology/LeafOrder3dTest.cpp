@@ -78,17 +78,17 @@ class LeafOrder3d : public testing::Test {
                             applyListTimes(m_image, cOperationOf<Functor>, offsets, 1));
   }
 };
-TYPED_TEST_SUITE(LeafOrder3d, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(LeafOrder3d, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(LeafOrder3d, DoesNotMatterForDilations) { this->template expectFixedKernelsRight<DilationFunctor>(); }
+TEST_OF_TYPES(LeafOrder3d, DoesNotMatterForDilations) { this->template expectFixedKernelsRight<DilationFunctor>(); }
 
-TYPED_TEST(LeafOrder3d, DoesNotMatterForErosions) { this->template expectFixedKernelsRight<ErosionFunctor>(); }
+TEST_OF_TYPES(LeafOrder3d, DoesNotMatterForErosions) { this->template expectFixedKernelsRight<ErosionFunctor>(); }
 
-TYPED_TEST(LeafOrder3d, DoesNotMatterForListsOfDilations) { this->template expectListsRight<DilationFunctor>(); }
+TEST_OF_TYPES(LeafOrder3d, DoesNotMatterForListsOfDilations) { this->template expectListsRight<DilationFunctor>(); }
 
-TYPED_TEST(LeafOrder3d, DoesNotMatterForListsOfErosions) { this->template expectListsRight<ErosionFunctor>(); }
+TEST_OF_TYPES(LeafOrder3d, DoesNotMatterForListsOfErosions) { this->template expectListsRight<ErosionFunctor>(); }
 
-TYPED_TEST(LeafOrder3d, DoesNotMatterForLinesDisksAndBalls) {
+TEST_OF_TYPES(LeafOrder3d, DoesNotMatterForLinesDisksAndBalls) {
   for (auto const& element : {oracle::makeLine(0, 0, 9), oracle::makeLine(-25, 200, 6),
                               oracle::makeFlatDisk(40, 70, 2), oracle::makeDisk(2), oracle::makeBall(2)}) {
     Offsets3d offsets;
@@ -99,7 +99,7 @@ TYPED_TEST(LeafOrder3d, DoesNotMatterForLinesDisksAndBalls) {
 }
 
 // Lists with all offsets in plans before: in blocks of a single plan nothing of the block itself is read.
-TYPED_TEST(LeafOrder3d, OfSinglePlansDoesNotMatterForListsFarBefore) {
+TEST_OF_TYPES(LeafOrder3d, OfSinglePlansDoesNotMatterForListsFarBefore) {
   for (Offsets3d const& offsets : {Offsets3d{{0, 0, -1}}, {{0, 0, -2}}, {{-4, 3, -3}, {3, -1, -2}}, {{6, 0, -7}}})
     for (auto const& blocks : this->orderOf(cutVolume(this->m_image.sizes, {4, 3, 1}))) {
       auto const expected = applyListTimes(this->m_image, Operation::cDilation, offsets, 1);
@@ -110,7 +110,7 @@ TYPED_TEST(LeafOrder3d, OfSinglePlansDoesNotMatterForListsFarBefore) {
 
 // One kernel, and one cache for all blocks of a pass: what a larger block leaves behind doesn't disturb a smaller
 // one.
-TYPED_TEST(LeafOrder3d, OfBlocksOfChangingSizesDoesNotMatterForOneCube) {
+TEST_OF_TYPES(LeafOrder3d, OfBlocksOfChangingSizesDoesNotMatterForOneCube) {
   using T = TypeParam;
   long const width = this->m_image.sizes[0];
   // Copies of a cube share its memory.
@@ -123,7 +123,7 @@ TYPED_TEST(LeafOrder3d, OfBlocksOfChangingSizesDoesNotMatterForOneCube) {
           for (bool isInPlace : {true, false}) this->expectRight(kernel, expected, blocks, isInPlace);
 }
 
-TYPED_TEST(LeafOrder3d, LetsOneCubeGoFromOneImageToAnother) {
+TEST_OF_TYPES(LeafOrder3d, LetsOneCubeGoFromOneImageToAnother) {
   using T = TypeParam;
   Cube<DilationFunctor, T> const kernel;
   for (Five const& sizes :
@@ -136,7 +136,7 @@ TYPED_TEST(LeafOrder3d, LetsOneCubeGoFromOneImageToAnother) {
 }
 
 // How many voxels of a block lie where a neighbouring block reads.
-TYPED_TEST(LeafOrder3d, HoldsBackNoMoreThanNeighboursRead) {
+TEST_OF_TYPES(LeafOrder3d, HoldsBackNoMoreThanNeighboursRead) {
   using T = TypeParam;
   Five const sizes{24, 18, 15, 1, 1};
   Block3d const inner(5, 10, 1, 6, 12, 1, 8, 16, 1, 0, 0), corner(0, 5, 1, 0, 6, 1, 0, 8, 1, 0, 0);

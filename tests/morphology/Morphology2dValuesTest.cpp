@@ -5,11 +5,11 @@ namespace {
 
 template <class T>
 class Morphology2dValues : public PluginTest {};
-TYPED_TEST_SUITE(Morphology2dValues, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(Morphology2dValues, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
 constexpr Operation cOperations[] = {Operation::cDilation, Operation::cErosion};
 
-TYPED_TEST(Morphology2dValues, EqualPlainLoopsForEveryWidthAndHeight) {
+TEST_OF_TYPES(Morphology2dValues, EqualPlainLoopsForEveryWidthAndHeight) {
   using T = TypeParam;
   constexpr long L = oracle::cLanes<T>;
   oracle::Random random(101);
@@ -26,7 +26,7 @@ TYPED_TEST(Morphology2dValues, EqualPlainLoopsForEveryWidthAndHeight) {
         }
 }
 
-TYPED_TEST(Morphology2dValues, DontDependOnCutsThreadsAndMemory) {
+TEST_OF_TYPES(Morphology2dValues, DontDependOnCutsThreadsAndMemory) {
   using T = TypeParam;
   oracle::Random random(102);
   auto const image = random.image<T>({37, 19, 2, 2, 1});
@@ -52,7 +52,7 @@ TYPED_TEST(Morphology2dValues, DontDependOnCutsThreadsAndMemory) {
     }
 }
 
-TYPED_TEST(Morphology2dValues, GoThroughAllPositionsOfFiveDimensions) {
+TEST_OF_TYPES(Morphology2dValues, GoThroughAllPositionsOfFiveDimensions) {
   using T = TypeParam;
   oracle::Random random(103);
   auto const image = random.image<T>({11, 6, 3, 2, 2});
@@ -63,7 +63,7 @@ TYPED_TEST(Morphology2dValues, GoThroughAllPositionsOfFiveDimensions) {
     }
 }
 
-TYPED_TEST(Morphology2dValues, MakeADiamondOrASquareOfASingleVoxel) {
+TEST_OF_TYPES(Morphology2dValues, MakeADiamondOrASquareOfASingleVoxel) {
   using T = TypeParam;
   constexpr long cRadius = 5;
   oracle::Image<T> image({21, 21, 1, 1, 1});
@@ -79,7 +79,7 @@ TYPED_TEST(Morphology2dValues, MakeADiamondOrASquareOfASingleVoxel) {
   }
 }
 
-TYPED_TEST(Morphology2dValues, OfNoIterationsLeaveTheOutputAsItIs) {
+TEST_OF_TYPES(Morphology2dValues, OfNoIterationsLeaveTheOutputAsItIs) {
   using T = TypeParam;
   oracle::Random random(104);
   auto const image = random.image<T>({9, 5, 2, 1, 1});
@@ -92,7 +92,7 @@ TYPED_TEST(Morphology2dValues, OfNoIterationsLeaveTheOutputAsItIs) {
   EXPECT_FALSE(algorithm->getWarning().empty());
 }
 
-TYPED_TEST(Morphology2dValues, NeverComeFromBeyondTheEdge) {
+TEST_OF_TYPES(Morphology2dValues, NeverComeFromBeyondTheEdge) {
   using T = TypeParam;
   // The extremes of the type, in images so small that every neighbourhood reaches beyond them.
   for (T const value : {std::numeric_limits<T>::lowest(), std::numeric_limits<T>::max(), T(1)})
@@ -104,7 +104,7 @@ TYPED_TEST(Morphology2dValues, NeverComeFromBeyondTheEdge) {
     }
 }
 
-TYPED_TEST(Morphology2dValues, TakeAnyOtherNeighborhoodForTheSquare) {
+TEST_OF_TYPES(Morphology2dValues, TakeAnyOtherNeighborhoodForTheSquare) {
   using T = TypeParam;
   oracle::Random random(105);
   auto const image = random.image<T>({13, 9, 1, 1, 1});
@@ -113,7 +113,7 @@ TYPED_TEST(Morphology2dValues, TakeAnyOtherNeighborhoodForTheSquare) {
                          oracle::applySquare(image, Operation::cDilation)));
 }
 
-TYPED_TEST(Morphology2dValues, AreConvertedForAnOutputOfAnotherType) {
+TEST_OF_TYPES(Morphology2dValues, AreConvertedForAnOutputOfAnotherType) {
   using T = TypeParam;
   oracle::Random random(106);
   auto const image = random.imageWithin<T>({21, 8, 1, 1, 1}, 0, 100);
@@ -130,9 +130,9 @@ TYPED_TEST(Morphology2dValues, AreConvertedForAnOutputOfAnotherType) {
 
 template <class T>
 class Morphology2dRealValues : public PluginTest {};
-TYPED_TEST_SUITE(Morphology2dRealValues, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(Morphology2dRealValues, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(Morphology2dRealValues, FoldNansInfinitiesAndZerosInTheStatedOrder) {
+TEST_OF_TYPES(Morphology2dRealValues, FoldNansInfinitiesAndZerosInTheStatedOrder) {
   using T = TypeParam;
   using Limits = std::numeric_limits<T>;
   T const special[] = {
@@ -153,7 +153,7 @@ TYPED_TEST(Morphology2dRealValues, FoldNansInfinitiesAndZerosInTheStatedOrder) {
   }
 }
 
-TYPED_TEST(Morphology2dRealValues, LoseAnInfinityAtTheEdgeToTheFiniteValueBeyond) {
+TEST_OF_TYPES(Morphology2dRealValues, LoseAnInfinityAtTheEdgeToTheFiniteValueBeyond) {
   using T = TypeParam;
   oracle::Image<T> image({3, 3, 1, 1, 1});
   std::fill(image.voxels.begin(), image.voxels.end(), -std::numeric_limits<T>::infinity());

@@ -11,12 +11,12 @@ class Morphology3dValues : public PluginTest {
     return {operation, neighborhood, nbIterations, isInPlace, extraMemory, 3};
   }
 };
-TYPED_TEST_SUITE(Morphology3dValues, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(Morphology3dValues, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
 constexpr Operation cOperations[] = {Operation::cDilation, Operation::cErosion};
 constexpr int cNeighborhoods[] = {0, 1, 2};
 
-TYPED_TEST(Morphology3dValues, EqualPlainLoopsForEverySize) {
+TEST_OF_TYPES(Morphology3dValues, EqualPlainLoopsForEverySize) {
   using T = TypeParam;
   constexpr long L = oracle::cLanes<T>;
   oracle::Random random(301);
@@ -35,7 +35,7 @@ TYPED_TEST(Morphology3dValues, EqualPlainLoopsForEverySize) {
         }
 }
 
-TYPED_TEST(Morphology3dValues, DontDependOnCutsThreadsAndMemory) {
+TEST_OF_TYPES(Morphology3dValues, DontDependOnCutsThreadsAndMemory) {
   using T = TypeParam;
   oracle::Random random(302);
   auto const image = random.image<T>({19, 8, 7, 2, 1});
@@ -62,7 +62,7 @@ TYPED_TEST(Morphology3dValues, DontDependOnCutsThreadsAndMemory) {
     }
 }
 
-TYPED_TEST(Morphology3dValues, GoThroughAllPositionsOfFiveDimensions) {
+TEST_OF_TYPES(Morphology3dValues, GoThroughAllPositionsOfFiveDimensions) {
   using T = TypeParam;
   oracle::Random random(303);
   auto const image = random.image<T>({7, 5, 4, 2, 3});
@@ -73,7 +73,7 @@ TYPED_TEST(Morphology3dValues, GoThroughAllPositionsOfFiveDimensions) {
     }
 }
 
-TYPED_TEST(Morphology3dValues, MakeAnOctahedronOrACubeOfASingleVoxel) {
+TEST_OF_TYPES(Morphology3dValues, MakeAnOctahedronOrACubeOfASingleVoxel) {
   using T = TypeParam;
   constexpr long cRadius = 3;
   oracle::Image<T> image({9, 9, 9, 1, 1});
@@ -90,7 +90,7 @@ TYPED_TEST(Morphology3dValues, MakeAnOctahedronOrACubeOfASingleVoxel) {
   }
 }
 
-TYPED_TEST(Morphology3dValues, OfOnePlanAreThoseInThePlan) {
+TEST_OF_TYPES(Morphology3dValues, OfOnePlanAreThoseInThePlan) {
   using T = TypeParam;
   oracle::Random random(304);
   auto const image = random.image<T>({23, 9, 1, 1, 1});
@@ -101,7 +101,7 @@ TYPED_TEST(Morphology3dValues, OfOnePlanAreThoseInThePlan) {
                              oracle::applyTimes(image, operation, inPlane, nbIterations)));
 }
 
-TYPED_TEST(Morphology3dValues, TakeAnyOtherNeighborhoodForTheCube) {
+TEST_OF_TYPES(Morphology3dValues, TakeAnyOtherNeighborhoodForTheCube) {
   using T = TypeParam;
   oracle::Random random(305);
   auto const image = random.image<T>({9, 5, 4, 1, 1});
@@ -112,9 +112,9 @@ TYPED_TEST(Morphology3dValues, TakeAnyOtherNeighborhoodForTheCube) {
 
 template <class T>
 class Morphology3dRealValues : public PluginTest {};
-TYPED_TEST_SUITE(Morphology3dRealValues, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(Morphology3dRealValues, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(Morphology3dRealValues, FoldNansInfinitiesAndZerosInTheStatedOrder) {
+TEST_OF_TYPES(Morphology3dRealValues, FoldNansInfinitiesAndZerosInTheStatedOrder) {
   using T = TypeParam;
   using Limits = std::numeric_limits<T>;
   T const special[] = {

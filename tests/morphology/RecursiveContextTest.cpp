@@ -66,12 +66,12 @@ class RecursiveContext : public testing::Test {
   }
 };
 using Directions = testing::Types<pxl::InputToOutput, pxl::OutputToOutput>;
-TYPED_TEST_SUITE(RecursiveContext, Directions);
+TEST_TYPES(RecursiveContext, Directions);
 
 auto const countRowsOf = [](auto const& cache) { return cache.rows.size(); };
 auto const countPlansOf = [](auto const& cache) { return cache.plans.size(); };
 
-TYPED_TEST(RecursiveContext, StartsWithItsViewsAndWithoutAnyCache) {
+TEST_OF_TYPES(RecursiveContext, StartsWithItsViewsAndWithoutAnyCache) {
   typename TestFixture::Context const context(this->input, this->output);
   EXPECT_EQ(context.input, this->input);
   EXPECT_EQ(context.output, this->output);
@@ -79,7 +79,7 @@ TYPED_TEST(RecursiveContext, StartsWithItsViewsAndWithoutAnyCache) {
   EXPECT_EQ(this->countCaches(), 0U);
 }
 
-TYPED_TEST(RecursiveContext, CreatesInputRowsOfTheInput) {
+TEST_OF_TYPES(RecursiveContext, CreatesInputRowsOfTheInput) {
   typename TestFixture::Context context(this->input, this->output);
   this->expectCreated(
       "createRowCacheRead", this->input.get(), [&](unsigned long n) { return context.createInputRowCache(n); },
@@ -87,7 +87,7 @@ TYPED_TEST(RecursiveContext, CreatesInputRowsOfTheInput) {
   EXPECT_EQ(this->countSlots(context), (std::vector<unsigned long>{2, 0, 0, 0}));
 }
 
-TYPED_TEST(RecursiveContext, CreatesOutputRowsOfTheOutput) {
+TEST_OF_TYPES(RecursiveContext, CreatesOutputRowsOfTheOutput) {
   typename TestFixture::Context context(this->input, this->output);
   this->expectCreated(
       "createRowCacheReadWrite", this->output.get(), [&](unsigned long n) { return context.createOuputRowCache(n); },
@@ -95,7 +95,7 @@ TYPED_TEST(RecursiveContext, CreatesOutputRowsOfTheOutput) {
   EXPECT_EQ(this->countSlots(context), (std::vector<unsigned long>{0, 2, 0, 0}));
 }
 
-TYPED_TEST(RecursiveContext, CreatesInputPlansOfTheInput) {
+TEST_OF_TYPES(RecursiveContext, CreatesInputPlansOfTheInput) {
   typename TestFixture::Context context(this->input, this->output);
   this->expectCreated(
       "createPlanCacheRead", this->input.get(), [&](unsigned long n) { return context.createInputPlanCache(n); },
@@ -103,7 +103,7 @@ TYPED_TEST(RecursiveContext, CreatesInputPlansOfTheInput) {
   EXPECT_EQ(this->countSlots(context), (std::vector<unsigned long>{0, 0, 2, 0}));
 }
 
-TYPED_TEST(RecursiveContext, CreatesOutputPlansOfTheOutput) {
+TEST_OF_TYPES(RecursiveContext, CreatesOutputPlansOfTheOutput) {
   typename TestFixture::Context context(this->input, this->output);
   this->expectCreated(
       "createPlanCacheReadWrite", this->output.get(),
@@ -111,7 +111,7 @@ TYPED_TEST(RecursiveContext, CreatesOutputPlansOfTheOutput) {
   EXPECT_EQ(this->countSlots(context), (std::vector<unsigned long>{0, 0, 0, 2}));
 }
 
-TYPED_TEST(RecursiveContext, LeavesAReplacedCacheUsable) {
+TEST_OF_TYPES(RecursiveContext, LeavesAReplacedCacheUsable) {
   typename TestFixture::Context context(this->input, this->output);
   auto const first = context.createInputRowCache(1);
   context.createInputRowCache(1);
@@ -120,7 +120,7 @@ TYPED_TEST(RecursiveContext, LeavesAReplacedCacheUsable) {
     EXPECT_EQ(row->voxels[static_cast<unsigned long>(col)], this->image.at({col, 4, 1, 0, 0}));
 }
 
-TYPED_TEST(RecursiveContext, TakesItsCachesAndViewsWithIt) {
+TEST_OF_TYPES(RecursiveContext, TakesItsCachesAndViewsWithIt) {
   std::weak_ptr<void> inputRows, outputPlans;
   {
     typename TestFixture::Context context(this->input, this->output);
@@ -136,14 +136,14 @@ TYPED_TEST(RecursiveContext, TakesItsCachesAndViewsWithIt) {
   EXPECT_EQ(this->output.use_count(), 1);
 }
 
-TYPED_TEST(RecursiveContext, KnowsWhetherItsViewsShowOneImage) {
+TEST_OF_TYPES(RecursiveContext, KnowsWhetherItsViewsShowOneImage) {
   using Pass = typename TestFixture::Context;
   EXPECT_FALSE(Pass(this->input, this->output).isInPlace());
   EXPECT_TRUE(Pass(this->output, this->output).isInPlace());
   EXPECT_TRUE(Pass(this->input, View::New(this->hostInput.get(), this->border)).isInPlace()) << "by another view";
 }
 
-TYPED_TEST(RecursiveContext, HasNothingThatCrossAndListsUse) {
+TEST_OF_TYPES(RecursiveContext, HasNothingThatCrossAndListsUse) {
   typename TestFixture::Context context(this->input, this->output);
   for (Block2d const& block : cutPlan(this->image.sizes, 7, 4)) {
     Cross<DilationFunctor>().run(block, context);
@@ -152,7 +152,7 @@ TYPED_TEST(RecursiveContext, HasNothingThatCrossAndListsUse) {
   EXPECT_EQ(this->countSlots(context), (std::vector<unsigned long>{0, 0, 0, 0}));
 }
 
-TYPED_TEST(RecursiveContext, IsAskedByCrossAndListsForOneCacheOfEachKindInABlock) {
+TEST_OF_TYPES(RecursiveContext, IsAskedByCrossAndListsForOneCacheOfEachKindInABlock) {
   typename TestFixture::Context context(this->input, this->output);
   auto const blocks = cutPlan(this->image.sizes, 7, 4);
   auto const expectOneEach = [&](auto const& kernel, long nbRows) {
@@ -170,7 +170,7 @@ TYPED_TEST(RecursiveContext, IsAskedByCrossAndListsForOneCacheOfEachKindInABlock
   expectOneEach(General<DilationFunctor>({{4, -1}}), 1);
 }
 
-TYPED_TEST(RecursiveContext, KeepsTheRowsOfTheSquareFromBlockToBlock) {
+TEST_OF_TYPES(RecursiveContext, KeepsTheRowsOfTheSquareFromBlockToBlock) {
   typename TestFixture::Context context(this->input, this->output);
   Square<DilationFunctor, short> const square;
   for (long nbCols : {3L, 11L, 5L})
@@ -181,7 +181,7 @@ TYPED_TEST(RecursiveContext, KeepsTheRowsOfTheSquareFromBlockToBlock) {
   EXPECT_EQ(this->countCaches(), 2U);
 }
 
-TYPED_TEST(RecursiveContext, LetsTheSquareUseWhatStandsInItsSlots) {
+TEST_OF_TYPES(RecursiveContext, LetsTheSquareUseWhatStandsInItsSlots) {
   typename TestFixture::Context context(this->input, this->output);
   auto const rows = context.createInputRowCache(2);
   Square<DilationFunctor, short>().run(cutPlan(this->image.sizes, 9, 9)[0], context);

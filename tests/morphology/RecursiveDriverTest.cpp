@@ -62,9 +62,9 @@ class RecursiveDriverOf : public testing::Test {
   StageRecorder recorder;
   unsigned long extraMemory = 0;
 };
-TYPED_TEST_SUITE(RecursiveDriverOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(RecursiveDriverOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(RecursiveDriverOf, ComparesTheBytesOfATemporaryWithTheLimit) {
+TEST_OF_TYPES(RecursiveDriverOf, ComparesTheBytesOfATemporaryWithTheLimit) {
   Five const sizes{5, 4, 3, 2, 1};
   constexpr unsigned long cBytes = 120 * sizeof(TypeParam);
   for (auto const& [limit, nbExpected] :

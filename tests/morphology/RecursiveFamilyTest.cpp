@@ -58,11 +58,11 @@ class RecursiveFamily : public testing::Test {
   oracle::Random m_random{295};
   oracle::Image<T> const m_image = m_random.image<T>({2 * oracle::cLanes<T> + 3, 9, 2, 1, 2});
 };
-TYPED_TEST_SUITE(RecursiveFamily, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(RecursiveFamily, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(RecursiveFamily, DilatesAndDilatesAgain) { this->template expectAllKernelsRight<DilationFunctor>(); }
+TEST_OF_TYPES(RecursiveFamily, DilatesAndDilatesAgain) { this->template expectAllKernelsRight<DilationFunctor>(); }
 
-TYPED_TEST(RecursiveFamily, ErodesAndErodesAgain) { this->template expectAllKernelsRight<ErosionFunctor>(); }
+TEST_OF_TYPES(RecursiveFamily, ErodesAndErodesAgain) { this->template expectAllKernelsRight<ErosionFunctor>(); }
 
 }  // namespace
 }  // namespace morphology_test

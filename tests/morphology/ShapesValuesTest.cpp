@@ -7,7 +7,7 @@ namespace {
 
 template <class T>
 class ShapesValues : public PluginTest {};
-TYPED_TEST_SUITE(ShapesValues, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(ShapesValues, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
 /** One element of each shape, at angles that are none of the simple ones. */
 std::vector<ShapeWay> makeWays(Operation operation) {
@@ -20,7 +20,7 @@ std::vector<ShapeWay> makeWays(Operation operation) {
           {Shape::cBall3d, operation, 4, cFast}};
 }
 
-TYPED_TEST(ShapesValues, EqualPlainLoopsForEverySize) {
+TEST_OF_TYPES(ShapesValues, EqualPlainLoopsForEverySize) {
   using T = TypeParam;
   constexpr long L = oracle::cLanes<T>;
   oracle::Random random(401);
@@ -33,7 +33,7 @@ TYPED_TEST(ShapesValues, EqualPlainLoopsForEverySize) {
         }
 }
 
-TYPED_TEST(ShapesValues, GoThroughAllPositionsOfFiveDimensions) {
+TEST_OF_TYPES(ShapesValues, GoThroughAllPositionsOfFiveDimensions) {
   using T = TypeParam;
   oracle::Random random(402);
   auto const image = random.image<T>({11, 6, 3, 2, 3});
@@ -41,7 +41,7 @@ TYPED_TEST(ShapesValues, GoThroughAllPositionsOfFiveDimensions) {
     for (ShapeWay const& way : makeWays(operation)) EXPECT_TRUE(areRightApartAndInPlace(way, image));
 }
 
-TYPED_TEST(ShapesValues, DontDependOnCutsThreadsAndMemory) {
+TEST_OF_TYPES(ShapesValues, DontDependOnCutsThreadsAndMemory) {
   using T = TypeParam;
   oracle::Random random(403);
   auto const image = random.image<T>({19, 8, 7, 1, 1});
@@ -63,7 +63,7 @@ TYPED_TEST(ShapesValues, DontDependOnCutsThreadsAndMemory) {
   }
 }
 
-TYPED_TEST(ShapesValues, NeverComeFromBeyondTheEdge) {
+TEST_OF_TYPES(ShapesValues, NeverComeFromBeyondTheEdge) {
   using T = TypeParam;
   for (T const value : {std::numeric_limits<T>::lowest(), std::numeric_limits<T>::max(), T(1)})
     for (Five const& sizes : {Five{1, 1, 1, 1, 1}, Five{1, 3, 2, 1, 1}, Five{3, 1, 1, 1, 1}}) {
@@ -74,7 +74,7 @@ TYPED_TEST(ShapesValues, NeverComeFromBeyondTheEdge) {
     }
 }
 
-TYPED_TEST(ShapesValues, NeedAnOutputOfTheSameType) {
+TEST_OF_TYPES(ShapesValues, NeedAnOutputOfTheSameType) {
   using T = TypeParam;
   oracle::Image<T> const image({9, 4, 2, 1, 1});
   oracle::Image<std::conditional_t<std::is_same_v<T, short>, int, short>> const other(image.sizes);
@@ -100,9 +100,9 @@ class ShapesRealValues : public PluginTest {
 
   oracle::Random m_random{405};
 };
-TYPED_TEST_SUITE(ShapesRealValues, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(ShapesRealValues, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(ShapesRealValues, FoldNansInfinitiesAndZerosInTheOrderOfTheList) {
+TEST_OF_TYPES(ShapesRealValues, FoldNansInfinitiesAndZerosInTheOrderOfTheList) {
   for (int round = 0; round < 6; ++round) {
     auto const image = this->makeSpecialImage({11, 6, 5, 1, 1});
     for (Operation operation : cOperations)
@@ -113,7 +113,7 @@ TYPED_TEST(ShapesRealValues, FoldNansInfinitiesAndZerosInTheOrderOfTheList) {
   }
 }
 
-TYPED_TEST(ShapesRealValues, OfFastShapesAreThoseOfTheirSteps) {
+TEST_OF_TYPES(ShapesRealValues, OfFastShapesAreThoseOfTheirSteps) {
   for (unsigned int radius : {1U, 2U, 5U, 6U}) {
     auto const image = this->makeSpecialImage({13, 7, 6, 1, 1});
     for (Operation operation : cOperations) {

@@ -34,9 +34,9 @@ class SpecialReals : public PluginTest {
     return toOracle<unsigned char>(*output, image.sizes);
   }
 };
-TYPED_TEST_SUITE(SpecialReals, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(SpecialReals, oracle::RealVoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(SpecialReals, InfinitiesLoseAlongTheEdgeOnly) {
+TEST_OF_TYPES(SpecialReals, InfinitiesLoseAlongTheEdgeOnly) {
   using T = TypeParam;
   for (Operation operation : cOperations)
     for (int dimension : {2, 3})
@@ -56,7 +56,7 @@ TYPED_TEST(SpecialReals, InfinitiesLoseAlongTheEdgeOnly) {
       }
 }
 
-TYPED_TEST(SpecialReals, NanLosesToWhatComesAfterItFromBeyondTheEdge) {
+TEST_OF_TYPES(SpecialReals, NanLosesToWhatComesAfterItFromBeyondTheEdge) {
   using T = TypeParam;
   for (Operation operation : cOperations)
     for (int dimension : {2, 3})
@@ -68,7 +68,7 @@ TYPED_TEST(SpecialReals, NanLosesToWhatComesAfterItFromBeyondTheEdge) {
       }
 }
 
-TYPED_TEST(SpecialReals, NanMakesAnOutputOfIntegersDependOnTheTemporary) {
+TEST_OF_TYPES(SpecialReals, NanMakesAnOutputOfIntegersDependOnTheTemporary) {
   using T = TypeParam;
   auto image = this->makeFlat({9, 7, 1, 1, 1}, T(5));
   image.at({4, 3, 0, 0, 0}) = std::numeric_limits<T>::quiet_NaN();
@@ -82,7 +82,7 @@ TYPED_TEST(SpecialReals, NanMakesAnOutputOfIntegersDependOnTheTemporary) {
   EXPECT_FALSE(areEqual(kept, stored));
 }
 
-TYPED_TEST(SpecialReals, NoneMakesAnOutputOfIntegersDependOnTheTemporary) {
+TEST_OF_TYPES(SpecialReals, NoneMakesAnOutputOfIntegersDependOnTheTemporary) {
   using T = TypeParam;
   oracle::Random random(271);
   T const special[] = {std::numeric_limits<T>::infinity(), -std::numeric_limits<T>::infinity(), T(-0.), T(2.5)};

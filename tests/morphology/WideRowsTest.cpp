@@ -37,9 +37,9 @@ class WideRows : public testing::Test {
   WideRows() { recorder.isTracing = false; }
   pxl::instrument::Recorder recorder;
 };
-TYPED_TEST_SUITE(WideRows, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(WideRows, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(WideRows, AreFoldedWithoutAStepBeyondThem) {
+TEST_OF_TYPES(WideRows, AreFoldedWithoutAStepBeyondThem) {
   using T = TypeParam;
   constexpr long L = oracle::cLanes<T>;
   constexpr long cMost = cMaxNbVectors * L;
@@ -74,7 +74,7 @@ std::vector<Offsets3d> makeOddLists() {
           {{1, 0, 0}, {20, 0, 0}, {300, 0, 0}}};
 }
 
-TYPED_TEST(WideRows, EqualPlainLoops) {
+TEST_OF_TYPES(WideRows, EqualPlainLoops) {
   using T = TypeParam;
   constexpr long L = oracle::cLanes<T>;
   oracle::Random random(422);
@@ -98,7 +98,7 @@ TYPED_TEST(WideRows, EqualPlainLoops) {
 }
 
 // However many vectors are folded in one walk: of NaN and of zeros of both signs the second operand is taken.
-TYPED_TEST(WideRows, FoldNansAndZerosInTheOrderOfTheList) {
+TEST_OF_TYPES(WideRows, FoldNansAndZerosInTheOrderOfTheList) {
   using T = TypeParam;
   if constexpr (!std::is_floating_point_v<T>) {
     GTEST_SKIP() << "integers are all alike";
@@ -128,7 +128,7 @@ TYPED_TEST(WideRows, FoldNansAndZerosInTheOrderOfTheList) {
   }
 }
 
-TYPED_TEST(WideRows, TakeListsLongerThanAnyElement) {
+TEST_OF_TYPES(WideRows, TakeListsLongerThanAnyElement) {
   using T = TypeParam;
   oracle::Random random(423);
   auto const image = random.image<T>({33, 2, 2, 1, 1});

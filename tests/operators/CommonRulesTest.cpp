@@ -17,7 +17,7 @@ constexpr std::size_t cNbVoxels = 21 * 13 * 5 * 2 * 2;
 
 using Voxels = std::vector<unsigned short>;
 
-void fill(pxl::Image& image, oracle::Random& random) {
+void fillRandomly(pxl::Image& image, oracle::Random& random) {
   auto* const voxels = static_cast<unsigned short*>(image.getVoxels());
   for (std::size_t i = 0; i < cNbVoxels; ++i) voxels[i] = random.voxel<unsigned short>();
 }
@@ -52,8 +52,8 @@ class CommonRules : public EveryOperator {
   static ReadyRun makeFilledRun() {
     oracle::Random random(271828);
     ReadyRun run = makeRun(cSizes, cType);
-    for (auto const& input : run.inputs) fill(*input, random);
-    if (run.output) fill(*run.output, random);
+    for (auto const& input : run.inputs) fillRandomly(*input, random);
+    if (run.output) fillRandomly(*run.output, random);
     return run;
   }
 };

@@ -29,13 +29,13 @@ class Offsets : public EveryOperator {
   static std::set<Position> probe(ReadyRun const& run, unsigned short background, unsigned short peak) {
     auto* const in = static_cast<unsigned short*>(run.inputs.front()->getVoxels());
     auto* const out = static_cast<unsigned short*>(run.output->getVoxels());
-    constexpr long cNbVoxels = cSize * cSize * cSize;
-    std::fill(in, in + cNbVoxels, background);
-    std::fill(out, out + cNbVoxels, background);
+    constexpr long cVolume = cSize * cSize * cSize;
+    std::fill(in, in + cVolume, background);
+    std::fill(out, out + cVolume, background);
     in[(cMiddle * cSize + cMiddle) * cSize + cMiddle] = peak;
     run.algorithm->execute();
     std::set<Position> positions;
-    for (long i = 0; i < cNbVoxels; ++i) {
+    for (long i = 0; i < cVolume; ++i) {
       if (out[i] == background) continue;
       positions.insert({cMiddle - i % cSize, cMiddle - i / cSize % cSize, cMiddle - i / (cSize * cSize)});
     }

@@ -6,6 +6,8 @@
 #include <string>
 #include <type_traits>
 
+#include "oracle/TypedTests.h"
+
 /** For typed tests over the voxel types. */
 namespace oracle {
 

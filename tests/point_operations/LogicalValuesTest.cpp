@@ -9,9 +9,9 @@ class LogicalValues : public PluginTest {
   static constexpr long L = oracle::cLanes<T>;
   oracle::Random random{501};
 };
-TYPED_TEST_SUITE(LogicalValues, oracle::IntegerVoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(LogicalValues, oracle::IntegerVoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(LogicalValues, EqualBitsOneByOneForEveryWidth) {
+TEST_OF_TYPES(LogicalValues, EqualBitsOneByOneForEveryWidth) {
   using T = TypeParam;
   for (long cols = 1; cols <= 3 * this->L + 1; ++cols) {
     Five const sizes{cols, 3, 2, 1, 1};
@@ -30,7 +30,7 @@ TYPED_TEST(LogicalValues, EqualBitsOneByOneForEveryWidth) {
   }
 }
 
-TYPED_TEST(LogicalValues, DontDependOnCutsThreadsAndAliasing) {
+TEST_OF_TYPES(LogicalValues, DontDependOnCutsThreadsAndAliasing) {
   using T = TypeParam;
   Five const sizes{2 * this->L + 3, 9, 4, 2, 2};
   auto const a = this->random.template image<T>(sizes);
@@ -59,7 +59,7 @@ TYPED_TEST(LogicalValues, DontDependOnCutsThreadsAndAliasing) {
     }
 }
 
-TYPED_TEST(LogicalValues, StayWithinAWindow) {
+TEST_OF_TYPES(LogicalValues, StayWithinAWindow) {
   using T = TypeParam;
   // A window in the middle of a larger image, of an odd width: what lies around it doesn't change.
   Five const sizes{4 * this->L, 8, 5, 3, 3};
@@ -84,7 +84,7 @@ TYPED_TEST(LogicalValues, StayWithinAWindow) {
   EXPECT_TRUE(areEqual(*output, expected));
 }
 
-TYPED_TEST(LogicalValues, TakeTheLowBitsOfTheValue) {
+TEST_OF_TYPES(LogicalValues, TakeTheLowBitsOfTheValue) {
   using T = TypeParam;
   auto const a = this->random.template image<T>({5, 3, 1, 1, 1});
   auto const input = oracle::toHost(a), output = oracle::toHost(oracle::Image<T>(a.sizes));
@@ -96,7 +96,7 @@ TYPED_TEST(LogicalValues, TakeTheLowBitsOfTheValue) {
   }
 }
 
-TYPED_TEST(LogicalValues, OfABinaryImageKnowOnlyZeroAndOneAsValue) {
+TEST_OF_TYPES(LogicalValues, OfABinaryImageKnowOnlyZeroAndOneAsValue) {
   using T = TypeParam;
   oracle::Image<T> bits({7, 3, 1, 1, 1});
   for (T& voxel : bits.voxels) voxel = static_cast<T>(this->random.number(0, 1));

@@ -1,5 +1,6 @@
 #include <cstdio>
 
+#include "oracle/VoxelTypeTests.h"
 #include "qorn/io/ImageReaders.h"
 #include "qorn/io/InputFile.h"
 #include "support/Npy.h"
@@ -27,11 +28,9 @@ class NpyReader : public ::testing::Test {
   TempFolder folder;
   std::string path = folder / "image.npy";
 };
-using VoxelTypes =
-    ::testing::Types<unsigned char, unsigned short, unsigned int, signed char, short, int, float, double>;
-TYPED_TEST_SUITE(NpyReader, VoxelTypes);
+TEST_TYPES(NpyReader, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(NpyReader, MapsNativeData) {
+TEST_OF_TYPES(NpyReader, MapsNativeData) {
   auto const values = makeValues<TypeParam>(3 * 4 * 5);
   for (std::string const order : {"<", "="}) {
     writeFile(this->path, makeNpy(order + getDescr<TypeParam>(), "(3, 4, 5)", values));
@@ -45,7 +44,7 @@ TYPED_TEST(NpyReader, MapsNativeData) {
   }
 }
 
-TYPED_TEST(NpyReader, SwapsBigEndianData) {
+TEST_OF_TYPES(NpyReader, SwapsBigEndianData) {
   auto const values = makeValues<TypeParam>(4 * 7);
   writeFile(this->path, makeNpy(">" + getDescr<TypeParam>(), "(4, 7)", values));
   auto const read = qorn::io::readImage(this->path);
@@ -68,7 +67,7 @@ std::string toFortranBytes(std::vector<T> const& values, std::vector<unsigned lo
   return toBytes(reordered, isBigEndian);
 }
 
-TYPED_TEST(NpyReader, PutsFortranDataInOrder) {
+TEST_OF_TYPES(NpyReader, PutsFortranDataInOrder) {
   std::vector<std::vector<unsigned long>> const shapes{
       {3, 4}, {1, 9}, {9, 1}, {2, 3, 4}, {2, 3, 4, 5}, {2, 1, 4, 3, 5}, {1500, 3}, {2, 1100, 70}, {3, 70000}};
   for (auto const& shape : shapes) {
@@ -90,7 +89,7 @@ TYPED_TEST(NpyReader, PutsFortranDataInOrder) {
   }
 }
 
-TYPED_TEST(NpyReader, StaysOnDiskWhenAsked) {
+TEST_OF_TYPES(NpyReader, StaysOnDiskWhenAsked) {
   auto const values = makeValues<TypeParam>(4 * 6);
   qorn::io::ReadOptions options;
   options.isOnDisk = true;

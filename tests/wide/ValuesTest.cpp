@@ -54,9 +54,9 @@ class WideValues : public ::testing::Test {
 
   Random m_random{93};
 };
-TYPED_TEST_SUITE(WideValues, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(WideValues, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(WideValues, IterateInPlanes) {
+TEST_OF_TYPES(WideValues, IterateInPlanes) {
   for (Operation const operation : cOperations)
     for (int neighborhood : {0, 1})
       for (unsigned int nbIterations : {1U, 2U, 7U, 9U})  // 9: many windows of 19 rows at once
@@ -70,7 +70,7 @@ TYPED_TEST(WideValues, IterateInPlanes) {
         }
 }
 
-TYPED_TEST(WideValues, IterateInVolumes) {
+TEST_OF_TYPES(WideValues, IterateInVolumes) {
   for (Operation const operation : cOperations)
     for (int neighborhood : {0, 1, 2})
       for (unsigned int nbIterations : {1U, 3U})
@@ -83,7 +83,7 @@ TYPED_TEST(WideValues, IterateInVolumes) {
         }
 }
 
-TYPED_TEST(WideValues, HaveShapes) {
+TEST_OF_TYPES(WideValues, HaveShapes) {
   for (Operation const operation : cOperations)
     for (Five const& sizes : {Five{4, 5, 3, 1, 1}, Five{67, 8, 4, 1, 1}}) {
       auto const image = this->makeImage(sizes);
@@ -106,7 +106,7 @@ TYPED_TEST(WideValues, HaveShapes) {
     }
 }
 
-TYPED_TEST(WideValues, AreWeightedSums) {
+TEST_OF_TYPES(WideValues, AreWeightedSums) {
   for (int dimension : {2, 3})
     for (Five const& sizes : {Five{2, 3, 2, 1, 1}, Five{67, 9, 3, 1, 1}}) {
       oracle::Taps taps;
@@ -134,9 +134,9 @@ TYPED_TEST(WideValues, AreWeightedSums) {
 
 template <class T>
 class WideBits : public WideValues<T> {};
-TYPED_TEST_SUITE(WideBits, oracle::IntegerVoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(WideBits, oracle::IntegerVoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(WideBits, AreCombined) {
+TEST_OF_TYPES(WideBits, AreCombined) {
   for (int operation = 0; operation < 7; ++operation)
     for (Five const& sizes : {Five{1, 1, 1, 1, 1}, Five{201, 7, 2, 1, 1}}) {
       auto const image = this->makeImage(sizes), other = this->makeImage(sizes);
@@ -150,7 +150,7 @@ TYPED_TEST(WideBits, AreCombined) {
     }
 }
 
-TYPED_TEST(WideValues, AreExtrema) {
+TEST_OF_TYPES(WideValues, AreExtrema) {
   for (int dimensions : {0, 1, 7}) {
     auto const image = this->m_random.template image<TypeParam>({79, 11, 3, 2, 2});
     auto const expected = oracle::measureExtrema(image, dimensions);

@@ -23,9 +23,9 @@ class AlignedAllocatorOf : public testing::Test {
     if (!isMallocHooked()) GTEST_SKIP() << "the sanitizer has the allocator";
   }
 };
-TYPED_TEST_SUITE(AlignedAllocatorOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(AlignedAllocatorOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(AlignedAllocatorOf, AsksMallocForThirtyTwoBytesMore) {
+TEST_OF_TYPES(AlignedAllocatorOf, AsksMallocForThirtyTwoBytesMore) {
   for (std::size_t count : {1UL, 2UL, 15UL, 16UL, 17UL, 1000UL}) {
     Allocator<TypeParam> allocator;
     MallocWatch watch;
@@ -39,7 +39,7 @@ TYPED_TEST(AlignedAllocatorOf, AsksMallocForThirtyTwoBytesMore) {
   }
 }
 
-TYPED_TEST(AlignedAllocatorOf, AlignsAndKeepsSlackWhereverMallocPutsIt) {
+TEST_OF_TYPES(AlignedAllocatorOf, AlignsAndKeepsSlackWhereverMallocPutsIt) {
   for (Placement placement : {Placement::cAtOffset0, Placement::cAtOffset8})
     for (std::size_t count : {1UL, 3UL, 16UL, 33UL}) {
       Allocator<TypeParam> allocator;
@@ -64,7 +64,7 @@ TYPED_TEST(AlignedAllocatorOf, AlignsAndKeepsSlackWhereverMallocPutsIt) {
     }
 }
 
-TYPED_TEST(AlignedAllocatorOf, RaisesBadAllocWhenMallocHasNothing) {
+TEST_OF_TYPES(AlignedAllocatorOf, RaisesBadAllocWhenMallocHasNothing) {
   Allocator<TypeParam> allocator;
   bool isRaised = false;
   MallocWatch watch;
@@ -81,7 +81,7 @@ TYPED_TEST(AlignedAllocatorOf, RaisesBadAllocWhenMallocHasNothing) {
   EXPECT_THROW(allocator.allocate(std::numeric_limits<std::size_t>::max()), std::bad_alloc);
 }
 
-TYPED_TEST(AlignedAllocatorOf, IsNotAskedForEmptyBuffers) {
+TEST_OF_TYPES(AlignedAllocatorOf, IsNotAskedForEmptyBuffers) {
   MallocWatch watch;
   std::vector<TypeParam, Allocator<TypeParam>> voxels;
   TypeParam const* const data = voxels.data();
@@ -93,7 +93,7 @@ TYPED_TEST(AlignedAllocatorOf, IsNotAskedForEmptyBuffers) {
   EXPECT_EQ(resized, nullptr);
 }
 
-TYPED_TEST(AlignedAllocatorOf, GrowsByDoublingAndShrinksWithoutFreeing) {
+TEST_OF_TYPES(AlignedAllocatorOf, GrowsByDoublingAndShrinksWithoutFreeing) {
   std::vector<TypeParam, Allocator<TypeParam>> voxels;
   MallocWatch watch;
   voxels.resize(10);
@@ -107,7 +107,7 @@ TYPED_TEST(AlignedAllocatorOf, GrowsByDoublingAndShrinksWithoutFreeing) {
   EXPECT_EQ(watch.nbRequests, 2);
 }
 
-TYPED_TEST(AlignedAllocatorOf, RebindsToEveryVoxelType) {
+TEST_OF_TYPES(AlignedAllocatorOf, RebindsToEveryVoxelType) {
   using Traits = std::allocator_traits<Allocator<TypeParam>>;
   static_assert(std::is_same_v<typename Traits::value_type, TypeParam>);
   static_assert(std::is_same_v<typename Traits::template rebind_alloc<double>, Allocator<double>>);

@@ -85,13 +85,13 @@ class DilationAllocationOf : public testing::Test {
   std::shared_ptr<pxl::Image> const m_output = oracle::toHost(oracle::Image<T>(m_image.sizes));
   pxl::morphology::Dilation2d m_algorithm;
 };
-TYPED_TEST_SUITE(DilationAllocationOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(DilationAllocationOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(DilationAllocationOf, FailuresOfTheCrossLeaveNothingBehind) {
+TEST_OF_TYPES(DilationAllocationOf, FailuresOfTheCrossLeaveNothingBehind) {
   for (unsigned long extraMemory : {0UL, 1UL << 30}) this->template failEachAllocation<Cross>(0, extraMemory);
 }
 
-TYPED_TEST(DilationAllocationOf, FailuresOfTheSquareLeaveNothingBehind) {
+TEST_OF_TYPES(DilationAllocationOf, FailuresOfTheSquareLeaveNothingBehind) {
   for (unsigned long extraMemory : {0UL, 1UL << 30})
     this->template failEachAllocation<Square<TypeParam>>(1, extraMemory);
 }

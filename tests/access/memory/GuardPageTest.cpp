@@ -30,9 +30,9 @@ class GuardPageOf : public testing::Test {
   oracle::Random m_random{901};
   Source<T> m_source{m_random.image<T>({3 * L + 1, 3, 2, 1, 1})};
 };
-TYPED_TEST_SUITE(GuardPageOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(GuardPageOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(GuardPageOf, IsHitByOneByteTooMany) {
+TEST_OF_TYPES(GuardPageOf, IsHitByOneByteTooMany) {
   using Buffer = std::vector<TypeParam, pxl::SimdVec::AlignedAllocator<TypeParam, 16>>;
   auto const readBeyond = [] {
     MallocWatch watch;
@@ -46,7 +46,7 @@ TYPED_TEST(GuardPageOf, IsHitByOneByteTooMany) {
 }
 
 // Whole vectors, also at the end of a row: at most 15 bytes beyond a buffer of C voxels.
-TYPED_TEST(GuardPageOf, IsNotTouchedByWholeVectors) {
+TEST_OF_TYPES(GuardPageOf, IsNotTouchedByWholeVectors) {
   using T = TypeParam;
   for (Placement placement : {Placement::cGuarded16, Placement::cGuarded8})
     for (long nbCols = 1; nbCols <= 3 * this->L + 1; ++nbCols) {
@@ -68,7 +68,7 @@ TYPED_TEST(GuardPageOf, IsNotTouchedByWholeVectors) {
 }
 
 // The extrema read rows rounded up to whole vectors: nothing at all beyond the buffer.
-TYPED_TEST(GuardPageOf, IsNotTouchedByTheExtrema) {
+TEST_OF_TYPES(GuardPageOf, IsNotTouchedByTheExtrema) {
   using T = TypeParam;
   for (Placement placement : {Placement::cGuarded16, Placement::cGuarded8})
     for (long nbCols = 1; nbCols <= 3 * this->L + 1; ++nbCols) {

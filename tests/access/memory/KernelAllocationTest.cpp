@@ -33,10 +33,10 @@ class KernelAllocationOf : public testing::Test {
   oracle::Random m_random{921};
   oracle::Image<T> const m_image = m_random.image<T>({4 * oracle::cLanes<T> + 3, 9, 6, 1, 1});
 };
-TYPED_TEST_SUITE(KernelAllocationOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(KernelAllocationOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
 // The rows of the cache and the memos exist; blocks of the same or a smaller size need no more.
-TYPED_TEST(KernelAllocationOf, OfTheSquareIsThatOfItsFirstBlock) {
+TEST_OF_TYPES(KernelAllocationOf, OfTheSquareIsThatOfItsFirstBlock) {
   std::vector<Block2d> const blocks{{0, 5, 1, 0, 40, 1, 0, 0, 0},
                                     {4, 9, 1, 3, 43, 1, 1, 0, 0},
                                     {2, 3, 1, 7, 8, 1, 0, 0, 0},
@@ -44,7 +44,7 @@ TYPED_TEST(KernelAllocationOf, OfTheSquareIsThatOfItsFirstBlock) {
   EXPECT_EQ(this->countInLaterBlocks(morphology_test::Square<DilationFunctor, TypeParam>(), blocks), 0);
 }
 
-TYPED_TEST(KernelAllocationOf, OfTheCubeIsThatOfItsFirstBlock) {
+TEST_OF_TYPES(KernelAllocationOf, OfTheCubeIsThatOfItsFirstBlock) {
   std::vector<Block3d> const blocks{{0, 3, 1, 0, 5, 1, 0, 40, 1, 0, 0},
                                     {3, 6, 1, 4, 9, 1, 3, 43, 1, 0, 0},
                                     {1, 2, 1, 2, 3, 1, 7, 8, 1, 0, 0},

@@ -122,9 +122,9 @@ class KernelGuardOf : public testing::Test {
   oracle::Image<T> const m_image = m_random.image<T>({13 * L, 6, 4, 1, 1});
   T m_sink[16];
 };
-TYPED_TEST_SUITE(KernelGuardOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(KernelGuardOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(KernelGuardOf, IsNotTouchedInPlans) {
+TEST_OF_TYPES(KernelGuardOf, IsNotTouchedInPlans) {
   this->expectKernelStays(morphology_test::Cross<DilationFunctor>(), this->makePlan, 2, 3, 1);
   for (Offsets const& list : {Offsets{{-1, -2}, {3, 1}}, {{0, -1}, {2, 2}, {1, 0}}})
     this->expectKernelStays(morphology_test::General<DilationFunctor>(list), this->makePlan,
@@ -133,14 +133,14 @@ TYPED_TEST(KernelGuardOf, IsNotTouchedInPlans) {
 }
 
 // One row that is read, the output's and two that are remembered.
-TYPED_TEST(KernelGuardOf, IsNotTouchedByTheMemosOfTheSquare) {
+TEST_OF_TYPES(KernelGuardOf, IsNotTouchedByTheMemosOfTheSquare) {
   this->expectNothingBeyond(2, 1, 3, [this](auto& context, long nbCols) {
     morphology_test::Square<DilationFunctor, TypeParam> const square;
     square.run(this->makePlan(nbCols), context);
   });
 }
 
-TYPED_TEST(KernelGuardOf, IsNotTouchedInVolumes) {
+TEST_OF_TYPES(KernelGuardOf, IsNotTouchedInVolumes) {
   this->expectKernelStays(morphology_test::Faces<DilationFunctor>(), this->makeVolume, 2, 3 * 5, 1);
   this->expectKernelStays(morphology_test::Edges<DilationFunctor>(), this->makeVolume, 2, 3 * 5, 1);
   this->expectKernelStays(morphology_test::General3d<DilationFunctor>({{-1, -1, 0}, {2, 1, 1}}), this->makeVolume, 3,
@@ -148,14 +148,14 @@ TYPED_TEST(KernelGuardOf, IsNotTouchedInVolumes) {
 }
 
 // Three plans that are read, one of three rows that is written, and two rows that are remembered.
-TYPED_TEST(KernelGuardOf, IsNotTouchedByTheMemosOfTheCube) {
+TEST_OF_TYPES(KernelGuardOf, IsNotTouchedByTheMemosOfTheCube) {
   this->expectNothingBeyond(2, 3 * 5, 3 + 2, [this](auto& context, long nbCols) {
     morphology_test::Cube<DilationFunctor, TypeParam> const cube;
     cube.run(this->makeVolume(nbCols), context);
   });
 }
 
-TYPED_TEST(KernelGuardOf, IsNotTouchedByWeightedSums) {
+TEST_OF_TYPES(KernelGuardOf, IsNotTouchedByWeightedSums) {
   using T = TypeParam;
   if constexpr (std::is_floating_point_v<T>) {
     using namespace pxl::filtering::linear;
@@ -166,7 +166,7 @@ TYPED_TEST(KernelGuardOf, IsNotTouchedByWeightedSums) {
   }
 }
 
-TYPED_TEST(KernelGuardOf, IsNotTouchedByLogicalOperations) {
+TEST_OF_TYPES(KernelGuardOf, IsNotTouchedByLogicalOperations) {
   if constexpr (std::is_integral_v<TypeParam>) {
     using namespace pxl::point_operations;
     using Tag = pxl::BinaryLogicalOperator_NXorTag;
@@ -175,7 +175,7 @@ TYPED_TEST(KernelGuardOf, IsNotTouchedByLogicalOperations) {
   }
 }
 
-TYPED_TEST(KernelGuardOf, IsNotTouchedByIteratorsWithNeighbours) {
+TEST_OF_TYPES(KernelGuardOf, IsNotTouchedByIteratorsWithNeighbours) {
   using V = typename TestFixture::View;
   constexpr long cLanes = TestFixture::L;
   auto const visitList = [](auto& iterator, auto& load) {
@@ -196,7 +196,7 @@ TYPED_TEST(KernelGuardOf, IsNotTouchedByIteratorsWithNeighbours) {
       Offsets3d{{-2, 0, 0}, {3, 1, 1}}, this->makeVolume, 5, 2 * 4, visitList);
 }
 
-TYPED_TEST(KernelGuardOf, IsNotTouchedByIteratorsThatWrite) {
+TEST_OF_TYPES(KernelGuardOf, IsNotTouchedByIteratorsThatWrite) {
   using V = typename TestFixture::View;
   constexpr long cLanes = TestFixture::L;
   auto const zero = Simd<TypeParam>::broadcast(TypeParam(0));

@@ -46,9 +46,9 @@ class ReadAllocationOf : public testing::Test {
   oracle::Random m_random{801};
   Source<T> m_source{m_random.image<T>({4 * L + 3, 6, 5, 1, 1})};
 };
-TYPED_TEST_SUITE(ReadAllocationOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
+TEST_TYPES(ReadAllocationOf, oracle::VoxelTypes, oracle::VoxelTypeNames);
 
-TYPED_TEST(ReadAllocationOf, OfASlotHappensOnceForOneSize) {
+TEST_OF_TYPES(ReadAllocationOf, OfASlotHappensOnceForOneSize) {
   auto const cache = this->m_source.view->createRowCacheRead(2);
   Block3d const block(0, 5, 1, 0, 6, 1, 0, 10, 1, 0, 0);
   MallocWatch watch;
@@ -66,7 +66,7 @@ TYPED_TEST(ReadAllocationOf, OfASlotHappensOnceForOneSize) {
   EXPECT_EQ(watch.directSizes[1], 20 * sizeof(TypeParam) + 32);
 }
 
-TYPED_TEST(ReadAllocationOf, OfAnIteratorIsOneRowForTheWholeBlock) {
+TEST_OF_TYPES(ReadAllocationOf, OfAnIteratorIsOneRowForTheWholeBlock) {
   typename TestFixture::Iterator iterator(this->m_source.view, OverlapBorder());
   Block3d const block(0, 5, 1, 0, 6, 1, 0, 2 * this->L + 1, 1, 0, 0);
   MallocWatch watch;
@@ -79,7 +79,7 @@ TYPED_TEST(ReadAllocationOf, OfAnIteratorIsOneRowForTheWholeBlock) {
   EXPECT_EQ(watch.directSizes[0], 3 * 16 + 32U);
 }
 
-TYPED_TEST(ReadAllocationOf, OfAPlanIsReused) {
+TEST_OF_TYPES(ReadAllocationOf, OfAPlanIsReused) {
   auto const cache = this->m_source.view->createPlanCacheRead(1);
   Block3d const block(0, 5, 1, 0, 6, 1, 0, 10, 1, 0, 0);
   cache->fetchPlanInBlock(0, 10, 6, block, 0, 0, 0, 0, 0);
@@ -91,7 +91,7 @@ TYPED_TEST(ReadAllocationOf, OfAPlanIsReused) {
   EXPECT_EQ(watch.nbRequests, 0);
 }
 
-TYPED_TEST(ReadAllocationOf, OfNeighbourhoodsOfVolumesIsTheirFirstPlans) {
+TEST_OF_TYPES(ReadAllocationOf, OfNeighbourhoodsOfVolumesIsTheirFirstPlans) {
   typename TestFixture::Six six(this->m_source.view, pxl::access::NoDataType());
   this->expectPlansReused(six);
   typename TestFixture::Eighteen eighteen(this->m_source.view, pxl::access::NoDataType());
@@ -127,7 +127,7 @@ void failEachAllocation(long nbExpectedAtLeast, Work&& work) {
   EXPECT_GE(k, nbExpectedAtLeast);
 }
 
-TYPED_TEST(ReadAllocationOf, FailuresOfARowCacheLeaveNothingBehind) {
+TEST_OF_TYPES(ReadAllocationOf, FailuresOfARowCacheLeaveNothingBehind) {
   Block3d const block(0, 5, 1, 0, 6, 1, 0, 10, 1, 0, 0);
   // The cache, its slots, three rows, two buffers.
   failEachAllocation(7, [&] {
@@ -137,7 +137,7 @@ TYPED_TEST(ReadAllocationOf, FailuresOfARowCacheLeaveNothingBehind) {
   });
 }
 
-TYPED_TEST(ReadAllocationOf, FailuresOfAPlanCacheLeaveNothingBehind) {
+TEST_OF_TYPES(ReadAllocationOf, FailuresOfAPlanCacheLeaveNothingBehind) {
   Block3d const block(0, 5, 1, 0, 6, 1, 0, 10, 1, 0, 0);
   // The cache, its slots, two plans, and for each plan the rows with their buffers.
   failEachAllocation(4 + 2 * 7, [&] {
@@ -147,7 +147,7 @@ TYPED_TEST(ReadAllocationOf, FailuresOfAPlanCacheLeaveNothingBehind) {
   });
 }
 
-TYPED_TEST(ReadAllocationOf, FailuresOfAnIteratorLeaveNothingBehind) {
+TEST_OF_TYPES(ReadAllocationOf, FailuresOfAnIteratorLeaveNothingBehind) {
   Block3d const block(0, 5, 1, 0, 6, 1, 0, 10, 1, 0, 0);
   failEachAllocation(3, [&] {
     typename TestFixture::Iterator iterator(this->m_source.view, OverlapBorder());
@@ -156,7 +156,7 @@ TYPED_TEST(ReadAllocationOf, FailuresOfAnIteratorLeaveNothingBehind) {
   });
 }
 
-TYPED_TEST(ReadAllocationOf, FailuresOfNeighbourhoodsOfVolumesLeaveNothingBehind) {
+TEST_OF_TYPES(ReadAllocationOf, FailuresOfNeighbourhoodsOfVolumesLeaveNothingBehind) {
   Block3d const block(0, 2, 1, 0, 3, 1, 0, 10, 1, 0, 0);
   // The cache, its slots, the ring, and of three plans each the five rows with their buffers.
   failEachAllocation(3 + 3 * 11, [&] {

@@ -30,7 +30,7 @@ using pxl::morphology::ElementMorphology;
 /** Both shipped plug-ins in the instrumented host. */
 class ElementTest : public testing::Test {
  protected:
-  static void SetUpTestSuite() {
+  ElementTest() {
     pxl::plugins::load(shipped::getPlugin());
     pxl::plugins::load(shipped::getElements());
   }

@@ -25,7 +25,7 @@ using Grains = pxl::AbstractPartitionerPolicy::PartitionerGrainSizes;
 /** The shipped plug-in in the instrumented host. */
 class PluginTest : public testing::Test {
  protected:
-  static void SetUpTestSuite() { pxl::plugins::load(shipped::getPlugin()); }
+  PluginTest() { pxl::plugins::load(shipped::getPlugin()); }
 };
 
 template <class Offset>

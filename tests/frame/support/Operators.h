@@ -11,6 +11,7 @@
 
 #include "frame/support/FakeImage.h"
 #include "frame/support/Runners.h"
+#include "oracle/TypedTests.h"
 #include "pxl/AlgoInfo.h"
 
 namespace frame_test {

@@ -9,13 +9,11 @@
 #include <vector>
 
 #include "Core/private/Access/simd/AlignedAllocator.h"
+#include "oracle/VoxelTypeTests.h"
 #include "pxl/Image.h"
 #include "pxl/access/View.h"
 
 namespace host_test {
-
-using VoxelTypeList =
-    ::testing::Types<unsigned char, unsigned short, unsigned int, signed char, short, int, float, double>;
 
 template <class T>
 constexpr pxl::VoxelTypes cTypeOf = pxl::helper::DataTypeToVoxelTypeEnum<T>::cVoxelType;

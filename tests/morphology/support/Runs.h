@@ -31,7 +31,7 @@ struct Way {
 /** The shipped plug-in in the instrumented host. */
 class PluginTest : public testing::Test {
  protected:
-  static void SetUpTestSuite() { pxl::plugins::load(shipped::getPlugin()); }
+  PluginTest() { pxl::plugins::load(shipped::getPlugin()); }
 };
 
 inline std::unique_ptr<pxl::morphology::IteratedMorphology> makeAlgorithm(Operation operation, int dimension = 2) {

@@ -20,7 +20,7 @@ using pxl::point_operations::LogicalOperationWithValue;
 /** The shipped plug-in in the instrumented host. */
 class PluginTest : public testing::Test {
  protected:
-  static void SetUpTestSuite() { pxl::plugins::load(shipped::getPlugin()); }
+  PluginTest() { pxl::plugins::load(shipped::getPlugin()); }
 };
 
 inline void runWithImage(int operation, pxl::ImageModel const* a, pxl::ImageModel const* b, pxl::ImageModel* output) {
