@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <set>
+#include <cstdlib>
 #include <vector>
 
 /** Structuring elements from their definitions, in long double. A shape in a plan is one with plan 0. */
@@ -103,13 +103,27 @@ inline OffsetList makeFlatDisk(double elevation, double azimuth, long radius) {
   });
 }
 
+/** How far a list reaches along any axis. */
+inline long getReach(OffsetList const& list) {
+  long reach = 0;
+  for (Offset const& offset : list)
+    for (long component : offset) reach = std::max(reach, std::abs(component));
+  return reach;
+}
+
 /** `element` added to itself `count` times: the Minkowski sum, with `list`. */
 inline OffsetList addTimes(OffsetList list, OffsetList const& element, long count) {
   for (long i = 0; i < count; ++i) {
-    std::set<Offset> sum;
-    for (Offset const& a : list)
-      for (Offset const& b : element) sum.insert({a[0] + b[0], a[1] + b[1], a[2] + b[2]});
-    list.assign(sum.begin(), sum.end());
+    long const reach = getReach(list) + getReach(element);
+    long const side = 2 * reach + 1;
+    auto const distance = [side](long const* o) { return (o[2] * side + o[1]) * side + o[0]; };
+    std::vector<char> sum(static_cast<unsigned long>(side * side * side));
+    char* const middle = sum.data() + sum.size() / 2;
+    for (Offset const& b : element) {
+      char* const shifted = middle + distance(b.data());
+      for (Offset const& a : list) shifted[distance(a.data())] = 1;
+    }
+    list = selectInBox(reach, reach, reach, [&](Offset const& o) { return middle[distance(o.data())] != 0; });
   }
   return list;
 }

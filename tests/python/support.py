@@ -127,6 +127,10 @@ READ_VIEWS: dict[str, Callable[[np.ndarray], np.ndarray]] = {
 }
 
 
+# Whether repeated tests are repeated as often as they ever are.
+LONG = bool(os.environ.get("QORN_LONG_TESTS"))
+
+
 def wait_factor() -> float:
     """How much longer things may take on a busy machine."""
     return max(1.0, 2 * os.getloadavg()[0] / (os.cpu_count() or 1))

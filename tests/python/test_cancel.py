@@ -84,12 +84,12 @@ def test_token_before_the_call() -> None:
         assert (out == 7).all()
 
 
-def test_1000_cancels() -> None:
+def test_many_cancels() -> None:
     rng = random.Random(2)
     image = np.zeros((2048, 2048), np.uint8)
     nb_cancelled = 0
     tokens: list[tuple[float, qorn.CancelToken]] = []
-    for index in range(1000):
+    for index in range(1000 if support.LONG else 250):
         token = qorn.CancelToken()
         timer = threading.Timer(rng.uniform(0, 0.02), token.cancel)
         timer.start()

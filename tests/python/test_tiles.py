@@ -83,7 +83,7 @@ def test_every_operator_is_exact(name: str, client: Any, stores: Any, tmp_path: 
     """All types and tilings, by three processes; in the short variant each type has one of the tilings."""
     first = list(tiling.CASES).index(name)
     for number, dtype in enumerate(tiling.DTYPES):
-        for tile in tiling.TILINGS if tiling.LONG else tiling.TILINGS[(first + number) % 3 :][:1]:
+        for tile in tiling.TILINGS if support.LONG else tiling.TILINGS[(first + number) % 3 :][:1]:
             if tiling.CASES[name].takes(dtype):
                 sources = stores[dtype.name, 1], stores[dtype.name, 2]
                 check_case(name, dtype, tile, *sources, tmp_path, client=client)

@@ -14,7 +14,6 @@ import qorn
 SHAPE = (37, 41, 53)
 TILINGS = [(37, 41, 14), (19, 21, 53), (13, 29, 31)]
 DTYPES = [np.dtype(letter) for letter in "BHIbhifd"]
-LONG = bool(os.environ.get("QORN_LONG_TESTS"))
 
 KERNEL = np.array([[0.25, -1.5, 0.5], [2.0, 0.125, 0.75]])
 TAPS = np.array([[[0.5, -1.0]], [[2.0, 0.25]], [[1.0, -0.5]]])

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -34,8 +35,8 @@ template <class T>
 std::string toBytes(std::vector<T> const& values, bool isBigEndian = false) {
   std::string bytes;
   for (T const& value : values) {
-    std::string const one(reinterpret_cast<char const*>(&value), sizeof(T));
-    bytes += isBigEndian ? std::string(one.rbegin(), one.rend()) : one;
+    bytes.append(reinterpret_cast<char const*>(&value), sizeof(T));
+    if (isBigEndian) std::reverse(bytes.end() - sizeof(T), bytes.end());
   }
   return bytes;
 }
