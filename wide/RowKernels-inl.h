@@ -108,12 +108,17 @@ HWY_INLINE void foldRow(D d, T const* const* rows, long nbTaps, T* out, long cou
                         RowKernels::Traffic const& traffic) {
   constexpr long L = static_cast<long>(hn::MaxLanes(D()));
   long c = countUnaligned(out, L * sizeof(T));
+  long end = count;
   if (c > 0) foldColumns<P, 1>(d, rows, nbTaps, out, 0);
-  // Past the caches whole lines are written.
-  if (traffic.isPastCaches)
-    for (; c + L <= count && countUnaligned(out + c, cCacheLine) > 0; c += L)
+  if (traffic.isPastCaches) {
+    // Whole lines are written, and those to which the first or the last vector belongs are not: they are in the
+    // caches.
+    for (long const begin = c > 0 ? L : 0; c + L <= count && (c < begin || countUnaligned(out + c, cCacheLine) > 0);
+         c += L)
       foldColumns<P, 1>(d, rows, nbTaps, out, c);
-  for (; c + 4 * L <= count; c += 4 * L) {
+    if ((count - c) % L > 0) end -= L;
+  }
+  for (; c + 4 * L <= end; c += 4 * L) {
     if (traffic.row) prefetch<T>(traffic, c, 4 * L);
     if (traffic.isPastCaches)
       foldColumns<P, 4, true>(d, rows, nbTaps, out, c);
@@ -141,13 +146,34 @@ HWY_INLINE void foldRowOfAnyLength(T const* const* rows, long nbTaps, T* out, lo
   }
 }
 
+template <Polarities P, class T>
+constexpr T cNeutral = P == Polarities::cDilation ? hwy::LowestValue<T>() : hwy::HighestValue<T>();
+
+/** The columns in which voxels may be missing. `rows` and `out` begin at the first of `count` columns without any. */
+template <Polarities P, class T>
+HWY_NOINLINE void foldEnds(T const* const* rows, long nbTaps, T* out, long count, RowKernels::Ends const& ends) {
+  for (long c = -ends.nbLeft; c < count + ends.nbRight; c = c == -1 ? count : c + 1) {
+    long const col = c + ends.nbLeft;
+    T value{};
+    for (long i = 0; i < nbTaps; ++i) {
+      T const tap = col < ends.first[i] || col >= ends.end[i] ? cNeutral<P, T> : rows[i][c];
+      value = i == 0 ? tap : foldOne<P>(value, tap);
+    }
+    out[c] = value;
+  }
+}
+
 /** A number of taps that is known to the compiler, whose pointers stay in registers. */
 template <Polarities P, class T, unsigned nbTaps>
 HWY_NOINLINE void foldFew(char const* const* taps, long const* strides, char* out, long outStride, long nbRows,
-                          long count, RowKernels::Traffic traffic) {
+                          long count, RowKernels::Traffic traffic, RowKernels::Ends const& ends) {
   T const* rows[nbTaps];
-  for (unsigned i = 0; i < nbTaps; ++i) rows[i] = at<T>(taps[i]);
+  for (unsigned i = 0; i < nbTaps; ++i) rows[i] = at<T>(taps[i]) + ends.nbLeft;
+  out += ends.nbLeft * static_cast<long>(sizeof(T));
+  count -= ends.nbLeft + ends.nbRight;
+  bool const hasEnds = ends.nbLeft + ends.nbRight > 0;
   for (long row = 0;;) {
+    if (hasEnds) foldEnds<P>(rows, nbTaps, at<T>(out), count, ends);
     foldRowOfAnyLength<P>(rows, nbTaps, at<T>(out), count, traffic);
     if (++row == nbRows) return;
     for (unsigned i = 0; i < nbTaps; ++i) rows[i] = at<T>(reinterpret_cast<char const*>(rows[i]) + strides[i]);
@@ -158,9 +184,16 @@ HWY_NOINLINE void foldFew(char const* const* taps, long const* strides, char* ou
 
 template <Polarities P, class T>
 HWY_NOINLINE void foldMany(char const** taps, long const* strides, long nbTaps, char* out, long outStride,
-                           long nbRows, long count, RowKernels::Traffic traffic) {
+                           long nbRows, long count, RowKernels::Traffic traffic, RowKernels::Ends const& ends) {
+  long const nbLeftBytes = ends.nbLeft * static_cast<long>(sizeof(T));
+  for (long i = 0; nbLeftBytes > 0 && i < nbTaps; ++i) taps[i] += nbLeftBytes;
+  out += nbLeftBytes;
+  count -= ends.nbLeft + ends.nbRight;
+  auto const* const rows = reinterpret_cast<T const* const*>(taps);
+  bool const hasEnds = ends.nbLeft + ends.nbRight > 0;
   for (long row = 0;;) {
-    foldRowOfAnyLength<P>(reinterpret_cast<T const* const*>(taps), nbTaps, at<T>(out), count, traffic);
+    if (hasEnds) foldEnds<P>(rows, nbTaps, at<T>(out), count, ends);
+    foldRowOfAnyLength<P>(rows, nbTaps, at<T>(out), count, traffic);
     if (++row == nbRows) return;
     for (long i = 0; i < nbTaps; ++i) taps[i] += strides[i];
     out += outStride;
@@ -170,22 +203,22 @@ HWY_NOINLINE void foldMany(char const** taps, long const* strides, long nbTaps, 
 
 template <Polarities P, class T>
 void foldTaps(char const** taps, long const* strides, long nbTaps, char* out, long outStride, long nbRows, long count,
-              RowKernels::Traffic const& traffic) {
+              RowKernels::Traffic const& traffic, RowKernels::Ends const& ends) {
   switch (nbTaps) {
     case 1:
-      return foldFew<P, T, 1>(taps, strides, out, outStride, nbRows, count, traffic);
+      return foldFew<P, T, 1>(taps, strides, out, outStride, nbRows, count, traffic, ends);
     case 2:
-      return foldFew<P, T, 2>(taps, strides, out, outStride, nbRows, count, traffic);
+      return foldFew<P, T, 2>(taps, strides, out, outStride, nbRows, count, traffic, ends);
     case 3:
-      return foldFew<P, T, 3>(taps, strides, out, outStride, nbRows, count, traffic);
+      return foldFew<P, T, 3>(taps, strides, out, outStride, nbRows, count, traffic, ends);
     case 4:
-      return foldFew<P, T, 4>(taps, strides, out, outStride, nbRows, count, traffic);
+      return foldFew<P, T, 4>(taps, strides, out, outStride, nbRows, count, traffic, ends);
     case 5:
-      return foldFew<P, T, 5>(taps, strides, out, outStride, nbRows, count, traffic);
+      return foldFew<P, T, 5>(taps, strides, out, outStride, nbRows, count, traffic, ends);
     case 7:
-      return foldFew<P, T, 7>(taps, strides, out, outStride, nbRows, count, traffic);
+      return foldFew<P, T, 7>(taps, strides, out, outStride, nbRows, count, traffic, ends);
     default:
-      return foldMany<P, T>(taps, strides, nbTaps, out, outStride, nbRows, count, traffic);
+      return foldMany<P, T>(taps, strides, nbTaps, out, outStride, nbRows, count, traffic, ends);
   }
 }
 
@@ -301,9 +334,6 @@ HWY_NOINLINE bool hasSpecialReals(char const* chars, long count) {
     return isFound;
   }
 }
-
-template <Polarities P, class T>
-constexpr T cNeutral = P == Polarities::cDilation ? hwy::LowestValue<T>() : hwy::HighestValue<T>();
 
 template <Polarities P, class T>
 void fillNeutral(char* row, long count) {

@@ -39,11 +39,22 @@ struct RowKernels {
   };
 
   /**
+   * Which voxels of the rows of a fold are there: of row i those from column first[i] to end[i] - 1. The others have
+   * the neutral value; they are only in the first nbLeft and the last nbRight columns.
+   */
+  struct Ends {
+    long const* first = nullptr;
+    long const* end = nullptr;
+    long nbLeft = 0;
+    long nbRight = 0;
+  };
+
+  /**
    * For each of nbRows rows: out = fold of the rows at `rows`, in their order. Between one row and the next lie
    * rowStrides[i] bytes, and outStride bytes in the result. The result isn't one of the rows. `rows` is overwritten.
    */
   void (*fold)(Row* rows, long const* rowStrides, long nbTaps, char* out, long outStride, long nbRows, long count,
-               Traffic const& traffic);
+               Traffic const& traffic, Ends const& ends);
   /**
    * nbResults (4, 8 or, with vectors of 64 bytes, 16) windows of `length` rows each, result i from row i on: out[i] =
    * fold of rows[i .. i + length - 1]; length is at least nbResults and count at least minRowsAtOnce.

@@ -70,10 +70,11 @@ class TileRun {
     FoldNode const* node;
     NodeRing const* ring;
     std::vector<TapPlace> taps;
-    TapPlace own;      ///< where the values go
-    long nbLeft = 0;   ///< columns at which a fold that reads the image itself may reach beyond the ends of its rows
-    long nbRight = 0;  ///< and on the right
-    long after;        ///< slabs that it is ahead of the result
+    TapPlace own;                 ///< where the values go
+    std::vector<long> firstCols;  ///< of each tap: the first of the node's columns at which it is within the image
+    std::vector<long> endCols;    ///< and the column behind the last one
+    RowKernels::Ends ends;        ///< none where the taps have margins
+    long after;                   ///< slabs that it is ahead of the result
     long nbCols;
     long maxNbRows;  ///< that are computed before the host is asked again
     long part = -1;  ///< of the rows to come that it prefetches
@@ -95,10 +96,6 @@ class TileRun {
   void computeSlabs(Node& node, long firstSlab, long endSlab);
   /** Rows of a slab of a volume, or rows of a plane. */
   void foldRows(Node& node, long slab, long firstRow, long endRow);
-  /** The rows that begin in m_rows. */
-  void foldStretch(Node& node, char* own, long ownStride, long nbRows, RowKernels::Traffic const& traffic);
-  /** A column of them. */
-  void foldEnd(Node const& node, long col, char* own, long ownStride, long nbRows);
   /** How a node uses the memory: it may prefetch a part of the rows that the next step reads first. */
   RowKernels::Traffic makeTraffic(Node const& node, long slab, long row) const;
   void foldRowsAtOnce(Node& node, long firstSlab, long nbResults);
@@ -120,8 +117,6 @@ class TileRun {
   std::vector<Node> m_nodes;
   std::vector<char const*> m_rows;
   std::vector<long> m_strides;
-  std::vector<char const*> m_endRows;  ///< the same for a single column
-  std::vector<long> m_endStrides;
   long m_nextCopied = 0;
   int m_prefetchShift = 0;
   long m_nbUnwatched = 0;  ///< since the host was last asked
@@ -177,21 +172,24 @@ void TileRun::prepare() {
   if (m_plan.isPrefetched) sharePrefetch();
   m_rows.resize(nbRows);
   m_strides.resize(nbRows);
-  m_endRows.resize(nbRows);
-  m_endStrides.resize(nbRows);
   SlabBox const& read = m_layout.rings.front().computed;
   m_nextCopied = m_nextSeen = read.firstSlab;
 }
 
 void TileRun::findEnds(Node& node) const {
   SlabBox const& computed = node.ring->computed;
+  RowKernels::Ends& ends = node.ends;
   for (Tap const& tap : node.node->taps) {
-    if (tap.node != 0) continue;
-    node.nbLeft = std::max(node.nbLeft, m_plan.image.firstCol - computed.firstCol - tap.dx);
-    node.nbRight = std::max(node.nbRight, computed.endCol + tap.dx - m_plan.image.endCol);
+    bool const isOfImage = tap.node == 0;
+    node.firstCols.push_back(isOfImage ? m_plan.image.firstCol - computed.firstCol - tap.dx : 0);
+    node.endCols.push_back(isOfImage ? m_plan.image.endCol - computed.firstCol - tap.dx : node.nbCols);
+    ends.nbLeft = std::max(ends.nbLeft, node.firstCols.back());
+    ends.nbRight = std::max(ends.nbRight, node.nbCols - node.endCols.back());
   }
-  node.nbLeft = std::min(node.nbLeft, node.nbCols);
-  node.nbRight = std::min(node.nbRight, node.nbCols - node.nbLeft);
+  ends.nbLeft = std::min(ends.nbLeft, node.nbCols);
+  ends.nbRight = std::min(ends.nbRight, node.nbCols - ends.nbLeft);
+  ends.first = node.firstCols.data();
+  ends.end = node.endCols.data();
 }
 
 void TileRun::sharePrefetch() {
@@ -329,34 +327,11 @@ void TileRun::foldRows(Node& node, long slab, long firstRow, long endRow) {
       m_kernels.foldColumnsAtOnce(m_rows[0], m_strides[0], node.node->length, own, ownStride, nbRows, node.nbCols,
                                   traffic);
     else
-      foldStretch(node, own, ownStride, nbRows, traffic);
+      m_kernels.fold(m_rows.data(), m_strides.data(), nbTaps, own, ownStride, nbRows, node.nbCols, traffic,
+                     node.ends);
     row += nbRows;
     noteWork(nbTaps * nbRows * node.nbCols);
   }
-}
-
-void TileRun::foldStretch(Node& node, char* own, long ownStride, long nbRows, RowKernels::Traffic const& traffic) {
-  for (long col = 0; col < node.nbLeft; ++col) foldEnd(node, col, own, ownStride, nbRows);
-  for (long col = node.nbCols - node.nbRight; col < node.nbCols; ++col) foldEnd(node, col, own, ownStride, nbRows);
-  long const begin = node.nbLeft * m_kernels.voxelSize, nbTaps = static_cast<long>(node.taps.size());
-  for (long i = 0; begin > 0 && i < nbTaps; ++i) m_rows[static_cast<std::size_t>(i)] += begin;
-  m_kernels.fold(m_rows.data(), m_strides.data(), nbTaps, own + begin, ownStride, nbRows,
-                 node.nbCols - node.nbLeft - node.nbRight, traffic);
-}
-
-// A column of the rows of m_rows, where a tap may be beyond the image.
-void TileRun::foldEnd(Node const& node, long col, char* own, long ownStride, long nbRows) {
-  long const imageCol = node.ring->computed.firstCol + col, offset = col * m_kernels.voxelSize;
-  auto const nbTaps = node.taps.size();
-  for (std::size_t i = 0; i < nbTaps; ++i) {
-    Tap const& tap = node.node->taps[i];
-    bool const isBeyond =
-        tap.node == 0 && (imageCol + tap.dx < m_plan.image.firstCol || imageCol + tap.dx >= m_plan.image.endCol);
-    m_endRows[i] = isBeyond ? m_scratch : m_rows[i] + offset;
-    m_endStrides[i] = isBeyond ? 0 : m_strides[i];
-  }
-  m_kernels.fold(m_endRows.data(), m_endStrides.data(), static_cast<long>(nbTaps), own + offset, ownStride, nbRows, 1,
-                 {});
 }
 
 RowKernels::Traffic TileRun::makeTraffic(Node const& node, long slab, long row) const {
@@ -403,7 +378,7 @@ void TileRun::foldRowByBlocks(Node& node, long slab) {
     long const strides[2] = {0, 0};
     for (long i = length; i-- > 0;) {
       char const* rows[2] = {locateRow(node.taps[static_cast<std::size_t>(i)], slab), suffixOf(i + 1)};
-      m_kernels.fold(rows, strides, i + 1 == length ? 1 : 2, suffixOf(i), 0, 1, node.nbCols, {});
+      m_kernels.fold(rows, strides, i + 1 == length ? 1 : 2, suffixOf(i), 0, 1, node.nbCols, {}, {});
     }
   }
   char* const out = getOwnRow(node, slab, 0);
