@@ -152,7 +152,7 @@ constexpr T cNeutral = P == Polarities::cDilation ? hwy::LowestValue<T>() : hwy:
 /** The columns in which voxels may be missing. `rows` and `out` begin at the first of `count` columns without any. */
 template <Polarities P, class T>
 HWY_NOINLINE void foldEnds(T const* const* rows, long nbTaps, T* out, long count, RowKernels::Ends const& ends) {
-  for (long c = -ends.nbLeft; c < count + ends.nbRight; c = c == -1 ? count : c + 1) {
+  for (long c = ends.nbLeft > 0 ? -ends.nbLeft : count; c < count + ends.nbRight; c = c == -1 ? count : c + 1) {
     long const col = c + ends.nbLeft;
     T value{};
     for (long i = 0; i < nbTaps; ++i) {
