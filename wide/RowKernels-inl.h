@@ -103,14 +103,14 @@ HWY_INLINE long countUnaligned(T const* row, unsigned long nbBytes) {
 }
 
 /** One row; its first and last vectors overlap the ones next to them. */
-template <Polarities P, class D, class T>
+template <Polarities P, bool isPastCaches, class D, class T>
 HWY_INLINE void foldRow(D d, T const* const* rows, long nbTaps, T* out, long count,
                         RowKernels::Traffic const& traffic) {
   constexpr long L = static_cast<long>(hn::MaxLanes(D()));
   long c = countUnaligned(out, L * sizeof(T));
   long end = count;
   if (c > 0) foldColumns<P, 1>(d, rows, nbTaps, out, 0);
-  if (traffic.isPastCaches) {
+  if (isPastCaches) {
     // Whole lines are written, and those to which the first or the last vector belongs are not: they are in the
     // caches.
     for (long const begin = c > 0 ? L : 0; c + L <= count && (c < begin || countUnaligned(out + c, cCacheLine) > 0);
@@ -120,10 +120,7 @@ HWY_INLINE void foldRow(D d, T const* const* rows, long nbTaps, T* out, long cou
   }
   for (; c + 4 * L <= end; c += 4 * L) {
     if (traffic.row) prefetch<T>(traffic, c, 4 * L);
-    if (traffic.isPastCaches)
-      foldColumns<P, 4, true>(d, rows, nbTaps, out, c);
-    else
-      foldColumns<P, 4>(d, rows, nbTaps, out, c);
+    foldColumns<P, 4, isPastCaches>(d, rows, nbTaps, out, c);
   }
   for (; c + L <= count; c += L) foldColumns<P, 1>(d, rows, nbTaps, out, c);
   if (c < count) foldColumns<P, 1>(d, rows, nbTaps, out, count - L);
@@ -132,7 +129,9 @@ HWY_INLINE void foldRow(D d, T const* const* rows, long nbTaps, T* out, long cou
 template <Polarities P, class T>
 HWY_INLINE void foldRowOfAnyLength(T const* const* rows, long nbTaps, T* out, long count,
                                    RowKernels::Traffic const& traffic) {
-  if (count >= lanesOf<T>()) return foldRow<P>(Wide<T>(), rows, nbTaps, out, count, traffic);
+  if (count >= lanesOf<T>())
+    return traffic.isPastCaches ? foldRow<P, true>(Wide<T>(), rows, nbTaps, out, count, traffic)
+                                : foldRow<P, false>(Wide<T>(), rows, nbTaps, out, count, traffic);
   constexpr long cNarrow = static_cast<long>(16 / sizeof(T));
   if (count >= cNarrow) {
     for (long c = 0; c + cNarrow <= count; c += cNarrow) foldColumns<P, 1>(Narrow<T>(), rows, nbTaps, out, c);

@@ -177,17 +177,21 @@ void TileRun::prepare() {
 }
 
 void TileRun::findEnds(Node& node) const {
-  SlabBox const& computed = node.ring->computed;
+  long const firstCol = node.ring->computed.firstCol;
   RowKernels::Ends& ends = node.ends;
   for (Tap const& tap : node.node->taps) {
-    bool const isOfImage = tap.node == 0;
-    node.firstCols.push_back(isOfImage ? m_plan.image.firstCol - computed.firstCol - tap.dx : 0);
-    node.endCols.push_back(isOfImage ? m_plan.image.endCol - computed.firstCol - tap.dx : node.nbCols);
-    ends.nbLeft = std::max(ends.nbLeft, node.firstCols.back());
-    ends.nbRight = std::max(ends.nbRight, node.nbCols - node.endCols.back());
+    if (tap.node != 0) continue;
+    ends.nbLeft = std::max(ends.nbLeft, m_plan.image.firstCol - firstCol - tap.dx);
+    ends.nbRight = std::max(ends.nbRight, firstCol + node.nbCols + tap.dx - m_plan.image.endCol);
   }
   ends.nbLeft = std::min(ends.nbLeft, node.nbCols);
   ends.nbRight = std::min(ends.nbRight, node.nbCols - ends.nbLeft);
+  if (ends.nbLeft + ends.nbRight == 0) return;
+  for (Tap const& tap : node.node->taps) {
+    bool const isOfImage = tap.node == 0;
+    node.firstCols.push_back(isOfImage ? m_plan.image.firstCol - firstCol - tap.dx : 0);
+    node.endCols.push_back(isOfImage ? m_plan.image.endCol - firstCol - tap.dx : node.nbCols);
+  }
   ends.first = node.firstCols.data();
   ends.end = node.endCols.data();
 }
